@@ -1,0 +1,70 @@
+#pragma once
+
+#include <cstdarg>
+#include <cstddef>
+#include <cstdint>
+#include <cstdio>
+
+struct ScanConversion;
+
+/// One run of T_fscanf: its stream, its arguments and how far it has come. The object serves one call and one
+/// thread; the stream is locked while it runs. It raises nothing and allocates nothing.
+class BoundedScan
+{
+public:
+    /// `stream` is read from where it stands. `arguments` holds the pointers with their sizes; it is copied.
+    BoundedScan(std::FILE* stream, std::va_list arguments) noexcept;
+    ~BoundedScan();
+    BoundedScan(const BoundedScan&) = delete;
+    BoundedScan& operator=(const BoundedScan&) = delete;
+
+    /// Does what thbase.h says of T_fscanf. Gives the number of conversions done, or -1.
+    int Run(const char* format) noexcept;
+
+private:
+    /// How a step of the scan ended. Only Matched lets the scan go on.
+    enum class Outcome
+    {
+        Matched,
+        Mismatched, ///< the text, a destination or the format doesn't fit
+        InputEnded  ///< nothing was left to read
+    };
+
+    /// Where a conversion puts its result; null and 0 for a suppressed one.
+    struct Destination
+    {
+        char* place;
+        std::size_t size;
+    };
+
+    /// The digits of a number, with their sign.
+    struct Number
+    {
+        std::uint64_t magnitude = 0;
+        bool isNegative = false;
+        bool isTooLarge = false;
+    };
+
+    Outcome RunDirective(const char*& format) noexcept;
+    Outcome Convert(const ScanConversion& conversion) noexcept;
+    Outcome ConvertNumber(const ScanConversion& conversion) noexcept;
+    Outcome ConvertText(const ScanConversion& conversion) noexcept;
+    Outcome ConvertBytes(const ScanConversion& conversion) noexcept;
+    Outcome StoreCount(const ScanConversion& conversion) noexcept;
+    Outcome MatchByte(int expected) noexcept;
+
+    bool TakeDestination(const ScanConversion& conversion, std::size_t least,
+                         Destination& destination) noexcept;
+    void CountConversion(const ScanConversion& conversion) noexcept;
+    unsigned ReadPrefix(const ScanConversion& conversion, std::size_t& remaining, bool& hasDigit) noexcept;
+    bool ReadDigits(const ScanConversion& conversion, std::size_t remaining, Number& number) noexcept;
+
+    int Peek() noexcept;
+    void Skip() noexcept;
+    void SkipBlanks() noexcept;
+
+    std::FILE* const mStream;
+    std::va_list mArguments;
+    std::size_t mBytesRead = 0;
+    int mConversions = 0;
+};

@@ -1,0 +1,157 @@
+#include "ConfigurationStore.h"
+
+#include <cstdio>
+#include <cstdlib>
+#include <cstring>
+#include <new>
+#include <optional>
+#include <utility>
+
+#include <syslog.h>
+
+#include "StoreFile.h"
+#include "StoreText.h"
+#include "StoreVersion.h"
+#include "thbase.h"
+
+namespace
+{
+
+constexpr std::size_t kReportSize = 1024;
+constexpr const char* kOutOfMemory = "memory ran out";
+
+} // namespace
+
+ConfigurationStore::ConfigurationStore(std::string path, Reporter reporter)
+    : mPath(std::move(path)), mReporter(std::move(reporter))
+{}
+
+ConfigurationStore::~ConfigurationStore() = default;
+
+int ConfigurationStore::ReadIfNeeded()
+{
+    if (GetVersion() != nullptr) {
+        return 0;
+    }
+    const std::lock_guard<std::mutex> lock(mReadingMutex);
+    // Another thread may have read the file while this one waited for the lock.
+    return GetVersion() != nullptr ? 0 : Read(false);
+}
+
+int ConfigurationStore::ReadAgain()
+{
+    const std::lock_guard<std::mutex> lock(mReadingMutex);
+    return Read(true);
+}
+
+int ConfigurationStore::GetText(std::string_view key, char*& value) const
+{
+    const std::shared_ptr<const StoreVersion> version = GetVersion();
+    if (version == nullptr) {
+        return STORE_RC_UNREADABLE;
+    }
+    const std::optional<std::string_view> found = version->Find(key);
+    if (!found) {
+        return STORE_RC_NOT_FOUND;
+    }
+    // The C caller frees the text, so it must come from malloc.
+    auto* const text = static_cast<char*>(std::malloc(found->size() + 1));
+    if (text == nullptr) {
+        return STORE_RC_NO_MEMORY;
+    }
+    std::memcpy(text, found->data(), found->size());
+    text[found->size()] = '\0';
+    value = text;
+    return 0;
+}
+
+int ConfigurationStore::GetNumber(std::string_view key, int& value) const
+{
+    const std::shared_ptr<const StoreVersion> version = GetVersion();
+    if (version == nullptr) {
+        return STORE_RC_UNREADABLE;
+    }
+    const std::optional<std::string_view> found = version->Find(key);
+    if (!found) {
+        return STORE_RC_NOT_FOUND;
+    }
+    const std::optional<int> number = ParseStoreNumber(*found);
+    if (!number) {
+        return STORE_RC_NOT_NUMERIC;
+    }
+    value = *number;
+    return 0;
+}
+
+std::shared_ptr<const StoreVersion> ConfigurationStore::GetVersion() const
+{
+    const std::lock_guard<std::mutex> lock(mVersionMutex);
+    return mVersion;
+}
+
+void ConfigurationStore::WriteToSystemLog(const char* line)
+{
+    syslog(LOG_USER | LOG_WARNING, "%s", line);
+}
+
+int ConfigurationStore::Read(bool reportSameFailure)
+{
+    const char* failure = kOutOfMemory;
+    try {
+        failure = TakeNewVersion();
+    } catch (const std::bad_alloc&) {
+        // The version in force is untouched; the failure is reported from a buffer on the stack.
+    }
+    if (failure == nullptr) {
+        mReportedFailure = nullptr;
+        return 0;
+    }
+    ReportFailure(failure, reportSameFailure);
+    return failure == kOutOfMemory ? STORE_RC_NO_MEMORY : STORE_RC_UNREADABLE;
+}
+
+/// Reads the file and puts the version in force, unless it is the one that is. Gives null or the failure.
+const char* ConfigurationStore::TakeNewVersion()
+{
+    StoreFileContent content = ReadStoreFile(mPath.c_str());
+    if (content.failure != nullptr) {
+        return content.failure;
+    }
+    const std::shared_ptr<const StoreVersion> former = GetVersion();
+    if (former != nullptr && former->GetText() == content.text) {
+        return nullptr;
+    }
+    const auto version = std::make_shared<const StoreVersion>(std::move(content.text));
+    {
+        const std::lock_guard<std::mutex> lock(mVersionMutex);
+        mVersion = version;
+    }
+    ReportSkippedLines(*version);
+    return nullptr;
+}
+
+void ConfigurationStore::ReportFailure(const char* failure, bool reportSameFailure)
+{
+    if (!reportSameFailure && mReportedFailure != nullptr && std::strcmp(mReportedFailure, failure) == 0) {
+        return;
+    }
+    mReportedFailure = failure;
+    char line[kReportSize];
+    (void)std::snprintf(line, sizeof line, "%s can't be read: %s; %s.", mPath.c_str(), failure,
+                        GetVersion() != nullptr ? "the last good version stays in force"
+                                                : "no version of it has been read yet");
+    mReporter(line);
+}
+
+void ConfigurationStore::ReportSkippedLines(const StoreVersion& version) const
+{
+    ForEachStoreLine(version.GetText(), [this](const StoreLine& storeLine) {
+        const char* const reason = GetSkipReason(storeLine.kind);
+        if (reason != nullptr) {
+            char line[kReportSize];
+            (void)std::snprintf(line, sizeof line, "%s, line %zu is skipped: %s.", mPath.c_str(),
+                                storeLine.number, reason);
+            mReporter(line);
+        }
+    });
+}

@@ -1,0 +1,170 @@
+#include "StoreFile.h"
+
+#include <cerrno>
+#include <cstdint>
+#include <cstring>
+#include <ctime>
+#include <utility>
+
+#include <fcntl.h>
+#include <sys/stat.h>
+#include <unistd.h>
+
+namespace
+{
+
+constexpr int kReadings = 12;
+constexpr std::int64_t kNanosecondsPerSecond = 1'000'000'000;
+
+// The time stamps of files move in the steps of the kernel's clock tick, 10 ms at most. Two writes within one
+// step leave the same stamps, so the stamps of a file prove something only after that step has passed.
+constexpr std::int64_t kRestNanoseconds = 30'000'000;
+
+/// The descriptor of an open file.
+class Descriptor
+{
+public:
+    explicit Descriptor(int descriptor) noexcept : mDescriptor(descriptor) {}
+    ~Descriptor()
+    {
+        if (mDescriptor >= 0) {
+            (void)close(mDescriptor); // it was only read from, so there is nothing to lose
+        }
+    }
+    Descriptor(const Descriptor&) = delete;
+    Descriptor& operator=(const Descriptor&) = delete;
+    int Get() const noexcept { return mDescriptor; }
+
+private:
+    const int mDescriptor;
+};
+
+/// One reading of the file: the bytes, and the stamps before and after.
+struct Reading
+{
+    StoreFileContent content;
+    struct stat before = {};
+    struct stat after = {};
+};
+
+std::int64_t ToNanoseconds(const timespec& time)
+{
+    return time.tv_sec * kNanosecondsPerSecond + time.tv_nsec;
+}
+
+bool IsUnchanged(const struct stat& one, const struct stat& other)
+{
+    // The time of the last status change moves with every write and can't be set back, unlike that of the
+    // last write.
+    return one.st_dev == other.st_dev && one.st_ino == other.st_ino && one.st_size == other.st_size &&
+           ToNanoseconds(one.st_mtim) == ToNanoseconds(other.st_mtim) &&
+           ToNanoseconds(one.st_ctim) == ToNanoseconds(other.st_ctim);
+}
+
+/// True if the last change lies so far back that a later one would show. A change in the future tells of a
+/// clock that was set back or of a foreign file server, and waiting for it would help nobody.
+bool IsAtRest(const struct stat& status)
+{
+    timespec now = {};
+    (void)clock_gettime(CLOCK_REALTIME_COARSE,
+                        &now); // can't fail for this clock; it is the one of the stamps
+    const std::int64_t age = ToNanoseconds(now) - ToNanoseconds(status.st_ctim);
+    return age < 0 || age > kRestNanoseconds;
+}
+
+void WaitForRest()
+{
+    const timespec pause = {0, kRestNanoseconds + kRestNanoseconds / 3};
+    (void)nanosleep(&pause, nullptr); // cut short by a signal, it only makes for an earlier look
+}
+
+const char* CheckKind(const struct stat& status)
+{
+    if (!S_ISREG(status.st_mode)) {
+        return "it is not a regular file";
+    }
+    if (std::cmp_greater(status.st_size, kStoreFileLimit)) {
+        return "it is larger than 16 MiB";
+    }
+    return nullptr;
+}
+
+/// Reads up to the end of the file, or one byte past the limit. Gives null or the failure.
+const char* ReadBytes(int descriptor, std::size_t expectedSize, std::string& text)
+{
+    constexpr std::size_t kGrowth = 65536;
+    text.resize(expectedSize + 1); // one more, so that the end of the file shows without another round
+    std::size_t length = 0;
+    while (length <= kStoreFileLimit) {
+        const ssize_t count = read(descriptor, text.data() + length, text.size() - length);
+        if (count < 0 && errno != EINTR) {
+            return strerrordesc_np(errno);
+        }
+        if (count == 0) {
+            text.resize(length);
+            return nullptr;
+        }
+        length += count > 0 ? static_cast<std::size_t>(count) : 0;
+        if (length == text.size()) {
+            text.resize(length + kGrowth);
+        }
+    }
+    return "it is larger than 16 MiB";
+}
+
+int OpenForReading(const char* path)
+{
+    int descriptor = -1;
+    do {
+        // Without O_NONBLOCK, the opening of a FIFO would wait for its writer.
+        descriptor = open(path, O_RDONLY | O_NONBLOCK | O_NOCTTY | O_CLOEXEC);
+    } while (descriptor < 0 && errno == EINTR);
+    return descriptor;
+}
+
+Reading ReadOnce(const char* path, const std::function<void()>& afterReading)
+{
+    Reading reading;
+    const Descriptor file(OpenForReading(path));
+    if (file.Get() < 0 || fstat(file.Get(), &reading.before) != 0) {
+        reading.content.failure = strerrordesc_np(errno);
+        return reading;
+    }
+    reading.content.failure = CheckKind(reading.before);
+    if (reading.content.failure == nullptr) {
+        const auto size = static_cast<std::size_t>(reading.before.st_size);
+        reading.content.failure = ReadBytes(file.Get(), size, reading.content.text);
+    }
+    if (afterReading) {
+        afterReading();
+    }
+    if (reading.content.failure == nullptr && fstat(file.Get(), &reading.after) != 0) {
+        reading.content.failure = strerrordesc_np(errno);
+    }
+    return reading;
+}
+
+} // namespace
+
+StoreFileContent ReadStoreFile(const char* path, const std::function<void()>& afterReading)
+{
+    Reading former;
+    for (int number = 0; number < kReadings; ++number) {
+        Reading reading = ReadOnce(path, afterReading);
+        if (reading.content.failure != nullptr) {
+            return std::move(reading.content);
+        }
+        if (IsUnchanged(reading.before, reading.after)) {
+            // The second test answers for a clock that stands still: nothing has moved during the wait
+            // either.
+            const bool sameAsFormer = number > 0 && IsUnchanged(former.before, reading.after) &&
+                                      former.content.text == reading.content.text;
+            if (IsAtRest(reading.after) || sameAsFormer) {
+                return std::move(reading.content);
+            }
+        }
+        former = std::move(reading);
+        WaitForRest();
+    }
+    return {{}, "it keeps changing while it is read"};
+}

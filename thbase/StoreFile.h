@@ -1,0 +1,28 @@
+#pragma once
+
+#include <cstddef>
+#include <functional>
+#include <string>
+
+/// The largest store file that is read, in bytes.
+constexpr std::size_t kStoreFileLimit = std::size_t{16} * 1024 * 1024;
+
+/// A store file as it was read.
+struct StoreFileContent
+{
+    std::string text; ///< the whole file; of no meaning after a failure
+    const char* failure =
+        nullptr; ///< why the file can't be read, as a text that lives for ever; null on success
+};
+
+/// Reads a whole regular file of at most kStoreFileLimit bytes, without ever waiting for a FIFO or a device.
+///
+/// A file that another program writes at the same time is not taken half-written: the file must be the same
+/// before and after the reading, and one that changed within the last moment is read a second time. This
+/// takes some tries with short waits between them, half a second at the most; a file that doesn't come to
+/// rest by then is a failure. Against a writer that pauses longer than that in the middle of a file, only a
+/// rename helps.
+///
+/// `path` is the file. `afterReading`, if given, is called after each reading of the bytes, before the file
+/// is compared; tests change the file there. Raises std::bad_alloc only. Any thread.
+StoreFileContent ReadStoreFile(const char* path, const std::function<void()>& afterReading = {});

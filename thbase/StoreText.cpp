@@ -1,0 +1,99 @@
+#include "StoreText.h"
+
+#include <charconv>
+
+namespace
+{
+
+constexpr std::string_view kByteOrderMark = "\xEF\xBB\xBF";
+constexpr std::string_view kBlanks = " \t";
+
+std::string_view TrimBlanks(std::string_view text)
+{
+    const std::size_t first = text.find_first_not_of(kBlanks);
+    if (first == std::string_view::npos) {
+        return {};
+    }
+    return text.substr(first, text.find_last_not_of(kBlanks) - first + 1);
+}
+
+/// Cuts the first line off `rest` and gives it without its end.
+std::string_view CutLine(std::string_view& rest)
+{
+    const std::size_t end = rest.find('\n');
+    std::string_view line = rest.substr(0, end);
+    rest.remove_prefix(end == std::string_view::npos ? rest.size() : end + 1);
+    if (line.ends_with('\r')) {
+        line.remove_suffix(1);
+    }
+    return line;
+}
+
+void Classify(std::string_view text, StoreLine& line)
+{
+    // First of all, for a NUL in a comment tells of a damaged file as much as one in a value.
+    if (text.find('\0') != std::string_view::npos) {
+        line.kind = StoreLineKind::NulByte;
+        return;
+    }
+    const std::string_view content = TrimBlanks(text);
+    if (content.empty() || content.front() == '#') {
+        line.kind = StoreLineKind::Empty;
+        return;
+    }
+    const std::size_t equalsSign = content.find('=');
+    if (equalsSign == std::string_view::npos) {
+        line.kind = StoreLineKind::NoEqualsSign;
+        return;
+    }
+    line.key = TrimBlanks(content.substr(0, equalsSign));
+    line.value = TrimBlanks(content.substr(equalsSign + 1));
+    line.kind = line.key.empty() ? StoreLineKind::EmptyKey : StoreLineKind::Entry;
+}
+
+} // namespace
+
+void ForEachStoreLine(std::string_view text, const std::function<void(const StoreLine&)>& visit)
+{
+    if (text.starts_with(kByteOrderMark)) {
+        text.remove_prefix(kByteOrderMark.size());
+    }
+    for (std::size_t number = 1; !text.empty(); ++number) {
+        StoreLine line;
+        line.number = number;
+        Classify(CutLine(text), line);
+        visit(line);
+    }
+}
+
+const char* GetSkipReason(StoreLineKind kind) noexcept
+{
+    switch (kind) {
+    case StoreLineKind::NoEqualsSign:
+        return "it has no equals sign";
+    case StoreLineKind::EmptyKey:
+        return "its key is empty";
+    case StoreLineKind::NulByte:
+        return "it holds a NUL byte";
+    case StoreLineKind::Entry:
+    case StoreLineKind::Empty:
+        break;
+    }
+    return nullptr;
+}
+
+std::optional<int> ParseStoreNumber(std::string_view text) noexcept
+{
+    // The number parser knows the minus sign only, so a plus sign is taken off here, unless a minus sign
+    // follows it.
+    if (text.starts_with('+') && !text.starts_with("+-")) {
+        text.remove_prefix(1);
+    }
+    int number = 0;
+    const char* const end = text.data() + text.size();
+    const std::from_chars_result parsed = std::from_chars(text.data(), end, number);
+    if (parsed.ec != std::errc() || parsed.ptr != end) {
+        return std::nullopt;
+    }
+    return number;
+}
