@@ -1,0 +1,50 @@
+"""The hosts of the system tests, see the package host."""
+import subprocess
+
+import pytest
+
+from host import Host, product
+
+
+def why_no_hosts():
+    """The reason why isolated hosts can't be made here, or None."""
+    probe = subprocess.run([product.CHECKOUT / "script/host", "--probe"], capture_output=True, text=True,
+                           check=False)
+    return None if probe.returncode == 0 else probe.stderr.strip() or f"status {probe.returncode}"
+
+
+@pytest.fixture(scope="session")
+def hosts_possible():
+    """Skips the tests that need a host where there can be none."""
+    reason = why_no_hosts()
+    if reason:
+        pytest.skip(reason)
+
+
+@pytest.fixture(scope="session")
+def installed(tmp_path_factory):
+    """The staged tree of the whole installation, one for all test processes of the session."""
+    shared = tmp_path_factory.getbasetemp()
+    if shared.name.startswith("popen-"):  # one of several test processes
+        shared = shared.parent
+    return product.Product.install(shared / "staged")
+
+
+@pytest.fixture
+def make_host(hosts_possible, installed):
+    """Makes hosts from their description; they end with the test."""
+    hosts = []
+
+    def make(**description):
+        hosts.append(Host(installed, **description))
+        return hosts[-1]
+
+    yield make
+    for one in hosts:
+        one.close()
+
+
+@pytest.fixture
+def host(make_host):
+    """A host with nothing but defaults."""
+    return make_host()

@@ -1,0 +1,57 @@
+"""The program under test: where it was built, and the tree that its installation lays out.
+
+The build folder comes from the environment variable THSENTINEL_BUILD or THSENTINEL_BUILD_DIR, else it is
+build/dev of the checkout.
+"""
+import fcntl
+import os
+import pathlib
+import subprocess
+
+CHECKOUT = pathlib.Path(__file__).resolve().parents[3]
+BASE = "/usr/tarnv"
+HOME = BASE + "/tarnhaven"
+PROGRAM = HOME + "/bin/thsentinel"
+LIBRARY = HOME + "/lib/libthbase.so"
+STORE = HOME + "/master.conf"
+LOGS = HOME + "/logs/thsentinel"
+RUN_LOCK = BASE + "/tmp/976AF287-9C13-4F28-AC99-AD456ABE5383.RUN"
+CHILD_LOCK = BASE + "/tmp/41938320-72B9-4818-A4F2-16EBF79F40F0.CHILD"
+
+
+def build_folder():
+    named = os.environ.get("THSENTINEL_BUILD") or os.environ.get("THSENTINEL_BUILD_DIR") or "build/dev"
+    return (CHECKOUT / named).resolve()
+
+
+def measures_coverage():
+    cache = build_folder() / "CMakeCache.txt"
+    return cache.exists() and "--coverage" in cache.read_text()
+
+
+class Product:
+    """The staged tree, as `DESTDIR=X cmake --install` lays it out with stripped programs."""
+
+    def __init__(self, staged):
+        self.staged = pathlib.Path(staged)
+        self.build = build_folder()
+
+    def at(self, path):
+        """Where an absolute path of the installed tree lies in the stage."""
+        return self.staged / path.lstrip("/")
+
+    @staticmethod
+    def install(folder, *options):
+        """Installs into a folder; several test processes may ask at once, the first of them does it."""
+        folder = pathlib.Path(folder)
+        folder.mkdir(parents=True, exist_ok=True)
+        staged = folder / "tree"
+        with open(folder / "lock", "w", encoding="ascii") as lock:
+            fcntl.flock(lock, fcntl.LOCK_EX)
+            if not staged.exists():
+                command = ["cmake", "--install", str(build_folder()), "--strip", *options]
+                environment = dict(os.environ, DESTDIR=str(staged))
+                done = subprocess.run(command, env=environment, capture_output=True, text=True, check=False)
+                if done.returncode != 0:
+                    raise RuntimeError(f"{' '.join(command)} failed:\n{done.stdout}{done.stderr}")
+        return Product(staged)
