@@ -1,0 +1,17 @@
+#include "platform/BoundedText.h"
+
+#include <cstdarg>
+#include <cstdio>
+#include <cstring>
+
+std::string FormatBounded(std::size_t size, const char* format, ...)
+{
+    std::string buffer(size, '\0');
+    va_list arguments;
+    va_start(arguments, format);
+    // The length that an unbounded text would have doesn't matter: the cut is meant.
+    (void)vsnprintf(buffer.data(), buffer.size(), format, arguments);
+    va_end(arguments);
+    buffer.resize(strlen(buffer.c_str()));
+    return buffer;
+}

@@ -1,0 +1,62 @@
+#include "config/LogFileMtx.h"
+#include "config/LogLine.h"
+#include "config/THCrossPlatformMapping.h"
+#include "platform/UnixHelperFunction.h"
+
+#include <cerrno>
+#include <cstdio>
+
+#include <sys/wait.h>
+
+namespace
+{
+constexpr int READ_BUFFER_SIZE = 8096;
+
+std::string ReadToEnd(FILE* pipe)
+{
+    std::string output;
+    char buffer[READ_BUFFER_SIZE] = {};
+    // A signal may end a read early; only the end of the pipe ends the reading.
+    while (feof(pipe) == 0) {
+        if (fgets(buffer, READ_BUFFER_SIZE, pipe) != nullptr) {
+            output += buffer;
+        }
+    }
+    return output;
+}
+
+void LogOutcome(const std::string& output, int status)
+{
+    if (!IsVerbose()) {
+        return;
+    }
+    LogLine(logFileMtx).Write("%sOutput:%s\n", GetCurrentTimeStamp().c_str(), output.c_str());
+    // A child that a signal killed has no return code.
+    if (WIFEXITED(status)) {
+        LogLine(logFileMtx).Write("%sReturnCode:%d\n", GetCurrentTimeStamp().c_str(), WEXITSTATUS(status));
+    }
+}
+} // namespace
+
+int UnixHelperFunction::ExecuteCommandWithRc(const char* command, std::string& output)
+{
+    output = "";
+    if (IsVerbose()) {
+        LogLine(logFileMtx).Write("%sCmd:%s\n", GetCurrentTimeStamp().c_str(), command);
+    }
+    FILE* const pipe = popen(command, "r");
+    if (pipe == nullptr) {
+        return errno;
+    }
+    output = ReadToEnd(pipe);
+    const int status = pclose(pipe);
+    LogOutcome(output, status);
+    return status;
+}
+
+std::string UnixHelperFunction::ExecuteCommand(const char* command)
+{
+    std::string output;
+    (void)ExecuteCommandWithRc(command, output); // a failed command and one without output look alike here
+    return output;
+}

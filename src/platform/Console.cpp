@@ -1,0 +1,49 @@
+#include "platform/Console.h"
+
+#include <cstdarg>
+#include <cstdio>
+
+#include <fcntl.h>
+#include <unistd.h>
+
+namespace
+{
+bool bConsoleClosed = false;
+}
+
+void ConsolePrint(const char* format, ...)
+{
+    if (bConsoleClosed) {
+        return;
+    }
+    va_list arguments;
+    va_start(arguments, format);
+    // A terminal that went away must not stop the action.
+    (void)vprintf(format, arguments);
+    va_end(arguments);
+}
+
+void ConsolePuts(const char* text)
+{
+    ConsolePrint("%s\n", text);
+}
+
+void CloseStandardStreams()
+{
+    bConsoleClosed = true;
+    // What can't be written any more is lost; there is nobody left to tell.
+    (void)fclose(stdin);
+    (void)fclose(stdout);
+    (void)fclose(stderr);
+}
+
+void OccupyFreeStandardDescriptors()
+{
+    int descriptor = -1;
+    do {
+        descriptor = open("/", O_PATH | O_CLOEXEC);
+    } while (descriptor >= STDIN_FILENO && descriptor <= STDERR_FILENO);
+    if (descriptor > STDERR_FILENO) {
+        (void)close(descriptor); // it held nothing
+    }
+}

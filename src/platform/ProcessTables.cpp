@@ -1,0 +1,166 @@
+#include "config/ConfigurationMgr.h"
+#include "config/LogFileMtx.h"
+#include "config/LogLine.h"
+#include "config/THCrossPlatformMapping.h"
+#include "platform/BoundedText.h"
+#include "platform/CommandPath.h"
+#include "platform/THUEnv.h"
+#include "platform/UnixHelperFunction.h"
+
+#include <unistd.h>
+
+namespace
+{
+struct ListedProcess
+{
+    int mPid;
+    std::string mName;
+};
+
+/** One line of the process listing taken apart; false when it is the daemon's own. */
+bool ReadListedProcess(UnixHelperFunction& helper, const std::string& listingLine, ListedProcess& process)
+{
+    const std::string line = helper.RemoveConsecutiveSpaces(helper.trim(listingLine));
+    process.mPid = helper.GetPid(line, 0, " ");
+    process.mName = helper.GetProcName(line, 1, " ");
+    const std::string directory = helper.GetProcDir(line, 1, " ");
+    // Only a note: a process from outside the product's tree stays in the tables.
+    if (directory.find(GetTHBasePath()) == std::string::npos && IsVerbose()) {
+        LogLine(logFileMtx)
+            .Write("%s%s(%d) process is running with basename\n", GetCurrentTimeStamp().c_str(),
+                   process.mName.c_str(), process.mPid);
+    }
+    return process.mPid != ConfigurationMgr::GetInstance()->mDaemonPid;
+}
+
+template <typename TakeProcess>
+void ForEachListedProcess(UnixHelperFunction& helper, const std::string& listing, TakeProcess take)
+{
+    std::size_t start = 0;
+    while (start < listing.size()) {
+        const std::size_t end = std::min(listing.find('\n', start), listing.size());
+        ListedProcess process;
+        if (ReadListedProcess(helper, listing.substr(start, end - start), process)) {
+            take(process);
+        }
+        start = end + 1;
+    }
+}
+
+bool HoldsPair(const std::multimap<std::string, int>& table, const ListedProcess& process)
+{
+    const auto [first, last] = table.equal_range(process.mName);
+    for (auto entry = first; entry != last; ++entry) {
+        if (entry->second == process.mPid) {
+            return true;
+        }
+    }
+    return false;
+}
+} // namespace
+
+std::string UnixHelperFunction::GetProcNameFilterForGrep(const std::string& extra)
+{
+    std::string filter;
+    const auto addAlternative = [&filter](const std::string& word) {
+        if (!filter.empty()) {
+            filter += "|";
+        }
+        filter += word;
+    };
+    for (const std::string& name : ConfigurationMgr::GetInstance()->mMonitoredProcessNames) {
+        addAlternative(name);
+    }
+    if (!extra.empty()) {
+        addAlternative(extra);
+    }
+    return filter;
+}
+
+std::string UnixHelperFunction::GetCompleteMatchWrap(std::string word, bool anchorStart, bool anchorEnd,
+                                                     bool spaceAtStart, bool spaceAtEnd)
+{
+    const std::string blanks = "[[:space:]]*";
+    std::string pattern = "\\<" + word + "\\>";
+    if (anchorStart) {
+        pattern = "^" + (spaceAtStart ? blanks : "") + pattern;
+    }
+    if (anchorEnd) {
+        pattern += (spaceAtEnd ? blanks : "") + "$";
+    }
+    return pattern;
+}
+
+std::string UnixHelperFunction::GetListingLine(const std::string& columns)
+{
+    return mCmdPath->AppendSpace(mCmdPath->mPs) + columns + mCmdPath->AppendSpace(mCmdPath->mEgrep) +
+           GetDoubleQuatedPath(GetProcNameFilterForGrep(GetTHBasePath()));
+}
+
+std::string UnixHelperFunction::GetPidProcNamePairsOutput()
+{
+    return ExecuteCommand(GetListingLine("-eo pid,command | ").c_str());
+}
+
+void UnixHelperFunction::PopulateProcessNameAndProcessIDMap(std::multimap<std::string, int>& table)
+{
+    table.clear();
+    const std::set<std::string>& monitored = ConfigurationMgr::GetInstance()->mMonitoredProcessNames;
+    ForEachListedProcess(*this, GetPidProcNamePairsOutput(), [&](const ListedProcess& process) {
+        if (monitored.count(process.mName) == 0 || HoldsPair(table, process)) {
+            return;
+        }
+        if (IsVerbose()) {
+            LogLine(logFileMtx)
+                .Write("%sInserting in to multimap processNameAndIDMap <%s : %d> \n",
+                       GetCurrentTimeStamp().c_str(), process.mName.c_str(), process.mPid);
+        }
+        table.emplace(process.mName, process.mPid);
+    });
+}
+
+void UnixHelperFunction::PopulateProcessIDAndProcessNameMap(std::map<int, std::string>& table)
+{
+    table.clear();
+    ForEachListedProcess(*this, GetPidProcNamePairsOutput(), [&](const ListedProcess& process) {
+        if (IsVerbose()) {
+            LogLine(logFileMtx)
+                .Write("%sInserting in to multimap processIDAndNameMap <%s : %d> \n",
+                       GetCurrentTimeStamp().c_str(), process.mName.c_str(), process.mPid);
+        }
+        table.emplace(process.mPid, process.mName); // an id that is there keeps its first name
+    });
+}
+
+int UnixHelperFunction::GetTarnhavenJavaProcesses(std::string marker)
+{
+    const std::string& grep = mCmdPath->mGrep;
+    const std::string line = GetListingLine("-eo pid,command | ") + " | " + grep + " -e \"" + marker +
+                             "\" | " + grep + " -v \"" + grep + "\"";
+    // All matching lines are joined, so that the first token is the process id of the first of them.
+    const std::string text = RemoveEOL(RemoveConsecutiveSpaces(trim(ExecuteCommand(line.c_str()))));
+    const int pid = GetPid(text, 0, " ");
+    return pid <= 0 ? -1 : pid;
+}
+
+bool UnixHelperFunction::isProcessAlive(int pid)
+{
+    return ConfigurationMgr::GetInstance()->mProcessIDAndProcessNameMap.count(pid) != 0;
+}
+
+std::string UnixHelperFunction::GetUserOfProcess(int pid)
+{
+    const std::string pidText = FormatBounded(PID_TEXT_SIZE, "%d", pid);
+    const std::string line = mCmdPath->AppendSpace(mCmdPath->mPs) + "-eo pid,user | " + mCmdPath->mGrep +
+                             " \"" + GetCompleteMatchWrap(pidText, true, false, true, false) + "\"";
+    const std::string text = RemoveEOL(RemoveConsecutiveSpaces(trim(ExecuteCommand(line.c_str()))));
+    return GetPid(text, 0, " ") == pid ? GetProcName(text, 1, " ") : "root";
+}
+
+std::string UnixHelperFunction::GetTempPathBasedOnUserContext(int pid)
+{
+    if (getuid() == 0 && GetUserOfProcess(pid) != "root") {
+        return GetTHWebserverTempPath();
+    }
+    return GetTHTempPath();
+}

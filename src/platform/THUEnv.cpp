@@ -1,0 +1,105 @@
+#include "platform/THUEnv.h"
+
+#include "platform/BoundedText.h"
+#include "thbase.h"
+
+#include <ctime>
+
+namespace
+{
+constexpr std::size_t LOG_FILE_NAME_SIZE = 64;
+}
+
+std::string GetTHBasePath()
+{
+    return "/usr/tarnv";
+}
+
+std::string GetTHPath()
+{
+    return AppendPaths(GetTHBasePath(), "tarnhaven");
+}
+
+std::string GetTHWebserverPath()
+{
+    return AppendPaths(GetTHBasePath(), "wmc/webserver");
+}
+
+std::string GetTHWebserverTempPath()
+{
+    return AppendPaths(GetTHWebserverPath(), "temp");
+}
+
+std::string GetTHTempPath()
+{
+    return AppendPaths(GetTHBasePath(), "tmp");
+}
+
+std::string GetTHBinPath()
+{
+    return AppendPaths(GetTHPath(), "bin");
+}
+
+std::string GetTHLogPath()
+{
+    return AppendPaths(GetTHPath(), "logs");
+}
+
+std::string GetTHPerfMonLogDirName()
+{
+    return "thsentinel";
+}
+
+std::string GetTHPerfMonBinName()
+{
+    return "thsentinel";
+}
+
+std::string GetSystemTempPath()
+{
+    return "/tmp";
+}
+
+std::string GetTxlogCfgPath()
+{
+    return AppendPaths(GetTHBinPath(), "txlogcfg");
+}
+
+std::string GetTHPerfMonLogPath()
+{
+    return AppendPaths(GetTHLogPath(), GetTHPerfMonLogDirName());
+}
+
+std::string GetTHPerfMonBinPath()
+{
+    return AppendPaths(GetTHBinPath(), GetTHPerfMonBinName());
+}
+
+std::string GetTHPerfMonLogFileName()
+{
+    const time_t now = time(nullptr);
+    struct tm local = {};
+    (void)T_localtime(&now, &local); // fills the record that it returns
+    return FormatBounded(LOG_FILE_NAME_SIZE, "root.%02d%02d%02d_00001.log", local.tm_mon + 1, local.tm_mday,
+                         local.tm_year % 100);
+}
+
+std::string GetTHPerfMonLogFilePath()
+{
+    return AppendPaths(GetTHPerfMonLogPath(), GetTHPerfMonLogFileName());
+}
+
+std::string AppendBinExt(std::string name)
+{
+    return name;
+}
+
+std::string AppendPaths(std::string first, std::string second)
+{
+    return first + "/" + second;
+}
+
+std::string GetDoubleQuatedPath(std::string text)
+{
+    return "\"" + text + "\"";
+}

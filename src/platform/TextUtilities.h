@@ -1,0 +1,6 @@
+#pragma once
+
+#include <string>
+
+/** True when the two texts DIFFER with case ignored, in the manner of strcmp. Any thread. */
+bool CompareIgnoreCase(std::string first, std::string second);

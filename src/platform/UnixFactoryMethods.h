@@ -1,0 +1,6 @@
+#pragma once
+
+class CmdPath;
+
+/** A new CmdPath, of the SUSE kind when GetOSType() is exactly 1. The caller owns it. Any thread. */
+CmdPath* GetCmdPathInstance();

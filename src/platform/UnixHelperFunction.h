@@ -1,0 +1,212 @@
+#pragma once
+
+#include "platform/HelperFunctionInterface.h"
+
+class CmdPath;
+
+/** Body of a thread: takes the record that it owns, returns null. */
+using ThreadFunction = void* (*)(void*);
+
+/**
+ * The helper of Linux hosts.
+ *
+ * It asks the machine through shell lines of the tools in mCmdPath. Operations call one another through the
+ * virtual table, so that a variant's override takes effect everywhere. They are implemented by theme:
+ * CommandExecution, TextUtilities, ProcessTables and UsageProbes here, the captures in evidence/,
+ * IncreaseLogging in logcontrol/.
+ */
+class UnixHelperFunction : public HelperFunctionInterface
+{
+public:
+    UnixHelperFunction();
+    ~UnixHelperFunction() override;
+    UnixHelperFunction(const UnixHelperFunction&) = delete;
+    UnixHelperFunction& operator=(const UnixHelperFunction&) = delete;
+
+    std::string trim(const std::string& text) override;
+    bool CompareIgnoreCase(std::string first, std::string second) override;
+    void ToLowerCase(std::string& text) override;
+    std::string ExecuteCommand(const char* command) override;
+    int ExecuteCommandWithRc(const char* command, std::string& output) override;
+    int PreCheckForAction(THPM_ACTION_TYPE type) override;
+    int PostCheckForAction(THPM_ACTION_TYPE type) override;
+    int GetCPUCount() override;
+    std::int64_t GetTotalSizeOfMemoryInKB() override;
+    int FindProcessId(const std::string& processName) override;
+    void PopulateProcessNameAndProcessIDMap(std::multimap<std::string, int>& table) override;
+    void PopulateProcessIDAndProcessNameMap(std::map<int, std::string>& table) override;
+    int TakeMemorySnapshotAndDump(std::string processName, int pid, std::string eventText,
+                                  std::string counterLabel) override;
+    void GenerateFileName(std::string folderName, int pid, std::string counterLabel, std::string& outputPath,
+                          std::string fileSuffix) override;
+    bool CreateProcessDump(std::string processName, int pid, std::string eventText,
+                           std::string counterLabel) override;
+    void CaptureDiskPerformanceCounters(std::string processName, int pid, std::vector<std::string> counters,
+                                        std::string counterLabel, std::string javaProcessName) override;
+    void ExecuteCustomScript(std::string processName, int pid, std::string counterLabel,
+                             std::string javaProcessName) override;
+    void CaptureProcessSpecificData(std::string processName, int pid, std::string counterLabel,
+                                    std::string javaProcessName) override;
+    void CaptureNetworkPerformance(std::string processName, int pid, std::vector<std::string> counters,
+                                   std::string counterLabel, std::string javaProcessName) override;
+    void ExecuteNetStat(std::string processName, int pid, std::string counterLabel,
+                        std::string javaProcessName) override;
+    void MemoryPerformanceCounters(std::string processName, int pid, std::vector<std::string> counters,
+                                   std::string counterLabel, std::string javaProcessName) override;
+    void RemoveDir(std::string folderName, int pid) override;
+    void IncreaseLogging(std::string processName) override;
+    void SendEmailNotification(std::string subject, std::string processName, int pid,
+                               unsigned long long threshold, unsigned long long usage, std::string unit,
+                               bool breached) override;
+    int GetTarnhavenJavaProcesses(std::string marker) override;
+    bool isProcessAlive(int pid) override;
+    bool CreateJavaProcessDump(std::string javaProcessName, std::string jdkHome, int pid,
+                               std::string counterLabel) override;
+    void GetJavaProcessOSName(std::string& name) override;
+    void WriteLogToSystem(std::string text, THPM_SYS_LOG_LEVEL level) override;
+    void CloseRunningThread(unsigned long threadId) override;
+    bool HF_CreateDir(std::string path, bool recursive) override;
+    bool HF_OpenFileInMode(FILE** file, std::string path, std::string mode) override;
+    bool HF_IsFileExist(std::string path) override;
+    std::string HF_CommandToCleanFolder(std::string path) override;
+    bool HF_DoesFolderExist(const std::string& path) override;
+
+    // ---- Usage probes: one shell pipeline each; 0.0 when the process isn't found under that id and name
+    // ---------
+
+    /** CPU column of ps: percent of one processor, averaged over the life of the process. Worker thread. */
+    virtual double GetCPUUsageForProcessInPercent(std::string processName, int pid);
+
+    /** Memory column of ps: percent of the machine's memory. Worker thread. */
+    virtual double GetMemoryUsageForProcessInPercent(std::string processName, int pid);
+
+    /** Resident size in megabytes, from the rss column of ps. Worker thread. */
+    virtual double GetMemoryUsageForProcessInMB(std::string processName, int pid);
+
+    // ---- Evidence workers: run on the thread of their capture and return when their lines have run
+    // ---------------
+
+    /** Samples the memory tools mNumberOfReadings times, mReadingInterval seconds apart. */
+    virtual void ExecuteMemStat(std::string processName, int pid, std::string counterLabel,
+                                std::string javaProcessName);
+
+    /** Starts iostat and mpstat, each on a thread and into a file of its own; doesn't wait for them. */
+    virtual void ExecuteDiskStat(std::string processName, int pid, std::string counterLabel,
+                                 std::string javaProcessName);
+
+    /** Memory map, status and stack of the process into one evidence file. */
+    virtual void ExecuteProcessSpecificCmd(std::string processName, int pid, std::string counterLabel,
+                                           std::string javaProcessName);
+
+    /**
+     * Appends a section head and the output of a tool to an evidence file, and waits for the tool.
+     * @param commandPath  path of the tool
+     * @param arguments    its arguments, as the shell takes them; may hold a pipe
+     * @param filterPid    only lines that hold these digits pass; -1 for all lines
+     */
+    virtual void CollectCommandData(std::string outputFile, std::string commandPath, std::string arguments,
+                                    int filterPid);
+
+    // ---- Machine probes
+    // ----------------------------------------------------------------------------------------
+
+    /** Fills mCPUCount from /proc/cpuinfo; leaves it when the pipeline prints nothing. */
+    virtual void SetCPUCount();
+
+    /** Fills mTotalMemoryInKB from /proc/meminfo; leaves it when the pipeline prints nothing. */
+    virtual void SetTotalSizeOfMemoryInKB();
+
+    // ---- Text: the token `index` (from 0) of `text`, split at the whole of `delimiter`
+    // -----------------------------
+
+    /** The token itself; empty past the last one and for a negative index. Neighbouring delimiters hold one.
+     */
+    virtual std::string GetToken(std::string text, int index, std::string delimiter);
+
+    /** All monitored names and `extra`, joined by "|" for an extended regular expression. Worker thread. */
+    virtual std::string GetProcNameFilterForGrep(const std::string& extra);
+
+    /** The token as an int; 0 when it is no number. */
+    virtual int GetPid(std::string text, int index, std::string delimiter);
+
+    /** A grep pattern for the whole word, at will bound to start and end of the line, there with blanks
+     * allowed. */
+    virtual std::string GetCompleteMatchWrap(std::string word, bool anchorStart, bool anchorEnd,
+                                             bool spaceAtStart, bool spaceAtEnd);
+
+    /** Base name of the token taken as a path; empty for an empty token. */
+    virtual std::string GetProcName(std::string text, int index, std::string delimiter);
+
+    /** The token as an int; 0 when it is no number. */
+    virtual int GetIntValue(std::string text, int index, std::string delimiter);
+
+    /** The token as a 64-bit number; 0 when it is none. */
+    virtual std::int64_t GetLongValue(std::string text, int index, std::string delimiter);
+
+    /** The token as a double; 0.0 when it is no number. */
+    virtual double GetDoubleValue(std::string text, int index, std::string delimiter);
+
+    /** Directory of the token taken as a path, "." for a bare word; empty for an empty token. */
+    virtual std::string GetProcDir(std::string text, int index, std::string delimiter);
+
+    /** `text` with each run of blanks reduced to one; ends at the first NUL. */
+    virtual std::string RemoveConsecutiveSpaces(std::string text);
+
+    /** `text` without its line feeds. */
+    virtual std::string RemoveEOL(std::string text);
+
+    /** The process listing, "pid command" a line, of all lines that mention a monitored name or the install
+     * root. */
+    virtual std::string GetPidProcNamePairsOutput();
+
+    // ---- Threads, files and owners
+    // -----------------------------------------------------------------------------
+
+    /**
+     * Starts a detached thread.
+     * @param threadId  receives the id; unchanged on failure, and detached even then, so it must come in as
+     * the id of a thread for which that is harmless (see GetHarmlessThreadId)
+     * @return true when the thread runs; then the thread owns `argument`
+     */
+    virtual bool CreateThreadWithoutWait(unsigned long& threadId, ThreadFunction function, void* argument);
+
+    /** Makes an empty file with mode 0600 if there is none. True when it can be opened. */
+    virtual bool CreateTouchFile(std::string path);
+
+    /** Appends the section head of a command to an evidence file. True when it was written. */
+    virtual bool EchoCommandToFile(std::string command, std::string outputFile);
+
+    /** The line with its output sent to `file`, appended or not, with its error output too or not. */
+    virtual std::string RedirectCommand(std::string command, std::string file, bool append, bool withStderr);
+
+    /** Owner of a process by ps, "root" when it isn't found. */
+    virtual std::string GetUserOfProcess(int pid);
+
+    /** Folder in which a dump of that process may be written by its owner. */
+    virtual std::string GetTempPathBasedOnUserContext(int pid);
+
+    /** CollectCommandData on a detached thread of its own. Returns at once. */
+    virtual void CollectCommandDataInBackground(std::string outputFile, std::string commandPath,
+                                                std::string arguments, int filterPid);
+
+protected:
+    CmdPath* mCmdPath;             ///< owned
+    int mCPUCount;                 ///< 0 until known
+    std::int64_t mTotalMemoryInKB; ///< 0 until known
+
+private:
+    std::string GetListingLine(const std::string& columns);
+    std::string GetUsageLine(const std::string& columns, int pid);
+    double GetUsage(const std::string& columns, const std::string& processName, int pid);
+
+protected:
+    /** Runs a usage line and takes the value column, 0.0 unless its process id and name are the expected
+     * ones. */
+    double ReadUsage(const std::string& line, const std::string& processName, int pid);
+};
+
+/**
+ * An id for CreateThreadWithoutWait to start from: the main thread's, which nobody joins, so that detaching
+ * it changes nothing. Any thread.
+ */
+unsigned long GetHarmlessThreadId();
