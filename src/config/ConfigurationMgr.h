@@ -1,0 +1,113 @@
+#pragma once
+
+#include "logcontrol/LogLevel.h"
+
+#include <atomic>
+#include <cstdint>
+#include <map>
+#include <set>
+#include <string>
+#include <vector>
+
+class CounterMgr;
+class HelperFunctionInterface;
+struct SnapshotData;
+
+/**
+ * The one object that all subsystems share: every setting, the process tables, the counter managers and the
+ * few values that pass between the threshold logic and the captures.
+ *
+ * It is built at the first GetInstance() and never destroyed. Its fields are read and written directly and
+ * without a lock: only the thread of a load writes settings, and capture threads that read them meanwhile may
+ * find a text empty.
+ */
+class ConfigurationMgr
+{
+public:
+    /** The instance, built at the first call. Any thread; the usual path takes no lock. */
+    static ConfigurationMgr* GetInstance();
+
+    ConfigurationMgr(const ConfigurationMgr&) = delete;
+    ConfigurationMgr& operator=(const ConfigurationMgr&) = delete;
+
+    /**
+     * Reads every setting from the store, checks it and prepares the evidence folder.
+     * @return 0, or one of the RC_CONFIG codes; the reason is in the log and, where it is the operator's to
+     * mend, on the console. Main thread before the worker exists, then the worker.
+     */
+    int ReadConfigurationFile();
+
+    /** Makes the folder of the diagnostic log and notes the day's file. Called once, by the constructor. */
+    void InitializeLogFile();
+
+    /** Inserts the two known Java processes into mJavaProcessMap. */
+    void InitJavaProcesses();
+
+    /** Refills mProcessNameAndProcessIDMap. Worker thread. */
+    void PopulateProcessNameAndProcessIDMultiMap();
+
+    /** Refills mProcessIDAndProcessNameMap. Worker thread. */
+    void PopulateProcessIDAndProcessNameMap();
+
+    /** The threshold of exactly that name, or -1. */
+    int GetThreasholdValue(std::map<std::string, int> thresholds, std::string processName);
+
+    /** Inserts into its own copy of the map, so the caller sees no change. No code calls it. */
+    void InsertIntoMap(std::map<std::string, int> thresholds, std::string processName, int value);
+
+    /** Dumps the name table to the log when verbose. No code calls it. */
+    void PrintProcessNameAndProcessIDMap();
+
+    /** Ends the threads of mThreadMap and frees their records; the entries stay. */
+    void CloseThreadHandles();
+
+    /** Restores the log levels saved in mLogLevelMap. Waits for the tool. Any thread. */
+    void ResetLogging();
+
+    /** Runs the clean-up line on the evidence root. Worker thread. */
+    void PurgeOldEvidence();
+
+    int mPollInterval;         ///< THHS_POLL_INTERVAL, seconds between two passes
+    int mCaptureNetworkStat;   ///< THHS_CAPTURE_NETWORK_STAT
+    int mDeadlockInterval;     ///< THHS_DEADLOCK_INTERVAL, minutes; no code reads it further
+    int mIncreaseLogLevel;     ///< THHS_INCREASE_LOG_LEVEL
+    int mCaptureProcessDump;   ///< THHS_CAPTURE_PROCESS_DUMP
+    int mAlwaysDump;           ///< THHS_ALWAYS_DUMP
+    std::string mMemoryUnit;   ///< THHS_MEMORY_UNIT, as typed
+    int mForceReadingInterval; ///< _FORCE_READING_INTERVAL_
+    std::multimap<std::string, int> mProcessNameAndProcessIDMap; ///< refilled each pass
+    std::map<int, std::string> mProcessIDAndProcessNameMap;      ///< refilled each pass
+    std::string mEvidencePath;     ///< THHS_EVIDENCE_PATH with "/thsentinel" behind it, once validated
+    int mCPUCount;                 ///< processors, set at service start
+    std::int64_t mTotalMemoryInKB; ///< memory size, set at service start; nothing reads it
+    int mMaxDumpCount;             ///< THHS_DUMP_COUNT
+    int mCaptureDiskIO;            ///< THHS_CAPTURE_DISK_IO
+    int mNumberOfReadings;         ///< THHS_NUMBER_OF_READINGS
+    int mReadingInterval;          ///< THHS_READING_INTERVAL, seconds
+    std::set<std::string>
+        mMonitoredProcessNames;    ///< every name ever listed, Java names as "java"; only grows
+    int mVerbose;                  ///< THHS_VERBOSE, the gate of verbose lines
+    std::string mReservedText;     ///< nothing sets it
+    std::string mCustomScriptPath; ///< no key sets it
+    std::vector<std::string> mCustomScriptArguments;    ///< no key sets it
+    int mDaemonPid;                                     ///< process id of the service, 0 before it starts
+    std::string mLogFilePath;                           ///< set by InitializeLogFile; nothing reads it
+    std::string mBasePath;                              ///< install root; nothing reads it
+    int mCurrentEvidenceNumber;                         ///< number of the evidence folder in use
+    std::map<std::string, LogLevel> mLogLevelMap;       ///< saved levels by log target
+    int mCaptureWithoutThreshold;                       ///< THHS_CAPTURE_WITHOUT_THRESHOLD
+    std::string mJdkHome;                               ///< THHS_JDK_HOME
+    std::map<std::string, std::string> mJavaProcessMap; ///< configured name to its mark on a command line
+    std::map<unsigned long, SnapshotData*> mThreadMap;  ///< no capture enters anything
+    int mPurgeOldEvidence;                              ///< THHS_PURGE_OLD_EVIDENCE
+    CounterMgr* mCPUCounterMgr;                         ///< owned
+    CounterMgr* mMemoryCounterMgr;                      ///< owned
+    CounterMgr* mDeadLockCounterMgr;                    ///< owned
+    HelperFunctionInterface* mHelper;                   ///< owned
+
+    /** The instance, null until it is wholly built. */
+    static std::atomic<ConfigurationMgr*> mConfigMgr;
+
+private:
+    ConfigurationMgr();
+};

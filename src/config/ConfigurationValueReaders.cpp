@@ -1,0 +1,153 @@
+#include "config/ConfigurationValueReaders.h"
+
+#include "config/LogFileMtx.h"
+#include "config/LogLine.h"
+#include "config/SettingText.h"
+#include "config/THCrossPlatformMapping.h"
+#include "platform/BoundedText.h"
+#include "platform/Console.h"
+#include "platform/HelperFunctionInterface.h"
+#include "platform/UnixHelperFactoryMethod.h"
+#include "thbase.h"
+
+#include <cctype>
+#include <cstdlib>
+#include <cstring>
+#include <memory>
+
+namespace
+{
+constexpr int DECIMAL = 10;
+constexpr char ALLOWED_BESIDES_LETTERS[] = "0123456789@_.\\/-:, \t";
+constexpr const char* FORBIDDEN_SEQUENCES[] = {"..\\", "../", "..", "*", ".?"};
+
+struct FreeText
+{
+    void operator()(char* text) const { free(text); }
+};
+
+void LogAndPrint(const std::string& message)
+{
+    LogLine(logFileMtx).Write("%s%s\n", GetCurrentTimeStamp().c_str(), message.c_str());
+    ConsolePuts(message.c_str());
+}
+
+void LogNotDefined(const char* key)
+{
+    if (IsVerbose()) {
+        LogLine(logFileMtx)
+            .Write("%s%s not defined in Tarnhaven configuration.\n", GetCurrentTimeStamp().c_str(), key);
+    }
+}
+
+bool IsAllowed(char character)
+{
+    // The program keeps the locale of C, in which no byte above 127 is a letter.
+    return std::isalpha(static_cast<unsigned char>(character)) != 0 ||
+           (character != '\0' && strchr(ALLOWED_BESIDES_LETTERS, character) != nullptr);
+}
+} // namespace
+
+int ReadIntegerValue(const char* key, int& value)
+{
+    int number = 0;
+    switch (thconfGetKeyValPairAsInt(get_master_config_ptr(), key, &number)) {
+    case 0:
+        value = number;
+        return 0;
+    case STORE_RC_NOT_FOUND:
+        LogNotDefined(key);
+        return RC_CONFIG_NOT_DEFINED;
+    case STORE_RC_NOT_NUMERIC:
+        LogAndPrint(
+            FormatBounded(MESSAGE_SIZE, "Invalid numeric value for %s key in Tarnhaven configuration.", key));
+        return RC_CONFIG_INVALID;
+    default:
+        return RC_CONFIG_NOT_DEFINED;
+    }
+}
+
+std::string ReadStringValue(const char* key, std::string& value, int& result)
+{
+    result = RC_CONFIG_NOT_DEFINED;
+    AssignSettingText(value, "");
+    char* text = nullptr;
+    const int storeResult = thconfGetKeyValPair(get_master_config_ptr(), key, &text);
+    if (storeResult == STORE_RC_NOT_FOUND || text == nullptr) {
+        LogNotDefined(key);
+        return "";
+    }
+    const std::unique_ptr<char, FreeText> owned(text);
+    AssignSettingText(value, text);
+    if (!ValidateInputForSpecialChars(value)) {
+        LogAndPrint(FormatBounded(MESSAGE_SIZE, "There are invalid characters in the input for %s.", key));
+        result = RC_CONFIG_BAD_CHARS;
+    } else if (storeResult == 0) {
+        result = 0;
+    }
+    return value;
+}
+
+bool ValidateInputForSpecialChars(std::string text)
+{
+    if (CheckForUnauthorizedStrings(text)) {
+        LogLine(logFileMtx)
+            .Write("%sThere are unauthorized characters detected in the input. Returning Error.\n",
+                   GetCurrentTimeStamp().c_str());
+        return false;
+    }
+    for (const char character : text) {
+        if (!IsAllowed(character)) {
+            LogLine(logFileMtx)
+                .Write("%sThere are non alpha numeric characters in the input '%c'. Returning Error.\n",
+                       GetCurrentTimeStamp().c_str(), character);
+            return false;
+        }
+    }
+    return true;
+}
+
+bool CheckForUnauthorizedStrings(std::string text)
+{
+    for (const char* const sequence : FORBIDDEN_SEQUENCES) {
+        if (text.find(sequence) != std::string::npos) {
+            return true;
+        }
+    }
+    return false;
+}
+
+void GetKeyValueFromStringTouple(std::string tuple, const std::string& delimiter, std::string& key,
+                                 int& value)
+{
+    key = "";
+    value = -1;
+    const std::unique_ptr<HelperFunctionInterface> helper(GetHelperFunctionInstance());
+    const std::size_t position = tuple.find(delimiter);
+    if (position == std::string::npos) {
+        return;
+    }
+    const std::string left = helper->trim(tuple.substr(0, position));
+    const std::string right = helper->trim(tuple.substr(position + 1));
+    if (!left.empty()) {
+        key = left;
+    }
+    if (!right.empty()) {
+        value = static_cast<int>(strtol(right.c_str(), nullptr, DECIMAL));
+    }
+}
+
+void GetVectorFromString(std::string input, const std::string& delimiter, std::vector<std::string>& output)
+{
+    output.clear();
+    const std::unique_ptr<HelperFunctionInterface> helper(GetHelperFunctionInstance());
+    std::size_t start = 0;
+    for (std::size_t end = input.find(delimiter); end != std::string::npos;
+         end = input.find(delimiter, start)) {
+        output.push_back(helper->trim(input.substr(start, end - start)));
+        start = end + 1;
+    }
+    if (start < input.size()) {
+        output.push_back(helper->trim(input.substr(start)));
+    }
+}

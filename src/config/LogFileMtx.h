@@ -1,0 +1,10 @@
+#pragma once
+
+#include "config/Mutex.h"
+
+/**
+ * The lock under which a source unit writes its lines of the diagnostic log. Each unit that includes this
+ * header has its own: lines of different units aren't held apart by it, only by the append mode of the file.
+ * Include it in sources that log, never in a header.
+ */
+static mutex logFileMtx;

@@ -1,0 +1,35 @@
+#pragma once
+
+#include "config/Mutex.h"
+
+#include <cstdio>
+
+/**
+ * One line of the diagnostic log, from the open to the close of the day's file.
+ *
+ * Use it as LogLine(logFileMtx).Write("%s...\n", GetCurrentTimeStamp().c_str(), ...): the file is open and
+ * the unit's lock held before the arguments are gathered, and the lock is given back behind the line. A file
+ * that can't be opened loses the line and nothing else. Any thread; the lock isn't recursive, so the
+ * arguments must not log.
+ */
+class LogLine
+{
+public:
+    /** Takes the lock of the unit and opens the day's file. */
+    explicit LogLine(mutex& unitMutex);
+
+    LogLine(const LogLine&) = delete;
+    LogLine& operator=(const LogLine&) = delete;
+
+    /** Writes the line, whose format starts with "%s" for the time stamp, and closes the file. Call it once.
+     */
+    [[gnu::format(printf, 2, 3)]] void Write(const char* format, ...);
+
+private:
+    MutexHold mHold;
+    FILE* mFile; ///< null when the open failed
+};
+
+/** True when verbose lines are written, which is when mVerbose is exactly 1. Ask before a line is formatted.
+ */
+bool IsVerbose();

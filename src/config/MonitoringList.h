@@ -1,0 +1,17 @@
+#pragma once
+
+#include <map>
+#include <string>
+
+/**
+ * Reads one of the three monitoring lists, "name:threshold, name:threshold", and records each name for the
+ * process tables (mMonitoredProcessNames).
+ *
+ * @param key         THHS_MONITOR_CPU (percent, at most 100), THHS_MONITOR_MEMORY (in the unit of
+ * THHS_MEMORY_UNIT, without upper bound) or THHS_MONITOR_DEADLOCK (names alone, stored with threshold 0)
+ * @param messageStr  label of the manager in messages
+ * @param thresholds  receives configured name to threshold; emptied first, and after a failure with the
+ * elements before the bad one
+ * @return 0 or an RC_CONFIG code. The first bad element ends the reading. Thread of the load.
+ */
+int ReadMapValue(const char* key, std::string messageStr, std::map<std::string, int>& thresholds);
