@@ -1,0 +1,238 @@
+#include "counters/CounterMgr.h"
+
+#include "config/ConfigurationKeys.h"
+#include "config/ConfigurationMgr.h"
+#include "config/JavaProcessNames.h"
+#include "config/LogFileMtx.h"
+#include "config/LogLine.h"
+#include "config/THCrossPlatformMapping.h"
+#include "counters/ReadingWindow.h"
+#include "platform/BoundedText.h"
+#include "platform/HelperFunctionInterface.h"
+#include "platform/THUEnv.h"
+#include "platform/UnixHelperFactoryMethod.h"
+
+#include <memory>
+#include <utility>
+#include <vector>
+
+namespace
+{
+constexpr char TITLE[] = "Tarnhaven Health Sentinel";
+constexpr char UNIT_MEGABYTES[] = "MB";
+constexpr char UNIT_PERCENT[] = "Percent";
+constexpr std::size_t BREACH_TEXT_SIZE = 2048;
+constexpr std::size_t EVENT_TEXT_SIZE = 512;
+
+// Handed to the captures, which take no counters by name yet.
+const std::vector<std::string> memorycounters;
+const std::vector<std::string> networkCounters;
+const std::vector<std::string> diskCounters;
+
+const std::string& GetConfiguredName(const Counter& counter)
+{
+    return counter.mIsJavaProcess ? counter.mJavaProcessName : counter.mProcessName;
+}
+} // namespace
+
+/** What one pass finds about one counter. */
+struct CounterMgr::Evaluation
+{
+    double mReading;
+    std::int64_t mValue; ///< the reading truncated toward zero; all decisions use this
+    int mThreshold;      ///< -1 for none
+    std::string mConfiguredName;
+    std::string mUnit;
+};
+
+CounterMgr::CounterMgr(std::string messageStr)
+    : mMessageStr(std::move(messageStr)), mSpareFlag1(false), mSpareFlag2(false), mSpareFlag3(false)
+{}
+
+CounterMgr::~CounterMgr()
+{
+    for (const auto& [pid, counter] : mProcessIDAndCouterMap) {
+        delete counter;
+    }
+}
+
+void CounterMgr::AddCounterToMonitor(std::map<std::string, int>& processes, std::string counterNamePrefix,
+                                     std::string counterNameSuffix)
+{
+    for (const auto& [processName, threshold] : processes) {
+        AddCounterHelper(processName, counterNamePrefix, counterNameSuffix);
+    }
+}
+
+double CounterMgr::ReadCounterIndexValue(Counter* /*counter*/)
+{
+    return 0.0;
+}
+
+std::map<std::string, int>& CounterMgr::GetProcessesRegisteredMonitoring()
+{
+    return mProcessesRegisteredMonitoring;
+}
+
+std::string& CounterMgr::GetMessageStr()
+{
+    return mMessageStr;
+}
+
+double CounterMgr::GetCounterValueFromOS(int /*index*/)
+{
+    return 0.0;
+}
+
+void CounterMgr::HandleThresholdBreach()
+{
+    const std::unique_ptr<HelperFunctionInterface> helper(GetHelperFunctionInstance());
+    if (!helper) {
+        LogLine(logFileMtx)
+            .Write("%sError: Failed to get the helper object.\n", GetCurrentTimeStamp().c_str());
+        return;
+    }
+    const bool isUnitAbsolute =
+        !helper->CompareIgnoreCase(ConfigurationMgr::GetInstance()->mMemoryUnit, MEMORY_UNIT_ABSOLUTE);
+    if (isUnitAbsolute && IsVerbose()) {
+        LogLine(logFileMtx).Write("%sMemory unit is ABSOLUTE.\n", GetCurrentTimeStamp().c_str());
+    }
+    for (const auto& [pid, counter] : mProcessIDAndCouterMap) {
+        Evaluate(*helper, *counter, isUnitAbsolute);
+    }
+}
+
+void CounterMgr::Evaluate(HelperFunctionInterface& helper, Counter& counter, bool isUnitAbsolute)
+{
+    const double reading = ReadCounterIndexValue(&counter);
+    const std::string configuredName = GetConfiguredName(counter);
+    const Evaluation evaluation = {
+        reading, TruncateReading(reading),
+        ConfigurationMgr::GetInstance()->GetThreasholdValue(mProcessesRegisteredMonitoring, configuredName),
+        configuredName, GetUnit(helper, isUnitAbsolute)};
+    if (IsVerbose()) {
+        LogLine(logFileMtx)
+            .Write("%s%s usage for process %s(%d) : %.2lf %s\n", GetCurrentTimeStamp().c_str(),
+                   mMessageStr.c_str(), AppendBinExt(configuredName).c_str(), counter.mCounterIndex, reading,
+                   evaluation.mUnit.c_str());
+        LogLine(logFileMtx)
+            .Write("%s%s threshold for process %s(%d) : %d %s\n", GetCurrentTimeStamp().c_str(),
+                   mMessageStr.c_str(), AppendBinExt(configuredName).c_str(), counter.mCounterIndex,
+                   evaluation.mThreshold, evaluation.mUnit.c_str());
+    }
+    MoveWindow(counter, evaluation);
+    if (IsBreach(counter, evaluation.mValue, evaluation.mThreshold)) {
+        Fire(helper, counter, evaluation);
+    }
+    ++counter.mReadingNumber;
+}
+
+std::string CounterMgr::GetUnit(HelperFunctionInterface& helper, bool isUnitAbsolute) const
+{
+    return isUnitAbsolute && !helper.CompareIgnoreCase(mMessageStr, "Memory") ? UNIT_MEGABYTES : UNIT_PERCENT;
+}
+
+void CounterMgr::MoveWindow(Counter& counter, const Evaluation& evaluation) const
+{
+    const bool isCounted = AddReading(counter, evaluation.mValue);
+    if (!IsVerbose()) {
+        return;
+    }
+    const auto average = static_cast<unsigned long>(counter.mRunningAverage);
+    if (isCounted) {
+        LogLine(logFileMtx)
+            .Write("%sSum : %lu %s, Reading# : %d, Running Average : %lu %s for %s for process %s(%d)\n",
+                   GetCurrentTimeStamp().c_str(), static_cast<unsigned long>(counter.mSum),
+                   evaluation.mUnit.c_str(), counter.mReadingNumber, average, evaluation.mUnit.c_str(),
+                   mMessageStr.c_str(), AppendBinExt(evaluation.mConfiguredName).c_str(),
+                   counter.mCounterIndex);
+    }
+    // The name of the process tables and not the configured one: a Java counter shows as java here.
+    LogLine(logFileMtx)
+        .Write("%sRunning Average : %lu for %s for process %s(%d)\n", GetCurrentTimeStamp().c_str(), average,
+               mMessageStr.c_str(), AppendBinExt(counter.mProcessName).c_str(), counter.mCounterIndex);
+}
+
+void CounterMgr::Fire(HelperFunctionInterface& helper, Counter& counter, const Evaluation& evaluation) const
+{
+    ReportBreach(helper, counter, evaluation);
+    const int maxDumpCount = ConfigurationMgr::GetInstance()->mMaxDumpCount;
+    if (counter.mDumpCount >= maxDumpCount) {
+        LogLine(logFileMtx)
+            .Write("%sDump count reached max allowed for process %s : %d\n", GetCurrentTimeStamp().c_str(),
+                   AppendBinExt(counter.mProcessName).c_str(), maxDumpCount);
+        return;
+    }
+    const std::string eventText = FormatBounded(
+        EVENT_TEXT_SIZE,
+        "Dump Event : %s threshold detected by %s Service (Current Usage : %.2lf %s,  Threshold Set : %d %s)",
+        mMessageStr.c_str(), TITLE, evaluation.mReading, evaluation.mUnit.c_str(), evaluation.mThreshold,
+        evaluation.mUnit.c_str());
+    LogLine(logFileMtx)
+        .Write("%sTaking Process Dump (Count #%d) for process %s (%d).\n", GetCurrentTimeStamp().c_str(),
+               counter.mDumpCount + 1, AppendBinExt(counter.mProcessName).c_str(), counter.mCounterIndex);
+    StartCaptures(helper, counter, eventText);
+    ++counter.mDumpCount; // whatever came of the captures
+}
+
+void CounterMgr::ReportBreach(HelperFunctionInterface& helper, const Counter& counter,
+                              const Evaluation& evaluation) const
+{
+    const bool withoutThreshold = ConfigurationMgr::GetInstance()->mCaptureWithoutThreshold != 0;
+    const std::string breachText = FormatBounded(
+        BREACH_TEXT_SIZE,
+        withoutThreshold
+            ? "%s%s Capturing evidence for process %s (%d) without threshold , Threshold : %d %s , Usage : "
+              "%.2lf %s"
+            : "%s%s threshold exceeded by process : %s (%d), Threshold : %d %s , Usage : %.2lf %s",
+        GetCurrentTimeStamp().c_str(), mMessageStr.c_str(), AppendBinExt(evaluation.mConfiguredName).c_str(),
+        counter.mCounterIndex, evaluation.mThreshold, evaluation.mUnit.c_str(), evaluation.mReading,
+        evaluation.mUnit.c_str());
+    LogLine(logFileMtx).Write("%s\n", breachText.c_str());
+    if (!withoutThreshold) {
+        helper.WriteLogToSystem(breachText, HelperFunctionInterface::THPM_SYS_LOG_WARNING);
+    }
+}
+
+void CounterMgr::StartCaptures(HelperFunctionInterface& helper, const Counter& counter,
+                               const std::string& eventText) const
+{
+    ConfigurationMgr* const config = ConfigurationMgr::GetInstance();
+    const std::string& process = counter.mProcessName;
+    const int pid = counter.mCounterIndex;
+    const std::string java = counter.mIsJavaProcess ? counter.mJavaProcessName : "";
+    // The number is stored anew before each capture, since captures read it when they name their files.
+    const auto numberEvidence = [&] { config->mCurrentEvidenceNumber = counter.mDumpCount + 1; };
+    numberEvidence();
+    if (config->mCaptureProcessDump != 0) {
+        StartDump(helper, counter, eventText);
+    }
+    numberEvidence();
+    helper.MemoryPerformanceCounters(process, pid, memorycounters, mMessageStr, java);
+    if (config->mCaptureNetworkStat == 1) {
+        numberEvidence();
+        helper.CaptureNetworkPerformance(process, pid, networkCounters, mMessageStr, java);
+    }
+    if (config->mCaptureDiskIO != 0) {
+        numberEvidence();
+        helper.CaptureDiskPerformanceCounters(process, pid, diskCounters, mMessageStr, java);
+    }
+    numberEvidence();
+    helper.CaptureProcessSpecificData(process, pid, mMessageStr, java);
+    if (config->mIncreaseLogLevel != 0) {
+        helper.IncreaseLogging(GetConfiguredName(counter));
+    }
+}
+
+void CounterMgr::StartDump(HelperFunctionInterface& helper, const Counter& counter,
+                           const std::string& eventText) const
+{
+    // Whether the dump could be started changes nothing: a failure has been logged where it arose.
+    if (counter.mIsJavaProcess) {
+        (void)helper.CreateJavaProcessDump(counter.mJavaProcessName,
+                                           ConfigurationMgr::GetInstance()->mJdkHome, counter.mCounterIndex,
+                                           mMessageStr);
+    } else {
+        (void)helper.CreateProcessDump(counter.mProcessName, counter.mCounterIndex, eventText, mMessageStr);
+    }
+}

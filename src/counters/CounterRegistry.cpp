@@ -1,0 +1,144 @@
+#include "config/ConfigurationMgr.h"
+#include "config/LogFileMtx.h"
+#include "config/LogLine.h"
+#include "config/THCrossPlatformMapping.h"
+#include "counters/CounterMgr.h"
+#include "platform/BoundedText.h"
+#include "platform/HelperFunctionInterface.h"
+#include "platform/THUEnv.h"
+#include "platform/UnixHelperFactoryMethod.h"
+
+#include <memory>
+#include <new>
+
+namespace
+{
+constexpr std::size_t LABEL_SIZE = 64;
+}
+
+/** One configured name on its way to counters. */
+struct CounterMgr::Registration
+{
+    std::string mConfiguredName;
+    std::string mProcessName; ///< in the process tables
+    std::string mJavaMarker;  ///< mark on the command line of a Java process
+    bool mIsJava;
+    std::string mPrefix;
+    std::string mSuffix;
+
+    std::string GetCounterName(int pid) const
+    {
+        return mPrefix + FormatBounded(LABEL_SIZE, "%s#%d", mProcessName.c_str(), pid) + mSuffix;
+    }
+};
+
+void CounterMgr::AddCounterHelper(std::string processName, std::string counterNamePrefix,
+                                  std::string counterNameSuffix)
+{
+    CleanUpStaleCounters();
+    const std::unique_ptr<HelperFunctionInterface> helper(GetHelperFunctionInstance());
+    if (!helper) {
+        LogLine(logFileMtx)
+            .Write("%sError: Failed to get the helper object.\n", GetCurrentTimeStamp().c_str());
+        return;
+    }
+    const ConfigurationMgr* const config = ConfigurationMgr::GetInstance();
+    Registration registration = {processName, processName, "", false, counterNamePrefix, counterNameSuffix};
+    const auto javaProcess = config->mJavaProcessMap.find(processName);
+    if (javaProcess != config->mJavaProcessMap.end()) {
+        helper->GetJavaProcessOSName(registration.mProcessName);
+        registration.mJavaMarker = javaProcess->second;
+        registration.mIsJava = true;
+    }
+    const auto [first, last] = config->mProcessNameAndProcessIDMap.equal_range(registration.mProcessName);
+    if (IsVerbose()) {
+        LogLine(logFileMtx)
+            .Write("%sInside CounterMgr::AddCounterHelper() for %s processes.\n",
+                   GetCurrentTimeStamp().c_str(), mMessageStr.c_str());
+        LogLine(logFileMtx)
+            .Write("%sGetProcessNameAndProcessIDMap.count(%s) : %lu \n", GetCurrentTimeStamp().c_str(),
+                   AppendBinExt(registration.mProcessName).c_str(),
+                   static_cast<unsigned long>(std::distance(first, last)));
+    }
+    for (auto entry = first; entry != last; ++entry) {
+        if (!AddCounter(*helper, registration, entry->second)) {
+            return;
+        }
+    }
+}
+
+/** False when no counter could be made, which leaves the rest of the processes to the next pass. */
+bool CounterMgr::AddCounter(HelperFunctionInterface& helper, const Registration& registration, int pid)
+{
+    LogLookUp(registration, pid);
+    if (mProcessIDAndCouterMap.count(pid) != 0) {
+        return true; // a counter stays as it is
+    }
+    std::unique_ptr<Counter> counter(new (std::nothrow) Counter);
+    if (!counter) {
+        LogLine(logFileMtx)
+            .Write("%sError: Failed to allocate memory for Counter object.\n", GetCurrentTimeStamp().c_str());
+        return false;
+    }
+    const std::string counterName = registration.GetCounterName(pid);
+    LogLine(logFileMtx).Write("%sCounterName %s\n", GetCurrentTimeStamp().c_str(), counterName.c_str());
+    counter->mIsActive = true;
+    counter->mCounterIndex = pid;
+    counter->mCounterName = counterName;
+    counter->mProcessName = registration.mProcessName;
+    counter->mIsJavaProcess = registration.mIsJava;
+    if (registration.mIsJava) {
+        counter->mJavaProcessName = registration.mConfiguredName;
+        if (!IsExpectedJavaProcess(helper, registration, pid)) {
+            return true; // tried again on every pass: that is meant
+        }
+    }
+    mProcessIDAndCouterMap.emplace(pid, counter.release());
+    LogLine(logFileMtx)
+        .Write("%s%s counter added for process %s with PID - %d : %s\n", GetCurrentTimeStamp().c_str(),
+               mMessageStr.c_str(), registration.mProcessName.c_str(), pid, counterName.c_str());
+    return true;
+}
+
+bool CounterMgr::IsExpectedJavaProcess(HelperFunctionInterface& helper, const Registration& registration,
+                                       int pid) const
+{
+    const int javaPid = helper.GetTarnhavenJavaProcesses(registration.mJavaMarker);
+    if (javaPid == pid) {
+        return true;
+    }
+    LogLine(logFileMtx)
+        .Write("%sSkipping the add of counter as pid not matching with counter index. PID - %d : counter "
+               "Index %d\n",
+               GetCurrentTimeStamp().c_str(), javaPid, pid);
+    return false;
+}
+
+void CounterMgr::LogLookUp(const Registration& registration, int pid) const
+{
+    if (!IsVerbose()) {
+        return;
+    }
+    PrintProcessIDAndCouterMap();
+    const auto entry = mProcessIDAndCouterMap.find(pid);
+    const bool isFound = entry != mProcessIDAndCouterMap.end();
+    LogLine(logFileMtx)
+        .Write("%sFinding process id %d inside mProcessIDAndCouterMap and %s.\n",
+               GetCurrentTimeStamp().c_str(), pid, isFound ? "Found" : "Not Found");
+    if (isFound) {
+        LogLine(logFileMtx)
+            .Write("%s%s counter already added for process %s with PID - %d with index : %d : %s\n",
+                   GetCurrentTimeStamp().c_str(), mMessageStr.c_str(),
+                   AppendBinExt(registration.mProcessName).c_str(), pid, entry->second->mCounterIndex,
+                   entry->second->mCounterName.c_str());
+    }
+}
+
+void CounterMgr::PrintProcessIDAndCouterMap() const
+{
+    for (const auto& [pid, counter] : mProcessIDAndCouterMap) {
+        LogLine(logFileMtx)
+            .Write("%s<%d(For %s) : %s (index : %d) >\n", GetCurrentTimeStamp().c_str(), pid,
+                   mMessageStr.c_str(), counter->mProcessName.c_str(), counter->mCounterIndex);
+    }
+}

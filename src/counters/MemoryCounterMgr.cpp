@@ -1,0 +1,38 @@
+#include "counters/MemoryCounterMgr.h"
+
+#include "config/ConfigurationKeys.h"
+#include "config/LogFileMtx.h"
+#include "config/LogLine.h"
+#include "config/THCrossPlatformMapping.h"
+#include "platform/UnixHelperFactoryMethod.h"
+#include "platform/UnixHelperFunction.h"
+
+#include <memory>
+#include <utility>
+
+MemoryCounterMgr::MemoryCounterMgr(std::string messageStr) : CounterMgr(std::move(messageStr)) {}
+
+MemoryCounterMgr::~MemoryCounterMgr() = default;
+
+double MemoryCounterMgr::ReadCounterIndexValue(Counter* counter)
+{
+    const std::unique_ptr<UnixHelperFunction> helper(GetUnixHelperFunctionInstance());
+    if (!helper) {
+        return 0.0;
+    }
+    const bool isAbsolute =
+        !helper->CompareIgnoreCase(ConfigurationMgr::GetInstance()->mMemoryUnit, MEMORY_UNIT_ABSOLUTE);
+    const double usage =
+        isAbsolute ? helper->GetMemoryUsageForProcessInMB(counter->mProcessName, counter->mCounterIndex)
+                   : helper->GetMemoryUsageForProcessInPercent(counter->mProcessName, counter->mCounterIndex);
+    if (IsVerbose()) {
+        LogLine(logFileMtx)
+            .Write(
+                isAbsolute
+                    ? "%sMemoryCounterMgr::ReadCounterIndexValue Memory Usage : %.2lf MB for process %s .\n"
+                    : "%sMemoryCounterMgr::ReadCounterIndexValue Memory Usage : %.2lf PERCENT of memory for "
+                      "process %s.\n",
+                GetCurrentTimeStamp().c_str(), usage, counter->mProcessName.c_str());
+    }
+    return usage;
+}

@@ -1,0 +1,30 @@
+#pragma once
+
+#include <cstdint>
+
+class Counter;
+
+/**
+ * The reading window of a counter: five readings are summed, the sixth is dropped and empties the window, so
+ * that a breach can be found once in six passes. Worker thread.
+ */
+
+/**
+ * A reading truncated toward zero, which is what the window and the decision work on. A reading that no
+ * process can have is bounded so that a window of them can still be summed; one that is no number counts as
+ * 0.
+ */
+std::int64_t TruncateReading(double reading);
+
+/** Moves the window on by one reading. False when the reading was dropped and the window emptied. */
+bool AddReading(Counter& counter, std::int64_t value);
+
+/**
+ * Whether this reading is a breach, which needs the fifth reading of the window and both it and the average
+ * of the five strictly above the threshold; THHS_ALWAYS_DUMP drops the test of the average, and
+ * THHS_CAPTURE_WITHOUT_THRESHOLD drops all tests.
+ *
+ * @param value      the reading, truncated
+ * @param threshold  in the unit of the reading, -1 for none
+ */
+bool IsBreach(const Counter& counter, std::int64_t value, int threshold);

@@ -1,0 +1,48 @@
+#include "config/ConfigurationMgr.h"
+#include "config/LogFileMtx.h"
+#include "config/LogLine.h"
+#include "config/THCrossPlatformMapping.h"
+#include "counters/CounterMgr.h"
+#include "platform/THUEnv.h"
+
+#include <memory>
+
+namespace
+{
+void LogRemoval(int pid, const Counter& counter)
+{
+    if (!IsVerbose()) {
+        return;
+    }
+    LogLine(logFileMtx)
+        .Write("%sProcessId (%d) is not alive. Removing performance counter (Index : %d) %s\n",
+               GetCurrentTimeStamp().c_str(), pid, counter.mCounterIndex, counter.mCounterName.c_str());
+    LogLine(logFileMtx)
+        .Write("%sRemoving from ProcessIDAndCouterMap Process %s (PID : %d) with Counter Index : %d "
+               "and Counter Name %s\n",
+               GetCurrentTimeStamp().c_str(), AppendBinExt(counter.mProcessName).c_str(), pid,
+               counter.mCounterIndex, counter.mCounterName.c_str());
+}
+} // namespace
+
+void CounterMgr::CleanUpStaleCounters()
+{
+    const std::map<int, std::string>& alive = ConfigurationMgr::GetInstance()->mProcessIDAndProcessNameMap;
+    auto entry = mProcessIDAndCouterMap.begin();
+    while (entry != mProcessIDAndCouterMap.end()) {
+        // The id alone is compared: one that another process has taken over counts as alive.
+        if (alive.count(entry->first) != 0) {
+            ++entry;
+            continue;
+        }
+        const std::unique_ptr<Counter> counter(entry->second);
+        LogRemoval(entry->first, *counter);
+        mProcessIDAndCouterMap.erase(entry);
+        if (mProcessIDAndCouterMap.empty()) {
+            return;
+        }
+        // The walk begins anew and passes over the head, whatever it is: that is meant. A stale head that has
+        // just moved up is left to the next call.
+        entry = std::next(mProcessIDAndCouterMap.begin());
+    }
+}
