@@ -1,0 +1,78 @@
+#include "config/LogFileMtx.h"
+#include "config/LogLine.h"
+#include "config/THCrossPlatformMapping.h"
+#include "evidence/CaptureThread.h"
+#include "evidence/CommandRunData.h"
+#include "platform/BoundedText.h"
+#include "platform/CommandPath.h"
+#include "platform/UnixHelperFactoryMethod.h"
+#include "platform/UnixHelperFunction.h"
+
+#include <cstdlib>
+
+namespace
+{
+constexpr int NO_FILTER = -1;
+constexpr std::size_t FILTER_TEXT_SIZE = 16;
+constexpr std::size_t RULE_LENGTH = 82;
+} // namespace
+
+void UnixHelperFunction::CollectCommandData(std::string outputFile, std::string commandPath,
+                                            std::string arguments, int filterPid)
+{
+    std::string line = CmdPath::AppendSpace(commandPath) + arguments;
+    if (filterPid != NO_FILTER) {
+        line +=
+            " | " + CmdPath::AppendSpace(mCmdPath->mGrep) + FormatBounded(FILTER_TEXT_SIZE, "%d", filterPid);
+    }
+    (void)EchoCommandToFile(line, outputFile); // the output is tried without a head too
+    line = RedirectCommand(line, outputFile, true, false);
+    if (IsVerbose()) {
+        LogLine(logFileMtx)
+            .Write("%sCollectCommandData : Command to execute : %s\n", GetCurrentTimeStamp().c_str(),
+                   line.c_str());
+    }
+    const int status = system(line.c_str());
+    if (IsVerbose()) {
+        LogLine(logFileMtx)
+            .Write("%sCollectCommandData : command %s return the %d\n", GetCurrentTimeStamp().c_str(),
+                   line.c_str(), status);
+    }
+}
+
+bool UnixHelperFunction::EchoCommandToFile(std::string command, std::string outputFile)
+{
+    FILE* file = nullptr;
+    if (!HF_OpenFileInMode(&file, outputFile, "a+")) {
+        return false;
+    }
+    const std::string rule(RULE_LENGTH, '-');
+    // A full disk loses the head as it will lose the output.
+    (void)fprintf(file, "\n\n%s\nCommand: %s\n%s\n", rule.c_str(), command.c_str(), rule.c_str());
+    (void)fclose(file);
+    return true;
+}
+
+void UnixHelperFunction::CollectCommandDataInBackground(std::string outputFile, std::string commandPath,
+                                                        std::string arguments, int filterPid)
+{
+    const CaptureStart start = StartCaptureThread(
+        *this, ThreadRunCommand, new CommandRunData{outputFile, commandPath, arguments, filterPid});
+    if (!start.mIsRunning) {
+        LogLine(logFileMtx)
+            .Write("%sError: Failed to create a thread to run the %s command \n",
+                   GetCurrentTimeStamp().c_str(), commandPath.c_str());
+    } else if (IsVerbose()) {
+        LogLine(logFileMtx)
+            .Write("%sThread (TID : %lld) created to run the %s command \n", GetCurrentTimeStamp().c_str(),
+                   start.mThreadId, commandPath.c_str());
+    }
+}
+
+void* ThreadRunCommand(void* data)
+{
+    return RunCapture<CommandRunData>(
+        data, GetUnixHelperFunctionInstance, [](UnixHelperFunction& helper, const CommandRunData& run) {
+            helper.CollectCommandData(run.mOutputFile, run.mCommandPath, run.mArguments, run.mFilterPid);
+        });
+}

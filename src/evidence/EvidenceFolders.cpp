@@ -1,0 +1,111 @@
+#include "config/ConfigurationMgr.h"
+#include "config/LogFileMtx.h"
+#include "config/LogLine.h"
+#include "config/THCrossPlatformMapping.h"
+#include "platform/BoundedText.h"
+#include "platform/THUEnv.h"
+#include "platform/UnixHelperFunction.h"
+#include "thbase.h"
+
+#include <ctime>
+
+#include <fcntl.h>
+#include <unistd.h>
+
+namespace
+{
+constexpr std::size_t FILE_NAME_SIZE = 64;
+constexpr std::size_t PID_FOLDER_SIZE = 8;
+constexpr std::size_t EVIDENCE_FOLDER_SIZE = 16;
+constexpr std::size_t CLEAN_LINE_SIZE = 256;
+constexpr mode_t MARKER_MODE = 0600;
+
+/** Day before month and no year: that is meant. */
+std::string GetEvidenceFileName(int pid, const std::string& counterLabel)
+{
+    const time_t now = time(nullptr);
+    struct tm local = {};
+    (void)T_localtime(&now, &local); // fills the record that it returns
+    return FormatBounded(FILE_NAME_SIZE, "%d_%02d-%02d_%02d.%02d.%02d_%s", pid, local.tm_mday,
+                         local.tm_mon + 1, local.tm_hour, local.tm_min, local.tm_sec, counterLabel.c_str());
+}
+} // namespace
+
+void UnixHelperFunction::GenerateFileName(std::string folderName, int pid, std::string counterLabel,
+                                          std::string& outputPath, std::string fileSuffix)
+{
+    const std::string fileName = GetEvidenceFileName(pid, counterLabel);
+    const ConfigurationMgr* const config = ConfigurationMgr::GetInstance();
+    const std::string root = config->mEvidencePath; // may change meanwhile, so it is taken once
+    if (!HF_DoesFolderExist(root) && !HF_CreateDir(root, false)) {
+        LogLine(logFileMtx)
+            .Write("%sError: Failed to create evidence folder %s\n", GetCurrentTimeStamp().c_str(),
+                   root.c_str());
+        return;
+    }
+    std::string path = root + "/" + folderName;
+    if (!HF_CreateDir(path, false)) {
+        return;
+    }
+    path += "/" + FormatBounded(PID_FOLDER_SIZE, "%d", pid);
+    if (!HF_CreateDir(path, false)) {
+        return;
+    }
+    (void)CreateTouchFile(path + "/evidence.lock"); // a marker that nothing relies on
+    path += "/" + FormatBounded(EVIDENCE_FOLDER_SIZE, "Evidence%d", config->mCurrentEvidenceNumber);
+    if (!HF_CreateDir(path, false)) {
+        return;
+    }
+    outputPath += path + "/" + fileName;
+    if (!fileSuffix.empty()) {
+        outputPath += "." + fileSuffix;
+    }
+}
+
+bool UnixHelperFunction::CreateTouchFile(std::string path)
+{
+    const int descriptor = open(path.c_str(), O_RDWR | O_CREAT | O_CLOEXEC, MARKER_MODE);
+    if (descriptor < 0) {
+        LogLine(logFileMtx)
+            .Write("%sError: Failed to create touch file %s\n", GetCurrentTimeStamp().c_str(), path.c_str());
+        return false;
+    }
+    (void)close(descriptor); // nothing was written
+    return true;
+}
+
+void UnixHelperFunction::RemoveDir(std::string folderName, int pid)
+{
+    // Below the log's folder and not below the evidence root, so the folders of the evidence stay: that is
+    // meant.
+    const std::string path =
+        AppendPaths(GetTHPerfMonLogPath(), folderName) + "/" + FormatBounded(PID_FOLDER_SIZE, "%d", pid);
+    // The line tells of the attempt that failed, and success has none: that is meant too.
+    if (rmdir(path.c_str()) != 0 && IsVerbose()) {
+        LogLine(logFileMtx)
+            .Write("%sCleaned up folders that are not required %s (PID : %d)\n",
+                   GetCurrentTimeStamp().c_str(), path.c_str(), pid);
+    }
+}
+
+std::string UnixHelperFunction::HF_CommandToCleanFolder(std::string path)
+{
+    // No -r: on a folder rm refuses and leaves the tree as it is. That is meant, evidence is never removed.
+    return FormatBounded(CLEAN_LINE_SIZE, "rm -f %s", path.c_str());
+}
+
+void ConfigurationMgr::PurgeOldEvidence()
+{
+    const std::string line = mHelper->HF_CommandToCleanFolder(mEvidencePath);
+    if (IsVerbose()) {
+        LogLine(logFileMtx)
+            .Write("%sTrying to clean up older evidences. Command : %s\n", GetCurrentTimeStamp().c_str(),
+                   line.c_str());
+    }
+    // Judged by standard output alone, on which rm says nothing even when it refuses.
+    if (mHelper->ExecuteCommand(line.c_str()).empty() && IsVerbose()) {
+        LogLine(logFileMtx)
+            .Write("%sSuccessfully purged older evidences collected during last runs.\n",
+                   GetCurrentTimeStamp().c_str());
+    }
+}

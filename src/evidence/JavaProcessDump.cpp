@@ -1,0 +1,124 @@
+#include "config/LogFileMtx.h"
+#include "config/LogLine.h"
+#include "config/THCrossPlatformMapping.h"
+#include "evidence/CaptureThread.h"
+#include "evidence/SnapshotData.h"
+#include "platform/BoundedText.h"
+#include "platform/UnixHelperFactoryMethod.h"
+#include "platform/UnixHelperFunction.h"
+
+#include <unistd.h>
+
+namespace
+{
+constexpr std::size_t LINE_SIZE = 512;
+
+std::string GetTemporaryHeapPath(const SnapshotData& record)
+{
+    return record.mTempPath + "/" + FormatBounded(PID_TEXT_SIZE, "%d", record.mPid) + "dump.hprof";
+}
+
+// The same for every Java process of one user: that is meant.
+std::string GetTemporaryThreadPath(const SnapshotData& record)
+{
+    return record.mTempPath + "/Thread_dump.log";
+}
+
+/** The jcmd line, run as the owner of the process when the daemon is root, whoever that owner is. */
+std::string GetJcmdLine(const SnapshotData& record, const char* request, const std::string& temporaryPath)
+{
+    if (getuid() == 0) {
+        return FormatBounded(LINE_SIZE, "su %s -c \"%s/bin/jcmd %d %s %s\"", record.mUser.c_str(),
+                             record.mJdkHome.c_str(), record.mPid, request, temporaryPath.c_str());
+    }
+    return FormatBounded(LINE_SIZE, "%s/bin/jcmd %d %s %s", record.mJdkHome.c_str(), record.mPid, request,
+                         temporaryPath.c_str());
+}
+
+std::string GetMoveLine(const std::string& temporaryPath, const std::string& destination)
+{
+    return "mv -f " + temporaryPath + " \"" + destination + "\"";
+}
+
+/** Runs lines until one fails, which is logged. True when all succeeded. */
+bool RunLines(HelperFunctionInterface& helper, std::initializer_list<std::string> lines)
+{
+    for (const std::string& line : lines) {
+        std::string output;
+        if (helper.ExecuteCommandWithRc(line.c_str(), output) != 0) {
+            if (IsVerbose()) {
+                LogLine(logFileMtx)
+                    .Write("%sThreadJavaProcessDump failed to execute : %s\n", GetCurrentTimeStamp().c_str(),
+                           line.c_str());
+            }
+            return false;
+        }
+    }
+    return true;
+}
+
+bool TakeHeapDump(HelperFunctionInterface& helper, const SnapshotData& record)
+{
+    if (IsVerbose()) {
+        LogLine(logFileMtx)
+            .Write("%sStarting to gather GC.heap_dump for PID : %d\n", GetCurrentTimeStamp().c_str(),
+                   record.mPid);
+    }
+    return RunLines(helper,
+                    {record.mCommand, GetMoveLine(GetTemporaryHeapPath(record), record.mProcessName)});
+}
+
+bool TakeThreadDump(HelperFunctionInterface& helper, const SnapshotData& record)
+{
+    if (IsVerbose()) {
+        LogLine(logFileMtx)
+            .Write("%sStarting to gather Thread Dump for PID : %d\n", GetCurrentTimeStamp().c_str(),
+                   record.mPid);
+    }
+    const std::string temporaryPath = GetTemporaryThreadPath(record);
+    std::string destination;
+    helper.GenerateFileName(record.mJavaProcessName, record.mPid, record.mCounterType, destination,
+                            "ThreadDump");
+    return RunLines(helper, {GetJcmdLine(record, "Thread.print >", temporaryPath),
+                             GetMoveLine(temporaryPath, destination)});
+}
+} // namespace
+
+bool UnixHelperFunction::CreateJavaProcessDump(std::string javaProcessName, std::string jdkHome, int pid,
+                                               std::string counterLabel)
+{
+    auto* const record = new SnapshotData;
+    record->mTempPath = GetTempPathBasedOnUserContext(pid);
+    record->mUser = GetUserOfProcess(pid);
+    record->mPid = pid;
+    record->mCounterType = counterLabel;
+    record->mJdkHome = jdkHome;
+    record->mJavaProcessName = javaProcessName;
+    GenerateFileName(javaProcessName, pid, counterLabel, record->mProcessName, "hprof");
+    record->mCommand = GetJcmdLine(*record, "GC.heap_dump", GetTemporaryHeapPath(*record));
+    const CaptureStart start = StartCaptureThread(*this, ThreadJavaProcessDump, record);
+    if (!start.mIsRunning) {
+        LogLine(logFileMtx)
+            .Write("%sError: Failed to create a thread to take a java process snapshot for PID : %d\n",
+                   GetCurrentTimeStamp().c_str(), pid);
+    } else if (IsVerbose()) {
+        LogLine(logFileMtx)
+            .Write("%sThread (TID : %lld) created to take a java process snapshot for PID : %d\n",
+                   GetCurrentTimeStamp().c_str(), start.mThreadId, pid);
+    }
+    return start.mIsRunning;
+}
+
+void* ThreadJavaProcessDump(void* data)
+{
+    return RunCapture<SnapshotData>(
+        data, GetHelperFunctionInstance, [](HelperFunctionInterface& helper, const SnapshotData& record) {
+            const bool hasHeap = TakeHeapDump(helper, record);
+            // Tried whatever came of the heap dump; one of the two is a success.
+            const bool hasThreads = TakeThreadDump(helper, record);
+            if ((hasHeap || hasThreads) && IsVerbose()) {
+                LogLine(logFileMtx)
+                    .Write("%sThreadJavaProcessDump executed successfully.\n", GetCurrentTimeStamp().c_str());
+            }
+        });
+}
