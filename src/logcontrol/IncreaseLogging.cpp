@@ -1,0 +1,106 @@
+#include "config/ConfigurationMgr.h"
+#include "config/LogFileMtx.h"
+#include "config/LogLine.h"
+#include "config/THCrossPlatformMapping.h"
+#include "logcontrol/ProcessToLogIdMap.h"
+#include "platform/THUEnv.h"
+#include "platform/UnixHelperFunction.h"
+
+#include <cstdlib>
+
+namespace
+{
+constexpr int UNKNOWN_LEVEL = -1;
+constexpr int DECIMAL = 10;
+constexpr char LEVEL_MARK[] = " = ";
+constexpr std::size_t LEVEL_MARK_LENGTH = 3;
+
+std::vector<std::string> GetLogTargets(const std::string& processName)
+{
+    std::vector<std::string> targets;
+    for (const int id : GetExtraLogIDsForProcess(processName)) {
+        targets.push_back(std::to_string(id));
+    }
+    if (targets.empty()) {
+        targets.push_back(processName);
+    }
+    return targets;
+}
+
+/**
+ * The level of a listing line. Without a mark the search result plus three is position 2, from which the
+ * number is read; a listing of one character has no such position, and the error that this raises is caught
+ * nowhere. Both are meant.
+ */
+int ReadLevel(const std::string& listing)
+{
+    return static_cast<int>(
+        strtol(listing.substr(listing.find(LEVEL_MARK) + LEVEL_MARK_LENGTH).c_str(), nullptr, DECIMAL));
+}
+
+std::string GetListLine(const std::string& tool, const std::string& target, const char* level)
+{
+    return tool + " -p TH -o " + target + " -l | grep \"" + level + "\"";
+}
+
+/** Reads both levels of a target; a level that isn't listed keeps its value. */
+void ReadLevels(UnixHelperFunction& helper, const std::string& tool, const std::string& target,
+                LogLevel& levels)
+{
+    std::string listing;
+    (void)helper.ExecuteCommandWithRc(GetListLine(tool, target, "Debug").c_str(),
+                                      listing); // the listing tells
+    if (!listing.empty()) {
+        levels.mDebugLevel = ReadLevel(listing);
+        if (IsVerbose()) {
+            LogLine(logFileMtx)
+                .Write("%sOriginal DebugLevel for process %s is : %d.\n", GetCurrentTimeStamp().c_str(),
+                       target.c_str(), levels.mDebugLevel);
+        }
+    }
+    listing = helper.ExecuteCommand(GetListLine(tool, target, "Diag").c_str());
+    if (!listing.empty()) {
+        levels.mDiagnosticLevel = ReadLevel(listing);
+        if (IsVerbose()) {
+            LogLine(logFileMtx)
+                .Write("%sOriginal DiagnosticLevel for process %s is : %d.\n", GetCurrentTimeStamp().c_str(),
+                       target.c_str(), levels.mDiagnosticLevel);
+        }
+    }
+}
+
+void Raise(UnixHelperFunction& helper, const std::string& tool, const std::string& target)
+{
+    const std::string line = tool + " -a -p TH -o " + target + " -s DebugLevel=6 -s DiagnosticLevel=6";
+    // A tool that says nothing counts as good as one that does; only the line is left out.
+    if (!helper.ExecuteCommand(line.c_str()).empty() && IsVerbose()) {
+        LogLine(logFileMtx)
+            .Write("%smDiagnosticLevel and  DebugLevel for the process %s set to 6.\n",
+                   GetCurrentTimeStamp().c_str(), target.c_str());
+    }
+}
+} // namespace
+
+void UnixHelperFunction::IncreaseLogging(std::string processName)
+{
+    const std::string tool = GetTxlogCfgPath();
+    std::map<std::string, LogLevel>& saved = ConfigurationMgr::GetInstance()->mLogLevelMap;
+    if (saved.count(processName) != 0) {
+        return;
+    }
+    // Not set back between targets, so that an unreadable one inherits the levels of the one before it: that
+    // is meant.
+    LogLevel levels = {UNKNOWN_LEVEL, UNKNOWN_LEVEL};
+    for (const std::string& target : GetLogTargets(processName)) {
+        if (saved.count(target) != 0) {
+            continue;
+        }
+        ReadLevels(*this, tool, target, levels);
+        if (levels.mDebugLevel == UNKNOWN_LEVEL || levels.mDiagnosticLevel == UNKNOWN_LEVEL) {
+            continue;
+        }
+        // Saved before the raise: a raise that fails still leaves a target to restore.
+        saved[target] = levels;
+        Raise(*this, tool, target);
+    }
+}

@@ -1,0 +1,25 @@
+#include "logcontrol/ProcessToLogIdMap.h"
+
+#include "platform/TextUtilities.h"
+
+const LogIdEntry processToLogIdMap[] = {
+    {"thwmc", {485, 495}},
+    {"tbrd", {119, 128}},
+    {"", {}},
+};
+
+std::vector<int> GetExtraLogIDsForProcess(std::string processName)
+{
+    std::vector<int> ids;
+    for (const LogIdEntry* entry = processToLogIdMap; !entry->mProcessName.empty(); ++entry) {
+        if (CompareIgnoreCase(entry->mProcessName, processName)) {
+            continue; // the comparison is true when the names differ
+        }
+        for (const int id : entry->mLogIds) {
+            if (id != 0) {
+                ids.push_back(id);
+            }
+        }
+    }
+    return ids;
+}

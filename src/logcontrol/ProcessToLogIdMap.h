@@ -1,0 +1,17 @@
+#pragma once
+
+#include <string>
+#include <vector>
+
+/** A process that logs under numeric ids in place of its name. */
+struct LogIdEntry
+{
+    std::string mProcessName;
+    int mLogIds[10]; ///< 0 is an empty place
+};
+
+/** The known processes; the row with the empty name ends the table. */
+extern const LogIdEntry processToLogIdMap[];
+
+/** The log ids of a process, its name compared without case; empty for a process that logs under its name. */
+std::vector<int> GetExtraLogIDsForProcess(std::string processName);
