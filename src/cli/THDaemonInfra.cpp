@@ -1,0 +1,286 @@
+#include "cli/THDaemonInfra.h"
+
+#include "cli/THJobPerfMonSvc.h"
+#include "platform/Console.h"
+#include "platform/THUEnv.h"
+#include "thbase.h"
+
+#include <csignal>
+#include <cstdio>
+#include <cstdlib>
+
+#include <fcntl.h>
+#include <syslog.h>
+#include <unistd.h>
+
+std::int32_t gStopTheDaemon = 0;
+bool bThreadInitialized = false;
+pthread_t gTID = ~static_cast<pthread_t>(0);
+std::int32_t gUUIDFd = -1;
+
+namespace
+{
+constexpr mode_t LOCK_FILE_MODE = 0600;
+constexpr int LOG_MASK = 0x7f; // all priorities up to LOG_INFO
+constexpr int CREATION_BUDGET = 3;
+constexpr int EXIT_ON_SIGNAL = -1;
+
+// A stop that meets the main thread at work could interrupt it with a lock in hand that the stop needs
+// itself. So the main thread takes stops only while it waits; one that comes earlier is kept until then. The
+// same keeps a second stop from interrupting the first.
+volatile sig_atomic_t gStopsAreHeld = 0;
+volatile sig_atomic_t gHeldStop = 0;
+
+void HoldStops()
+{
+    gStopsAreHeld = 1;
+}
+
+void ReleaseStops()
+{
+    gStopsAreHeld = 0;
+    if (gHeldStop != 0) {
+        SignalHandler(gHeldStop);
+    }
+}
+
+/** One second in which a stop is taken. */
+void WaitOneSecond()
+{
+    ReleaseStops();
+    (void)sleep(1); // a signal may cut it short
+    HoldStops();
+}
+
+bool IsMainThread()
+{
+    return gettid() == getpid();
+}
+
+int OpenLockFile(const std::string& path)
+{
+    // A lock on one of the first three descriptors would fall when the daemon closes its standard streams.
+    OccupyFreeStandardDescriptors();
+    return open(path.c_str(), O_RDWR | O_CREAT | O_CLOEXEC, LOCK_FILE_MODE);
+}
+
+void WritePid(const char* runFileName)
+{
+    std::string path;
+    GetTouchFilePath(runFileName, path);
+    FILE* const file = fopen(path.c_str(), "w");
+    // Without the file a later stop reads what it holds already: that is meant.
+    if (file != nullptr) {
+        (void)fprintf(file, "%d", getpid());
+        (void)fclose(file);
+    }
+}
+
+/** True once the worker runs; each failure takes one from the budget. */
+void CreateWorker(ServiceThreadStatus& status, int& budget)
+{
+    if (bThreadInitialized) {
+        return;
+    }
+    if (pthread_create(&gTID, nullptr, ServiceWorkerThread, &status) == 0) {
+        bThreadInitialized = true;
+    } else {
+        --budget;
+    }
+}
+
+void RunWorker()
+{
+    ServiceThreadStatus status = {0, 1};
+    int budget = CREATION_BUDGET;
+    while (gStopTheDaemon == 0) {
+        CreateWorker(status, budget);
+        if (budget == 0) {
+            return;
+        }
+        if (status.mAlive == 0) {
+            (void)StopMonitoringActivity(); // a second time, after the worker's own: that is meant
+            return;
+        }
+        WaitOneSecond();
+    }
+}
+
+int RunDaemon(const char* processName, const char* runFileName)
+{
+    if (CheckForAnotherInstanceRunning(THHS_CHILD_LOCK_NAME) != 0) {
+        ConsolePuts("Error: Already instance of daemon is running, not starting new instance");
+        exit(EXIT_SUCCESS);
+    }
+    WritePid(runFileName);
+    CloseStandardStreams();
+    OccupyFreeStandardDescriptors();
+    (void)setlogmask(LOG_MASK); // the former mask isn't needed again
+    openlog(processName, LOG_PID | LOG_CONS | LOG_PERROR, LOG_USER);
+    syslog(LOG_INFO, "===== Daemon Entry Point =====\n");
+    const int result = StartMonitoringActivity();
+    ReleaseStops();
+    HoldStops();
+    if (result != 0) {
+        return result;
+    }
+    RunWorker();
+    ReleaseStops();
+    syslog(LOG_INFO, "===== Daemon Exit Point =====\n");
+    closelog();
+    return 0;
+}
+} // namespace
+
+void SignalHandler(int signal)
+{
+    if (signal != SIGINT && signal != SIGTERM) {
+        return;
+    }
+    // Another thread may be cancelled by the stop, or hold a lock that the stop waits for.
+    if (!IsMainThread()) {
+        (void)tgkill(getpid(), getpid(), signal); // fails only when the process is ending already
+        return;
+    }
+    if (gStopsAreHeld != 0) {
+        gHeldStop = signal;
+        return;
+    }
+    HoldStops();
+    gStopTheDaemon = 1;
+    if (bThreadInitialized) {
+        (void)StopMonitoringActivity(); // always 0
+        (void)sleep(1);
+        (void)pthread_cancel(gTID); // the worker may have ended by itself
+    }
+    exit(EXIT_ON_SIGNAL);
+}
+
+void GetTouchFilePath(std::string name, std::string& path)
+{
+    path = GetTHTempPath() + "/" + name;
+}
+
+int CheckForAnotherInstanceRunning(const char* fileName)
+{
+    std::string path;
+    GetTouchFilePath(fileName, path);
+    gUUIDFd = OpenLockFile(path);
+    if (gUUIDFd < 0) {
+        ConsolePrint("Error: Failed to create file %s\n", path.c_str());
+        return DAEMON_RC_CREATE_FAILED;
+    }
+    return TakeWriteLockOnFD(gUUIDFd) < 0 ? DAEMON_RC_LOCK_HELD : 0;
+}
+
+int TakeWriteLockOnFD(int fd)
+{
+    static struct flock uuidflock = {};
+    uuidflock.l_type = F_WRLCK;
+    uuidflock.l_whence = SEEK_SET;
+    uuidflock.l_start = 0;
+    uuidflock.l_len = 0;
+    return fcntl(fd, F_SETLK, &uuidflock);
+}
+
+int GetChildPidFromLockFile(const char* fileName, int& pid)
+{
+    pid = -1;
+    std::string path;
+    GetTouchFilePath(fileName, path);
+    FILE* const file = fopen(path.c_str(), "r");
+    if (file == nullptr) {
+        return DAEMON_RC_OPEN_FAILED;
+    }
+    const int conversions = T_fscanf(file, "%d", &pid, static_cast<int>(sizeof pid));
+    (void)fclose(file); // only read
+    if (conversions == -1) {
+        pid = -1;
+        return DAEMON_RC_NO_PID;
+    }
+    return 0;
+}
+
+int CheckTheDaemonRuning(const char* /*processName*/, const char* runFileName)
+{
+    int pid = -1;
+    const int readResult = GetChildPidFromLockFile(runFileName, pid);
+    if (readResult != 0) {
+        ConsolePuts("Error: Failed to retrieve the process details of the daemon");
+        return readResult;
+    }
+    const int lockResult = CheckForAnotherInstanceRunning(THHS_CHILD_LOCK_NAME);
+    if (lockResult == 0) {
+        return DAEMON_RC_NOT_RUNNING;
+    }
+    return lockResult == DAEMON_RC_LOCK_HELD ? 0 : lockResult;
+}
+
+int StopTheDaemon(const char* /*processName*/, const char* runFileName)
+{
+    const int runResult = CheckForAnotherInstanceRunning(runFileName);
+    if (runResult != 0) {
+        ConsolePuts("Error: Another instance of action in progressing state");
+        return runResult;
+    }
+    int pid = -1;
+    const int readResult = GetChildPidFromLockFile(runFileName, pid);
+    if (readResult != 0) {
+        ConsolePuts("Error: Failed to retrieve the process details of the daemon");
+        return readResult;
+    }
+    if (CheckForAnotherInstanceRunning(THHS_CHILD_LOCK_NAME) == 0) {
+        ConsolePuts("Error: Could not found valid daemon instance.");
+        return DAEMON_RC_NOT_RUNNING;
+    }
+    // With an unreadable number this is -1, which addresses all processes that the caller may signal. No test
+    // stands here, and the lock alone says that there is a daemon: that is meant.
+    (void)kill(pid, SIGTERM);
+    return 0;
+}
+
+void SetBlockSingles()
+{
+    sigset_t blocked;
+    (void)sigemptyset(&blocked); // these calls fail on unknown signals and sets only
+    for (const int signal : {SIGCHLD, SIGTSTP, SIGTTOU, SIGTTIN}) {
+        (void)sigaddset(&blocked, signal);
+    }
+    (void)sigprocmask(SIG_BLOCK, &blocked, nullptr);
+}
+
+void RegisterForNewSingleHandler()
+{
+    struct sigaction action = {};
+    action.sa_handler = SignalHandler;
+    (void)sigemptyset(&action.sa_mask);
+    for (const int signal : {SIGHUP, SIGTERM, SIGINT}) {
+        (void)sigaction(signal, &action, nullptr); // these can all be caught
+    }
+}
+
+int ConvertProcessToDaemon(const char* processName, const char* runFileName)
+{
+    const int lockResult = CheckForAnotherInstanceRunning(runFileName);
+    if (lockResult != 0) {
+        ConsolePuts("Error: Another instance of run action in progressing state");
+        return lockResult;
+    }
+    if (getppid() == 1) {
+        ConsolePuts("Error: Current process parent pid is 1.");
+        return DAEMON_RC_LOCK_HELD;
+    }
+    SetBlockSingles();
+    HoldStops();
+    RegisterForNewSingleHandler();
+    const pid_t child = fork();
+    if (child == 0) {
+        return RunDaemon(processName, runFileName);
+    }
+    ReleaseStops();
+    if (child < 0) {
+        ConsolePuts("Error: Failed to fork the process");
+        return DAEMON_RC_FORK_FAILED;
+    }
+    return DAEMON_RC_PARENT;
+}

@@ -1,0 +1,73 @@
+#pragma once
+
+#include <cstdint>
+#include <string>
+
+#include <pthread.h>
+
+/**
+ * The single background process: its two lock files, its signals, and the step from foreground to daemon.
+ *
+ * The daemon counts as running exactly when the child lock can't be taken; whoever asks and finds it free
+ * holds it until the end of the process. Both locks are record locks, so a crash leaves none behind, a child
+ * doesn't inherit them, and no descriptor of either file is ever closed, since that would drop them.
+ */
+
+constexpr char THHS_RUN_LOCK_NAME[] = "976AF287-9C13-4F28-AC99-AD456ABE5383.RUN";
+constexpr char THHS_CHILD_LOCK_NAME[] = "41938320-72B9-4818-A4F2-16EBF79F40F0.CHILD";
+
+/** Results of the functions below; 0 is success. */
+enum eDaemonResult
+{
+    DAEMON_RC_LOCK_HELD = 21, ///< the lock can't be taken, or the parent process is process 1
+    DAEMON_RC_FORK_FAILED = 22,
+    DAEMON_RC_NOT_RUNNING = 23,   ///< the child lock was free
+    DAEMON_RC_CREATE_FAILED = 33, ///< a lock file can't be opened or created
+    DAEMON_RC_OPEN_FAILED = 34,   ///< the run lock file can't be read
+    DAEMON_RC_NO_PID = 36,        ///< the run lock file is empty
+    DAEMON_RC_PARENT = 1001       ///< in the parent, after the fork
+};
+
+extern std::int32_t gStopTheDaemon; ///< 1 once a stop signal is being handled
+extern bool bThreadInitialized;     ///< true once the worker exists
+extern pthread_t gTID;              ///< the worker
+extern std::int32_t gUUIDFd;        ///< descriptor of the lock file that was opened last
+
+/**
+ * Stops the daemon on SIGTERM and SIGINT: restores, cancels the worker and ends the process with status 255.
+ * Any other signal is ignored. The work is always done on the main thread; another thread passes the signal
+ * on to it.
+ */
+void SignalHandler(int signal);
+
+/** The path of a lock file. */
+void GetTouchFilePath(std::string name, std::string& path);
+
+/** Opens a lock file, making it when absent, and takes its lock. @return 0, 21 or 33 */
+int CheckForAnotherInstanceRunning(const char* fileName);
+
+/** Takes the lock on a whole file without waiting. @return what fcntl returns */
+int TakeWriteLockOnFD(int fd);
+
+/** Reads the process id in a lock file. @param pid  -1 when there is no number. @return 0, 34 or 36 */
+int GetChildPidFromLockFile(const char* fileName, int& pid);
+
+/** @return 0 when the daemon runs; the first argument isn't used */
+int CheckTheDaemonRuning(const char* processName, const char* runFileName);
+
+/** Sends the daemon SIGTERM and doesn't wait. @return 0 when it was sent; the first argument isn't used */
+int StopTheDaemon(const char* processName, const char* runFileName);
+
+/** Blocks the signals of children and terminals. */
+void SetBlockSingles();
+
+/** Installs SignalHandler. */
+void RegisterForNewSingleHandler();
+
+/**
+ * Forks the daemon and, in it, runs the service to its end.
+ *
+ * @param processName  identity in the system log
+ * @return in the parent DAEMON_RC_PARENT; in the daemon the result of its service; else why there was no fork
+ */
+int ConvertProcessToDaemon(const char* processName, const char* runFileName);

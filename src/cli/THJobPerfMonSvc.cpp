@@ -1,0 +1,154 @@
+#include "cli/THJobPerfMonSvc.h"
+
+#include "config/ConfigurationMgr.h"
+#include "config/ConfigurationValueReaders.h"
+#include "config/LogFileMtx.h"
+#include "config/LogLine.h"
+#include "config/THCrossPlatformMapping.h"
+#include "counters/CounterMgr.h"
+#include "platform/BoundedText.h"
+#include "platform/UnixHelperFactoryMethod.h"
+#include "platform/UnixHelperFunction.h"
+#include "thbase.h"
+
+#include <memory>
+
+#include <syslog.h>
+#include <unistd.h>
+
+namespace
+{
+constexpr char TITLE[] = "Tarnhaven Health Sentinel";
+constexpr char SHORT_NAME[] = "thsentinel";
+
+bool gRunDaemonLoop = true;
+
+std::string GetFailureText(int result)
+{
+    switch (result) {
+    case RC_CONFIG_INVALID:
+        return FormatBounded(
+            MESSAGE_SIZE,
+            "Tarnhaven configuration has invalid values. Check %s log for details. Stopping %s "
+            "Service/Daemon.",
+            SHORT_NAME, TITLE);
+    case RC_CONFIG_MISSING:
+        return FormatBounded(MESSAGE_SIZE,
+                             "Tarnhaven configuration does not exist. Check %s log for details. Stopping %s "
+                             "Service/Daemon.",
+                             SHORT_NAME, TITLE);
+    case RC_CONFIG_BAD_CHARS:
+        return FormatBounded(
+            MESSAGE_SIZE,
+            "Non alpha numeric characters are detected in the input. Please correct the input in "
+            "Tarnhaven configuration. Stopping %s Service/Daemon.",
+            TITLE);
+    default:
+        return "";
+    }
+}
+
+void LogServiceStopped()
+{
+    LogLine(logFileMtx).Write("%s%s Service stopped.\n", GetCurrentTimeStamp().c_str(), TITLE);
+}
+
+void ReportConfigurationFailure(int result)
+{
+    const std::string text = GetFailureText(result);
+    syslog(LOG_ERR, "%s", text.c_str());
+    LogLine(logFileMtx).Write("%sError:%s\n", GetCurrentTimeStamp().c_str(), text.c_str());
+    LogServiceStopped();
+}
+
+void ProbeMachine(ConfigurationMgr& config)
+{
+    const std::unique_ptr<UnixHelperFunction> helper(GetUnixHelperFunctionInstance());
+    if (!helper) {
+        return;
+    }
+    const int processors = helper->GetCPUCount();
+    LogLine(logFileMtx).Write("%sNumber of CPUs = %d\n", GetCurrentTimeStamp().c_str(), processors);
+    config.mCPUCount = processors;
+    const std::int64_t memory = helper->GetTotalSizeOfMemoryInKB();
+    LogLine(logFileMtx)
+        .Write("%sTotal size of Memory = %ld\n", GetCurrentTimeStamp().c_str(), static_cast<long>(memory));
+    config.mTotalMemoryInKB = memory;
+}
+
+void AddCounters(CounterMgr& manager)
+{
+    manager.AddCounterToMonitor(manager.GetProcessesRegisteredMonitoring(), "", "");
+}
+
+/** One pass, up to its sleep. Deadlock counters have no place in it. */
+void MakePass(ConfigurationMgr& config)
+{
+    config.PopulateProcessNameAndProcessIDMultiMap();
+    config.PopulateProcessIDAndProcessNameMap();
+    AddCounters(*config.mCPUCounterMgr);
+    AddCounters(*config.mMemoryCounterMgr);
+    LogLine(logFileMtx)
+        .Write("%s%s Service is monitoring the resources.\n", GetCurrentTimeStamp().c_str(), TITLE);
+    config.mCPUCounterMgr->HandleThresholdBreach();
+    config.mMemoryCounterMgr->HandleThresholdBreach();
+}
+} // namespace
+
+int THJobPerfMonSvc(const char* /*name*/)
+{
+    gRunDaemonLoop = true;
+    return 0;
+}
+
+int StartMonitoringActivity()
+{
+    ConfigurationMgr* const config = ConfigurationMgr::GetInstance();
+    config->mDaemonPid = getpid();
+    LogLine(logFileMtx).Write("%s%s Service started\n", GetCurrentTimeStamp().c_str(), TITLE);
+    const int result = config->ReadConfigurationFile();
+    if (result != 0) {
+        ReportConfigurationFailure(result);
+        return result;
+    }
+    ProbeMachine(*config);
+    syslog(LOG_INFO, "%s", FormatBounded(MESSAGE_SIZE, "%s Service successfully started", TITLE).c_str());
+    return 0;
+}
+
+void* ServiceWorkerThread(void* arg)
+{
+    auto* const status = static_cast<ServiceThreadStatus*>(arg);
+    ConfigurationMgr* const config = ConfigurationMgr::GetInstance();
+    if (config->mPurgeOldEvidence != 0) {
+        config->PurgeOldEvidence();
+    }
+    while (gRunDaemonLoop) {
+        MakePass(*config);
+        (void)sleep(static_cast<unsigned int>(config->mPollInterval)); // a signal may cut it short
+        (void)TH_forced_read_master_config(); // without a new version the last one stays in force
+        const int result = config->ReadConfigurationFile();
+        if (result != 0) {
+            ReportConfigurationFailure(result);
+            (void)StopMonitoringActivity(); // always 0
+            status->mResult = result;
+            status->mAlive = 0;
+        }
+    }
+    return nullptr;
+}
+
+int StopMonitoringActivity()
+{
+    ConfigurationMgr* const config = ConfigurationMgr::GetInstance();
+    syslog(LOG_INFO, "%s", FormatBounded(MESSAGE_SIZE, "%s Service stopped.", TITLE).c_str());
+    LogLine(logFileMtx)
+        .Write("%sCleaning up the resources used by the service.\n", GetCurrentTimeStamp().c_str());
+    config->CloseThreadHandles();
+    LogLine(logFileMtx)
+        .Write("%sResetting the original log levels for the processes.\n", GetCurrentTimeStamp().c_str());
+    config->ResetLogging();
+    gRunDaemonLoop = false;
+    LogServiceStopped();
+    return 0;
+}

@@ -1,0 +1,36 @@
+#pragma once
+
+#include <string>
+
+/** The program's entry: from the command line to an action and from its result to the exit status. Main
+ * thread. */
+
+enum eCommandActions
+{
+    eActionInvalid = 0,
+    eActionInstall = 1,
+    eActionUninstall = 2,
+    eActionStart = 3,
+    eActionStop = 4,
+    eActionRun = 5,
+    eActionListConfig = 6,
+    eActionHelp = 7,
+    eActionVersion = 8
+};
+
+constexpr int PROGRAM_NAME_SIZE = 16;
+
+/** argv[0] as typed, cut to 15 characters; empty when the program was called without arguments. */
+extern char THHS_NAME[PROGRAM_NAME_SIZE];
+
+/** The action that the command line asks for; prints the help when it asks for none. */
+eCommandActions GetActionFromArg(int argc, char** argv);
+
+/** Performs an action between its banners. @return the exit status, 0 on success */
+int PerformAction(eCommandActions action);
+
+/** Prints the banner before an action. */
+void printActionStartMessage(std::string label);
+
+/** Prints the banner behind an action; `status` 0 is success. */
+void printActionCompleteMessage(std::string label, int status);

@@ -1,0 +1,74 @@
+#include "cli/UnixAction.h"
+
+#include "cli/THDaemonInfra.h"
+#include "platform/Console.h"
+#include "platform/HelperFunctionInterface.h"
+#include "platform/UnixHelperFactoryMethod.h"
+
+#include <unistd.h>
+
+namespace
+{
+constexpr char SHORT_NAME[] = "thsentinel";
+constexpr unsigned int SECONDS_BEFORE_FIRST_CHECK = 2;
+constexpr int CHECKS = 3;
+} // namespace
+
+CUnixAction::CUnixAction() : mHelper(GetHelperFunctionInstance()) {}
+
+CUnixAction::~CUnixAction()
+{
+    delete mHelper;
+}
+
+bool CUnixAction::InstallAction()
+{
+    return mHelper->PostCheckForAction(HelperFunctionInterface::THPM_ACTION_INSTALL) == 0;
+}
+
+bool CUnixAction::UninstallAction()
+{
+    if (CheckTheDaemonRuning(SHORT_NAME, THHS_RUN_LOCK_NAME) != 0) {
+        return true; // nothing to stop
+    }
+    const bool isStopped = StopAction();
+    if (isStopped) {
+        ConsolePuts("Info: stopped the daemon process");
+    }
+    return isStopped;
+}
+
+bool CUnixAction::StartAction()
+{
+    return RunAction();
+}
+
+bool CUnixAction::StopAction()
+{
+    return StopTheDaemon(SHORT_NAME, THHS_RUN_LOCK_NAME) == 0;
+}
+
+bool CUnixAction::RunAction()
+{
+    if (mHelper->PreCheckForAction(HelperFunctionInterface::THPM_ACTION_RUN) != 0) {
+        return false;
+    }
+    if (ConvertProcessToDaemon(SHORT_NAME, THHS_RUN_LOCK_NAME) != DAEMON_RC_PARENT) {
+        return false; // the daemon too comes back here at its end
+    }
+    (void)sleep(SECONDS_BEFORE_FIRST_CHECK); // a signal that shortens it has ended the process
+    for (int check = 0; check < CHECKS; ++check) {
+        if (CheckTheDaemonRuning(SHORT_NAME, THHS_RUN_LOCK_NAME) == 0) {
+            ConsolePuts("Info: Daemon is running");
+            return true;
+        }
+        (void)sleep(1);
+    }
+    ConsolePuts("Error: Failed to start the daemon, please check the log for the reason");
+    return false;
+}
+
+bool CUnixAction::ListConfig()
+{
+    return true;
+}

@@ -1,0 +1,6 @@
+#include "cli/THPerfMon.h"
+
+int main(int argc, char** argv)
+{
+    return PerformAction(GetActionFromArg(argc, argv));
+}
