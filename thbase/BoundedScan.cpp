@@ -215,7 +215,7 @@ BoundedScan::Outcome BoundedScan::ConvertText(const ScanConversion& conversion) 
         SkipBlanks();
     }
     const auto belongs = [&](int byte) {
-        return isWord ? !IsBlank(byte) : conversion.set.test(static_cast<std::size_t>(byte));
+        return isWord ? !IsBlank(byte) : conversion.set[static_cast<std::size_t>(byte)];
     };
     const int first = Peek();
     if (first == EOF || !belongs(first)) {

@@ -113,12 +113,13 @@ int ConfigurationStore::Read(bool reportSameFailure)
 /// Reads the file and puts the version in force, unless it is the one that is. Gives null or the failure.
 const char* ConfigurationStore::TakeNewVersion()
 {
-    StoreFileContent content = ReadStoreFile(mPath.c_str());
+    const std::shared_ptr<const StoreVersion> former = GetVersion();
+    const std::string* const known = former != nullptr ? &former->GetText() : nullptr;
+    StoreFileContent content = ReadStoreFile(mPath.c_str(), known);
     if (content.failure != nullptr) {
         return content.failure;
     }
-    const std::shared_ptr<const StoreVersion> former = GetVersion();
-    if (former != nullptr && former->GetText() == content.text) {
+    if (known != nullptr && content.text == *known) {
         return nullptr;
     }
     const auto version = std::make_shared<const StoreVersion>(std::move(content.text));

@@ -13,12 +13,13 @@
 namespace
 {
 
-constexpr int kReadings = 12;
+constexpr int kReadings = 16;
 constexpr std::int64_t kNanosecondsPerSecond = 1'000'000'000;
 
-// The time stamps of files move in the steps of the kernel's clock tick, 10 ms at most. Two writes within one
-// step leave the same stamps, so the stamps of a file prove something only after that step has passed.
-constexpr std::int64_t kRestNanoseconds = 30'000'000;
+// Between two readings that must agree. The time stamps of a file move in the steps of the kernel's clock
+// tick, 10 ms at most, so two writes within one step leave the same stamps; and a file that is being cut to
+// nothing shows its new size some milliseconds before its new stamps.
+constexpr timespec kPause = {0, 30'000'000};
 
 /// The descriptor of an open file.
 class Descriptor
@@ -47,6 +48,13 @@ struct Reading
     struct stat after = {};
 };
 
+/// A text for an error number, also for one that the C library doesn't know.
+const char* Describe(int error)
+{
+    const char* const description = strerrordesc_np(error);
+    return description != nullptr ? description : "unknown error";
+}
+
 std::int64_t ToNanoseconds(const timespec& time)
 {
     return time.tv_sec * kNanosecondsPerSecond + time.tv_nsec;
@@ -61,21 +69,11 @@ bool IsUnchanged(const struct stat& one, const struct stat& other)
            ToNanoseconds(one.st_ctim) == ToNanoseconds(other.st_ctim);
 }
 
-/// True if the last change lies so far back that a later one would show. A change in the future tells of a
-/// clock that was set back or of a foreign file server, and waiting for it would help nobody.
-bool IsAtRest(const struct stat& status)
+/// True if the file has not changed from before the one reading to after the other.
+bool IsSameReading(const Reading& former, const Reading& reading)
 {
-    timespec now = {};
-    (void)clock_gettime(CLOCK_REALTIME_COARSE,
-                        &now); // can't fail for this clock; it is the one of the stamps
-    const std::int64_t age = ToNanoseconds(now) - ToNanoseconds(status.st_ctim);
-    return age < 0 || age > kRestNanoseconds;
-}
-
-void WaitForRest()
-{
-    const timespec pause = {0, kRestNanoseconds + kRestNanoseconds / 3};
-    (void)nanosleep(&pause, nullptr); // cut short by a signal, it only makes for an earlier look
+    return IsUnchanged(former.before, former.after) && IsUnchanged(former.after, reading.before) &&
+           IsUnchanged(reading.before, reading.after) && former.content.text == reading.content.text;
 }
 
 const char* CheckKind(const struct stat& status)
@@ -98,7 +96,7 @@ const char* ReadBytes(int descriptor, std::size_t expectedSize, std::string& tex
     while (length <= kStoreFileLimit) {
         const ssize_t count = read(descriptor, text.data() + length, text.size() - length);
         if (count < 0 && errno != EINTR) {
-            return strerrordesc_np(errno);
+            return Describe(errno);
         }
         if (count == 0) {
             text.resize(length);
@@ -127,7 +125,7 @@ Reading ReadOnce(const char* path, const std::function<void()>& afterReading)
     Reading reading;
     const Descriptor file(OpenForReading(path));
     if (file.Get() < 0 || fstat(file.Get(), &reading.before) != 0) {
-        reading.content.failure = strerrordesc_np(errno);
+        reading.content.failure = Describe(errno);
         return reading;
     }
     reading.content.failure = CheckKind(reading.before);
@@ -139,32 +137,30 @@ Reading ReadOnce(const char* path, const std::function<void()>& afterReading)
         afterReading();
     }
     if (reading.content.failure == nullptr && fstat(file.Get(), &reading.after) != 0) {
-        reading.content.failure = strerrordesc_np(errno);
+        reading.content.failure = Describe(errno);
     }
     return reading;
 }
 
 } // namespace
 
-StoreFileContent ReadStoreFile(const char* path, const std::function<void()>& afterReading)
+StoreFileContent ReadStoreFile(const char* path, const std::string* known,
+                               const std::function<void()>& afterReading)
 {
     Reading former;
     for (int number = 0; number < kReadings; ++number) {
+        if (number > 0) {
+            (void)nanosleep(&kPause, nullptr); // cut short by a signal, it only makes for an earlier look
+        }
         Reading reading = ReadOnce(path, afterReading);
         if (reading.content.failure != nullptr) {
             return std::move(reading.content);
         }
-        if (IsUnchanged(reading.before, reading.after)) {
-            // The second test answers for a clock that stands still: nothing has moved during the wait
-            // either.
-            const bool sameAsFormer = number > 0 && IsUnchanged(former.before, reading.after) &&
-                                      former.content.text == reading.content.text;
-            if (IsAtRest(reading.after) || sameAsFormer) {
-                return std::move(reading.content);
-            }
+        const bool isKnown = known != nullptr && reading.content.text == *known;
+        if (isKnown || (number > 0 && IsSameReading(former, reading))) {
+            return std::move(reading.content);
         }
         former = std::move(reading);
-        WaitForRest();
     }
     return {{}, "it keeps changing while it is read"};
 }

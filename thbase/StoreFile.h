@@ -17,12 +17,13 @@ struct StoreFileContent
 
 /// Reads a whole regular file of at most kStoreFileLimit bytes, without ever waiting for a FIFO or a device.
 ///
-/// A file that another program writes at the same time is not taken half-written: the file must be the same
-/// before and after the reading, and one that changed within the last moment is read a second time. This
-/// takes some tries with short waits between them, half a second at the most; a file that doesn't come to
-/// rest by then is a failure. Against a writer that pauses longer than that in the middle of a file, only a
-/// rename helps.
+/// A file that another program writes at the same time is not taken half-written: a text counts when two
+/// readings, some hundredths of a second apart, have found the same text and a file that did not change from
+/// the one to the other. There are some tries, half a second in all; a file that doesn't come to rest by then
+/// is a failure. Against a writer that pauses in the middle of a file, only a rename helps.
 ///
-/// `path` is the file. `afterReading`, if given, is called after each reading of the bytes, before the file
-/// is compared; tests change the file there. Raises std::bad_alloc only. Any thread.
-StoreFileContent ReadStoreFile(const char* path, const std::function<void()>& afterReading = {});
+/// `path` is the file. `known`, if not null, is the text in force: one reading that finds it again is enough.
+/// `afterReading`, if given, is called after each reading of the bytes, before the stamps of the file are
+/// looked at again; tests change the file there. Raises std::bad_alloc only. Any thread.
+StoreFileContent ReadStoreFile(const char* path, const std::string* known = nullptr,
+                               const std::function<void()>& afterReading = {});

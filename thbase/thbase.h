@@ -64,8 +64,9 @@ int thconfGetKeyValPairAsInt(void* handle, const char* key, int* value);
 
 /*
  * Reads the file again, so that the reads after it see its present contents. When that fails, the last good
- * version stays in force and one line goes to the system log. A file that was written a moment ago, or is
- * being written, is looked at again for at most half a second, so that no half-written version is taken.
+ * version stays in force and one line goes to the system log. A file that has changed is read twice, some
+ * hundredths of a second apart, and again for at most half a second while it is being written, so that no
+ * half-written version is taken.
  *
  * Returns 0, STORE_RC_UNREADABLE or STORE_RC_NO_MEMORY.
  */

@@ -1,0 +1,375 @@
+#include "ConfigurationStore.h"
+
+#include <atomic>
+#include <chrono>
+#include <cstdlib>
+#include <filesystem>
+#include <functional>
+#include <string>
+#include <thread>
+#include <vector>
+
+#include <gmock/gmock.h>
+#include <gtest/gtest.h>
+
+#include "AllocationFailure.h"
+#include "StoreFile.h"
+#include "StoreVersion.h"
+#include "TemporaryFolder.h"
+#include "thbase.h"
+
+namespace
+{
+
+using testing::ElementsAre;
+using testing::IsEmpty;
+
+class ConfigurationStoreTest : public testing::Test
+{
+protected:
+    /// The text of a key, or "code N".
+    std::string ReadText(const std::string& key) const
+    {
+        char* value = nullptr;
+        const int result = mStore.GetText(key, value);
+        EXPECT_EQ(result == 0, value != nullptr);
+        const std::string text = result == 0 ? value : "code " + std::to_string(result);
+        std::free(value);
+        return text;
+    }
+
+    /// The number of a key, or "code N".
+    std::string ReadNumber(const std::string& key) const
+    {
+        constexpr int kUntouched = 4711;
+        int value = kUntouched;
+        const int result = mStore.GetNumber(key, value);
+        EXPECT_TRUE(result == 0 || value == kUntouched);
+        return result == 0 ? std::to_string(value) : "code " + std::to_string(result);
+    }
+
+    std::vector<std::string> TakeReports() { return std::exchange(mReports, {}); }
+
+    const TemporaryFolder mFolder;
+    const std::string mPath = mFolder / "master.conf";
+    std::vector<std::string> mReports;
+    ConfigurationStore mStore{mPath, [this](const char* line) { mReports.emplace_back(line); }};
+
+    const std::string mMissing = mPath + " can't be read: No such file or directory; ";
+    const std::string mNoVersion = "no version of it has been read yet.";
+    const std::string mLastVersion = "the last good version stays in force.";
+};
+
+TEST_F(ConfigurationStoreTest, ReadsNothingBeforeItIsAskedTo)
+{
+    WriteTextFile(mPath, "A = 1\n");
+    EXPECT_EQ(ReadText("A"), "code 228");
+    EXPECT_EQ(mStore.GetVersion(), nullptr);
+}
+
+TEST_F(ConfigurationStoreTest, GivesTextsAndNumbers)
+{
+    WriteTextFile(mPath, "A = 12\nB = a b\nC =\nD = 2147483648\n");
+    EXPECT_EQ(mStore.ReadIfNeeded(), 0);
+    EXPECT_EQ(ReadText("A"), "12");
+    EXPECT_EQ(ReadNumber("A"), "12");
+    EXPECT_EQ(ReadText("B"), "a b");
+    EXPECT_EQ(ReadNumber("B"), "code 223");
+    EXPECT_EQ(ReadText("C"), "");
+    EXPECT_EQ(ReadNumber("C"), "code 223");
+    EXPECT_EQ(ReadNumber("D"), "code 223");
+    EXPECT_EQ(ReadText("E"), "code 227");
+    EXPECT_EQ(ReadNumber("E"), "code 227");
+    EXPECT_THAT(mReports, IsEmpty());
+}
+
+TEST_F(ConfigurationStoreTest, AnswersUnreadableWhileThereIsNoVersion)
+{
+    EXPECT_EQ(mStore.ReadIfNeeded(), STORE_RC_UNREADABLE);
+    EXPECT_EQ(ReadText("A"), "code 228");
+    EXPECT_EQ(ReadNumber("A"), "code 228");
+}
+
+TEST_F(ConfigurationStoreTest, FindsAFileThatAppears)
+{
+    EXPECT_EQ(mStore.ReadIfNeeded(), STORE_RC_UNREADABLE);
+    WriteTextFile(mPath, "A = 1\n");
+    EXPECT_EQ(mStore.ReadIfNeeded(), 0);
+    EXPECT_EQ(ReadText("A"), "1");
+}
+
+TEST_F(ConfigurationStoreTest, TakesNoNewVersionUnlessForcedTo)
+{
+    WriteTextFile(mPath, "A = 1\n");
+    EXPECT_EQ(mStore.ReadIfNeeded(), 0);
+    WriteTextFile(mPath, "A = 2\n");
+    EXPECT_EQ(mStore.ReadIfNeeded(), 0);
+    EXPECT_EQ(ReadText("A"), "1");
+    EXPECT_EQ(mStore.ReadAgain(), 0);
+    EXPECT_EQ(ReadText("A"), "2");
+}
+
+TEST_F(ConfigurationStoreTest, ForgetsAKeyThatIsGone)
+{
+    WriteTextFile(mPath, "A = 1\nB = 2\n");
+    EXPECT_EQ(mStore.ReadAgain(), 0);
+    WriteTextFile(mPath, "B = 3\n");
+    EXPECT_EQ(mStore.ReadAgain(), 0);
+    EXPECT_EQ(ReadText("A"), "code 227");
+    EXPECT_EQ(ReadText("B"), "3");
+}
+
+TEST_F(ConfigurationStoreTest, TakesAnEmptyFileAsAVersionWithoutKeys)
+{
+    WriteTextFile(mPath, "");
+    EXPECT_EQ(mStore.ReadAgain(), 0);
+    EXPECT_EQ(ReadText("A"), "code 227");
+}
+
+TEST_F(ConfigurationStoreTest, KeepsTheLastVersionWhenTheFileIsMissingForAMoment)
+{
+    WriteTextFile(mPath, "A = 1\n");
+    EXPECT_EQ(mStore.ReadAgain(), 0);
+    std::filesystem::remove(mPath);
+    EXPECT_EQ(mStore.ReadAgain(), STORE_RC_UNREADABLE);
+    EXPECT_EQ(ReadText("A"), "1");
+    EXPECT_THAT(TakeReports(), ElementsAre(mMissing + mLastVersion));
+    WriteTextFile(mPath, "A = 2\n");
+    EXPECT_EQ(mStore.ReadAgain(), 0);
+    EXPECT_EQ(ReadText("A"), "2");
+    EXPECT_THAT(mReports, IsEmpty());
+}
+
+TEST_F(ConfigurationStoreTest, KeepsTheLastVersionWhateverStandsInThePlaceOfTheFile)
+{
+    WriteTextFile(mPath, "A = 1\n");
+    EXPECT_EQ(mStore.ReadAgain(), 0);
+    std::filesystem::remove(mPath);
+    std::filesystem::create_directory(mPath);
+    EXPECT_EQ(mStore.ReadAgain(), STORE_RC_UNREADABLE);
+    std::filesystem::remove(mPath);
+    WriteTextFile(mPath, "A = 2\n" + std::string(kStoreFileLimit, '\n'));
+    EXPECT_EQ(mStore.ReadAgain(), STORE_RC_UNREADABLE);
+    EXPECT_EQ(ReadText("A"), "1");
+    EXPECT_THAT(mReports, ElementsAre(mPath + " can't be read: it is not a regular file; " + mLastVersion,
+                                      mPath + " can't be read: it is larger than 16 MiB; " + mLastVersion));
+}
+
+TEST_F(ConfigurationStoreTest, ReportsEachForcedReadingThatFails)
+{
+    EXPECT_EQ(mStore.ReadAgain(), STORE_RC_UNREADABLE);
+    EXPECT_EQ(mStore.ReadAgain(), STORE_RC_UNREADABLE);
+    EXPECT_THAT(mReports, ElementsAre(mMissing + mNoVersion, mMissing + mNoVersion));
+}
+
+TEST_F(ConfigurationStoreTest, ReportsAFailureOfAFirstReadingOnlyWhenItIsNew)
+{
+    EXPECT_EQ(mStore.ReadIfNeeded(), STORE_RC_UNREADABLE);
+    EXPECT_EQ(mStore.ReadIfNeeded(), STORE_RC_UNREADABLE);
+    EXPECT_THAT(TakeReports(), ElementsAre(mMissing + mNoVersion));
+    std::filesystem::create_directory(mPath);
+    EXPECT_EQ(mStore.ReadIfNeeded(), STORE_RC_UNREADABLE);
+    EXPECT_EQ(mStore.ReadIfNeeded(), STORE_RC_UNREADABLE);
+    EXPECT_THAT(TakeReports(),
+                ElementsAre(mPath + " can't be read: it is not a regular file; " + mNoVersion));
+}
+
+TEST_F(ConfigurationStoreTest, ReportsASkippedLineWithItsNumber)
+{
+    WriteTextFile(mPath, std::string("A = 1\nnonsense\n= 2\nB = \0\nC = 3\n", 31));
+    EXPECT_EQ(mStore.ReadAgain(), 0);
+    EXPECT_THAT(mReports, ElementsAre(mPath + ", line 2 is skipped: it has no equals sign.",
+                                      mPath + ", line 3 is skipped: its key is empty.",
+                                      mPath + ", line 4 is skipped: it holds a NUL byte."));
+    EXPECT_EQ(ReadText("A"), "1");
+    EXPECT_EQ(ReadText("B"), "code 227");
+    EXPECT_EQ(ReadText("C"), "3");
+}
+
+TEST_F(ConfigurationStoreTest, ReportsASkippedLineOnceWhileTheFileStaysAsItIs)
+{
+    WriteTextFile(mPath, "nonsense\n");
+    EXPECT_EQ(mStore.ReadIfNeeded(), 0);
+    EXPECT_EQ(TakeReports().size(), 1u);
+    EXPECT_EQ(mStore.ReadAgain(), 0);
+    WriteTextFile(mPath, "nonsense\n");
+    EXPECT_EQ(mStore.ReadAgain(), 0);
+    EXPECT_THAT(mReports, IsEmpty());
+}
+
+TEST_F(ConfigurationStoreTest, ReportsNoSkippedLineAgainAfterAFailureInBetween)
+{
+    WriteTextFile(mPath, "nonsense\n");
+    EXPECT_EQ(mStore.ReadAgain(), 0);
+    std::filesystem::rename(mPath, mPath + ".away");
+    EXPECT_EQ(mStore.ReadAgain(), STORE_RC_UNREADABLE);
+    (void)TakeReports();
+    std::filesystem::rename(mPath + ".away", mPath);
+    EXPECT_EQ(mStore.ReadAgain(), 0);
+    EXPECT_THAT(mReports, IsEmpty());
+}
+
+TEST_F(ConfigurationStoreTest, ReportsSkippedLinesAnewWhenTheFileHasChanged)
+{
+    WriteTextFile(mPath, "nonsense\n");
+    EXPECT_EQ(mStore.ReadAgain(), 0);
+    (void)TakeReports();
+    WriteTextFile(mPath, "nonsense\nA = 1\nmore\n");
+    EXPECT_EQ(mStore.ReadAgain(), 0);
+    EXPECT_THAT(mReports, ElementsAre(mPath + ", line 1 is skipped: it has no equals sign.",
+                                      mPath + ", line 3 is skipped: it has no equals sign."));
+}
+
+TEST_F(ConfigurationStoreTest, LetsAVersionLiveForAsLongAsItIsHeld)
+{
+    WriteTextFile(mPath, "A = 1\n");
+    EXPECT_EQ(mStore.ReadAgain(), 0);
+    const std::shared_ptr<const StoreVersion> former = mStore.GetVersion();
+    WriteTextFile(mPath, "A = 2\n");
+    EXPECT_EQ(mStore.ReadAgain(), 0);
+    EXPECT_EQ(former->Find("A"), "1");
+    EXPECT_EQ(mStore.GetVersion()->Find("A"), "2");
+}
+
+TEST_F(ConfigurationStoreTest, ReadsWhileItReports)
+{
+    // A reader on another thread must not wait for the system log.
+    std::string seen;
+    ConfigurationStore* reported = nullptr;
+    ConfigurationStore store(mPath, [&](const char*) {
+        std::thread reader([&] { seen = reported->GetVersion()->Find("A").value(); });
+        reader.join();
+    });
+    reported = &store;
+    WriteTextFile(mPath, "A = 1\nnonsense\n");
+    EXPECT_EQ(store.ReadAgain(), 0);
+    EXPECT_EQ(seen, "1");
+}
+
+TEST_F(ConfigurationStoreTest, KeepsTheLastVersionWhenMemoryRunsOutAnywhereInAReading)
+{
+    WriteTextFile(mPath, "A = 1\n");
+    ASSERT_EQ(mStore.ReadAgain(), 0);
+    ConfigurationStore store(mPath, [](const char*) {});
+    ASSERT_EQ(store.ReadAgain(), 0);
+    WriteTextFile(mPath, "A = a value that does not fit into the text object itself\nB = 2\n");
+    int result = STORE_RC_NO_MEMORY;
+    int passes = 0;
+    for (; result != 0 && passes < 100; ++passes) {
+        const AllocationFailure failure(passes);
+        result = store.ReadAgain();
+        ASSERT_EQ(result, failure.HasHit() ? STORE_RC_NO_MEMORY : 0);
+        ASSERT_EQ(store.GetVersion()->Find("B").has_value(), result == 0);
+    }
+    EXPECT_EQ(result, 0);
+    EXPECT_GT(passes, 3);
+}
+
+TEST_F(ConfigurationStoreTest, ReportsThatMemoryRanOut)
+{
+    WriteTextFile(mPath, "A = a value that does not fit into the text object itself\n");
+    mReports.reserve(1);
+    std::string line(1000, ' ');
+    ConfigurationStore store(mPath, [&](const char* text) { line = text; });
+    {
+        const AllocationFailure failure(0);
+        EXPECT_EQ(store.ReadIfNeeded(), STORE_RC_NO_MEMORY);
+    }
+    EXPECT_EQ(line, mPath + " can't be read: memory ran out; " + mNoVersion);
+    EXPECT_EQ(store.ReadIfNeeded(), 0);
+}
+
+/// A store text in which every one of 300 keys has the value `number`.
+std::string MakeUniformText(int number)
+{
+    std::string text;
+    for (int key = 0; key < 300; ++key) {
+        text += "KEY_" + std::to_string(key) + " = " + std::to_string(number) + "\n";
+    }
+    return text;
+}
+
+/// The number of a uniform version; -1 if the version is a mixture or a part.
+int GetUniformNumber(const StoreVersion& version)
+{
+    const std::string number(version.Find("KEY_0").value_or("-1"));
+    return version.GetText() == MakeUniformText(std::atoi(number.c_str())) ? std::atoi(number.c_str()) : -1;
+}
+
+void WriteInSmallPieces(const std::string& path, std::string_view text)
+{
+    std::ofstream file(path, std::ios::binary | std::ios::trunc);
+    constexpr std::size_t kPiece = 256;
+    for (std::size_t place = 0; place < text.size(); place += kPiece) {
+        file << text.substr(place, kPiece) << std::flush;
+    }
+}
+
+struct RewriteCase
+{
+    std::string name;
+    std::function<void(const std::string& path, std::string_view text)> rewrite;
+};
+
+class StoreRewrittenWhileRead : public testing::TestWithParam<RewriteCase>
+{
+protected:
+    static constexpr int kRounds = 8;
+    static constexpr int kRewritesPerRound = 40;
+
+    /// Reads again and again until told to stop.
+    void ReadUntilStopped()
+    {
+        while (!mStop) {
+            (void)mStore.ReadAgain(); // fails now and then under a writer that does not rest
+            const int number = GetUniformNumber(*mStore.GetVersion());
+            mMixtures += number < 0 ? 1 : 0;
+            mSeen = number;
+        }
+    }
+
+    bool WaitUntilSeen(int number) const
+    {
+        const auto limit = std::chrono::steady_clock::now() + std::chrono::seconds(30);
+        while (mSeen != number && std::chrono::steady_clock::now() < limit) {
+            std::this_thread::sleep_for(std::chrono::milliseconds(1));
+        }
+        return mSeen == number;
+    }
+
+    const TemporaryFolder mFolder;
+    const std::string mPath = mFolder / "master.conf";
+    ConfigurationStore mStore{mPath, [](const char*) {}};
+    std::atomic<bool> mStop = false;
+    std::atomic<int> mMixtures = 0;
+    std::atomic<int> mSeen = 0;
+};
+
+TEST_P(StoreRewrittenWhileRead, GivesFourReadersOneWholeVersionEach)
+{
+    WriteTextFile(mPath, MakeUniformText(0));
+    ASSERT_EQ(mStore.ReadAgain(), 0);
+    std::vector<std::thread> readers;
+    for (int reader = 0; reader < 4; ++reader) {
+        readers.emplace_back([this] { ReadUntilStopped(); });
+    }
+    for (int number = 1; number <= kRounds * kRewritesPerRound; ++number) {
+        GetParam().rewrite(mPath, MakeUniformText(number));
+        if (number % kRewritesPerRound == 0) {
+            EXPECT_TRUE(WaitUntilSeen(number)) << number;
+        }
+    }
+    mStop = true;
+    for (std::thread& reader : readers) {
+        reader.join();
+    }
+    EXPECT_EQ(mMixtures, 0);
+}
+
+INSTANTIATE_TEST_SUITE_P(Writers, StoreRewrittenWhileRead,
+                         testing::Values(RewriteCase{"ByRename", ReplaceTextFile},
+                                         RewriteCase{"InPlace", WriteTextFile},
+                                         RewriteCase{"InPlaceInSmallPieces", WriteInSmallPieces}),
+                         [](const auto& test) { return test.param.name; });
+
+} // namespace
