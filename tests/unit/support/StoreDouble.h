@@ -1,0 +1,26 @@
+#pragma once
+
+#include <ctime>
+#include <map>
+#include <optional>
+#include <string>
+
+/** An in-memory store behind the calls of the base library. One for the process, empty at its start. */
+struct StoreDouble
+{
+    std::map<std::string, std::string> mValues;
+
+    /** Result codes that a key answers with in place of its own; a text is delivered all the same. */
+    std::map<std::string, int> mResults;
+
+    /** What T_localtime answers, whatever the time; the real local time when empty. */
+    std::optional<struct tm> mLocalTime;
+
+    /** How often the store was made to read itself again. */
+    int mForcedReads = 0;
+};
+
+StoreDouble& GetStore();
+
+/** A broken-down time. @param month  1 to 12 */
+struct tm MakeLocalTime(int year, int month, int day, int hour, int minute, int second);

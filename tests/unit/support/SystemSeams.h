@@ -1,0 +1,38 @@
+#pragma once
+
+#include <cstdio>
+#include <functional>
+#include <string>
+#include <vector>
+
+#include <pthread.h>
+#include <sys/types.h>
+
+/**
+ * System calls that a test can replace. A call goes to the system unless the test has put something in its
+ * place. The test program links them in; nothing of the program changes for it.
+ */
+struct SystemSeams
+{
+    std::function<pid_t()> mFork;
+    std::function<pid_t()> mGetppid;
+    std::function<uid_t()> mGetuid;
+    std::function<int(pid_t, int)> mKill;
+    std::function<FILE*(const char*, const char*)> mPopen;
+    std::function<int(pthread_t)> mPthreadCancel;
+    std::function<int(pthread_t*, const pthread_attr_t*, void* (*)(void*), void*)> mPthreadCreate;
+    std::function<int(pthread_t)> mPthreadDetach;
+    std::function<int(pthread_t, void**)> mPthreadJoin;
+    std::function<unsigned(unsigned)> mSleep;
+    std::function<int(const char*)> mSystem;
+
+    /** Entries of the system log, which are kept here and go no further. */
+    struct SystemLogEntry
+    {
+        int mPriority;
+        std::string mText;
+    };
+    std::vector<SystemLogEntry> mSystemLog;
+};
+
+SystemSeams& GetSeams();
