@@ -1,0 +1,162 @@
+"""Each form of the command line with its whole output and its status."""
+import pytest
+
+from host import Process, product, texts
+
+INSTALL_NOTES = ("Info: THHS_EVIDENCE_PATH is a mandatory setting to start the thsentinel.\n"
+                 "Please set the THHS_EVIDENCE_PATH value in Tarnhaven configuration and perform "
+                 "'thsentinel -start' to start the process.\n")
+SHORT_NAME = product.PROGRAM[:15]
+INVALID = "Error: Invalid arguments" + texts.HELP.format(SHORT_NAME)
+
+
+@pytest.mark.parametrize("option", ["-version", "-VERSION", "-Version"])
+def test_the_version_is_one_line_in_any_case_of_the_option(host, option):
+    assert host.run(option) == (0, texts.VERSION, "")
+
+
+@pytest.mark.parametrize("option", ["-help", "-HELP"])
+def test_the_help_names_the_program_as_typed_cut_to_15_characters(host, option):
+    assert host.run(option) == (0, texts.HELP.format(SHORT_NAME), "")
+
+
+def test_the_help_names_a_short_path_whole(host):
+    folder = product.HOME + "/bin"
+    assert host.run("./thsentinel", "-help", folder=folder) == (0, texts.HELP.format("./thsentinel"), "")
+
+
+@pytest.mark.parametrize("arguments", [
+    ["-wrong"], ["start"], ["--start"], ["-star"], ["-start "], [""], ["-start", "-start"], ["-help", "extra"],
+    ["-version", ""], ["-h"], ["-list-config"]])
+def test_anything_else_gets_the_help_and_status_5(host, arguments):
+    assert host.run(product.PROGRAM, *arguments) == (5, INVALID, "")
+    assert host.daemons() == []
+
+
+def test_an_invalid_option_prints_one_blank_line_before_the_usage(host):
+    lines = host.run("-wrong").output.splitlines()
+    assert lines[:3] == ["Error: Invalid arguments", "", lines[2]]
+    assert lines[2].startswith(SHORT_NAME)
+
+
+@pytest.mark.parametrize("option", ["-list_config", "-LIST_CONFIG"])
+def test_the_configuration_listing_is_two_banners_and_nothing_between(host, option):
+    expected = texts.begun("List configuration") + texts.done("List configuration")
+    assert host.run(option) == (0, expected, "")
+
+
+def test_install_prints_its_notes_every_time_and_needs_neither_store_nor_lock(host):
+    host.remove(product.BASE + "/tmp")
+    host.remove(product.STORE)
+    expected = texts.begun("install") + INSTALL_NOTES + texts.done("install")
+    assert host.run("-install") == (0, expected, "")
+    assert host.run("-INSTALL") == (0, expected, "")
+    assert not host.exists(product.BASE + "/tmp")
+
+
+def test_uninstall_on_a_fresh_host_tells_that_nothing_is_known_and_succeeds(host):
+    expected = texts.begun("uninstall") + texts.NO_DETAILS + texts.done("uninstall")
+    assert host.run("-uninstall") == (0, expected, "")
+    assert not host.exists(product.RUN_LOCK)
+
+
+def test_uninstall_stops_a_daemon(host):
+    host.start()
+    expected = texts.begun("uninstall") + "Info: stopped the daemon process\n" + texts.done("uninstall")
+    assert host.run("-uninstall") == (0, expected, "")
+    host.until_gone()
+    assert host.exists(product.PROGRAM)
+    assert host.exists(product.RUN_LOCK)
+
+
+def test_uninstall_after_a_killed_daemon_is_silent(host):
+    host.kill(host.start())
+    host.until_gone()
+    assert host.run("-uninstall") == (0, texts.begun("uninstall") + texts.done("uninstall"), "")
+
+
+def test_terminate_on_a_fresh_host_fails_and_leaves_an_empty_run_lock(host):
+    expected = texts.begun("stop") + texts.NO_DETAILS + texts.failed("stop")
+    assert host.run("-terminate") == (9, expected, "")
+    assert host.get(product.RUN_LOCK) == ""
+    assert host.run("-TERMINATE") == (9, expected, "")
+
+
+def test_terminate_stops_the_daemon_and_does_not_wait(host):
+    pid = host.start()
+    assert host.run("-terminate") == (0, texts.begun("stop") + texts.done("stop"), "")
+    assert [one["pid"] for one in host.daemons()] == [pid]  # it needs a second to end
+    host.until_gone()
+
+
+@pytest.mark.parametrize("option, label", [("-start", "start"), ("-START", "start"), (None, "run")])
+def test_a_start_into_a_pipe_shows_its_first_banner_twice(host, option, label):
+    """What is still buffered at the fork comes out of both processes."""
+    arguments = [option] if option else []
+    expected = texts.begun(label) * 2 + texts.IS_RUNNING + texts.done(label)
+    assert host.run(*arguments) == (0, expected, "")
+    assert [one["pid"] for one in host.daemons()] == [host.daemon_pid()]
+
+
+@pytest.mark.parametrize("option, label", [("-start", "start"), (None, "run")])
+def test_a_start_on_a_terminal_shows_each_line_once(host, option, label):
+    arguments = [option] if option else []
+    expected = texts.begun(label) + texts.IS_RUNNING + texts.done(label)
+    assert host.run(*arguments, terminal=True) == (0, expected.replace("\n", "\r\n"), "")
+
+
+def test_a_start_beside_a_running_daemon_reports_that_daemon(host):
+    pid = host.start()
+    expected = (texts.begun("start") + texts.ALREADY
+                + texts.begun("start") + texts.IS_RUNNING + texts.done("start"))
+    assert host.run("-start") == (0, expected, "")
+    assert [one["pid"] for one in host.daemons()] == [pid]
+    assert host.daemon_pid() == pid
+
+
+def test_a_second_run_during_a_start_is_refused(host):
+    first = host.spawn(product.PROGRAM, "-start")
+    host.until(lambda: host.get(product.RUN_LOCK), "the daemon wrote its process id")
+    busy = "Error: Another instance of run action in progressing state\n"
+    assert host.run("-start") == (8, texts.begun("start") + busy + texts.failed("start"), "")
+    assert host.run() == (10, texts.begun("run") + busy + texts.failed("run"), "")
+    busy = "Error: Another instance of action in progressing state\n"
+    assert host.run("-terminate") == (9, texts.begun("stop") + busy + texts.failed("stop"), "")
+    assert host.wait(first).status == 0
+
+
+def test_without_the_folder_for_the_locks_nothing_starts(host):
+    host.remove(product.BASE + "/tmp")
+    trouble = f"Error: Failed to create file {product.RUN_LOCK}\n"
+    busy = "Error: Another instance of run action in progressing state\n"
+    assert host.run("-start") == (8, texts.begun("start") + trouble + busy + texts.failed("start"), "")
+    assert host.run() == (10, texts.begun("run") + trouble + busy + texts.failed("run"), "")
+    busy = "Error: Another instance of action in progressing state\n"
+    assert host.run("-terminate") == (9, texts.begun("stop") + trouble + busy + texts.failed("stop"), "")
+    expected = texts.begun("uninstall") + texts.NO_DETAILS + texts.done("uninstall")
+    assert host.run("-uninstall") == (0, expected, "")
+
+
+def test_a_child_of_process_1_refuses_to_start(host):
+    """The program is left behind by its parent, and becomes itself only once process 1 has taken it over."""
+    host.put("/orphan", "until grep -q '^PPid:.1$' /proc/$$/status; do :; done\n"
+                        f"exec {product.PROGRAM} -start >/said 2>&1\n")
+    host.run("/bin/dash", "-c", "/bin/dash /orphan >/dev/null 2>&1 &")
+    expected = texts.begun("start") + "Error: Current process parent pid is 1.\n" + texts.failed("start")
+    host.comes_to(lambda: host.get("/said"), expected)
+    assert host.daemons() == []
+
+
+def test_a_store_that_cannot_be_read_is_a_store_without_settings(host):
+    host.remove(product.STORE)
+    complaint = ("THHS_EVIDENCE_PATH is not set. It is a mandatory value. Please specify the path on the file "
+                 "system, that has sufficient space to store logs.\n")
+    assert host.run("-start") == (8, texts.begun("start") + complaint + texts.failed("start"), "")
+    assert host.run() == (10, texts.begun("run") + complaint + texts.failed("run"), "")
+    assert host.daemons() == []
+
+
+def test_a_reverted_value_warns_on_the_console_and_starts(make_host):
+    host = make_host(store={"THHS_DUMP_COUNT": 11}, processes=[Process(4321, "/opt/exampled")])
+    first = texts.begun("start") + texts.REVERTED + "\n"
+    assert host.run("-start") == (0, first * 2 + texts.IS_RUNNING + texts.done("start"), "")
