@@ -7,7 +7,7 @@ leftBehind=$2
 library=$(dirname "$0")
 home=/usr/tarnv/tarnhaven
 evidence=/var/evidence
-log=
+logs=$home/logs/thsentinel
 systemLog=/tmp/system.log
 watched=tbrd
 # The product's log ids of that process.
@@ -21,8 +21,13 @@ heading() {
 
 fail() {
     echo "the demo failed: $1" >&2
-    [ -z "$log" ] || tail -n 20 "$log" >&2
+    log 2>/dev/null | tail -n 20 >&2
     exit 1
+}
+
+# The diagnostic log, which is a file a day.
+log() {
+    cat "$logs"/root.*.log
 }
 
 # waitFor WHAT COMMAND...: tries the command until it succeeds.
@@ -87,12 +92,11 @@ levelsAre() {
 startDaemon() {
     echo '$ thsentinel -start'
     "$home/bin/thsentinel" -start || fail "the daemon did not start (status $?)"
-    log=$(echo "$home"/logs/thsentinel/root.*.log)
     daemonPid=$(cat /usr/tarnv/tmp/*.RUN)
 }
 
 logSays() {
-    grep -q -e "$1" "$log"
+    log | grep -q -e "$1"
 }
 
 captureEnded() {
@@ -116,8 +120,8 @@ showEvidence() {
     heading "The beginning of the memory statistics"
     head -n 16 "$memory"
     heading "The core image, as a debugger sees it"
-    gdb -q -batch -ex 'info threads' -ex 'printf "%s\n", (char *)gMarker' "$home/bin/$watched" "$core" 2>/dev/null |
-        grep -e Thread -e Marker
+    gdb -q -batch -ex 'info threads' "$home/bin/$watched" "$core" 2>/dev/null | grep '^[* ] *[0-9]' | cut -c 1-110
+    grep -a -o -m 1 'Marker of the busy process' "$core" || fail "the core image is not of the busy process"
 }
 
 processIsGone() {
@@ -141,7 +145,7 @@ heading "Starting"
 startDaemon
 heading "The breach, in the diagnostic log"
 waitFor "the breach" logSays "CPU threshold exceeded by process : $watched"
-grep -e "threshold exceeded" -e "Taking Process Dump" "$log"
+log | grep -e "threshold exceeded" -e "Taking Process Dump"
 heading "The breach, in the system log"
 waitFor "the system log's line" grep -q "CPU threshold exceeded" "$systemLog"
 grep "threshold exceeded" "$systemLog"
@@ -157,5 +161,5 @@ heading "The log levels after"
 levelsAre 1 || fail "the log levels were not restored"
 showLevels
 kill "$busyPid"
-cp -r --sparse=always "$evidence/thsentinel/." "$leftBehind/" || fail "the evidence could not be kept"
+cp -r --sparse=always "$evidence/." "$leftBehind/" || fail "the evidence could not be kept"
 heading "The evidence is left in ${leftBehind##*/}/"
