@@ -43,20 +43,21 @@ void UnixHelperFunction::GenerateFileName(std::string folderName, int pid, std::
                    root.c_str());
         return;
     }
-    std::string path = root + "/" + folderName;
+    std::string path = AppendPaths(root, folderName);
     if (!HF_CreateDir(path, false)) {
         return;
     }
-    path += "/" + FormatBounded(PID_FOLDER_SIZE, "%d", pid);
+    path = AppendPaths(path, FormatBounded(PID_FOLDER_SIZE, "%d", pid));
     if (!HF_CreateDir(path, false)) {
         return;
     }
-    (void)CreateTouchFile(path + "/evidence.lock"); // a marker that nothing relies on
-    path += "/" + FormatBounded(EVIDENCE_FOLDER_SIZE, "Evidence%d", config->mCurrentEvidenceNumber);
+    (void)CreateTouchFile(AppendPaths(path, "evidence.lock")); // a marker that nothing relies on
+    path =
+        AppendPaths(path, FormatBounded(EVIDENCE_FOLDER_SIZE, "Evidence%d", config->mCurrentEvidenceNumber));
     if (!HF_CreateDir(path, false)) {
         return;
     }
-    outputPath += path + "/" + fileName;
+    outputPath += AppendPaths(path, fileName);
     if (!fileSuffix.empty()) {
         outputPath += "." + fileSuffix;
     }
