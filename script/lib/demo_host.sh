@@ -49,8 +49,8 @@ installProduct() {
     cp "$buildDir/standalone/busyloop" "$home/bin/$watched" || fail "the busy process is not built"
     mkdir "$evidence"
     cat >"$home/master.conf" <<STORE
-# $watched may use at most 20 percent of this machine's processors.
-THHS_MONITOR_CPU = $watched:20
+# $watched may use at most 5 percent of this machine's processors.
+THHS_MONITOR_CPU = $watched:5
 THHS_EVIDENCE_PATH = $evidence
 THHS_CAPTURE_PROCESS_DUMP = 1
 THHS_INCREASE_LOG_LEVEL = 1
@@ -95,14 +95,21 @@ startDaemon() {
     daemonPid=$(cat /usr/tarnv/tmp/*.RUN)
 }
 
+# The lines of the log that begin with these texts behind their time. Only the beginning counts: the log also quotes
+# the command lines of processes, this script's own among them.
+logLines() {
+    log | grep -e "^[-0-9]\{10\} [0-9:]\{12\} - \($1\)"
+}
+
 logSays() {
-    log | grep -q -e "$1"
+    logLines "$1" >/dev/null
 }
 
 captureEnded() {
-    for text in 'Dump has generated for pid' 'Memory Performance data collected' \
+    for text in 'TakeMemorySnapshotAndDump .* Dump has generated for pid' 'Memory Performance data collected' \
         'Network Performance data collected' 'Process specific data collected' \
-        'command .*/iostat .* return the' 'command .*/mpstat .* return the'; do
+        'CollectCommandData : command .*/iostat .* return the' \
+        'CollectCommandData : command .*/mpstat .* return the'; do
         logSays "$text" || return 1
     done
 }
@@ -145,7 +152,7 @@ heading "Starting"
 startDaemon
 heading "The breach, in the diagnostic log"
 waitFor "the breach" logSays "CPU threshold exceeded by process : $watched"
-log | grep -e "threshold exceeded" -e "Taking Process Dump"
+logLines 'CPU threshold exceeded\|Taking Process Dump'
 heading "The breach, in the system log"
 waitFor "the system log's line" grep -q "CPU threshold exceeded" "$systemLog"
 grep "threshold exceeded" "$systemLog"

@@ -28,7 +28,7 @@ def test_it_shows_a_breach_from_the_start_to_the_restored_levels_and_leaves_the_
     shown = {heading: text.rstrip("\n") + "\n" for heading, text in sections(done.stdout).items()}
 
     assert shown["Starting"].endswith("Info: Daemon is running\n\nPerformed the start operation successfully.\n")
-    breach = re.compile(r"CPU threshold exceeded by process : tbrd \((\d+)\), Threshold : 20 Percent , "
+    breach = re.compile(r"CPU threshold exceeded by process : tbrd \((\d+)\), Threshold : 5 Percent , "
                         r"Usage : \d+\.\d\d Percent$", re.MULTILINE)
     pid = breach.search(shown["The breach, in the diagnostic log"])[1]
     assert breach.search(shown["The breach, in the system log"])[1] == pid
