@@ -1,9 +1,11 @@
 #!/bin/sh
-# The part of script/demo that runs on the isolated host: demo_host.sh BUILD_FOLDER EVIDENCE_FOLDER
+# The part of script/demo that runs on the isolated host: demo_host.sh BUILD_FOLDER EVIDENCE_FOLDER [PERCENT]
+# PERCENT is what the watched process may use of the processors; less is for a machine that has much else to do.
 set -u
 
 buildDir=$1
 leftBehind=$2
+allowed=${3:-10}
 library=$(dirname "$0")
 home=/usr/tarnv/tarnhaven
 evidence=/var/evidence
@@ -49,8 +51,8 @@ installProduct() {
     cp "$buildDir/standalone/busyloop" "$home/bin/$watched" || fail "the busy process is not built"
     mkdir "$evidence"
     cat >"$home/master.conf" <<STORE
-# $watched may use at most 5 percent of this machine's processors.
-THHS_MONITOR_CPU = $watched:5
+# $watched may use at most $allowed percent of this machine's processors.
+THHS_MONITOR_CPU = $watched:$allowed
 THHS_EVIDENCE_PATH = $evidence
 THHS_CAPTURE_PROCESS_DUMP = 1
 THHS_INCREASE_LOG_LEVEL = 1

@@ -6,8 +6,9 @@ from host import product
 
 
 def run_demo(evidence):
+    # Other tests are busy at the same time, so any use of the processors is a breach here.
     command = [product.CHECKOUT / "script/host", "--share", evidence, "--share", product.build_folder(), "--",
-               "sh", product.CHECKOUT / "script/lib/demo_host.sh", product.build_folder(), evidence]
+               "sh", product.CHECKOUT / "script/lib/demo_host.sh", product.build_folder(), evidence, "0"]
     return subprocess.run(command, stdin=subprocess.DEVNULL, capture_output=True, text=True, timeout=240)
 
 
@@ -28,7 +29,7 @@ def test_it_shows_a_breach_from_the_start_to_the_restored_levels_and_leaves_the_
     shown = {heading: text.rstrip("\n") + "\n" for heading, text in sections(done.stdout).items()}
 
     assert shown["Starting"].endswith("Info: Daemon is running\n\nPerformed the start operation successfully.\n")
-    breach = re.compile(r"CPU threshold exceeded by process : tbrd \((\d+)\), Threshold : 5 Percent , "
+    breach = re.compile(r"CPU threshold exceeded by process : tbrd \((\d+)\), Threshold : 0 Percent , "
                         r"Usage : \d+\.\d\d Percent$", re.MULTILINE)
     pid = breach.search(shown["The breach, in the diagnostic log"])[1]
     assert breach.search(shown["The breach, in the system log"])[1] == pid
