@@ -41,11 +41,13 @@ int GetResult(const char* key)
 
 void* get_master_config_ptr(void)
 {
+    ++GetStore().mHandles;
     return &GetStore();
 }
 
 int thconfGetKeyValPair(void* /*handle*/, const char* key, char** value)
 {
+    GetStore().mReads.push_back(key);
     const auto entry = GetStore().mValues.find(key);
     if (entry != GetStore().mValues.end()) {
         *value = strdup(entry->second.c_str());
@@ -55,6 +57,7 @@ int thconfGetKeyValPair(void* /*handle*/, const char* key, char** value)
 
 int thconfGetKeyValPairAsInt(void* /*handle*/, const char* key, int* value)
 {
+    GetStore().mReads.push_back(key);
     const int result = GetResult(key);
     if (result != 0) {
         return result;

@@ -4,6 +4,7 @@
 #include <map>
 #include <optional>
 #include <string>
+#include <vector>
 
 /** An in-memory store behind the calls of the base library. One for the process, empty at its start. */
 struct StoreDouble
@@ -18,6 +19,12 @@ struct StoreDouble
 
     /** How often the store was made to read itself again. */
     int mForcedReads = 0;
+
+    /** The keys in the order in which they were asked for. */
+    std::vector<std::string> mReads;
+
+    /** How often the handle of the store was asked for. */
+    int mHandles = 0;
 };
 
 StoreDouble& GetStore();

@@ -29,6 +29,16 @@ uid_t __wrap_getuid(void)
     return GetSeams().mGetuid ? GetSeams().mGetuid() : __real_getuid();
 }
 
+int __real_gettimeofday(struct timeval* now, void* zone);
+int __wrap_gettimeofday(struct timeval* now, void* zone)
+{
+    if (GetSeams().mGettimeofday) {
+        GetSeams().mGettimeofday(now);
+        return 0;
+    }
+    return __real_gettimeofday(now, zone);
+}
+
 int __real_kill(pid_t pid, int signal);
 int __wrap_kill(pid_t pid, int signal)
 {

@@ -6,6 +6,7 @@
 #include <vector>
 
 #include <pthread.h>
+#include <sys/time.h>
 #include <sys/types.h>
 
 /**
@@ -17,6 +18,7 @@ struct SystemSeams
     std::function<pid_t()> mFork;
     std::function<pid_t()> mGetppid;
     std::function<uid_t()> mGetuid;
+    std::function<void(struct timeval*)> mGettimeofday; ///< fills the record; the call succeeds
     std::function<int(pid_t, int)> mKill;
     std::function<FILE*(const char*, const char*)> mPopen;
     std::function<int(pthread_t)> mPthreadCancel;
