@@ -5,6 +5,7 @@
 #include "platform/THUEnv.h"
 #include "thbase.h"
 
+#include <algorithm>
 #include <csignal>
 #include <cstdio>
 #include <cstdlib>
@@ -21,6 +22,7 @@ std::int32_t gUUIDFd = -1;
 namespace
 {
 constexpr mode_t LOCK_FILE_MODE = 0600;
+constexpr std::size_t LOCK_FILE_READ_SIZE = 4096;
 constexpr int LOG_MASK = 0x7f; // all priorities up to LOG_INFO
 constexpr int CREATION_BUDGET = 3;
 constexpr int EXIT_ON_SIGNAL = -1;
@@ -44,11 +46,10 @@ void ReleaseStops()
     }
 }
 
-/** One second in which a stop is taken. */
-void WaitOneSecond()
+/** Takes a stop that was kept. */
+void TakeHeldStop()
 {
     ReleaseStops();
-    (void)sleep(1); // a signal may cut it short
     HoldStops();
 }
 
@@ -62,6 +63,20 @@ int OpenLockFile(const std::string& path)
     // A lock on one of the first three descriptors would fall when the daemon closes its standard streams.
     OccupyFreeStandardDescriptors();
     return open(path.c_str(), O_RDWR | O_CREAT | O_CLOEXEC, LOCK_FILE_MODE);
+}
+
+/** Reads the beginning of a lock file, more than a process id takes. False when it can't be opened. */
+bool ReadLockFile(const std::string& path, std::string& content)
+{
+    // Left open: closing any descriptor of the file would drop the lock that this process may hold on it.
+    const int descriptor = open(path.c_str(), O_RDONLY | O_CLOEXEC);
+    if (descriptor < 0) {
+        return false;
+    }
+    char buffer[LOCK_FILE_READ_SIZE];
+    const ssize_t length = read(descriptor, buffer, sizeof buffer);
+    content.assign(buffer, static_cast<std::size_t>(std::max<ssize_t>(length, 0)));
+    return true;
 }
 
 void WritePid(const char* runFileName)
@@ -102,7 +117,7 @@ void RunWorker()
             (void)StopMonitoringActivity(); // a second time, after the worker's own: that is meant
             return;
         }
-        WaitOneSecond();
+        WaitTakingStops(1);
     }
 }
 
@@ -119,13 +134,12 @@ int RunDaemon(const char* processName, const char* runFileName)
     openlog(processName, LOG_PID | LOG_CONS | LOG_PERROR, LOG_USER);
     syslog(LOG_INFO, "===== Daemon Entry Point =====\n");
     const int result = StartMonitoringActivity();
-    ReleaseStops();
-    HoldStops();
+    TakeHeldStop();
     if (result != 0) {
         return result;
     }
     RunWorker();
-    ReleaseStops();
+    TakeHeldStop(); // a later one meets a process that is ending anyway
     syslog(LOG_INFO, "===== Daemon Exit Point =====\n");
     closelog();
     return 0;
@@ -154,6 +168,13 @@ void SignalHandler(int signal)
         (void)pthread_cancel(gTID); // the worker may have ended by itself
     }
     exit(EXIT_ON_SIGNAL);
+}
+
+void WaitTakingStops(unsigned int seconds)
+{
+    ReleaseStops();
+    (void)sleep(seconds); // SIGHUP cuts it short
+    HoldStops();
 }
 
 void GetTouchFilePath(std::string name, std::string& path)
@@ -188,12 +209,15 @@ int GetChildPidFromLockFile(const char* fileName, int& pid)
     pid = -1;
     std::string path;
     GetTouchFilePath(fileName, path);
-    FILE* const file = fopen(path.c_str(), "r");
-    if (file == nullptr) {
+    std::string content;
+    if (!ReadLockFile(path, content)) {
         return DAEMON_RC_OPEN_FAILED;
     }
-    const int conversions = T_fscanf(file, "%d", &pid, static_cast<int>(sizeof pid));
-    (void)fclose(file); // only read
+    FILE* const file = fmemopen(content.data(), content.size(), "r");
+    const int conversions = file == nullptr ? -1 : T_fscanf(file, "%d", &pid, static_cast<int>(sizeof pid));
+    if (file != nullptr) {
+        (void)fclose(file); // memory, and only read
+    }
     if (conversions == -1) {
         pid = -1;
         return DAEMON_RC_NO_PID;
@@ -277,9 +301,9 @@ int ConvertProcessToDaemon(const char* processName, const char* runFileName)
     if (child == 0) {
         return RunDaemon(processName, runFileName);
     }
-    ReleaseStops();
     if (child < 0) {
         ConsolePuts("Error: Failed to fork the process");
+        TakeHeldStop();
         return DAEMON_RC_FORK_FAILED;
     }
     return DAEMON_RC_PARENT;

@@ -40,6 +40,12 @@ extern std::int32_t gUUIDFd;        ///< descriptor of the lock file that was op
  */
 void SignalHandler(int signal);
 
+/**
+ * Waits, and meanwhile takes stops, which the main thread keeps at all other times once it has the handler:
+ * the program waits between its actions through this and not by sleep alone. SIGHUP cuts the wait short.
+ */
+void WaitTakingStops(unsigned int seconds);
+
 /** The path of a lock file. */
 void GetTouchFilePath(std::string name, std::string& path);
 

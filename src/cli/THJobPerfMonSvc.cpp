@@ -50,14 +50,14 @@ std::string GetFailureText(int result)
 
 void LogServiceStopped()
 {
-    LogLine(logFileMtx).Write("%s%s Service stopped.\n", GetCurrentTimeStamp().c_str(), TITLE);
+    LogLine{logFileMtx}.Write("%s%s Service stopped.\n", GetCurrentTimeStamp().c_str(), TITLE);
 }
 
 void ReportConfigurationFailure(int result)
 {
     const std::string text = GetFailureText(result);
     syslog(LOG_ERR, "%s", text.c_str());
-    LogLine(logFileMtx).Write("%sError:%s\n", GetCurrentTimeStamp().c_str(), text.c_str());
+    LogLine{logFileMtx}.Write("%sError:%s\n", GetCurrentTimeStamp().c_str(), text.c_str());
     LogServiceStopped();
 }
 
@@ -68,11 +68,11 @@ void ProbeMachine(ConfigurationMgr& config)
         return;
     }
     const int processors = helper->GetCPUCount();
-    LogLine(logFileMtx).Write("%sNumber of CPUs = %d\n", GetCurrentTimeStamp().c_str(), processors);
+    LogLine{logFileMtx}.Write("%sNumber of CPUs = %d\n", GetCurrentTimeStamp().c_str(), processors);
     config.mCPUCount = processors;
     const std::int64_t memory = helper->GetTotalSizeOfMemoryInKB();
-    LogLine(logFileMtx)
-        .Write("%sTotal size of Memory = %ld\n", GetCurrentTimeStamp().c_str(), static_cast<long>(memory));
+    LogLine{logFileMtx}.Write("%sTotal size of Memory = %ld\n", GetCurrentTimeStamp().c_str(),
+                              static_cast<long>(memory));
     config.mTotalMemoryInKB = memory;
 }
 
@@ -88,8 +88,8 @@ void MakePass(ConfigurationMgr& config)
     config.PopulateProcessIDAndProcessNameMap();
     AddCounters(*config.mCPUCounterMgr);
     AddCounters(*config.mMemoryCounterMgr);
-    LogLine(logFileMtx)
-        .Write("%s%s Service is monitoring the resources.\n", GetCurrentTimeStamp().c_str(), TITLE);
+    LogLine{logFileMtx}.Write("%s%s Service is monitoring the resources.\n", GetCurrentTimeStamp().c_str(),
+                              TITLE);
     config.mCPUCounterMgr->HandleThresholdBreach();
     config.mMemoryCounterMgr->HandleThresholdBreach();
 }
@@ -105,7 +105,7 @@ int StartMonitoringActivity()
 {
     ConfigurationMgr* const config = ConfigurationMgr::GetInstance();
     config->mDaemonPid = getpid();
-    LogLine(logFileMtx).Write("%s%s Service started\n", GetCurrentTimeStamp().c_str(), TITLE);
+    LogLine{logFileMtx}.Write("%s%s Service started\n", GetCurrentTimeStamp().c_str(), TITLE);
     const int result = config->ReadConfigurationFile();
     if (result != 0) {
         ReportConfigurationFailure(result);
@@ -142,11 +142,11 @@ int StopMonitoringActivity()
 {
     ConfigurationMgr* const config = ConfigurationMgr::GetInstance();
     syslog(LOG_INFO, "%s", FormatBounded(MESSAGE_SIZE, "%s Service stopped.", TITLE).c_str());
-    LogLine(logFileMtx)
-        .Write("%sCleaning up the resources used by the service.\n", GetCurrentTimeStamp().c_str());
+    LogLine{logFileMtx}.Write("%sCleaning up the resources used by the service.\n",
+                              GetCurrentTimeStamp().c_str());
     config->CloseThreadHandles();
-    LogLine(logFileMtx)
-        .Write("%sResetting the original log levels for the processes.\n", GetCurrentTimeStamp().c_str());
+    LogLine{logFileMtx}.Write("%sResetting the original log levels for the processes.\n",
+                              GetCurrentTimeStamp().c_str());
     config->ResetLogging();
     gRunDaemonLoop = false;
     LogServiceStopped();

@@ -71,7 +71,7 @@ eCommandActions GetActionFromArg(int argc, char** argv)
     }
     // The help begins with two line feeds, of which the first ends this line.
     ConsolePrint("Error: Invalid arguments");
-    auto* const actions = new CUnixAction; // left to the end of the process, which is near
+    static CActionInterface* const actions = new CUnixAction; // left to the end of the process, which is near
     (void)actions->PrintHelp(THHS_NAME);
     return eActionInvalid;
 }

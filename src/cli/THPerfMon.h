@@ -5,7 +5,7 @@
 /** The program's entry: from the command line to an action and from its result to the exit status. Main
  * thread. */
 
-enum eCommandActions
+enum eCommandActions : int
 {
     eActionInvalid = 0,
     eActionInstall = 1,

@@ -5,8 +5,6 @@
 #include "platform/HelperFunctionInterface.h"
 #include "platform/UnixHelperFactoryMethod.h"
 
-#include <unistd.h>
-
 namespace
 {
 constexpr char SHORT_NAME[] = "thsentinel";
@@ -56,13 +54,13 @@ bool CUnixAction::RunAction()
     if (ConvertProcessToDaemon(SHORT_NAME, THHS_RUN_LOCK_NAME) != DAEMON_RC_PARENT) {
         return false; // the daemon too comes back here at its end
     }
-    (void)sleep(SECONDS_BEFORE_FIRST_CHECK); // a signal that shortens it has ended the process
+    WaitTakingStops(SECONDS_BEFORE_FIRST_CHECK);
     for (int check = 0; check < CHECKS; ++check) {
         if (CheckTheDaemonRuning(SHORT_NAME, THHS_RUN_LOCK_NAME) == 0) {
             ConsolePuts("Info: Daemon is running");
             return true;
         }
-        (void)sleep(1);
+        WaitTakingStops(1);
     }
     ConsolePuts("Error: Failed to start the daemon, please check the log for the reason");
     return false;
