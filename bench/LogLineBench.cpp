@@ -19,9 +19,8 @@ constexpr double MICROSECONDS_PER_MILLISECOND = 1000.0;
 void WriteLines()
 {
     for (int line = 0; line < LINES; ++line) {
-        LogLine(logFileMtx)
-            .Write("%s%s Service is monitoring the resources. %d\n", GetCurrentTimeStamp().c_str(),
-                   "Tarnhaven Health Sentinel", line);
+        LogLine{logFileMtx}.Write("%s%s Service is monitoring the resources. %d\n",
+                                  GetCurrentTimeStamp().c_str(), "Tarnhaven Health Sentinel", line);
     }
 }
 

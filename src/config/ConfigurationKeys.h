@@ -50,8 +50,8 @@ constexpr char NOT_A_SWITCH[] =
 
 constexpr RevertingKey CAPTURE_KEYS[] = {
     {THHS_DUMP_COUNT, &ConfigurationMgr::mMaxDumpCount, 1, 10, 3,
-     "%sInvalid value for %s : %d. Value should be greater between 1 and 10. Proceeding with default value "
-     "of %d.\n",
+     "%sInvalid value for %s : %d. Value should be greater between 1 and 10. "
+     "Proceeding with default value of %d.\n",
      nullptr},
     {THHS_CAPTURE_NETWORK_STAT, &ConfigurationMgr::mCaptureNetworkStat, 0, 1, 1,
      "%sInvalid value for %s : %d. Value should be either 0 or 1. Proceeding with default value of %d\n",

@@ -112,9 +112,8 @@ int ConfigurationMgr::GetThreasholdValue(std::map<std::string, int> thresholds, 
         return entry->second;
     }
     if (IsVerbose()) {
-        LogLine(logFileMtx)
-            .Write("%sCould not find threshold value for process %s\n", GetCurrentTimeStamp().c_str(),
-                   processName.c_str());
+        LogLine{logFileMtx}.Write("%sCould not find threshold value for process %s\n",
+                                  GetCurrentTimeStamp().c_str(), processName.c_str());
     }
     return -1;
 }
@@ -130,9 +129,9 @@ void ConfigurationMgr::PrintProcessNameAndProcessIDMap()
     if (!IsVerbose()) {
         return;
     }
-    LogLine(logFileMtx).Write("%s\tKEY\tELEMENT\n", GetCurrentTimeStamp().c_str());
+    LogLine{logFileMtx}.Write("%s\tKEY\tELEMENT\n", GetCurrentTimeStamp().c_str());
     for (const auto& [name, pid] : mProcessNameAndProcessIDMap) {
-        LogLine(logFileMtx).Write("%s\t%s\t%d\n", GetCurrentTimeStamp().c_str(), name.c_str(), pid);
+        LogLine{logFileMtx}.Write("%s\t%s\t%d\n", GetCurrentTimeStamp().c_str(), name.c_str(), pid);
     }
 }
 

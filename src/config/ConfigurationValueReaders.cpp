@@ -28,15 +28,15 @@ struct FreeText
 
 void LogAndPrint(const std::string& message)
 {
-    LogLine(logFileMtx).Write("%s%s\n", GetCurrentTimeStamp().c_str(), message.c_str());
+    LogLine{logFileMtx}.Write("%s%s\n", GetCurrentTimeStamp().c_str(), message.c_str());
     ConsolePuts(message.c_str());
 }
 
 void LogNotDefined(const char* key)
 {
     if (IsVerbose()) {
-        LogLine(logFileMtx)
-            .Write("%s%s not defined in Tarnhaven configuration.\n", GetCurrentTimeStamp().c_str(), key);
+        LogLine{logFileMtx}.Write("%s%s not defined in Tarnhaven configuration.\n",
+                                  GetCurrentTimeStamp().c_str(), key);
     }
 }
 
@@ -91,16 +91,16 @@ std::string ReadStringValue(const char* key, std::string& value, int& result)
 bool ValidateInputForSpecialChars(std::string text)
 {
     if (CheckForUnauthorizedStrings(text)) {
-        LogLine(logFileMtx)
-            .Write("%sThere are unauthorized characters detected in the input. Returning Error.\n",
-                   GetCurrentTimeStamp().c_str());
+        LogLine{logFileMtx}.Write(
+            "%sThere are unauthorized characters detected in the input. Returning Error.\n",
+            GetCurrentTimeStamp().c_str());
         return false;
     }
     for (const char character : text) {
         if (!IsAllowed(character)) {
-            LogLine(logFileMtx)
-                .Write("%sThere are non alpha numeric characters in the input '%c'. Returning Error.\n",
-                       GetCurrentTimeStamp().c_str(), character);
+            LogLine{logFileMtx}.Write(
+                "%sThere are non alpha numeric characters in the input '%c'. Returning Error.\n",
+                GetCurrentTimeStamp().c_str(), character);
             return false;
         }
     }

@@ -7,7 +7,7 @@
 /**
  * One line of the diagnostic log, from the open to the close of the day's file.
  *
- * Use it as LogLine(logFileMtx).Write("%s...\n", GetCurrentTimeStamp().c_str(), ...): the file is open and
+ * Use it as LogLine{logFileMtx}.Write("%s...\n", GetCurrentTimeStamp().c_str(), ...): the file is open and
  * the unit's lock held before the arguments are gathered, and the lock is given back behind the line. A file
  * that can't be opened loses the line and nothing else. Any thread; the lock isn't recursive, so the
  * arguments must not log.

@@ -41,7 +41,7 @@ struct MonitoredProcess
 
 int Reject(const std::string& message, int result)
 {
-    LogLine(logFileMtx).Write("%s%s\n", GetCurrentTimeStamp().c_str(), message.c_str());
+    LogLine{logFileMtx}.Write("%s%s\n", GetCurrentTimeStamp().c_str(), message.c_str());
     ConsolePuts(message.c_str());
     return result;
 }
@@ -90,10 +90,10 @@ int CheckLimit(const MonitoringList& list, const MonitoredProcess& process)
         return RejectPercent(list, process);
     }
     if (list.Is(THHS_MONITOR_DEADLOCK) && process.mThreshold != 0) {
-        return Reject(FormatBounded(MESSAGE_SIZE,
-                                    "Invalid Value %s for the %s in Tarnhaven configuration file.",
-                                    process.mName.c_str(), list.mKey),
-                      RC_CONFIG_INVALID);
+        return Reject(
+            FormatBounded(MESSAGE_SIZE, "Invalid Value %s for the %s in Tarnhaven configuration file.",
+                          process.mName.c_str(), list.mKey),
+            RC_CONFIG_INVALID);
     }
     return 0;
 }
@@ -123,14 +123,14 @@ void RecordProcess(const MonitoringList& list, const MonitoredProcess& process)
     }
     config->mMonitoredProcessNames.insert(name);
     if (list.mUnitLabel.empty()) {
-        LogLine(logFileMtx)
-            .Write("%sProcess %s requested monitoring for %s conditions.\n", GetCurrentTimeStamp().c_str(),
-                   AppendBinExt(name).c_str(), list.mLabel.c_str());
+        LogLine{logFileMtx}.Write("%sProcess %s requested monitoring for %s conditions.\n",
+                                  GetCurrentTimeStamp().c_str(), AppendBinExt(name).c_str(),
+                                  list.mLabel.c_str());
         return;
     }
-    LogLine(logFileMtx)
-        .Write("%sProcess %s requested monitoring of %s threshold of %d %s.\n", GetCurrentTimeStamp().c_str(),
-               AppendBinExt(name).c_str(), list.mLabel.c_str(), process.mThreshold, list.mUnitLabel.c_str());
+    LogLine{logFileMtx}.Write("%sProcess %s requested monitoring of %s threshold of %d %s.\n",
+                              GetCurrentTimeStamp().c_str(), AppendBinExt(name).c_str(), list.mLabel.c_str(),
+                              process.mThreshold, list.mUnitLabel.c_str());
 }
 } // namespace
 
@@ -147,9 +147,8 @@ int ReadMapValue(const char* key, std::string messageStr, std::map<std::string, 
     std::vector<std::string> elements;
     GetVectorFromString(value, ",", elements);
     if (elements.empty()) {
-        LogLine(logFileMtx)
-            .Write("%sUnable to read the %s data from Tarnhaven configuration file.\n",
-                   GetCurrentTimeStamp().c_str(), key);
+        LogLine{logFileMtx}.Write("%sUnable to read the %s data from Tarnhaven configuration file.\n",
+                                  GetCurrentTimeStamp().c_str(), key);
         return RC_CONFIG_INVALID;
     }
     MonitoringList list = {key, messageStr, "", *helper};

@@ -25,10 +25,9 @@ double CPUCounterMgr::ReadCounterIndexValue(Counter* counter)
         usage /= static_cast<double>(processors);
     }
     if (IsVerbose()) {
-        LogLine(logFileMtx)
-            .Write("%sCPUCounterMgr::ReadCounterIndexValue Getting CPU for Process %s (Pid %d) %f.\n",
-                   GetCurrentTimeStamp().c_str(), counter->mProcessName.c_str(), counter->mCounterIndex,
-                   usage);
+        LogLine{logFileMtx}.Write(
+            "%sCPUCounterMgr::ReadCounterIndexValue Getting CPU for Process %s (Pid %d) %f.\n",
+            GetCurrentTimeStamp().c_str(), counter->mProcessName.c_str(), counter->mCounterIndex, usage);
     }
     return usage;
 }

@@ -26,13 +26,12 @@ double MemoryCounterMgr::ReadCounterIndexValue(Counter* counter)
         isAbsolute ? helper->GetMemoryUsageForProcessInMB(counter->mProcessName, counter->mCounterIndex)
                    : helper->GetMemoryUsageForProcessInPercent(counter->mProcessName, counter->mCounterIndex);
     if (IsVerbose()) {
-        LogLine(logFileMtx)
-            .Write(
-                isAbsolute
-                    ? "%sMemoryCounterMgr::ReadCounterIndexValue Memory Usage : %.2lf MB for process %s .\n"
-                    : "%sMemoryCounterMgr::ReadCounterIndexValue Memory Usage : %.2lf PERCENT of memory for "
-                      "process %s.\n",
-                GetCurrentTimeStamp().c_str(), usage, counter->mProcessName.c_str());
+        LogLine{logFileMtx}.Write(
+            isAbsolute
+                ? "%sMemoryCounterMgr::ReadCounterIndexValue Memory Usage : %.2lf MB for process %s .\n"
+                : "%sMemoryCounterMgr::ReadCounterIndexValue Memory Usage : %.2lf PERCENT of memory for "
+                  "process %s.\n",
+            GetCurrentTimeStamp().c_str(), usage, counter->mProcessName.c_str());
     }
     return usage;
 }

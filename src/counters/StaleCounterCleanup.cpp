@@ -5,6 +5,7 @@
 #include "counters/CounterMgr.h"
 #include "platform/THUEnv.h"
 
+#include <iterator>
 #include <memory>
 
 namespace
@@ -14,14 +15,14 @@ void LogRemoval(int pid, const Counter& counter)
     if (!IsVerbose()) {
         return;
     }
-    LogLine(logFileMtx)
-        .Write("%sProcessId (%d) is not alive. Removing performance counter (Index : %d) %s\n",
-               GetCurrentTimeStamp().c_str(), pid, counter.mCounterIndex, counter.mCounterName.c_str());
-    LogLine(logFileMtx)
-        .Write("%sRemoving from ProcessIDAndCouterMap Process %s (PID : %d) with Counter Index : %d "
-               "and Counter Name %s\n",
-               GetCurrentTimeStamp().c_str(), AppendBinExt(counter.mProcessName).c_str(), pid,
-               counter.mCounterIndex, counter.mCounterName.c_str());
+    LogLine{logFileMtx}.Write("%sProcessId (%d) is not alive. Removing performance counter (Index : %d) %s\n",
+                              GetCurrentTimeStamp().c_str(), pid, counter.mCounterIndex,
+                              counter.mCounterName.c_str());
+    LogLine{logFileMtx}.Write(
+        "%sRemoving from ProcessIDAndCouterMap Process %s (PID : %d) with Counter Index : %d "
+        "and Counter Name %s\n",
+        GetCurrentTimeStamp().c_str(), AppendBinExt(counter.mProcessName).c_str(), pid, counter.mCounterIndex,
+        counter.mCounterName.c_str());
 }
 } // namespace
 
@@ -35,8 +36,8 @@ void CounterMgr::CleanUpStaleCounters()
             ++entry;
             continue;
         }
+        LogRemoval(entry->first, *entry->second);
         const std::unique_ptr<Counter> counter(entry->second);
-        LogRemoval(entry->first, *counter);
         mProcessIDAndCouterMap.erase(entry);
         if (mProcessIDAndCouterMap.empty()) {
             return;

@@ -28,15 +28,13 @@ void UnixHelperFunction::CollectCommandData(std::string outputFile, std::string 
     (void)EchoCommandToFile(line, outputFile); // the output is tried without a head too
     line = RedirectCommand(line, outputFile, true, false);
     if (IsVerbose()) {
-        LogLine(logFileMtx)
-            .Write("%sCollectCommandData : Command to execute : %s\n", GetCurrentTimeStamp().c_str(),
-                   line.c_str());
+        LogLine{logFileMtx}.Write("%sCollectCommandData : Command to execute : %s\n",
+                                  GetCurrentTimeStamp().c_str(), line.c_str());
     }
     const int status = system(line.c_str());
     if (IsVerbose()) {
-        LogLine(logFileMtx)
-            .Write("%sCollectCommandData : command %s return the %d\n", GetCurrentTimeStamp().c_str(),
-                   line.c_str(), status);
+        LogLine{logFileMtx}.Write("%sCollectCommandData : command %s return the %d\n",
+                                  GetCurrentTimeStamp().c_str(), line.c_str(), status);
     }
 }
 
@@ -59,13 +57,11 @@ void UnixHelperFunction::CollectCommandDataInBackground(std::string outputFile, 
     const CaptureStart start = StartCaptureThread(
         *this, ThreadRunCommand, new CommandRunData{outputFile, commandPath, arguments, filterPid});
     if (!start.mIsRunning) {
-        LogLine(logFileMtx)
-            .Write("%sError: Failed to create a thread to run the %s command \n",
-                   GetCurrentTimeStamp().c_str(), commandPath.c_str());
+        LogLine{logFileMtx}.Write("%sError: Failed to create a thread to run the %s command \n",
+                                  GetCurrentTimeStamp().c_str(), commandPath.c_str());
     } else if (IsVerbose()) {
-        LogLine(logFileMtx)
-            .Write("%sThread (TID : %lld) created to run the %s command \n", GetCurrentTimeStamp().c_str(),
-                   start.mThreadId, commandPath.c_str());
+        LogLine{logFileMtx}.Write("%sThread (TID : %lld) created to run the %s command \n",
+                                  GetCurrentTimeStamp().c_str(), start.mThreadId, commandPath.c_str());
     }
 }
 

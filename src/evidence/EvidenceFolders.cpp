@@ -38,9 +38,8 @@ void UnixHelperFunction::GenerateFileName(std::string folderName, int pid, std::
     const ConfigurationMgr* const config = ConfigurationMgr::GetInstance();
     const std::string root = config->mEvidencePath; // may change meanwhile, so it is taken once
     if (!HF_DoesFolderExist(root) && !HF_CreateDir(root, false)) {
-        LogLine(logFileMtx)
-            .Write("%sError: Failed to create evidence folder %s\n", GetCurrentTimeStamp().c_str(),
-                   root.c_str());
+        LogLine{logFileMtx}.Write("%sError: Failed to create evidence folder %s\n",
+                                  GetCurrentTimeStamp().c_str(), root.c_str());
         return;
     }
     std::string path = AppendPaths(root, folderName);
@@ -67,8 +66,8 @@ bool UnixHelperFunction::CreateTouchFile(std::string path)
 {
     const int descriptor = open(path.c_str(), O_RDWR | O_CREAT | O_CLOEXEC, MARKER_MODE);
     if (descriptor < 0) {
-        LogLine(logFileMtx)
-            .Write("%sError: Failed to create touch file %s\n", GetCurrentTimeStamp().c_str(), path.c_str());
+        LogLine{logFileMtx}.Write("%sError: Failed to create touch file %s\n", GetCurrentTimeStamp().c_str(),
+                                  path.c_str());
         return false;
     }
     (void)close(descriptor); // nothing was written
@@ -83,9 +82,8 @@ void UnixHelperFunction::RemoveDir(std::string folderName, int pid)
         AppendPaths(GetTHPerfMonLogPath(), folderName) + "/" + FormatBounded(PID_FOLDER_SIZE, "%d", pid);
     // The line tells of the attempt that failed, and success has none: that is meant too.
     if (rmdir(path.c_str()) != 0 && IsVerbose()) {
-        LogLine(logFileMtx)
-            .Write("%sCleaned up folders that are not required %s (PID : %d)\n",
-                   GetCurrentTimeStamp().c_str(), path.c_str(), pid);
+        LogLine{logFileMtx}.Write("%sCleaned up folders that are not required %s (PID : %d)\n",
+                                  GetCurrentTimeStamp().c_str(), path.c_str(), pid);
     }
 }
 
@@ -99,14 +97,12 @@ void ConfigurationMgr::PurgeOldEvidence()
 {
     const std::string line = mHelper->HF_CommandToCleanFolder(mEvidencePath);
     if (IsVerbose()) {
-        LogLine(logFileMtx)
-            .Write("%sTrying to clean up older evidences. Command : %s\n", GetCurrentTimeStamp().c_str(),
-                   line.c_str());
+        LogLine{logFileMtx}.Write("%sTrying to clean up older evidences. Command : %s\n",
+                                  GetCurrentTimeStamp().c_str(), line.c_str());
     }
     // Judged by standard output alone, on which rm says nothing even when it refuses.
     if (mHelper->ExecuteCommand(line.c_str()).empty() && IsVerbose()) {
-        LogLine(logFileMtx)
-            .Write("%sSuccessfully purged older evidences collected during last runs.\n",
-                   GetCurrentTimeStamp().c_str());
+        LogLine{logFileMtx}.Write("%sSuccessfully purged older evidences collected during last runs.\n",
+                                  GetCurrentTimeStamp().c_str());
     }
 }

@@ -47,9 +47,8 @@ bool RunLines(HelperFunctionInterface& helper, std::initializer_list<std::string
         std::string output;
         if (helper.ExecuteCommandWithRc(line.c_str(), output) != 0) {
             if (IsVerbose()) {
-                LogLine(logFileMtx)
-                    .Write("%sThreadJavaProcessDump failed to execute : %s\n", GetCurrentTimeStamp().c_str(),
-                           line.c_str());
+                LogLine{logFileMtx}.Write("%sThreadJavaProcessDump failed to execute : %s\n",
+                                          GetCurrentTimeStamp().c_str(), line.c_str());
             }
             return false;
         }
@@ -60,9 +59,8 @@ bool RunLines(HelperFunctionInterface& helper, std::initializer_list<std::string
 bool TakeHeapDump(HelperFunctionInterface& helper, const SnapshotData& record)
 {
     if (IsVerbose()) {
-        LogLine(logFileMtx)
-            .Write("%sStarting to gather GC.heap_dump for PID : %d\n", GetCurrentTimeStamp().c_str(),
-                   record.mPid);
+        LogLine{logFileMtx}.Write("%sStarting to gather GC.heap_dump for PID : %d\n",
+                                  GetCurrentTimeStamp().c_str(), record.mPid);
     }
     return RunLines(helper,
                     {record.mCommand, GetMoveLine(GetTemporaryHeapPath(record), record.mProcessName)});
@@ -71,9 +69,8 @@ bool TakeHeapDump(HelperFunctionInterface& helper, const SnapshotData& record)
 bool TakeThreadDump(HelperFunctionInterface& helper, const SnapshotData& record)
 {
     if (IsVerbose()) {
-        LogLine(logFileMtx)
-            .Write("%sStarting to gather Thread Dump for PID : %d\n", GetCurrentTimeStamp().c_str(),
-                   record.mPid);
+        LogLine{logFileMtx}.Write("%sStarting to gather Thread Dump for PID : %d\n",
+                                  GetCurrentTimeStamp().c_str(), record.mPid);
     }
     const std::string temporaryPath = GetTemporaryThreadPath(record);
     std::string destination;
@@ -98,13 +95,13 @@ bool UnixHelperFunction::CreateJavaProcessDump(std::string javaProcessName, std:
     record->mCommand = GetJcmdLine(*record, "GC.heap_dump", GetTemporaryHeapPath(*record));
     const CaptureStart start = StartCaptureThread(*this, ThreadJavaProcessDump, record);
     if (!start.mIsRunning) {
-        LogLine(logFileMtx)
-            .Write("%sError: Failed to create a thread to take a java process snapshot for PID : %d\n",
-                   GetCurrentTimeStamp().c_str(), pid);
+        LogLine{logFileMtx}.Write(
+            "%sError: Failed to create a thread to take a java process snapshot for PID : %d\n",
+            GetCurrentTimeStamp().c_str(), pid);
     } else if (IsVerbose()) {
-        LogLine(logFileMtx)
-            .Write("%sThread (TID : %lld) created to take a java process snapshot for PID : %d\n",
-                   GetCurrentTimeStamp().c_str(), start.mThreadId, pid);
+        LogLine{logFileMtx}.Write(
+            "%sThread (TID : %lld) created to take a java process snapshot for PID : %d\n",
+            GetCurrentTimeStamp().c_str(), start.mThreadId, pid);
     }
     return start.mIsRunning;
 }
@@ -117,8 +114,8 @@ void* ThreadJavaProcessDump(void* data)
             // Tried whatever came of the heap dump; one of the two is a success.
             const bool hasThreads = TakeThreadDump(helper, record);
             if ((hasHeap || hasThreads) && IsVerbose()) {
-                LogLine(logFileMtx)
-                    .Write("%sThreadJavaProcessDump executed successfully.\n", GetCurrentTimeStamp().c_str());
+                LogLine{logFileMtx}.Write("%sThreadJavaProcessDump executed successfully.\n",
+                                          GetCurrentTimeStamp().c_str());
             }
         });
 }

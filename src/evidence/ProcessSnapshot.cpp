@@ -17,13 +17,13 @@ bool UnixHelperFunction::CreateProcessDump(std::string processName, int pid, std
     record->mCommand = eventText;
     const CaptureStart start = StartCaptureThread(*this, ThreadTakeSnapshot, record);
     if (!start.mIsRunning) {
-        LogLine(logFileMtx)
-            .Write("%sError: Failed to create a thread to take a process snapshot for %s (PID : %d)\n",
-                   GetCurrentTimeStamp().c_str(), processName.c_str(), pid);
+        LogLine{logFileMtx}.Write(
+            "%sError: Failed to create a thread to take a process snapshot for %s (PID : %d)\n",
+            GetCurrentTimeStamp().c_str(), processName.c_str(), pid);
     } else if (IsVerbose()) {
-        LogLine(logFileMtx)
-            .Write("%sThread (TID : %lld) created to take a process snapshot for %s (PID : %d)\n",
-                   GetCurrentTimeStamp().c_str(), start.mThreadId, processName.c_str(), pid);
+        LogLine{logFileMtx}.Write(
+            "%sThread (TID : %lld) created to take a process snapshot for %s (PID : %d)\n",
+            GetCurrentTimeStamp().c_str(), start.mThreadId, processName.c_str(), pid);
     }
     return start.mIsRunning;
 }
@@ -49,9 +49,9 @@ int UnixHelperFunction::TakeMemorySnapshotAndDump(std::string processName, int p
     GenerateFileName(processName, pid, counterLabel, dumpPath, "");
     const std::string& gcore = mCmdPath->mGcore;
     if (!HF_IsFileExist(gcore)) {
-        LogLine(logFileMtx)
-            .Write("%sTakeMemorySnapshotAndDump (TID: %lld) Error:%s file not found to generate the dump\n",
-                   GetCurrentTimeStamp().c_str(), threadId, gcore.c_str());
+        LogLine{logFileMtx}.Write(
+            "%sTakeMemorySnapshotAndDump (TID: %lld) Error:%s file not found to generate the dump\n",
+            GetCurrentTimeStamp().c_str(), threadId, gcore.c_str());
         RemoveDir(processName, pid);
         return 0;
     }
@@ -59,13 +59,12 @@ int UnixHelperFunction::TakeMemorySnapshotAndDump(std::string processName, int p
     const std::string line = gcore + " -o " + dumpPath + " " + FormatBounded(PID_TEXT_SIZE, "%d", pid);
     std::string output;
     if (ExecuteCommandWithRc(line.c_str(), output) == 0) {
-        LogLine(logFileMtx)
-            .Write("%sTakeMemorySnapshotAndDump (TID: %lld) Dump has generated for pid %d\n",
-                   GetCurrentTimeStamp().c_str(), threadId, pid);
+        LogLine{logFileMtx}.Write("%sTakeMemorySnapshotAndDump (TID: %lld) Dump has generated for pid %d\n",
+                                  GetCurrentTimeStamp().c_str(), threadId, pid);
     } else {
-        LogLine(logFileMtx)
-            .Write("%sTakeMemorySnapshotAndDump (TID : %lld) Error: Failed to generate the dump for pid %d\n",
-                   GetCurrentTimeStamp().c_str(), threadId, pid);
+        LogLine{logFileMtx}.Write(
+            "%sTakeMemorySnapshotAndDump (TID : %lld) Error: Failed to generate the dump for pid %d\n",
+            GetCurrentTimeStamp().c_str(), threadId, pid);
         RemoveDir(processName, pid);
     }
     return 0;

@@ -2,7 +2,7 @@
 #include "config/LogFileMtx.h"
 #include "config/LogLine.h"
 #include "config/THCrossPlatformMapping.h"
-#include "logcontrol/ProcessToLogIdMap.h"
+#include "logcontrol/processToLogIdMap.h"
 #include "platform/THUEnv.h"
 #include "platform/UnixHelperFunction.h"
 
@@ -53,18 +53,16 @@ void ReadLevels(UnixHelperFunction& helper, const std::string& tool, const std::
     if (!listing.empty()) {
         levels.mDebugLevel = ReadLevel(listing);
         if (IsVerbose()) {
-            LogLine(logFileMtx)
-                .Write("%sOriginal DebugLevel for process %s is : %d.\n", GetCurrentTimeStamp().c_str(),
-                       target.c_str(), levels.mDebugLevel);
+            LogLine{logFileMtx}.Write("%sOriginal DebugLevel for process %s is : %d.\n",
+                                      GetCurrentTimeStamp().c_str(), target.c_str(), levels.mDebugLevel);
         }
     }
     listing = helper.ExecuteCommand(GetListLine(tool, target, "Diag").c_str());
     if (!listing.empty()) {
         levels.mDiagnosticLevel = ReadLevel(listing);
         if (IsVerbose()) {
-            LogLine(logFileMtx)
-                .Write("%sOriginal DiagnosticLevel for process %s is : %d.\n", GetCurrentTimeStamp().c_str(),
-                       target.c_str(), levels.mDiagnosticLevel);
+            LogLine{logFileMtx}.Write("%sOriginal DiagnosticLevel for process %s is : %d.\n",
+                                      GetCurrentTimeStamp().c_str(), target.c_str(), levels.mDiagnosticLevel);
         }
     }
 }
@@ -74,9 +72,8 @@ void Raise(UnixHelperFunction& helper, const std::string& tool, const std::strin
     const std::string line = tool + " -a -p TH -o " + target + " -s DebugLevel=6 -s DiagnosticLevel=6";
     // A tool that says nothing counts as good as one that does; only the line is left out.
     if (!helper.ExecuteCommand(line.c_str()).empty() && IsVerbose()) {
-        LogLine(logFileMtx)
-            .Write("%smDiagnosticLevel and  DebugLevel for the process %s set to 6.\n",
-                   GetCurrentTimeStamp().c_str(), target.c_str());
+        LogLine{logFileMtx}.Write("%smDiagnosticLevel and  DebugLevel for the process %s set to 6.\n",
+                                  GetCurrentTimeStamp().c_str(), target.c_str());
     }
 }
 } // namespace

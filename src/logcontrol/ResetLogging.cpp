@@ -26,10 +26,10 @@ void ConfigurationMgr::ResetLogging()
     for (const auto& [target, levels] : saved) {
         const std::string output = mHelper->ExecuteCommand(GetRestoreLine(tool, target, levels).c_str());
         if (!output.empty() && IsVerbose()) {
-            LogLine(logFileMtx)
-                .Write("%smDiagnosticLevel and  DebugLevel for the process %s have been reset to original "
-                       "values.\n",
-                       GetCurrentTimeStamp().c_str(), AppendBinExt(target).c_str());
+            LogLine{logFileMtx}.Write(
+                "%smDiagnosticLevel and  DebugLevel for the process %s have been reset to original "
+                "values.\n",
+                GetCurrentTimeStamp().c_str(), AppendBinExt(target).c_str());
         }
     }
 }

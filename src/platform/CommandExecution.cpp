@@ -3,8 +3,10 @@
 #include "config/THCrossPlatformMapping.h"
 #include "platform/UnixHelperFunction.h"
 
+#include <algorithm>
 #include <cerrno>
 #include <cstdio>
+#include <iterator>
 
 #include <sys/wait.h>
 
@@ -16,11 +18,16 @@ std::string ReadToEnd(FILE* pipe)
 {
     std::string output;
     char buffer[READ_BUFFER_SIZE] = {};
-    // A signal may end a read early; only the end of the pipe ends the reading.
     while (feof(pipe) == 0) {
-        if (fgets(buffer, READ_BUFFER_SIZE, pipe) != nullptr) {
-            output += buffer;
+        if (fgets(buffer, READ_BUFFER_SIZE, pipe) == nullptr && ferror(pipe) != 0) {
+            if (errno != EINTR) {
+                break; // an error that stays would never come to the end of the pipe
+            }
+            clearerr(pipe);
         }
+        // A signal in the middle of a line leaves in the buffer what was read of it.
+        output += buffer;
+        std::fill(std::begin(buffer), std::end(buffer), '\0');
     }
     return output;
 }
@@ -30,10 +37,10 @@ void LogOutcome(const std::string& output, int status)
     if (!IsVerbose()) {
         return;
     }
-    LogLine(logFileMtx).Write("%sOutput:%s\n", GetCurrentTimeStamp().c_str(), output.c_str());
+    LogLine{logFileMtx}.Write("%sOutput:%s\n", GetCurrentTimeStamp().c_str(), output.c_str());
     // A child that a signal killed has no return code.
     if (WIFEXITED(status)) {
-        LogLine(logFileMtx).Write("%sReturnCode:%d\n", GetCurrentTimeStamp().c_str(), WEXITSTATUS(status));
+        LogLine{logFileMtx}.Write("%sReturnCode:%d\n", GetCurrentTimeStamp().c_str(), WEXITSTATUS(status));
     }
 }
 } // namespace
@@ -42,7 +49,7 @@ int UnixHelperFunction::ExecuteCommandWithRc(const char* command, std::string& o
 {
     output = "";
     if (IsVerbose()) {
-        LogLine(logFileMtx).Write("%sCmd:%s\n", GetCurrentTimeStamp().c_str(), command);
+        LogLine{logFileMtx}.Write("%sCmd:%s\n", GetCurrentTimeStamp().c_str(), command);
     }
     FILE* const pipe = popen(command, "r");
     if (pipe == nullptr) {

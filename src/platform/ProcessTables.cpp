@@ -26,9 +26,8 @@ bool ReadListedProcess(UnixHelperFunction& helper, const std::string& listingLin
     const std::string directory = helper.GetProcDir(line, 1, " ");
     // Only a note: a process from outside the product's tree stays in the tables.
     if (directory.find(GetTHBasePath()) == std::string::npos && IsVerbose()) {
-        LogLine(logFileMtx)
-            .Write("%s%s(%d) process is running with basename\n", GetCurrentTimeStamp().c_str(),
-                   process.mName.c_str(), process.mPid);
+        LogLine{logFileMtx}.Write("%s%s(%d) process is running with basename\n",
+                                  GetCurrentTimeStamp().c_str(), process.mName.c_str(), process.mPid);
     }
     return process.mPid != ConfigurationMgr::GetInstance()->mDaemonPid;
 }
@@ -111,9 +110,8 @@ void UnixHelperFunction::PopulateProcessNameAndProcessIDMap(std::multimap<std::s
             return;
         }
         if (IsVerbose()) {
-            LogLine(logFileMtx)
-                .Write("%sInserting in to multimap processNameAndIDMap <%s : %d> \n",
-                       GetCurrentTimeStamp().c_str(), process.mName.c_str(), process.mPid);
+            LogLine{logFileMtx}.Write("%sInserting in to multimap processNameAndIDMap <%s : %d> \n",
+                                      GetCurrentTimeStamp().c_str(), process.mName.c_str(), process.mPid);
         }
         table.emplace(process.mName, process.mPid);
     });
@@ -124,9 +122,8 @@ void UnixHelperFunction::PopulateProcessIDAndProcessNameMap(std::map<int, std::s
     table.clear();
     ForEachListedProcess(*this, GetPidProcNamePairsOutput(), [&](const ListedProcess& process) {
         if (IsVerbose()) {
-            LogLine(logFileMtx)
-                .Write("%sInserting in to multimap processIDAndNameMap <%s : %d> \n",
-                       GetCurrentTimeStamp().c_str(), process.mName.c_str(), process.mPid);
+            LogLine{logFileMtx}.Write("%sInserting in to multimap processIDAndNameMap <%s : %d> \n",
+                                      GetCurrentTimeStamp().c_str(), process.mName.c_str(), process.mPid);
         }
         table.emplace(process.mPid, process.mName); // an id that is there keeps its first name
     });

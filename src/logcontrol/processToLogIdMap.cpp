@@ -1,4 +1,4 @@
-#include "logcontrol/ProcessToLogIdMap.h"
+#include "logcontrol/processToLogIdMap.h"
 
 #include "platform/TextUtilities.h"
 
