@@ -5,6 +5,7 @@
 #include <cstdlib>
 #include <filesystem>
 #include <functional>
+#include <ostream>
 #include <string>
 #include <thread>
 #include <vector>
@@ -309,6 +310,8 @@ struct RewriteCase
 {
     std::string name;
     std::function<void(const std::string& path, std::string_view text)> rewrite;
+
+    friend void PrintTo(const RewriteCase& value, std::ostream* stream) { *stream << value.name; }
 };
 
 class StoreRewrittenWhileRead : public testing::TestWithParam<RewriteCase>

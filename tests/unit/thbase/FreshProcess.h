@@ -20,7 +20,7 @@ inline int RunInFreshProcess(const std::function<void()>& body)
     (void)std::fflush(nullptr); // or the child would print what is still buffered a second time
     const pid_t child = fork();
     if (child == 0) {
-        body();
+        [&]() noexcept { body(); }();
         std::exit(testing::Test::HasFailure() ? 1 : 0);
     }
     int status = -1;

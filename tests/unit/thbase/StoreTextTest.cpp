@@ -1,5 +1,6 @@
 #include "StoreText.h"
 
+#include <ostream>
 #include <string>
 #include <vector>
 
@@ -37,6 +38,8 @@ struct LineCase
     std::string name;
     std::string text;
     std::vector<std::string> lines;
+
+    friend void PrintTo(const LineCase& value, std::ostream* stream) { *stream << value.name; }
 };
 
 class StoreTextLine : public testing::TestWithParam<LineCase>
@@ -145,6 +148,8 @@ struct NumberCase
     std::string name;
     std::string text;
     std::optional<int> number;
+
+    friend void PrintTo(const NumberCase& value, std::ostream* stream) { *stream << value.name; }
 };
 
 class StoreTextNumber : public testing::TestWithParam<NumberCase>
