@@ -3,7 +3,9 @@ import subprocess
 
 import pytest
 
-from host import Host, product
+pytest.register_assert_rewrite("host.machine")  # so that its comparisons show where two things differ
+
+from host import Host, product  # noqa: E402
 
 
 def why_no_hosts():

@@ -1,4 +1,6 @@
 """Each form of the command line with its whole output and its status."""
+import signal
+
 import pytest
 
 from host import Process, product, texts
@@ -84,8 +86,10 @@ def test_terminate_on_a_fresh_host_fails_and_leaves_an_empty_run_lock(host):
 
 def test_terminate_stops_the_daemon_and_does_not_wait(host):
     pid = host.start()
+    host.kill(pid, signal.SIGSTOP)  # it can't end now
     assert host.run("-terminate") == (0, texts.begun("stop") + texts.done("stop"), "")
-    assert [one["pid"] for one in host.daemons()] == [pid]  # it needs a second to end
+    assert [one["pid"] for one in host.daemons()] == [pid]
+    host.kill(pid, signal.SIGCONT)
     host.until_gone()
 
 
@@ -117,11 +121,13 @@ def test_a_start_beside_a_running_daemon_reports_that_daemon(host):
 def test_a_second_run_during_a_start_is_refused(host):
     first = host.spawn(product.PROGRAM, "-start")
     host.until(lambda: host.get(product.RUN_LOCK), "the daemon wrote its process id")
+    host.kill(first, signal.SIGSTOP)  # it holds its lock for as long as the test needs
     busy = "Error: Another instance of run action in progressing state\n"
     assert host.run("-start") == (8, texts.begun("start") + busy + texts.failed("start"), "")
     assert host.run() == (10, texts.begun("run") + busy + texts.failed("run"), "")
     busy = "Error: Another instance of action in progressing state\n"
     assert host.run("-terminate") == (9, texts.begun("stop") + busy + texts.failed("stop"), "")
+    host.kill(first, signal.SIGCONT)
     assert host.wait(first).status == 0
 
 
