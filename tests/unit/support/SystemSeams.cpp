@@ -45,6 +45,16 @@ int __wrap_kill(pid_t pid, int signal)
     return GetSeams().mKill ? GetSeams().mKill(pid, signal) : __real_kill(pid, signal);
 }
 
+void __real_openlog(const char* identity, int options, int facility);
+void __wrap_openlog(const char* identity, int options, int facility)
+{
+    if (GetSeams().mOpenlog) {
+        GetSeams().mOpenlog(identity, options, facility);
+    } else {
+        __real_openlog(identity, options, facility);
+    }
+}
+
 FILE* __real_popen(const char* command, const char* mode);
 FILE* __wrap_popen(const char* command, const char* mode)
 {

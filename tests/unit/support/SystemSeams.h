@@ -20,6 +20,7 @@ struct SystemSeams
     std::function<uid_t()> mGetuid;
     std::function<void(struct timeval*)> mGettimeofday; ///< fills the record; the call succeeds
     std::function<int(pid_t, int)> mKill;
+    std::function<void(const char*, int, int)> mOpenlog;
     std::function<FILE*(const char*, const char*)> mPopen;
     std::function<int(pthread_t)> mPthreadCancel;
     std::function<int(pthread_t*, const pthread_attr_t*, void* (*)(void*), void*)> mPthreadCreate;

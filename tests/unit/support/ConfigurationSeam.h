@@ -1,0 +1,11 @@
+#pragma once
+
+#include <functional>
+
+/** The load of the settings as other sources call it: a test can answer in its place. */
+struct ConfigurationSeam
+{
+    std::function<int()> mRead;
+};
+
+ConfigurationSeam& GetConfigurationSeam();
