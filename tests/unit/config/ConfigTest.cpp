@@ -1,0 +1,34 @@
+#include "config/ConfigTest.h"
+
+#include "config/ConfigurationMgr.h"
+#include "platform/THUEnv.h"
+
+#include <filesystem>
+
+void ConfigTest::SetUp()
+{
+    HostTest::SetUp();
+    if (!IsSkipped()) {
+        StartAnew();
+        ConfigurationTest::SetUp();
+    }
+}
+
+void ConfigTest::StartAnew()
+{
+    ForgetConfiguration();
+    std::filesystem::remove_all(GetTHPerfMonLogPath());
+}
+
+void ConfigTest::SpoilLogFolder()
+{
+    std::filesystem::remove_all(GetTHPerfMonLogPath());
+    WriteFile(GetTHPerfMonLogPath(), "not a folder");
+}
+
+std::string CaptureConsole(const std::function<void()>& action)
+{
+    testing::internal::CaptureStdout();
+    action();
+    return testing::internal::GetCapturedStdout();
+}

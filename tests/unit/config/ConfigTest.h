@@ -1,0 +1,39 @@
+#pragma once
+
+#include "support/ConfigurationTest.h"
+
+#include <gtest/gtest.h>
+
+#include <functional>
+#include <string>
+#include <vector>
+
+/** Log lines, each without stamp and line end. */
+using Lines = std::vector<std::string>;
+
+/** A test of the configuration, which looks at the diagnostic log and the console. */
+class ConfigTest : public ConfigurationTest
+{
+protected:
+    void SetUp() override;
+
+    /** As before the first use of the program: no ConfigurationMgr, and no folder of the diagnostic log. */
+    static void StartAnew();
+
+    /** Makes every open of the diagnostic log fail, also for the superuser: its folder becomes a plain file.
+     */
+    static void SpoilLogFolder();
+};
+
+/** What `action` prints on the console. */
+std::string CaptureConsole(const std::function<void()>& action);
+
+/** Names the rows of a table of parameters by their `mName`. */
+struct NameOfRow
+{
+    template <typename Row>
+    std::string operator()(const testing::TestParamInfo<Row>& row) const
+    {
+        return row.param.mName;
+    }
+};
