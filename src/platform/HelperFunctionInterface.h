@@ -17,14 +17,14 @@
 class HelperFunctionInterface
 {
 public:
-    enum THPM_ACTION_TYPE
+    enum THPM_ACTION_TYPE : int
     {
         THPM_ACTION_INSTALL = 0, ///< for PostCheckForAction
         THPM_ACTION_RUN = 1      ///< for PreCheckForAction
     };
 
     /** Levels of the system log; all from THPM_SYS_LOG_DEBUG upward are debug. */
-    enum THPM_SYS_LOG_LEVEL
+    enum THPM_SYS_LOG_LEVEL : int
     {
         THPM_SYS_LOG_ERROR = 0,
         THPM_SYS_LOG_WARNING = 1,
@@ -35,7 +35,6 @@ public:
     virtual ~HelperFunctionInterface() {}
 
     // ---- Text
-    // ------------------------------------------------------------------------------------------------
 
     /** `text` without leading and trailing blanks (0x20 alone). A text of nothing but blanks comes back
      * unchanged. */
@@ -48,7 +47,6 @@ public:
     virtual void ToLowerCase(std::string& text) = 0;
 
     // ---- Shell lines
-    // -----------------------------------------------------------------------------------------
 
     /** Runs a shell line and returns its standard output; its status is dropped. */
     virtual std::string ExecuteCommand(const char* command) = 0;
@@ -62,7 +60,6 @@ public:
     virtual int ExecuteCommandWithRc(const char* command, std::string& output) = 0;
 
     // ---- Actions of the command line
-    // -------------------------------------------------------------------------
 
     /** What has to hold before an action: for THPM_ACTION_RUN the result of reading the configuration, else
      * 0. */
@@ -72,7 +69,6 @@ public:
     virtual int PostCheckForAction(THPM_ACTION_TYPE type) = 0;
 
     // ---- Machine and processes
-    // -------------------------------------------------------------------------------
 
     /** Number of processors by /proc/cpuinfo, probed until it is not 0. */
     virtual int GetCPUCount() = 0;
@@ -91,7 +87,6 @@ public:
     virtual void PopulateProcessIDAndProcessNameMap(std::map<int, std::string>& table) = 0;
 
     // ---- Evidence
-    // --------------------------------------------------------------------------------------------
 
     /**
      * Takes a core image with gcore on the calling thread and waits for it.
@@ -156,7 +151,6 @@ public:
                                        std::string unit, bool breached) = 0;
 
     // ---- Java and liveness
-    // -----------------------------------------------------------------------------------
 
     /** Process id of the first listed process whose command line holds `marker`, or -1. Worker thread. */
     virtual int GetTarnhavenJavaProcesses(std::string marker) = 0;
@@ -177,7 +171,6 @@ public:
     virtual void GetJavaProcessOSName(std::string& name) = 0;
 
     // ---- System services
-    // -------------------------------------------------------------------------------------
 
     /** One entry of the system log, which the daemon has opened. */
     virtual void WriteLogToSystem(std::string text, THPM_SYS_LOG_LEVEL level) = 0;

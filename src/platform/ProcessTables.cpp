@@ -7,6 +7,9 @@
 #include "platform/THUEnv.h"
 #include "platform/UnixHelperFunction.h"
 
+#include <algorithm>
+#include <set>
+
 #include <unistd.h>
 
 namespace

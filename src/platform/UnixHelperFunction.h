@@ -72,7 +72,6 @@ public:
     bool HF_DoesFolderExist(const std::string& path) override;
 
     // ---- Usage probes: one shell pipeline each; 0.0 when the process isn't found under that id and name
-    // ---------
 
     /** CPU column of ps: percent of one processor, averaged over the life of the process. Worker thread. */
     virtual double GetCPUUsageForProcessInPercent(std::string processName, int pid);
@@ -84,7 +83,6 @@ public:
     virtual double GetMemoryUsageForProcessInMB(std::string processName, int pid);
 
     // ---- Evidence workers: run on the thread of their capture and return when their lines have run
-    // ---------------
 
     /** Samples the memory tools mNumberOfReadings times, mReadingInterval seconds apart. */
     virtual void ExecuteMemStat(std::string processName, int pid, std::string counterLabel,
@@ -108,7 +106,6 @@ public:
                                     int filterPid);
 
     // ---- Machine probes
-    // ----------------------------------------------------------------------------------------
 
     /** Fills mCPUCount from /proc/cpuinfo; leaves it when the pipeline prints nothing. */
     virtual void SetCPUCount();
@@ -117,7 +114,6 @@ public:
     virtual void SetTotalSizeOfMemoryInKB();
 
     // ---- Text: the token `index` (from 0) of `text`, split at the whole of `delimiter`
-    // -----------------------------
 
     /** The token itself; empty past the last one and for a negative index. Neighbouring delimiters hold one.
      */
@@ -160,7 +156,6 @@ public:
     virtual std::string GetPidProcNamePairsOutput();
 
     // ---- Threads, files and owners
-    // -----------------------------------------------------------------------------
 
     /**
      * Starts a detached thread.
@@ -190,6 +185,9 @@ public:
                                                 std::string arguments, int filterPid);
 
 protected:
+    /** Runs a usage line and takes its value column; 0.0 unless process id and name are the expected ones. */
+    double ReadUsage(const std::string& line, const std::string& processName, int pid);
+
     CmdPath* mCmdPath;             ///< owned
     int mCPUCount;                 ///< 0 until known
     std::int64_t mTotalMemoryInKB; ///< 0 until known
@@ -198,11 +196,6 @@ private:
     std::string GetListingLine(const std::string& columns);
     std::string GetUsageLine(const std::string& columns, int pid);
     double GetUsage(const std::string& columns, const std::string& processName, int pid);
-
-protected:
-    /** Runs a usage line and takes the value column, 0.0 unless its process id and name are the expected
-     * ones. */
-    double ReadUsage(const std::string& line, const std::string& processName, int pid);
 };
 
 /**
