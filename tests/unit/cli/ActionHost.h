@@ -1,0 +1,58 @@
+#pragma once
+
+#include "support/HostTest.h"
+#include "support/ScriptedHelper.h"
+
+#include <string>
+
+/** What the helpers of an action answer, and what became of them. */
+struct ActionScript
+{
+    int mPreCheck = 0;
+    int mPostCheck = 0;
+    std::vector<HelperFunctionInterface::THPM_ACTION_TYPE> mPreChecks;
+    std::vector<HelperFunctionInterface::THPM_ACTION_TYPE> mPostChecks;
+    int mMade = 0;
+    int mDeleted = 0;
+    HelperScript mShell;
+};
+
+/** A helper whose checks before and behind an action are scripted. */
+class ActionHelper : public ScriptedHelper<>
+{
+public:
+    explicit ActionHelper(ActionScript& script);
+    ~ActionHelper() override;
+    int PreCheckForAction(THPM_ACTION_TYPE type) override;
+    int PostCheckForAction(THPM_ACTION_TYPE type) override;
+
+private:
+    ActionScript& mScript;
+};
+
+/** A host on which actions are performed, their helpers scripted, their locks real. */
+class ActionHost : public HostTest
+{
+protected:
+    void SetUp() override;
+
+    /** Lets the factory make the scripted helpers. */
+    void ScriptHelpers();
+
+    /** Writes the file that holds the daemon's process id. */
+    static void WriteRunFile(const std::string& content);
+
+    ActionScript mScript;
+};
+
+/** Path of the file below the folder of the locks. */
+std::string GetLockFile(const char* name);
+
+/** What an operation prints on standard output. */
+template <typename Operation>
+std::string GetConsole(Operation operation)
+{
+    testing::internal::CaptureStdout();
+    operation();
+    return testing::internal::GetCapturedStdout();
+}
