@@ -68,13 +68,12 @@ class Managed:
         managers = [one for one in self.host.processes() if one["arguments"][:1] == [MANAGER]]
         if not managers:
             return False
-        self.manager = managers[0]["pid"]
+        # It answers only to who is in its own namespace.
+        self.beside_manager = ["/usr/bin/nsenter", f"--target={managers[0]['pid']}", "--pid", "--mount"]
         return self.systemctl("show", "--property=Version").status == 0
 
     def systemctl(self, *words):
-        """The manager answers only to who is in its own namespace."""
-        return self.host.run("/usr/bin/nsenter", f"--target={self.manager}", "--pid", "--mount",
-                             "/usr/bin/systemctl", *words)
+        return self.host.run(*self.beside_manager, "/usr/bin/systemctl", *words)
 
     def start(self):
         return self.systemctl("start", "thsentinel")
@@ -170,13 +169,18 @@ def test_settings_that_are_bad_at_the_start_end_after_a_few_attempts(managed):
     assert service.host.daemons() == []
 
 
+def sleepers(host):
+    return [one for one in host.processes() if one["arguments"] == ["/usr/bin/sleep", "1000"]]
+
+
 def test_captures_under_way_outlive_a_stop(managed):
     service = managed(THHS_POLL_INTERVAL="600")
     service.start()
     # Stands for a capture: a process of the service that is not the daemon.
-    child = service.host.spawn("/usr/bin/sleep", "1000")
-    group = service.group + service.show("ControlGroup")["ControlGroup"]
-    service.host.shell(f"echo {child} >{group}/cgroup.procs")
+    group = service.show("ControlGroup")["ControlGroup"]
+    service.host.spawn(*service.beside_manager, "/bin/dash", "-c",
+                       f"echo $$ >/sys/fs/cgroup{group}/cgroup.procs && exec /usr/bin/sleep 1000")
+    service.host.until(lambda: len(sleepers(service.host)) == 1, "the capture runs")
     assert service.systemctl("stop", "thsentinel").status == 0
     assert service.host.daemons() == []
-    assert service.host.process_of(child)["state"] == "S"
+    assert [one["state"] for one in sleepers(service.host)] == ["S"]
