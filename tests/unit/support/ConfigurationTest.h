@@ -1,0 +1,24 @@
+#pragma once
+
+#include "support/HostTest.h"
+
+class ConfigurationMgr;
+
+/**
+ * A HostTest with a ConfigurationMgr of its own, as built, and an empty diagnostic log. At its end the object
+ * is freed and every seam, the store and the record of the system log are as at the start of the program.
+ */
+class ConfigurationTest : public HostTest
+{
+protected:
+    void SetUp() override;
+    void TearDown() override;
+
+    /** Frees the singleton, so that the next GetInstance builds it anew. */
+    static void ForgetConfiguration();
+
+    ConfigurationMgr* mConfig = nullptr; ///< null only when the test is skipped
+};
+
+/** Seed of a random test: THSENTINEL_TEST_SEED of the environment or a new one. It is printed. */
+unsigned GetRandomSeed();
