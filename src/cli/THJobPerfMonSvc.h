@@ -11,8 +11,10 @@ struct ServiceThreadStatus
     std::int32_t mAlive;  ///< 1, and 0 once the worker has stopped the service by itself
 };
 
-/** Sets the flag that the worker runs by, which starts set; the argument is ignored. Nothing calls it. Always
- * 0. */
+/**
+ * Sets the flag that the worker runs by, which starts set; the argument is ignored. Nothing calls it.
+ * Always 0.
+ */
 int THJobPerfMonSvc(const char* name);
 
 /** Brings the service up on the daemon's main thread. @return 0 or the result of reading the configuration */

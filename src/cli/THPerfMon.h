@@ -2,8 +2,10 @@
 
 #include <string>
 
-/** The program's entry: from the command line to an action and from its result to the exit status. Main
- * thread. */
+/**
+ * The program's entry: from the command line to an action and from its result to the exit status. Main
+ * thread.
+ */
 
 enum eCommandActions : int
 {

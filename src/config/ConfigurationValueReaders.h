@@ -35,8 +35,10 @@ int ReadIntegerValue(const char* key, int& value);
  */
 std::string ReadStringValue(const char* key, std::string& value, int& result);
 
-/** True when a text may be used: letters, digits, blank, tab and @ _ . \ / - : , without a forbidden
- * sequence. */
+/**
+ * True when a text may be used: letters, digits, blank, tab and @ _ . \ / - : , without a forbidden
+ * sequence.
+ */
 bool ValidateInputForSpecialChars(std::string text);
 
 /** True when a text holds one of the sequences that no setting may hold, such as "..". */

@@ -30,8 +30,10 @@ public:
     virtual void AddCounterHelper(std::string processName, std::string counterNamePrefix,
                                   std::string counterNameSuffix);
 
-    /** Takes one reading of every counter, moves its window on, and on a breach reports and starts the
-     * captures. */
+    /**
+     * Takes one reading of every counter, moves its window on, and on a breach reports and starts the
+     * captures.
+     */
     virtual void HandleThresholdBreach();
 
     /** The use of the resource now, in the unit of the manager. 0.0 here and when the reading fails. */

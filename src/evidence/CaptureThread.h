@@ -10,8 +10,10 @@
  * body that takes the record, does its work with a helper of its own, and frees both.
  */
 
-/** Bodies of the capture threads. Each takes the record that it owns, does nothing for a null, and returns
- * null. */
+/**
+ * Bodies of the capture threads. Each takes the record that it owns, does nothing for a null, and returns
+ * null.
+ */
 void* ThreadTakeSnapshot(void* data);               ///< SnapshotData
 void* ThreadMemoryPerformance(void* data);          ///< SnapshotData
 void* ThreadNetworkPerformance(void* data);         ///< SnapshotData

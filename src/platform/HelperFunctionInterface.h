@@ -36,8 +36,10 @@ public:
 
     // ---- Text
 
-    /** `text` without leading and trailing blanks (0x20 alone). A text of nothing but blanks comes back
-     * unchanged. */
+    /**
+     * `text` without leading and trailing blanks (0x20 alone). A text of nothing but blanks comes back
+     * unchanged.
+     */
     virtual std::string trim(const std::string& text) = 0;
 
     /** True when the two texts DIFFER with case ignored, in the manner of strcmp. */
@@ -61,8 +63,10 @@ public:
 
     // ---- Actions of the command line
 
-    /** What has to hold before an action: for THPM_ACTION_RUN the result of reading the configuration, else
-     * 0. */
+    /**
+     * What has to hold before an action: for THPM_ACTION_RUN the result of reading the configuration, else
+     * 0.
+     */
     virtual int PreCheckForAction(THPM_ACTION_TYPE type) = 0;
 
     /** What follows an action: for THPM_ACTION_INSTALL a note on the console. Always 0. */
@@ -79,8 +83,10 @@ public:
     /** 0 for any argument. */
     virtual int FindProcessId(const std::string& processName) = 0;
 
-    /** Refills `table` (base name to process id) from the process listing, monitored names only. Worker
-     * thread. */
+    /**
+     * Refills `table` (base name to process id) from the process listing, monitored names only. Worker
+     * thread.
+     */
     virtual void PopulateProcessNameAndProcessIDMap(std::multimap<std::string, int>& table) = 0;
 
     /** Refills `table` (process id to base name) from the process listing. Worker thread. */
@@ -141,8 +147,10 @@ public:
     /** Removes the empty folder of a process below the folder of the diagnostic log. */
     virtual void RemoveDir(std::string folderName, int pid) = 0;
 
-    /** Raises the product's log levels for a process, once per run of the service. Worker thread; waits for
-     * the tool. */
+    /**
+     * Raises the product's log levels for a process, once per run of the service. Worker thread; waits for
+     * the tool.
+     */
     virtual void IncreaseLogging(std::string processName) = 0;
 
     /** Does nothing. */
@@ -178,8 +186,10 @@ public:
     /** Cancels a thread and joins it; both results are ignored. */
     virtual void CloseRunningThread(unsigned long threadId) = 0;
 
-    /** One mkdir with mode 0755 (octal). True on success and when something of that name exists. The flag
-     * isn't used. */
+    /**
+     * One mkdir with mode 0755 (octal). True on success and when something of that name exists. The flag
+     * isn't used.
+     */
     virtual bool HF_CreateDir(std::string path, bool recursive) = 0;
 
     /** fopen into `*file`, which the caller closes. False when that fails or `file` is null. */
@@ -191,7 +201,9 @@ public:
     /** The shell line that cleans a folder, at most 255 characters, the path unquoted. */
     virtual std::string HF_CommandToCleanFolder(std::string path) = 0;
 
-    /** True when `stat` succeeds and the mode has the S_IFDIR bit, which block devices and sockets have as
-     * well. */
+    /**
+     * True when `stat` succeeds and the mode has the S_IFDIR bit, which block devices and sockets have as
+     * well.
+     */
     virtual bool HF_DoesFolderExist(const std::string& path) = 0;
 };

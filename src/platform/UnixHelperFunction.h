@@ -125,8 +125,10 @@ public:
     /** The token as an int; 0 when it is no number. */
     virtual int GetPid(std::string text, int index, std::string delimiter);
 
-    /** A grep pattern for the whole word, at will bound to start and end of the line, there with blanks
-     * allowed. */
+    /**
+     * A grep pattern for the whole word, at will bound to start and end of the line, there with blanks
+     * allowed.
+     */
     virtual std::string GetCompleteMatchWrap(std::string word, bool anchorStart, bool anchorEnd,
                                              bool spaceAtStart, bool spaceAtEnd);
 
@@ -151,8 +153,10 @@ public:
     /** `text` without its line feeds. */
     virtual std::string RemoveEOL(std::string text);
 
-    /** The process listing, "pid command" a line, of all lines that mention a monitored name or the install
-     * root. */
+    /**
+     * The process listing, "pid command" a line, of all lines that mention a monitored name or the install
+     * root.
+     */
     virtual std::string GetPidProcNamePairsOutput();
 
     // ---- Threads, files and owners
