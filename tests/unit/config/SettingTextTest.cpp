@@ -14,7 +14,7 @@
 namespace
 {
 constexpr std::size_t LONGEST = 9000;
-constexpr int COPIES = 20000; ///< that each reader makes at least
+constexpr int COPIES = 5000; ///< that each reader makes at least
 
 TEST(SettingText, StartsEmptyWithItsRoom)
 {

@@ -1,0 +1,288 @@
+#include "config/LogLine.h"
+
+#include "config/ConfigTest.h"
+#include "config/ConfigurationMgr.h"
+#include "config/ConfigurationValueReaders.h"
+#include "config/THCrossPlatformMapping.h"
+#include "platform/THUEnv.h"
+
+#include <filesystem>
+#include <fstream>
+#include <iterator>
+#include <sstream>
+#include <thread>
+
+#include <unistd.h>
+
+namespace
+{
+mutex firstUnit;
+mutex secondUnit;
+
+class LogLineTest : public ConfigTest
+{
+protected:
+    static void Freeze(int year, int month, int day, int hour, int minute, int second)
+    {
+        GetStore().mLocalTime = MakeLocalTime(year, month, day, hour, minute, second);
+        GetSeams().mGettimeofday = [](struct timeval* now) { *now = {0, 45000}; };
+    }
+
+    static void WriteLine(mutex& unit, const std::string& text)
+    {
+        LogLine{unit}.Write("%s%s\n", GetCurrentTimeStamp().c_str(), text.c_str());
+    }
+};
+
+std::string ReadLog(const std::string& name)
+{
+    return ReadFile(GetTHPerfMonLogPath() + "/" + name);
+}
+
+std::ptrdiff_t CountOpenFiles()
+{
+    return std::distance(std::filesystem::directory_iterator("/proc/self/fd"), {});
+}
+
+/** Write calls of this thread so far. */
+long CountWrites()
+{
+    std::istringstream io(ReadFile("/proc/thread-self/io"));
+    for (std::string name; io >> name;) {
+        long count = 0;
+        io >> count;
+        if (name == "syscw:") {
+            return count;
+        }
+    }
+    return -1;
+}
+
+TEST_F(LogLineTest, IsAStampAndTheTextInTheFileOfTheDay)
+{
+    Freeze(2026, 11, 13, 2, 7, 28);
+    WriteLine(firstUnit, "first");
+    WriteLine(secondUnit, "second");
+    EXPECT_EQ(ReadLog("root.111326_00001.log"), "2026-11-13 02:07:28:045 - first\n"
+                                                "2026-11-13 02:07:28:045 - second\n");
+}
+
+TEST_F(LogLineTest, GoesBehindWhatStandsInTheFile)
+{
+    Freeze(2026, 11, 13, 2, 7, 28);
+    WriteFile(GetTHPerfMonLogFilePath(), "from another run, without line end");
+    WriteLine(firstUnit, "appended");
+    EXPECT_EQ(ReadFile(GetTHPerfMonLogFilePath()),
+              "from another run, without line end2026-11-13 02:07:28:045 - appended\n");
+}
+
+TEST_F(LogLineTest, KeepsTabsAndBytesOfEveryKind)
+{
+    Freeze(2026, 11, 13, 2, 7, 28);
+    LogLine{firstUnit}.Write("%s\tKEY\tELEMENT\n", GetCurrentTimeStamp().c_str());
+    LogLine{firstUnit}.Write("%s'%c' %%s %d\n", GetCurrentTimeStamp().c_str(), '\0', -1);
+    WriteLine(firstUnit, "\xff\x01%n%s");
+    EXPECT_EQ(ReadFile(GetTHPerfMonLogFilePath()), std::string("2026-11-13 02:07:28:045 - \tKEY\tELEMENT\n"
+                                                               "2026-11-13 02:07:28:045 - '\0' %s -1\n"
+                                                               "2026-11-13 02:07:28:045 - \xff\x01%n%s\n",
+                                                               // the text has a NUL
+                                                               39 + 37 + 33));
+}
+
+TEST_F(LogLineTest, FindsTheFileOfTheDayAnewForEachLine)
+{
+    Freeze(2026, 12, 31, 23, 59, 59);
+    WriteLine(firstUnit, "old year");
+    Freeze(2027, 1, 1, 0, 0, 1);
+    WriteLine(firstUnit, "new year");
+    EXPECT_EQ(ReadLog("root.123126_00001.log"), "2026-12-31 23:59:59:045 - old year\n");
+    EXPECT_EQ(ReadLog("root.010127_00001.log"), "2027-01-01 00:00:01:045 - new year\n");
+}
+
+TEST_F(LogLineTest, NamesTheFileByMonthDayAndTwoDigitsOfTheYear)
+{
+    Freeze(2026, 3, 5, 0, 0, 0);
+    WriteLine(firstUnit, "march");
+    Freeze(2100, 3, 5, 0, 0, 0);
+    WriteLine(firstUnit, "century");
+    EXPECT_EQ(ReadLog("root.030526_00001.log"), "2026-03-05 00:00:00:045 - march\n");
+    EXPECT_EQ(ReadLog("root.030500_00001.log"), "2100-03-05 00:00:00:045 - century\n");
+}
+
+TEST_F(LogLineTest, MakesAFileThatWasRemovedAnew)
+{
+    WriteLine(firstUnit, "gone");
+    ForgetLog();
+    WriteLine(firstUnit, "here");
+    EXPECT_EQ(GetLogLines(), Lines{"here"});
+}
+
+TEST_F(LogLineTest, PreparesTheFolderBeforeTheFirstLine)
+{
+    StartAnew();
+    WriteLine(firstUnit, "the very first");
+    EXPECT_EQ(GetLogLines(), Lines{"the very first"});
+}
+
+TEST_F(LogLineTest, IsBehindItsOwnOpenFileWhenTheArgumentsAreGathered)
+{
+    bool wasThere = false;
+    const auto gather = [&] {
+        wasThere = std::filesystem::exists(GetTHPerfMonLogFilePath());
+        return "text";
+    };
+    LogLine{firstUnit}.Write("%s%s\n", GetCurrentTimeStamp().c_str(), gather());
+    EXPECT_TRUE(wasThere);
+    EXPECT_EQ(GetLogLines(), Lines{"text"});
+}
+
+TEST_F(LogLineTest, LeavesNoFileOpen)
+{
+    WriteLine(firstUnit, "one to begin with");
+    const std::ptrdiff_t before = CountOpenFiles();
+    for (int line = 0; line < 100; ++line) {
+        WriteLine(firstUnit, "line");
+    }
+    EXPECT_EQ(CountOpenFiles(), before);
+    EXPECT_EQ(GetLogLines().size(), 101U);
+}
+
+TEST_F(LogLineTest, ReachesTheFileInOneWriteHoweverLong)
+{
+    if (CountWrites() < 0) {
+        GTEST_SKIP() << "this kernel doesn't count the write calls of a thread";
+    }
+    for (const std::size_t size :
+         {std::size_t{0}, std::size_t{100}, std::size_t{BUFSIZ - 28}, std::size_t{BUFSIZ - 27},
+          std::size_t{BUFSIZ - 26}, std::size_t{BUFSIZ}, std::size_t{4096}, std::size_t{1} << 20}) {
+        ForgetLog();
+        const std::string text(size, 'x');
+        const long before = CountWrites();
+        WriteLine(firstUnit, text);
+        EXPECT_EQ(CountWrites() - before, 1) << size;
+        EXPECT_TRUE(ReadFile(GetTHPerfMonLogFilePath()).substr(26) == text + "\n") << size;
+    }
+}
+
+/** Fails for a line that is not one letter all through. */
+void CheckWholeLines(std::size_t textSize, std::size_t lineCount)
+{
+    std::ifstream log(GetTHPerfMonLogFilePath());
+    std::size_t count = 0;
+    for (std::string line; std::getline(log, line); ++count) {
+        ASSERT_EQ(line.size(), 26 + textSize) << count;
+        ASSERT_EQ(line.find_first_not_of(line.back(), 26), std::string::npos) << count;
+    }
+    EXPECT_EQ(count, lineCount);
+}
+
+TEST_F(LogLineTest, IsNeverTornByTheLinesOfAnotherUnit)
+{
+    constexpr std::size_t TEXT_SIZE = 100000;
+    constexpr std::size_t LINES = 100;
+    constexpr char LETTERS[] = "abcdef";
+    std::vector<std::thread> threads;
+    for (std::size_t index = 0; index < 6; ++index) {
+        threads.emplace_back([index, &LETTERS] {
+            const std::string text(TEXT_SIZE, LETTERS[index]);
+            for (std::size_t line = 0; line < LINES; ++line) {
+                WriteLine(index % 2 == 0 ? firstUnit : secondUnit, text);
+            }
+        });
+    }
+    for (std::thread& thread : threads) {
+        thread.join();
+    }
+    CheckWholeLines(TEXT_SIZE, 6 * LINES);
+}
+
+TEST_F(LogLineTest, DoesNotWaitForTheLineOfAnotherUnit)
+{
+    const MutexHold hold(firstUnit);
+    WriteLine(secondUnit, "written");
+    EXPECT_EQ(GetLogLines(), Lines{"written"});
+}
+
+TEST_F(LogLineTest, WaitsForTheLineOfItsOwnUnit)
+{
+    firstUnit.lock();
+    std::thread writer([] { WriteLine(firstUnit, "second"); });
+    WriteLine(secondUnit, "first");
+    firstUnit.unlock();
+    writer.join();
+    EXPECT_EQ(GetLogLines(), (Lines{"first", "second"}));
+}
+
+TEST_F(LogLineTest, IsLostQuietlyWithoutItsFolder)
+{
+    SpoilLogFolder();
+    const std::string console = CaptureConsole([] {
+        WriteLine(firstUnit, "lost");
+        WriteLine(firstUnit, "lost with the lock given back");
+    });
+    EXPECT_EQ(console, "");
+    EXPECT_EQ(ReadFile(GetTHPerfMonLogPath()), "not a folder");
+}
+
+TEST_F(LogLineTest, IsLostQuietlyWhereItsFileIsAFolder)
+{
+    std::filesystem::create_directory(GetTHPerfMonLogFilePath());
+    WriteLine(firstUnit, "lost");
+    EXPECT_TRUE(std::filesystem::is_empty(GetTHPerfMonLogFilePath()));
+    std::filesystem::remove(GetTHPerfMonLogFilePath());
+    WriteLine(firstUnit, "the next is not");
+    EXPECT_EQ(GetLogLines(), Lines{"the next is not"});
+}
+
+TEST_F(LogLineTest, IsLostQuietlyOnAFullDisk)
+{
+    std::filesystem::create_symlink("/dev/full", GetTHPerfMonLogFilePath());
+    WriteLine(firstUnit, "lost");
+    WriteLine(firstUnit, std::string(100000, 'x'));
+    ForgetLog();
+    WriteLine(firstUnit, "the next is not");
+    EXPECT_EQ(GetLogLines(), Lines{"the next is not"});
+}
+
+TEST_F(LogLineTest, LeavesResultsAsTheyAreWhenItIsLost)
+{
+    SpoilLogFolder();
+    mConfig->mVerbose = 1;
+    EXPECT_FALSE(ValidateInputForSpecialChars("a;b"));
+    EXPECT_EQ(mConfig->GetThreasholdValue({}, "tbrd"), -1);
+}
+
+const char* WaitForGood()
+{
+    for (;;) {
+        (void)pause(); // cancelled here
+    }
+}
+
+void* WriteUntilCancelled(void* /*argument*/)
+{
+    LogLine{firstUnit}.Write("%s%s\n", GetCurrentTimeStamp().c_str(), WaitForGood());
+    return nullptr;
+}
+
+TEST_F(LogLineTest, GivesTheLockBackWhenItsThreadIsCancelled)
+{
+    pthread_t writer = {};
+    ASSERT_EQ(pthread_create(&writer, nullptr, WriteUntilCancelled, nullptr), 0);
+    ASSERT_EQ(pthread_cancel(writer), 0);
+    ASSERT_EQ(pthread_join(writer, nullptr), 0);
+    WriteLine(firstUnit, "after it");
+    EXPECT_EQ(GetLogLines(), Lines{"after it"});
+}
+
+TEST_F(LogLineTest, VerboseIsOneAndNothingElse)
+{
+    EXPECT_FALSE(IsVerbose());
+    mConfig->mVerbose = 1;
+    EXPECT_TRUE(IsVerbose());
+    for (const int other : {0, 2, -1, 257}) {
+        mConfig->mVerbose = other;
+        EXPECT_FALSE(IsVerbose()) << other;
+    }
+}
+} // namespace
