@@ -59,8 +59,7 @@ int ConfigurationStore::GetText(std::string_view key, char*& value) const
     if (text == nullptr) {
         return STORE_RC_NO_MEMORY;
     }
-    std::memcpy(text, found->data(), found->size());
-    text[found->size()] = '\0';
+    text[found->copy(text, found->size())] = '\0';
     value = text;
     return 0;
 }

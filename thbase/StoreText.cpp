@@ -12,7 +12,7 @@ std::string_view TrimBlanks(std::string_view text)
 {
     const std::size_t first = text.find_first_not_of(kBlanks);
     if (first == std::string_view::npos) {
-        return {};
+        return text.substr(0, 0);
     }
     return text.substr(first, text.find_last_not_of(kBlanks) - first + 1);
 }

@@ -87,7 +87,7 @@ struct NumberCase
     int value;
     std::string rest;
 
-    friend void PrintTo(const NumberCase& value, std::ostream* stream) { *stream << value.name; }
+    friend void PrintTo(const NumberCase& shown, std::ostream* stream) { *stream << shown.name; }
 };
 
 class BoundedScanNumber : public testing::TestWithParam<NumberCase>
@@ -223,7 +223,7 @@ struct TextCase
     std::string written; ///< the whole buffer of 8 bytes, which starts as "########"
     std::string rest;
 
-    friend void PrintTo(const TextCase& value, std::ostream* stream) { *stream << value.name; }
+    friend void PrintTo(const TextCase& shown, std::ostream* stream) { *stream << shown.name; }
 };
 
 class BoundedScanText : public testing::TestWithParam<TextCase>

@@ -311,7 +311,7 @@ struct RewriteCase
     std::string name;
     std::function<void(const std::string& path, std::string_view text)> rewrite;
 
-    friend void PrintTo(const RewriteCase& value, std::ostream* stream) { *stream << value.name; }
+    friend void PrintTo(const RewriteCase& shown, std::ostream* stream) { *stream << shown.name; }
 };
 
 class StoreRewrittenWhileRead : public testing::TestWithParam<RewriteCase>

@@ -20,7 +20,7 @@ struct GoodCase
     std::size_t numberSize;
     std::string rest; ///< what the parser leaves of the text
 
-    friend void PrintTo(const GoodCase& value, std::ostream* stream) { *stream << value.name; }
+    friend void PrintTo(const GoodCase& shown, std::ostream* stream) { *stream << shown.name; }
 };
 
 class ScanConversionGood : public testing::TestWithParam<GoodCase>

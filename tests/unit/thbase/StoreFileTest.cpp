@@ -259,7 +259,7 @@ TEST_F(StoreFile, GivesUpOnAFileThatNeverRests)
     WriteTextFile(mPath, "A = 1\n");
     int readings = 0;
     const auto rewriteAlways = [&] {
-        WriteTextFile(mPath, "A = " + std::string(1 + ++readings % 2, '1') + "\n");
+        WriteTextFile(mPath, "A = " + std::string(++readings % 2 == 0 ? "1" : "11") + "\n");
     };
     const auto start = std::chrono::steady_clock::now();
     EXPECT_STREQ(ReadStoreFile(mPath.c_str(), nullptr, rewriteAlways).failure,

@@ -39,7 +39,7 @@ struct LineCase
     std::string text;
     std::vector<std::string> lines;
 
-    friend void PrintTo(const LineCase& value, std::ostream* stream) { *stream << value.name; }
+    friend void PrintTo(const LineCase& shown, std::ostream* stream) { *stream << shown.name; }
 };
 
 class StoreTextLine : public testing::TestWithParam<LineCase>
@@ -149,7 +149,7 @@ struct NumberCase
     std::string text;
     std::optional<int> number;
 
-    friend void PrintTo(const NumberCase& value, std::ostream* stream) { *stream << value.name; }
+    friend void PrintTo(const NumberCase& shown, std::ostream* stream) { *stream << shown.name; }
 };
 
 class StoreTextNumber : public testing::TestWithParam<NumberCase>
