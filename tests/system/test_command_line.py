@@ -28,8 +28,8 @@ def test_the_help_names_a_short_path_whole(host):
 
 
 @pytest.mark.parametrize("arguments", [
-    ["-wrong"], ["start"], ["--start"], ["-star"], ["-start "], [""], ["-start", "-start"], ["-help", "extra"],
-    ["-version", ""], ["-h"], ["-list-config"]])
+    ["-wrong"], ["start"], ["--start"], ["-star"], ["-start "], [""], ["-start", "-start"],
+    ["-help", "extra"], ["-version", ""], ["-h"], ["-list-config"]])
 def test_anything_else_gets_the_help_and_status_5(host, arguments):
     assert host.run(product.PROGRAM, *arguments) == (5, INVALID, "")
     assert host.daemons() == []
@@ -155,8 +155,8 @@ def test_a_child_of_process_1_refuses_to_start(host):
 
 def test_a_store_that_cannot_be_read_is_a_store_without_settings(host):
     host.remove(product.STORE)
-    complaint = ("THHS_EVIDENCE_PATH is not set. It is a mandatory value. Please specify the path on the file "
-                 "system, that has sufficient space to store logs.\n")
+    complaint = ("THHS_EVIDENCE_PATH is not set. It is a mandatory value. Please specify the path on the "
+                 "file system, that has sufficient space to store logs.\n")
     assert host.run("-start") == (8, texts.begun("start") + complaint + texts.failed("start"), "")
     assert host.run() == (10, texts.begun("run") + complaint + texts.failed("run"), "")
     assert host.daemons() == []

@@ -245,9 +245,10 @@ def test_the_real_tools_leave_real_output(make_host):
     host.start()
     host.log_says(texts.taking(1, NAME, pid))
     stem = f"{NAME}/{pid}/Evidence1/{pid}_<time>_CPU."
+    tree = "/usr/bin/ps faxeo pid,pmem,rss,vsz,sz,size,args --width 120"
     wanted = {
         "MemoryPerf": {"/usr/bin/top -b -n 1": rf"top - .*\n(?s:.*)\b{pid}\b",
-                       "/usr/bin/ps faxeo pid,pmem,rss,vsz,sz,size,args --width 120": rf"PID %MEM(?s:.*)\b{pid}\b",
+                       tree: rf"PID %MEM(?s:.*)\b{pid}\b",
                        "/usr/bin/free ": "Mem:", "/usr/bin/vmstat ": "procs -+memory",
                        "/usr/bin/cat /proc/meminfo": "MemTotal:"},
         "Netstat": {"/usr/bin/netstat -s": "Tcp:", "/usr/bin/netstat -nalp": "Active Internet connections"},
@@ -260,7 +261,8 @@ def test_the_real_tools_leave_real_output(make_host):
 
     def missing_output():
         found = host.evidence()
-        return [(ending, command) for ending, sections in wanted.items() for command, pattern in sections.items()
+        return [(ending, command)
+                for ending, sections in wanted.items() for command, pattern in sections.items()
                 if not re.search(re.escape(texts.section(command, "")) + f"(?s:.*?){pattern}",
                                  found.get(stem + ending, ""))]
 

@@ -7,8 +7,9 @@ NAME, PID = "exampled", 4321
 GOOD = Process(PID, f"/opt/{NAME} -d", cpu=90)
 OWNED = "/owned"
 
-# The real ps shows bytes that are no characters of its locale as question marks. The scripted one shows them as
-# they are, which fits a locale alone in which every byte is a character; in others grep holds such lines back.
+# The real ps shows bytes that are no characters of its locale as question marks. The scripted one shows them
+# as they are, which fits a locale alone in which every byte is a character; in others grep holds such lines
+# back.
 ANY_BYTES = {"LC_ALL": "C"}
 HOSTILE = {
     "a blank in the path": f"/opt/my tools/{NAME} -x",

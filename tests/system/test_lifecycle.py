@@ -11,8 +11,8 @@ FAILED_STOP = texts.STOPPING * 2  # once by the worker, once by the main thread 
 
 def machine_lines(host):
     """The two lines about the machine that a start writes."""
-    memory = next(line.split()[1] for line in host.get("/proc/meminfo").splitlines() if line[:9] == "MemTotal:")
-    return ["Number of CPUs = 1", f"Total size of Memory = {memory}"]
+    memory = dict(line.split()[:2] for line in host.get("/proc/meminfo").splitlines())
+    return ["Number of CPUs = 1", f"Total size of Memory = {memory['MemTotal:']}"]
 
 
 def started(host):
@@ -176,14 +176,14 @@ RELOADS_THAT_FAIL = {
     "a limit above 100 percent": (
         {"THHS_MONITOR_CPU": "a:10,b:101"},
         [texts.READING, "Process a requested monitoring of CPU threshold of 10 ABSOLUTE.",
-         "Invalid Value for CPU threshold. Process b requested threshold of 101 percent. Use a value less than "
-         "100."],
+         "Invalid Value for CPU threshold. Process b requested threshold of 101 percent. Use a value less "
+         "than 100."],
         texts.INVALID_STOPS),
     "no evidence path": (
         {"THHS_EVIDENCE_PATH": None},
         [texts.READING, texts.JDK_NOT_SET,
-         "THHS_EVIDENCE_PATH is not set. It is a mandatory value. Please specify the path on the file system, "
-         "that has sufficient space to store logs."],
+         "THHS_EVIDENCE_PATH is not set. It is a mandatory value. Please specify the path on the file "
+         "system, that has sufficient space to store logs."],
         texts.INVALID_STOPS),
     "a list with a character that is not allowed": (
         {"THHS_MONITOR_MEMORY": "a;b:10"},
@@ -199,7 +199,8 @@ RELOADS_THAT_FAIL = {
 }
 
 
-@pytest.mark.parametrize("changes, complaint, reason", RELOADS_THAT_FAIL.values(), ids=RELOADS_THAT_FAIL.keys())
+@pytest.mark.parametrize("changes, complaint, reason", RELOADS_THAT_FAIL.values(),
+                         ids=RELOADS_THAT_FAIL.keys())
 @pytest.mark.parametrize("option, status", [("-start", 8), (None, 10)])
 def test_a_reload_that_fails_ends_the_daemon_with_every_line(make_host, option, status, changes, complaint,
                                                              reason):

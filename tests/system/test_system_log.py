@@ -1,7 +1,7 @@
 """What reaches the system's log, caught where its daemon would listen."""
 import re
 
-from host import Process, texts
+from host import Process, product, texts
 
 BUSY = Process(4321, "/opt/exampled", cpu=90)
 
@@ -41,7 +41,7 @@ def test_a_foreground_action_leaves_no_entry(host):
 
 
 def test_a_store_line_that_is_no_setting_is_told_once_by_number(host):
-    host.put("/usr/tarnv/tarnhaven/master.conf", "# a comment\n\nno setting\nTHHS_EVIDENCE_PATH = /evidence\n= 5\n")
+    host.put(product.STORE, "# a comment\n\nno setting\nTHHS_EVIDENCE_PATH = /evidence\n= 5\n")
     host.start()
     entries = [one.partition(": ")[2] for one in host.ask("datagrams") if "line" in one]
     assert len([one for one in entries if re.search(r"\b3\b", one)]) == 1

@@ -59,8 +59,10 @@ HOLDS_BACK = {
     "the average equals the limit": (90, [90, 90, 90, 90, 90, 0], {}),
     "the average equals the limit after it is cut": (90, [90, 90, 90, 90, 91, 0], {}),
     "the reading equals the limit after it is cut": (85, [85.99] * 5 + [0], {}),
-    "always dump still wants the last reading above": (90, [100, 100, 100, 100, 90, 0], {"THHS_ALWAYS_DUMP": 1}),
-    "always dump still waits for the fifth reading": (90, [100, 100, 100, 100, 0, 0], {"THHS_ALWAYS_DUMP": 1}),
+    "always dump still wants the last reading above":
+        (90, [100, 100, 100, 100, 90, 0], {"THHS_ALWAYS_DUMP": 1}),
+    "always dump still waits for the fifth reading":
+        (90, [100, 100, 100, 100, 0, 0], {"THHS_ALWAYS_DUMP": 1}),
     "the sixth reading is dropped": (50, [0, 0, 0, 0, 0, 10000, 50, 50, 50, 50, 51, 0], {}),
 }
 
@@ -132,8 +134,8 @@ def test_without_a_threshold_only_the_capture_of_everything_fires(make_host):
     host = watching(make_host, 50, [99])
     host.after_pass(1)
     host.configure(THHS_MONITOR_CPU="otherd:50", THHS_CAPTURE_WITHOUT_THRESHOLD=1)
-    host.log_says(f"CPU Capturing evidence for process {NAME} ({PID}) without threshold , Threshold : -1 Percent "
-                  ", Usage : 99.00 Percent")
+    host.log_says(f"CPU Capturing evidence for process {NAME} ({PID}) without threshold , "
+                  "Threshold : -1 Percent , Usage : 99.00 Percent")
 
 
 def test_a_new_limit_applies_in_the_middle_of_a_window(make_host):
@@ -180,8 +182,9 @@ def test_both_resources_of_one_process_fire_for_themselves_in_order(make_host):
 
 def test_a_failed_reading_counts_as_zero(make_host):
     """In pass 3 the probes see another program under the process id."""
-    rows = [Process(PID, f"/opt/{NAME}", cpu=100, last=2), Process(PID, f"/opt/{NAME}", cpu=100, first=3, last=3,
-            probed_as="/opt/other"), Process(PID, f"/opt/{NAME}", cpu=100, first=4)]
+    rows = [Process(PID, f"/opt/{NAME}", cpu=100, last=2),
+            Process(PID, f"/opt/{NAME}", cpu=100, first=3, last=3, probed_as="/opt/other"),
+            Process(PID, f"/opt/{NAME}", cpu=100, first=4)]
     host = make_host(store={"THHS_MONITOR_CPU": f"{NAME}:80", "THHS_VERBOSE": 1}, processes=rows)
     host.start()
     host.after_pass(6)
@@ -197,12 +200,13 @@ def test_a_process_that_comes_back_under_a_new_id_starts_anew(make_host):
     host.after_pass(9)
     assert breaches(host) == [(8, texts.exceeded("CPU", NAME, 200, 50, 99))]
     log = host.log()
-    assert log.index(f"ProcessId (100) is not alive. Removing performance counter (Index : 100) {NAME}#100") < \
-        log.index(f"CPU counter added for process {NAME} with PID - 200 : {NAME}#200")
+    gone = f"ProcessId (100) is not alive. Removing performance counter (Index : 100) {NAME}#100"
+    assert log.index(gone) < log.index(f"CPU counter added for process {NAME} with PID - 200 : {NAME}#200")
 
 
 def test_several_instances_of_one_name_have_a_window_each(make_host):
-    rows = [Process(100, f"/opt/{NAME}", cpu=99), Process(200, f"/opt/{NAME} second", cpu=[99, 99, 99, 99, 1, 0]),
+    rows = [Process(100, f"/opt/{NAME}", cpu=99),
+            Process(200, f"/opt/{NAME} second", cpu=[99, 99, 99, 99, 1, 0]),
             Process(300, NAME, cpu=99, first=2)]
     host = make_host(store={"THHS_MONITOR_CPU": f"{NAME}:50"}, processes=rows)
     host.start()
@@ -220,8 +224,8 @@ def test_a_verbose_window_shows_every_sum_and_average(make_host):
     for value, total, number, average in ((10, 10, 1, 10), (21, 31, 2, 15), (33, 64, 3, 21), (0, 64, 4, 16),
                                           (7, 71, 5, 14), (1000, None, None, 0), (5, 5, 1, 5), (5, 10, 2, 5)):
         if total is not None:
-            expected.append(f"Sum : {total} Percent, Reading# : {number}, Running Average : {average} Percent "
-                            f"{of_process}")
+            expected.append(f"Sum : {total} Percent, Reading# : {number}, Running Average : {average} "
+                            f"Percent {of_process}")
         expected.append(f"Running Average : {average} {of_process}")
     seen = [entry for entry in host.log() if entry.startswith(("Sum : ", "Running Average : "))]
     assert seen[:len(expected)] == expected

@@ -8,14 +8,14 @@
         host.after_pass(5)
         assert host.passes() >= 5
 
-How to run: `/usr/bin/python3 -m pytest tests/system -n 8 -q` after a build. The build folder is build/dev, or
-what THSENTINEL_BUILD (or THSENTINEL_BUILD_DIR) names. THSENTINEL_NIGHTLY=1 asks for the long form of the tests
-that have one. Where isolated hosts can't be made, the tests that need one are skipped with the reason.
+How to run: `/usr/bin/python3 -m pytest tests/system -n 8 -q` after a build. The build folder is build/dev,
+or what THSENTINEL_BUILD (or THSENTINEL_BUILD_DIR) names. THSENTINEL_NIGHTLY=1 asks for the long form of the
+tests that have one. Where isolated hosts can't be made, the tests that need one are skipped with the reason.
 
 The host
   `make_host(...)` makes a host, as many as the test wants; `host` is one with nothing but defaults. Host()
-  tells what can be described. Each is a private namespace (script/host) with an agent inside, and ends with the
-  test, all its processes with it. The program is installed from one staged tree a session.
+  tells what can be described. Each is a private namespace (script/host) with an agent inside, and ends with
+  the test, all its processes with it. The program is installed from one staged tree a session.
 
 The store
   `host.store` starts with a poll interval of one second, one reading of one second, and an evidence folder,
@@ -23,16 +23,17 @@ The store
   key out, `host.put(product.STORE, text)` writes the file as it is.
 
 Processes and tools
-  Unless `real_tools=True`, ps answers from the `Process` rows of the test: readings by pass, passes in which a
-  process lives. The other tools say their name and arguments, or what a `Tool` says. grep, egrep, awk, wc and
-  cat are always real. /proc/cpuinfo shows one processor, so readings are not divided, unless `cpus` says
+  Unless `real_tools=True`, ps answers from the `Process` rows of the test: readings by pass, passes in which
+  a process lives. The other tools say their name and arguments, or what a `Tool` says. grep, egrep, awk, wc
+  and cat are always real. /proc/cpuinfo shows one processor, so readings are not divided, unless `cpus` says
   otherwise. Real processes come from `host.spawn(...)`.
 
 Time
-  A pass is a poll interval and a little more; the first begins with the start, which itself takes two seconds.
-  With an interval of one second the first decision falls some five seconds after the start. Nothing sleeps for
-  luck: `host.after_pass(n)`, `host.log_says(...)`, `host.system_log_says(...)`, `host.evidence_is(...)`,
-  `host.until(...)` and `host.comes_to(...)` wait for a condition, each with a limit.
+  A pass is a poll interval and a little more; the first begins with the start, which itself takes two
+  seconds. With an interval of one second the first decision falls some five seconds after the start. Nothing
+  sleeps for luck: `host.after_pass(n)`, `host.log_says(...)`, `host.system_log_says(...)`,
+  `host.evidence_is(...)`, `host.until(...)` and `host.comes_to(...)` wait for a condition, each with a limit.
+  What must not move while a test looks is held with SIGSTOP.
 
 What is compared
   `host.run("-start")` gives status, output, errors. `host.log()` are the log's entries without stamps,

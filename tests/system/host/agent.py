@@ -131,7 +131,7 @@ class Agent:
         return self.jobs[pid].wait(limit)
 
     def put(self, files):
-        """Writes [path, text, mode] each, whatever stood there before; a reader sees old or new, never half."""
+        """Writes [path, text, mode] each, whatever stood there before; readers see old or new, never half."""
         for path, text, mode in files:
             os.makedirs(os.path.dirname(path), exist_ok=True)
             fresh = os.path.join(os.path.dirname(path), ".being-put")

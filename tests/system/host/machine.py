@@ -19,6 +19,7 @@ RELEASE_FILES = {"redhat": ["redhat-release"], "oracle": ["oracle-release"], "su
 Result = collections.namedtuple("Result", "status output errors")
 SystemLogEntry = collections.namedtuple("SystemLogEntry", "level text")
 
+SYSTEM_LOG_FORM = re.compile(r"<(\d+)>\w{3} [ \d]\d \d\d:\d\d:\d\d thsentinel\[\d+\]: (.*)", re.S)
 FILE_TIME = re.compile(r"/(\d+)_\d\d-\d\d_\d\d\.\d\d\.\d\d_")
 
 
@@ -289,7 +290,7 @@ class Host:
         levels = ["emergency", "alert", "critical", "error", "warning", "notice", "info", "debug"]
         found = []
         for datagram in self.ask("datagrams"):
-            parts = re.fullmatch(r"<(\d+)>\w{3} [ \d]\d \d\d:\d\d:\d\d thsentinel\[\d+\]: (.*)", datagram, re.S)
+            parts = SYSTEM_LOG_FORM.fullmatch(datagram)
             if not parts:
                 continue
             facility, level = divmod(int(parts[1]), 8)
@@ -311,7 +312,7 @@ class Host:
         return sorted(FILE_TIME.sub(r"/\1_<time>_", one[0]) for one in found)
 
     def evidence(self):
-        """Path to text of every evidence file, the times in the names left out; the marker files not counted."""
+        """Path to text of every evidence file but the markers, the times in the names left out."""
         found = {}
         for path, text in self.ask("files", f"{self.evidence_path}/thsentinel").items():
             if not path.endswith("/evidence.lock"):
@@ -347,7 +348,8 @@ class Host:
 
     def report(self, complaint):
         """The complaint with what an operator would look at first."""
-        processes = [f"  {one['pid']} {one['state']} {' '.join(one['arguments'])}" for one in self.processes()]
+        processes = [f"  {one['pid']} {one['state']} {' '.join(one['arguments'])}"
+                     for one in self.processes()]
         return "\n".join([complaint, "processes:", *processes, "log:",
                           *[f"  {line}" for line in self.log_text().splitlines()[-60:]]])
 

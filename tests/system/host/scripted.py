@@ -27,8 +27,8 @@ fi
 exec /bin/dash "$@"
 """
 
-# The reader of a listing is told by the shell line that ps stands in. The first of the two plain listings of a
-# pass is for the table of names, the second for that of ids.
+# The reader of a listing is told by the shell line that ps stands in. The first of the two plain listings of
+# a pass is for the table of names, the second for that of ids.
 PS = f"""#!/bin/dash
 here={SCENARIO}/ps
 printf 'ps\\t%s\\n' "$*" >>{SCENARIO}/calls

@@ -24,8 +24,8 @@ STOPPED = f"{TITLE} Service stopped."
 READING = "Reading the configuration from Tarnhaven configuration."
 READ = "Configuration file successfully read."
 JDK_NOT_SET = "JDK Home is not set. Java stack dump will not be captured."
-REVERTED = ("Warning, invalid value found in Tarnhaven configuration for thsentinel. Reverted value to default. "
-            "Please refer the log file for details.")
+REVERTED = ("Warning, invalid value found in Tarnhaven configuration for thsentinel. Reverted value to "
+            "default. Please refer the log file for details.")
 INVALID_STOPS = ("Tarnhaven configuration has invalid values. Check thsentinel log for details. "
                  f"Stopping {TITLE} Service/Daemon.")
 BAD_CHARACTERS_STOP = ("Non alpha numeric characters are detected in the input. Please correct the input in "
@@ -58,7 +58,8 @@ def without_stamps(text):
 def entries_of(text):
     """The entries of a diagnostic log, each behind its stamp and without the last line end.
 
-    An entry goes on up to the next line that starts with a stamp. Text that isn't behind any stamp is an error.
+    An entry goes on up to the next line that starts with a stamp. Text that isn't behind any stamp is an
+    error.
     """
     found = []
     for line in text.splitlines(keepends=True):
