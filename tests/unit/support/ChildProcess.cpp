@@ -14,7 +14,10 @@
 #include <sys/wait.h>
 #include <unistd.h>
 
-extern "C" int __real_kill(pid_t pid, int signal);
+extern "C" {
+pid_t __real_fork(void);
+int __real_kill(pid_t pid, int signal);
+}
 
 namespace
 {
@@ -66,7 +69,7 @@ ChildProcess::ChildProcess(const std::function<int()>& body)
     char path[] = "/tmp/child-XXXXXX";
     mFolder = mkdtemp(path) == nullptr ? "" : path;
     (void)fflush(nullptr); // what is still buffered would be written by both
-    mPid = fork();
+    mPid = __real_fork();
     if (mPid == 0) {
         RunChild(mFolder, body);
     }
