@@ -32,3 +32,10 @@ std::string CaptureConsole(const std::function<void()>& action)
     action();
     return testing::internal::GetCapturedStdout();
 }
+
+bool IsAsleep(pid_t thread)
+{
+    const std::string status = ReadFile("/proc/self/task/" + std::to_string(thread) + "/stat");
+    const std::size_t behindName = status.rfind(") ");
+    return behindName != std::string::npos && status[behindName + 2] == 'S';
+}

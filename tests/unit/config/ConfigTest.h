@@ -8,6 +8,8 @@
 #include <string>
 #include <vector>
 
+#include <sys/types.h>
+
 /** Log lines, each without stamp and line end. */
 using Lines = std::vector<std::string>;
 
@@ -27,6 +29,9 @@ protected:
 
 /** What `action` prints on the console. */
 std::string CaptureConsole(const std::function<void()>& action);
+
+/** True while a thread of this process sleeps in the kernel. */
+bool IsAsleep(pid_t thread);
 
 /** Names the rows of a table of parameters by their `mName`. */
 struct NameOfRow

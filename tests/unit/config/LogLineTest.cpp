@@ -6,6 +6,7 @@
 #include "config/THCrossPlatformMapping.h"
 #include "platform/THUEnv.h"
 
+#include <atomic>
 #include <filesystem>
 #include <fstream>
 #include <iterator>
@@ -13,6 +14,8 @@
 #include <thread>
 
 #include <unistd.h>
+
+using namespace std::string_literals;
 
 namespace
 {
@@ -82,11 +85,9 @@ TEST_F(LogLineTest, KeepsTabsAndBytesOfEveryKind)
     LogLine{firstUnit}.Write("%s\tKEY\tELEMENT\n", GetCurrentTimeStamp().c_str());
     LogLine{firstUnit}.Write("%s'%c' %%s %d\n", GetCurrentTimeStamp().c_str(), '\0', -1);
     WriteLine(firstUnit, "\xff\x01%n%s");
-    EXPECT_EQ(ReadFile(GetTHPerfMonLogFilePath()), std::string("2026-11-13 02:07:28:045 - \tKEY\tELEMENT\n"
-                                                               "2026-11-13 02:07:28:045 - '\0' %s -1\n"
-                                                               "2026-11-13 02:07:28:045 - \xff\x01%n%s\n",
-                                                               // the text has a NUL
-                                                               39 + 37 + 33));
+    EXPECT_EQ(ReadFile(GetTHPerfMonLogFilePath()), "2026-11-13 02:07:28:045 - \tKEY\tELEMENT\n"
+                                                   "2026-11-13 02:07:28:045 - '\0' %s -1\n"
+                                                   "2026-11-13 02:07:28:045 - \xff\x01%n%s\n"s);
 }
 
 TEST_F(LogLineTest, FindsTheFileOfTheDayAnewForEachLine)
@@ -205,8 +206,13 @@ TEST_F(LogLineTest, DoesNotWaitForTheLineOfAnotherUnit)
 
 TEST_F(LogLineTest, WaitsForTheLineOfItsOwnUnit)
 {
+    std::atomic<pid_t> writerId = 0;
     firstUnit.lock();
-    std::thread writer([] { WriteLine(firstUnit, "second"); });
+    std::thread writer([&] {
+        writerId = gettid();
+        WriteLine(firstUnit, "second");
+    });
+    EXPECT_TRUE(WaitFor([&] { return writerId != 0 && IsAsleep(writerId); }));
     WriteLine(secondUnit, "first");
     firstUnit.unlock();
     writer.join();

@@ -1,11 +1,8 @@
 #include "config/Mutex.h"
 
-#include "support/HostTest.h"
-
-#include <gtest/gtest.h>
+#include "config/ConfigTest.h"
 
 #include <atomic>
-#include <fstream>
 #include <stdexcept>
 #include <thread>
 
@@ -13,14 +10,6 @@
 
 namespace
 {
-/** True once a thread of this process sleeps in the kernel. */
-bool IsAsleep(pid_t thread)
-{
-    const std::string status = ReadFile("/proc/self/task/" + std::to_string(thread) + "/stat");
-    const std::size_t behindName = status.rfind(") ");
-    return behindName != std::string::npos && status[behindName + 2] == 'S';
-}
-
 /** A thread that takes a mutex for a moment. */
 class Taker
 {
