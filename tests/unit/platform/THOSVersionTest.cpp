@@ -1,0 +1,81 @@
+#include "platform/THOSVersion.h"
+
+#include "platform/ToolHost.h"
+
+namespace
+{
+struct Release
+{
+    const char* mName;
+    std::vector<std::string> mFiles;
+    int mType;
+};
+
+const Release RELEASES[] = {
+    {"None", {}, 2},
+    {"RedHat", {REDHAT_RELEASE}, 0},
+    {"Oracle", {ORACLE_RELEASE}, 0},
+    {"Suse", {SUSE_RELEASE}, 1},
+    {"OracleWithBothItsFiles", {REDHAT_RELEASE, ORACLE_RELEASE}, 0},
+    {"RedHatBeforeSuse", {REDHAT_RELEASE, SUSE_RELEASE}, 0},
+    {"OracleBeforeSuse", {ORACLE_RELEASE, SUSE_RELEASE}, 0},
+    {"AllThree", {REDHAT_RELEASE, ORACLE_RELEASE, SUSE_RELEASE}, 0},
+    {"AnotherDistribution", {"/etc/os-release", "/etc/suse-release", "/etc/SuSE-release.old"}, 2},
+};
+
+class THOSVersionRelease : public HostTest, public testing::WithParamInterface<Release>
+{
+};
+
+using THOSVersion = HostTest;
+} // namespace
+
+TEST_P(THOSVersionRelease, IsToldByTheFirstFileThatExists)
+{
+    for (const std::string& file : GetParam().mFiles) {
+        std::filesystem::remove(file);
+        WriteFile(file, "");
+    }
+    EXPECT_EQ(GetOSType(), GetParam().mType);
+}
+
+INSTANTIATE_TEST_SUITE_P(All, THOSVersionRelease, testing::ValuesIn(RELEASES),
+                         [](const auto& test) { return test.param.mName; });
+
+TEST_F(THOSVersion, DoesNotReadTheFile)
+{
+    WriteFile(REDHAT_RELEASE, "SUSE Linux Enterprise Server\n", 0);
+    EXPECT_EQ(GetOSType(), 0);
+}
+
+TEST_F(THOSVersion, TakesAnythingThatExistsForTheFile)
+{
+    std::filesystem::create_directory(SUSE_RELEASE);
+    EXPECT_EQ(GetOSType(), 1);
+}
+
+TEST_F(THOSVersion, TakesALinkThatLeadsNowhereForNone)
+{
+    std::filesystem::create_symlink("/no/such/file", REDHAT_RELEASE);
+    EXPECT_EQ(GetOSType(), 2);
+}
+
+TEST_F(THOSVersion, LooksAnewAtEveryCall)
+{
+    EXPECT_EQ(GetOSType(), 2);
+    WriteFile(SUSE_RELEASE, "");
+    EXPECT_EQ(GetOSType(), 1);
+    WriteFile(ORACLE_RELEASE, "");
+    EXPECT_EQ(GetOSType(), 0);
+    std::filesystem::remove(ORACLE_RELEASE);
+    std::filesystem::remove(SUSE_RELEASE);
+    EXPECT_EQ(GetOSType(), 2);
+}
+
+TEST(THOSVersionFile, ExistsWhenSomethingLiesThere)
+{
+    EXPECT_TRUE(IsFileExists("/"));
+    EXPECT_TRUE(IsFileExists("/proc/self/exe"));
+    EXPECT_FALSE(IsFileExists("/no/such/file"));
+    EXPECT_FALSE(IsFileExists(""));
+}
