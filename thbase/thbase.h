@@ -14,8 +14,8 @@
  * mixture.
  */
 
-#include <stdio.h>
-#include <time.h>
+#include <stdio.h> /* NOLINT(modernize-deprecated-headers): in plain C it has no other name */
+#include <time.h>  /* NOLINT(modernize-deprecated-headers) */
 
 #ifdef __cplusplus
 extern "C" {
