@@ -21,13 +21,13 @@ void CaptureTest::SetUp()
     if (IsSkipped()) {
         return;
     }
+    GetStore().mLocalTime = MakeLocalTime(2026, 11, 13, 2, 10, 28); // also the day of the log
     ForgetLog();
     mRoot = MakeFolder() + "/thsentinel";
     ConfigurationMgr* const config = ConfigurationMgr::GetInstance();
     config->mEvidencePath = mRoot;
     config->mCurrentEvidenceNumber = 1;
     config->mVerbose = 0;
-    GetStore().mLocalTime = MakeLocalTime(2026, 11, 13, 2, 10, 28);
     GetHelperSeam().mMake = [this] { return MakeHelper(); };
     GetSeams().mSystem = [this](const char* line) {
         mSystemLines.push_back(line);
