@@ -6,6 +6,7 @@ build/dev of the checkout.
 import fcntl
 import os
 import pathlib
+import shutil
 import subprocess
 
 CHECKOUT = pathlib.Path(__file__).resolve().parents[3]
@@ -50,8 +51,11 @@ class Product:
             fcntl.flock(lock, fcntl.LOCK_EX)
             if not staged.exists():
                 command = ["cmake", "--install", str(build_folder()), "--strip", *options]
-                environment = dict(os.environ, DESTDIR=str(staged))
+                fresh = folder / "being-installed"
+                shutil.rmtree(fresh, ignore_errors=True)
+                environment = dict(os.environ, DESTDIR=str(fresh))
                 done = subprocess.run(command, env=environment, capture_output=True, text=True, check=False)
                 if done.returncode != 0:
                     raise RuntimeError(f"{' '.join(command)} failed:\n{done.stdout}{done.stderr}")
+                fresh.rename(staged)  # only a whole tree bears the name
         return Product(staged)
