@@ -86,11 +86,6 @@ ChildProcess::~ChildProcess()
     (void)std::filesystem::remove_all(mFolder, ignored);
 }
 
-void ChildProcess::Send(int signal) const
-{
-    EXPECT_EQ(__real_kill(mPid, signal), 0);
-}
-
 int ChildProcess::Wait()
 {
     const int status = WaitForEnd(mPid);
@@ -119,6 +114,11 @@ int WaitForEnd(pid_t pid)
     const bool hasEnded = WaitFor([&] { return waitpid(pid, &status, WNOHANG) == pid; }, LIMIT_IN_SECONDS);
     EXPECT_TRUE(hasEnded) << "process " << pid << " doesn't end";
     return hasEnded ? GetStatus(status) : -1;
+}
+
+void SendSignal(pid_t pid, int signal)
+{
+    EXPECT_EQ(__real_kill(pid, signal), 0) << pid;
 }
 
 void AdoptOrphans()

@@ -6,6 +6,9 @@
 
 #include <sys/types.h>
 
+/** Sends a signal, whatever seam there is for it. */
+void SendSignal(pid_t pid, int signal);
+
 /**
  * A process of its own that runs a body of the test, for whatever ends the process, holds locks or takes
  * signals. It ends with the object at the latest. Seams set in the body are the process's own.
@@ -21,7 +24,7 @@ public:
 
     pid_t GetPid() const { return mPid; }
 
-    void Send(int signal) const;
+    void Send(int signal) const { SendSignal(mPid, signal); }
 
     /** Waits for the end. @return see WaitForEnd */
     int Wait();
