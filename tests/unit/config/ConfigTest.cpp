@@ -3,7 +3,11 @@
 #include "config/ConfigurationMgr.h"
 #include "platform/THUEnv.h"
 
+#include <cstdio>
 #include <filesystem>
+
+#include <sys/stat.h>
+#include <unistd.h>
 
 void ConfigTest::SetUp()
 {
@@ -31,6 +35,21 @@ std::string CaptureConsole(const std::function<void()>& action)
     testing::internal::CaptureStdout();
     action();
     return testing::internal::GetCapturedStdout();
+}
+
+std::vector<off_t> GetConsoleSizesAtLogLines(const std::function<void()>& action)
+{
+    std::vector<off_t> sizes;
+    GetSeams().mGettimeofday = [&sizes](struct timeval* now) {
+        *now = {0, 0};
+        (void)fflush(stdout);
+        struct stat status = {};
+        EXPECT_EQ(fstat(STDOUT_FILENO, &status), 0);
+        sizes.push_back(status.st_size);
+    };
+    (void)CaptureConsole(action);
+    GetSeams().mGettimeofday = nullptr;
+    return sizes;
 }
 
 bool IsAsleep(pid_t thread)

@@ -30,6 +30,9 @@ protected:
 /** What `action` prints on the console. */
 std::string CaptureConsole(const std::function<void()>& action);
 
+/** How much stands on the console when each line of the log that `action` writes is stamped, in bytes. */
+std::vector<off_t> GetConsoleSizesAtLogLines(const std::function<void()>& action);
+
 /** True while a thread of this process sleeps in the kernel. */
 bool IsAsleep(pid_t thread);
 

@@ -1,0 +1,53 @@
+#include "config/LoadTest.h"
+
+#include <algorithm>
+#include <iterator>
+
+void LoadTest::SetUp()
+{
+    ConfigTest::SetUp();
+    if (!IsSkipped()) {
+        mFolder = MakeFolder();
+        GetStore().mValues["THHS_EVIDENCE_PATH"] = mFolder;
+    }
+}
+
+void LoadTest::Load()
+{
+    ForgetLog();
+    GetStore().mReads.clear();
+    mConsole = CaptureConsole([this] { mResult = mConfig->ReadConfigurationFile(); });
+}
+
+void LoadTest::Load(const std::string& key, const std::string& value)
+{
+    GetStore().mValues[key] = value;
+    Load();
+}
+
+Lines LoadTest::GetLog(const LogOfLoad& load) const
+{
+    Lines log = {READING};
+    log.insert(log.end(), load.mBeforeJdkHome.begin(), load.mBeforeJdkHome.end());
+    log.push_back(NO_JDK_HOME);
+    log.push_back("THHS_EVIDENCE_PATH is set to " + mFolder +
+                  "/thsentinel. Check the folder for collected logs.");
+    log.insert(log.end(), load.mBehindEvidencePath.begin(), load.mBehindEvidencePath.end());
+    log.push_back(SUCCESS);
+    log.push_back("Processes will be monitored regularly after " + std::to_string(load.mPollInterval) +
+                  " seconds. It can be modified by changing THHS_POLL_INTERVAL value in Tarnhaven "
+                  "configuration.");
+    if (load.mIsReverted) {
+        log.push_back(WARNING);
+    }
+    return log;
+}
+
+Lines LoadTest::GetLogLinesWith(const std::string& text)
+{
+    const Lines log = GetLogLines();
+    Lines found;
+    std::copy_if(log.begin(), log.end(), std::back_inserter(found),
+                 [&text](const std::string& line) { return line.find(text) != std::string::npos; });
+    return found;
+}
