@@ -12,8 +12,8 @@
 namespace
 {
 
-constexpr int kDefaultThreads = 2;
-constexpr int kDefaultSeconds = 120;
+constexpr int DEFAULT_THREADS = 2;
+constexpr int DEFAULT_SECONDS = 120;
 
 // Volatile, so that the text is in the memory of the process and not only in its file.
 char volatile gMarker[] = "marker of the busy process";
@@ -40,11 +40,11 @@ int main(int argc, char** argv)
 {
     gMarker[0] = 'M';
     std::vector<std::thread> threads;
-    for (int number = 1; number <= NumberAt(argc, argv, 1, kDefaultThreads); ++number) {
+    for (int number = 1; number <= NumberAt(argc, argv, 1, DEFAULT_THREADS); ++number) {
         threads.emplace_back(Spin, number);
     }
     // Bounded, so that a forgotten one doesn't stay for good.
-    std::this_thread::sleep_for(std::chrono::seconds(NumberAt(argc, argv, 2, kDefaultSeconds)));
+    std::this_thread::sleep_for(std::chrono::seconds(NumberAt(argc, argv, 2, DEFAULT_SECONDS)));
     gEnough = true;
     for (std::thread& thread : threads) {
         thread.join();

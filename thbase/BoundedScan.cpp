@@ -8,7 +8,7 @@
 namespace
 {
 
-constexpr unsigned kNoDigit = 255;
+constexpr unsigned NO_DIGIT = 255;
 
 // Of its own, so that the locale of the program has no say.
 bool IsBlank(int byte)
@@ -27,7 +27,7 @@ unsigned GetDigit(int byte)
     if (byte >= 'A' && byte <= 'F') {
         return static_cast<unsigned>(byte - 'A') + 10;
     }
-    return kNoDigit;
+    return NO_DIGIT;
 }
 
 bool IsSigned(char kind)
@@ -35,7 +35,7 @@ bool IsSigned(char kind)
     return kind == 'd' || kind == 'i' || kind == 'n';
 }
 
-/// The largest magnitude that a destination of `size` bytes holds.
+/** The largest magnitude that a destination of `size` bytes holds. */
 std::uint64_t GetLimit(char kind, std::size_t size, bool isNegative)
 {
     const std::uint64_t unsignedLimit = std::numeric_limits<std::uint64_t>::max() >> (64 - 8 * size);
@@ -53,7 +53,7 @@ void StoreAs(char* place, std::uint64_t bits)
     std::memcpy(place, &value, sizeof value);
 }
 
-/// Writes the low bytes of `bits` as an integer of `size` bytes, 1, 2, 4 or 8.
+/** Writes the low bytes of `bits` as an integer of `size` bytes, 1, 2, 4 or 8. */
 void StoreInteger(char* place, std::size_t size, std::uint64_t bits)
 {
     switch (size) {
@@ -96,7 +96,7 @@ int BoundedScan::Run(const char* format) noexcept
     return outcome == Outcome::InputEnded && mConversions == 0 ? -1 : mConversions;
 }
 
-/// Does one step of the format and moves `format` behind it.
+/** Does one step of the format and moves `format` behind it. */
 BoundedScan::Outcome BoundedScan::RunDirective(const char*& format) noexcept
 {
     if (IsBlank(*format)) {
@@ -165,8 +165,10 @@ BoundedScan::Outcome BoundedScan::ConvertNumber(const ScanConversion& conversion
     return Outcome::Matched;
 }
 
-/// Reads "0" or "0x" as the conversion allows. Gives the base of the digits behind it; `hasDigit` tells
-/// whether a whole number has been read already.
+/**
+ * Reads "0" or "0x" as the conversion allows. Gives the base of the digits behind it; `hasDigit` tells
+ * whether a whole number has been read already.
+ */
 unsigned BoundedScan::ReadPrefix(const ScanConversion& conversion, std::size_t& remaining,
                                  bool& hasDigit) noexcept
 {
@@ -187,8 +189,10 @@ unsigned BoundedScan::ReadPrefix(const ScanConversion& conversion, std::size_t& 
     return isByPrefix ? 8 : plainBase;
 }
 
-/// Reads all digits within the width, also those of a number that has grown too large. False if there is
-/// none.
+/**
+ * Reads all digits within the width, also those of a number that has grown too large. False if there is
+ * none.
+ */
 bool BoundedScan::ReadDigits(const ScanConversion& conversion, std::size_t remaining, Number& number) noexcept
 {
     bool hasDigit = false;
@@ -284,8 +288,10 @@ BoundedScan::Outcome BoundedScan::MatchByte(int expected) noexcept
     return Outcome::Matched;
 }
 
-/// Takes the pointer and the size of a conversion from the arguments; none for a suppressed one. False if
-/// there is no room for `least` bytes.
+/**
+ * Takes the pointer and the size of a conversion from the arguments; none for a suppressed one. False if
+ * there is no room for `least` bytes.
+ */
 bool BoundedScan::TakeDestination(const ScanConversion& conversion, std::size_t least,
                                   Destination& destination) noexcept
 {
@@ -303,7 +309,7 @@ void BoundedScan::CountConversion(const ScanConversion& conversion) noexcept
     mConversions += conversion.isSuppressed ? 0 : 1;
 }
 
-/// The next byte, which stays in the stream; EOF at its end.
+/** The next byte, which stays in the stream; EOF at its end. */
 int BoundedScan::Peek() noexcept
 {
     const int byte = getc_unlocked(mStream);

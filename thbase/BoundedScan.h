@@ -7,8 +7,10 @@
 
 struct ScanConversion;
 
-/// One run of T_fscanf: its stream, its arguments and how far it has come. The object serves one call and one
-/// thread; the stream is locked while it runs. It raises nothing and allocates nothing.
+/**
+ * One run of T_fscanf: its stream, its arguments and how far it has come. The object serves one call and one
+ * thread; the stream is locked while it runs. It raises nothing and allocates nothing.
+ */
 class BoundedScan
 {
 public:
@@ -18,11 +20,11 @@ public:
     BoundedScan(const BoundedScan&) = delete;
     BoundedScan& operator=(const BoundedScan&) = delete;
 
-    /// Does what thbase.h says of T_fscanf. Gives the number of conversions done, or -1.
+    /** Does what thbase.h says of T_fscanf. Gives the number of conversions done, or -1. */
     int Run(const char* format) noexcept;
 
 private:
-    /// How a step of the scan ended. Only Matched lets the scan go on.
+    /** How a step of the scan ended. Only Matched lets the scan go on. */
     enum class Outcome
     {
         Matched,
@@ -30,14 +32,14 @@ private:
         InputEnded  ///< nothing was left to read
     };
 
-    /// Where a conversion puts its result; null and 0 for a suppressed one.
+    /** Where a conversion puts its result; null and 0 for a suppressed one. */
     struct Destination
     {
         char* place;
         std::size_t size;
     };
 
-    /// The digits of a number, with their sign.
+    /** The digits of a number, with their sign. */
     struct Number
     {
         std::uint64_t magnitude = 0;

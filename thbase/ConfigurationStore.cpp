@@ -17,8 +17,8 @@
 namespace
 {
 
-constexpr std::size_t kReportSize = 1024;
-constexpr const char* kOutOfMemory = "memory ran out";
+constexpr std::size_t REPORT_SIZE = 1024;
+constexpr const char* OUT_OF_MEMORY = "memory ran out";
 
 } // namespace
 
@@ -95,7 +95,7 @@ void ConfigurationStore::WriteToSystemLog(const char* line)
 
 int ConfigurationStore::Read(bool reportSameFailure)
 {
-    const char* failure = kOutOfMemory;
+    const char* failure = OUT_OF_MEMORY;
     try {
         failure = TakeNewVersion();
     } catch (const std::bad_alloc&) {
@@ -106,10 +106,10 @@ int ConfigurationStore::Read(bool reportSameFailure)
         return 0;
     }
     ReportFailure(failure, reportSameFailure);
-    return failure == kOutOfMemory ? STORE_RC_NO_MEMORY : STORE_RC_UNREADABLE;
+    return failure == OUT_OF_MEMORY ? STORE_RC_NO_MEMORY : STORE_RC_UNREADABLE;
 }
 
-/// Reads the file and puts the version in force, unless it is the one that is. Gives null or the failure.
+/** Reads the file and puts the version in force, unless it is the one that is. Gives null or the failure. */
 const char* ConfigurationStore::TakeNewVersion()
 {
     const std::shared_ptr<const StoreVersion> former = GetVersion();
@@ -136,7 +136,7 @@ void ConfigurationStore::ReportFailure(const char* failure, bool reportSameFailu
         return;
     }
     mReportedFailure = failure;
-    char line[kReportSize];
+    char line[REPORT_SIZE];
     (void)std::snprintf(line, sizeof line, "%s can't be read: %s; %s.", mPath.c_str(), failure,
                         GetVersion() != nullptr ? "the last good version stays in force"
                                                 : "no version of it has been read yet");
@@ -148,7 +148,7 @@ void ConfigurationStore::ReportSkippedLines(const StoreVersion& version) const
     ForEachStoreLine(version.GetText(), [this](const StoreLine& storeLine) {
         const char* const reason = GetSkipReason(storeLine.kind);
         if (reason != nullptr) {
-            char line[kReportSize];
+            char line[REPORT_SIZE];
             (void)std::snprintf(line, sizeof line, "%s, line %zu is skipped: %s.", mPath.c_str(),
                                 storeLine.number, reason);
             mReporter(line);

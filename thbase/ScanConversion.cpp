@@ -7,7 +7,7 @@
 namespace
 {
 
-constexpr std::size_t kWidthLimit = 0x7fffffff;
+constexpr std::size_t WIDTH_LIMIT = 0x7fffffff;
 
 struct LengthLetters
 {
@@ -16,7 +16,7 @@ struct LengthLetters
 };
 
 // Longer letters before their own beginnings.
-constexpr LengthLetters kLengths[] = {
+constexpr LengthLetters LENGTHS[] = {
     {"hh", sizeof(char)},    {"h", sizeof(short)},       {"ll", sizeof(long long)},     {"l", sizeof(long)},
     {"j", sizeof(intmax_t)}, {"z", sizeof(std::size_t)}, {"t", sizeof(std::ptrdiff_t)},
 };
@@ -26,7 +26,7 @@ bool IsDigit(char letter)
     return letter >= '0' && letter <= '9';
 }
 
-/// Reads the width, if there is one. Gives the place behind it, or null if it is 0 or beyond all measure.
+/** Reads the width, if there is one. Gives the place behind it, or null if it is 0 or beyond all measure. */
 const char* ParseWidth(const char* text, std::size_t& width)
 {
     if (!IsDigit(*text)) {
@@ -34,7 +34,7 @@ const char* ParseWidth(const char* text, std::size_t& width)
     }
     for (; IsDigit(*text); ++text) {
         width = width * 10 + static_cast<std::size_t>(*text - '0');
-        if (width > kWidthLimit) {
+        if (width > WIDTH_LIMIT) {
             return nullptr;
         }
     }
@@ -43,7 +43,7 @@ const char* ParseWidth(const char* text, std::size_t& width)
 
 const char* ParseLength(const char* text, std::size_t& size)
 {
-    for (const LengthLetters& length : kLengths) {
+    for (const LengthLetters& length : LENGTHS) {
         if (std::strncmp(text, length.letters.data(), length.letters.size()) == 0) {
             size = length.size;
             return text + length.letters.size();
@@ -57,7 +57,7 @@ std::size_t ToIndex(char letter)
     return static_cast<unsigned char>(letter);
 }
 
-/// Reads the set behind "[". Gives the place behind its "]", or null if there is none.
+/** Reads the set behind "[". Gives the place behind its "]", or null if there is none. */
 const char* ParseSet(const char* text, std::bitset<256>& set)
 {
     const bool isInverted = *text == '^';

@@ -3,7 +3,7 @@
 #include <bitset>
 #include <cstddef>
 
-/// One conversion of a scan format, taken apart.
+/** One conversion of a scan format, taken apart. */
 struct ScanConversion
 {
     char kind = '\0';           ///< the letter: one of d i u x o s c [ n %, X given as x
@@ -13,6 +13,8 @@ struct ScanConversion
     std::bitset<256> set;       ///< of [: the bytes that belong to the text
 };
 
-/// Takes the conversion apart that starts at `text`, right behind the percent sign. Gives the place behind
-/// it, or null if the conversion is not a supported one. Raises nothing. Any thread.
+/**
+ * Takes the conversion apart that starts at `text`, right behind the percent sign. Gives the place behind
+ * it, or null if the conversion is not a supported one. Raises nothing. Any thread.
+ */
 const char* ParseScanConversion(const char* text, ScanConversion& conversion) noexcept;

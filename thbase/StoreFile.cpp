@@ -13,15 +13,15 @@
 namespace
 {
 
-constexpr int kReadings = 16;
-constexpr std::int64_t kNanosecondsPerSecond = 1'000'000'000;
+constexpr int READINGS = 16;
+constexpr std::int64_t NANOSECONDS_PER_SECOND = 1'000'000'000;
 
 // Between two readings that must agree. The time stamps of a file move in the steps of the kernel's clock
 // tick, 10 ms at most, so two writes within one step leave the same stamps; and a file that is being cut to
 // nothing shows its new size some milliseconds before its new stamps.
-constexpr timespec kPause = {0, 30'000'000};
+constexpr timespec PAUSE = {0, 30'000'000};
 
-/// The descriptor of an open file.
+/** The descriptor of an open file. */
 class Descriptor
 {
 public:
@@ -40,7 +40,7 @@ private:
     const int mDescriptor;
 };
 
-/// One reading of the file: the bytes, and the stamps before and after.
+/** One reading of the file: the bytes, and the stamps before and after. */
 struct Reading
 {
     StoreFileContent content;
@@ -48,7 +48,7 @@ struct Reading
     struct stat after = {};
 };
 
-/// A text for an error number, also for one that the C library doesn't know.
+/** A text for an error number, also for one that the C library doesn't know. */
 const char* Describe(int error)
 {
     const char* const description = strerrordesc_np(error);
@@ -57,7 +57,7 @@ const char* Describe(int error)
 
 std::int64_t ToNanoseconds(const timespec& time)
 {
-    return time.tv_sec * kNanosecondsPerSecond + time.tv_nsec;
+    return time.tv_sec * NANOSECONDS_PER_SECOND + time.tv_nsec;
 }
 
 bool IsUnchanged(const struct stat& one, const struct stat& other)
@@ -69,7 +69,7 @@ bool IsUnchanged(const struct stat& one, const struct stat& other)
            ToNanoseconds(one.st_ctim) == ToNanoseconds(other.st_ctim);
 }
 
-/// True if the file has not changed from before the one reading to after the other.
+/** True if the file has not changed from before the one reading to after the other. */
 bool IsSameReading(const Reading& former, const Reading& reading)
 {
     return IsUnchanged(former.before, former.after) && IsUnchanged(former.after, reading.before) &&
@@ -81,19 +81,19 @@ const char* CheckKind(const struct stat& status)
     if (!S_ISREG(status.st_mode)) {
         return "it is not a regular file";
     }
-    if (std::cmp_greater(status.st_size, kStoreFileLimit)) {
+    if (std::cmp_greater(status.st_size, STORE_FILE_LIMIT)) {
         return "it is larger than 16 MiB";
     }
     return nullptr;
 }
 
-/// Reads up to the end of the file, or one byte past the limit. Gives null or the failure.
+/** Reads up to the end of the file, or one byte past the limit. Gives null or the failure. */
 const char* ReadBytes(int descriptor, std::size_t expectedSize, std::string& text)
 {
-    constexpr std::size_t kGrowth = 65536;
+    constexpr std::size_t GROWTH = 65536;
     text.resize(expectedSize + 1); // one more, so that the end of the file shows without another round
     std::size_t length = 0;
-    while (length <= kStoreFileLimit) {
+    while (length <= STORE_FILE_LIMIT) {
         const ssize_t count = read(descriptor, text.data() + length, text.size() - length);
         if (count < 0 && errno != EINTR) {
             return Describe(errno);
@@ -104,7 +104,7 @@ const char* ReadBytes(int descriptor, std::size_t expectedSize, std::string& tex
         }
         length += count > 0 ? static_cast<std::size_t>(count) : 0;
         if (length == text.size()) {
-            text.resize(length + kGrowth);
+            text.resize(length + GROWTH);
         }
     }
     return "it is larger than 16 MiB";
@@ -148,9 +148,9 @@ StoreFileContent ReadStoreFile(const char* path, const std::string* known,
                                const std::function<void()>& afterReading)
 {
     Reading former;
-    for (int number = 0; number < kReadings; ++number) {
+    for (int number = 0; number < READINGS; ++number) {
         if (number > 0) {
-            (void)nanosleep(&kPause, nullptr); // cut short by a signal, it only makes for an earlier look
+            (void)nanosleep(&PAUSE, nullptr); // cut short by a signal, it only makes for an earlier look
         }
         Reading reading = ReadOnce(path, afterReading);
         if (reading.content.failure != nullptr) {

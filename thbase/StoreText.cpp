@@ -5,19 +5,19 @@
 namespace
 {
 
-constexpr std::string_view kByteOrderMark = "\xEF\xBB\xBF";
-constexpr std::string_view kBlanks = " \t";
+constexpr std::string_view BYTE_ORDER_MARK = "\xEF\xBB\xBF";
+constexpr std::string_view BLANKS = " \t";
 
 std::string_view TrimBlanks(std::string_view text)
 {
-    const std::size_t first = text.find_first_not_of(kBlanks);
+    const std::size_t first = text.find_first_not_of(BLANKS);
     if (first == std::string_view::npos) {
         return text.substr(0, 0);
     }
-    return text.substr(first, text.find_last_not_of(kBlanks) - first + 1);
+    return text.substr(first, text.find_last_not_of(BLANKS) - first + 1);
 }
 
-/// Cuts the first line off `rest` and gives it without its end.
+/** Cuts the first line off `rest` and gives it without its end. */
 std::string_view CutLine(std::string_view& rest)
 {
     const std::size_t end = rest.find('\n');
@@ -55,8 +55,8 @@ void Classify(std::string_view text, StoreLine& line)
 
 void ForEachStoreLine(std::string_view text, const std::function<void(const StoreLine&)>& visit)
 {
-    if (text.starts_with(kByteOrderMark)) {
-        text.remove_prefix(kByteOrderMark.size());
+    if (text.starts_with(BYTE_ORDER_MARK)) {
+        text.remove_prefix(BYTE_ORDER_MARK.size());
     }
     for (std::size_t number = 1; !text.empty(); ++number) {
         StoreLine line;

@@ -5,7 +5,7 @@
 #include <optional>
 #include <string_view>
 
-/// What a line of the store is.
+/** What a line of the store is. */
 enum class StoreLineKind
 {
     Entry,        ///< a key and a value
@@ -15,7 +15,7 @@ enum class StoreLineKind
     NulByte       ///< skipped: holds a NUL byte, also in a comment or behind the "="
 };
 
-/// One line of the store, taken apart. The views point into the text that was parsed.
+/** One line of the store, taken apart. The views point into the text that was parsed. */
 struct StoreLine
 {
     std::size_t number = 0; ///< counted from 1
@@ -24,14 +24,18 @@ struct StoreLine
     std::string_view value; ///< of an entry: without the blanks and tabs around it, perhaps empty
 };
 
-/// Takes a whole store text apart and calls `visit` for each of its lines, in order. A byte order mark of
-/// UTF-8 at the start belongs to no line. Raises nothing itself; what `visit` raises goes through. Any
-/// thread.
+/**
+ * Takes a whole store text apart and calls `visit` for each of its lines, in order. A byte order mark of
+ * UTF-8 at the start belongs to no line. Raises nothing itself; what `visit` raises goes through. Any
+ * thread.
+ */
 void ForEachStoreLine(std::string_view text, const std::function<void(const StoreLine&)>& visit);
 
-/// Says why a line of this kind is skipped, for the system log; null for an entry and an empty line.
+/** Says why a line of this kind is skipped, for the system log; null for an entry and an empty line. */
 const char* GetSkipReason(StoreLineKind kind) noexcept;
 
-/// Reads an optional sign and decimal digits as a number of 32 bits. Nothing if the text holds anything else,
-/// is empty, or the number doesn't fit.
+/**
+ * Reads an optional sign and decimal digits as a number of 32 bits. Nothing if the text holds anything else,
+ * is empty, or the number doesn't fit.
+ */
 std::optional<int> ParseStoreNumber(std::string_view text) noexcept;

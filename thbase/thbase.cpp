@@ -14,17 +14,19 @@
 namespace
 {
 
-constexpr const char* kMasterConfigurationPath = "/usr/tarnv/tarnhaven/master.conf";
+constexpr const char* MASTER_CONFIGURATION_PATH = "/usr/tarnv/tarnhaven/master.conf";
 
-/// The one store of the process. It is never destroyed: the program may leave through exit while other
-/// threads still read it. Raises std::bad_alloc at the first call; the next call tries again.
+/**
+ * The one store of the process. It is never destroyed: the program may leave through exit while other
+ * threads still read it. Raises std::bad_alloc at the first call; the next call tries again.
+ */
 ConfigurationStore& GetMasterStore()
 {
-    static ConfigurationStore* const store = new ConfigurationStore(kMasterConfigurationPath);
+    static ConfigurationStore* const store = new ConfigurationStore(MASTER_CONFIGURATION_PATH);
     return *store;
 }
 
-/// Runs `body` with cancellation held back, and turns what it raises into a result code.
+/** Runs `body` with cancellation held back, and turns what it raises into a result code. */
 template <typename Body>
 int RunForC(const Body& body) noexcept
 {
@@ -38,7 +40,7 @@ int RunForC(const Body& body) noexcept
     }
 }
 
-/// Reads one value through `read`, once the arguments have been found good.
+/** Reads one value through `read`, once the arguments have been found good. */
 template <typename Value, typename Reader>
 int ReadValue(void* handle, const char* key, Value* value, const Reader& read) noexcept
 {

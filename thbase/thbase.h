@@ -82,6 +82,7 @@ int TH_forced_read_master_config(void);
  */
 struct tm* T_localtime(const time_t* time, struct tm* result);
 
+/* clang-format off */
 /*
  * A bounded scan: fscanf, with the size of each destination. Each conversion that stores something takes two
  * arguments: the pointer, and behind it the byte size of its destination as an int, as in
@@ -89,14 +90,15 @@ struct tm* T_localtime(const time_t* time, struct tm* result);
  *
  * Conversions. Blanks before them are skipped, but not before %c, %[ and %n.
  *   %d %i %u %x %X %o  a number: decimal, by its prefix (0x, 0), unsigned, hexadecimal (with or without 0x),
- * octal. With hh h l ll j z t before the letter, as in fscanf; the size must be exactly that of the type. A
- * number that doesn't fit the type, a negative one for %u %x %X %o included, is not converted. %s a word of
- * non-blanks.
+ *                      octal. With hh h l ll j z t before the letter, as in fscanf; the size must be exactly
+ *                      that of the type. A number that doesn't fit the type, a negative one for %u %x %X %o
+ *                      included, is not converted.
+ *   %s                 a word of non-blanks.
  *   %[abc] %[^a-z]     bytes of the set, or not of the set; a range counts, and a ] comes first.
  *                      %s and %[ write a NUL behind the text. A text that is too long is cut to size - 1
- * bytes; the rest of it is read and dropped, so that the scan goes on behind it. %c                 one byte,
- * or as many as the width says, with no NUL; the size must be no less. %n                 the count of bytes
- * read so far, sized like %d. It is no conversion in the result.
+ *                      bytes; the rest of it is read and dropped, so that the scan goes on behind it.
+ *   %c                 one byte, or as many as the width says, with no NUL; the size must be no less.
+ *   %n                 the count of bytes read so far, sized like %d. It is no conversion in the result.
  *   %%                 the percent sign.
  * A width limits the bytes that a conversion reads. A * reads and drops: no pointer, no size, not counted.
  * Blanks in the format match any blanks or none, other bytes match themselves.
@@ -108,6 +110,7 @@ struct tm* T_localtime(const time_t* time, struct tm* result);
  * Returns the number of conversions done; -1 if the file ended, or could not be read, before the first was
  * done, and -1 with errno EINVAL for a null stream or format.
  */
+/* clang-format on */
 int T_fscanf(FILE* stream, const char* format, ...);
 
 #ifdef __cplusplus

@@ -7,9 +7,9 @@
 namespace
 {
 
-constexpr int kNeverFails = -1;
+constexpr int NEVER_FAILS = -1;
 
-thread_local int gPassesLeft = kNeverFails;
+thread_local int gPassesLeft = NEVER_FAILS;
 thread_local bool gHasHit = false;
 
 void* Allocate(std::size_t size)
@@ -36,7 +36,7 @@ AllocationFailure::AllocationFailure(int passes) noexcept
 
 AllocationFailure::~AllocationFailure()
 {
-    gPassesLeft = kNeverFails;
+    gPassesLeft = NEVER_FAILS;
 }
 
 bool AllocationFailure::HasHit() const noexcept

@@ -16,9 +16,9 @@
 namespace
 {
 
-constexpr int kUntouched = 4711;
+constexpr int UNTOUCHED = 4711;
 
-/// A stream over a text, and the scans of it.
+/** A stream over a text, and the scans of it. */
 class ScannedText
 {
 public:
@@ -37,7 +37,7 @@ public:
         return conversions;
     }
 
-    /// Reads and gives all that no scan has read.
+    /** Reads and gives all that no scan has read. */
     std::string TakeRest()
     {
         std::string rest;
@@ -97,7 +97,7 @@ class BoundedScanNumber : public testing::TestWithParam<NumberCase>
 TEST_P(BoundedScanNumber, IsConvertedOrLeftAlone)
 {
     ScannedText text(GetParam().text);
-    int value = kUntouched;
+    int value = UNTOUCHED;
     EXPECT_EQ(text.Scan(GetParam().format, &value, 4), GetParam().conversions);
     EXPECT_EQ(value, GetParam().value);
     EXPECT_EQ(text.TakeRest(), GetParam().rest);
@@ -125,17 +125,17 @@ INSTANTIATE_TEST_SUITE_P(
 
 INSTANTIATE_TEST_SUITE_P(
     NoDecimal, BoundedScanNumber,
-    testing::Values(NumberCase{"OneTooLarge", "2147483648 x", "%d", 0, kUntouched, " x"},
-                    NumberCase{"OneTooSmall", "-2147483649 x", "%d", 0, kUntouched, " x"},
+    testing::Values(NumberCase{"OneTooLarge", "2147483648 x", "%d", 0, UNTOUCHED, " x"},
+                    NumberCase{"OneTooSmall", "-2147483649 x", "%d", 0, UNTOUCHED, " x"},
                     NumberCase{"BeyondAllTypes", "99999999999999999999999999999999999999 x", "%d", 0,
-                               kUntouched, " x"},
-                    NumberCase{"JustBeyondAllTypes", "18446744073709551616", "%d", 0, kUntouched, ""},
-                    NumberCase{"BareSign", "-", "%d", 0, kUntouched, ""},
-                    NumberCase{"SignAndText", "-a", "%d", 0, kUntouched, "a"},
-                    NumberCase{"SignAndBlank", "- 1", "%d", 0, kUntouched, " 1"},
-                    NumberCase{"TwoSigns", "--1", "%d", 0, kUntouched, "-1"},
-                    NumberCase{"SignFillsTheWidth", "-1", "%1d", 0, kUntouched, "1"},
-                    NumberCase{"Text", " a", "%d", 0, kUntouched, "a"}),
+                               UNTOUCHED, " x"},
+                    NumberCase{"JustBeyondAllTypes", "18446744073709551616", "%d", 0, UNTOUCHED, ""},
+                    NumberCase{"BareSign", "-", "%d", 0, UNTOUCHED, ""},
+                    NumberCase{"SignAndText", "-a", "%d", 0, UNTOUCHED, "a"},
+                    NumberCase{"SignAndBlank", "- 1", "%d", 0, UNTOUCHED, " 1"},
+                    NumberCase{"TwoSigns", "--1", "%d", 0, UNTOUCHED, "-1"},
+                    NumberCase{"SignFillsTheWidth", "-1", "%1d", 0, UNTOUCHED, "1"},
+                    NumberCase{"Text", " a", "%d", 0, UNTOUCHED, "a"}),
     GetName<NumberCase>);
 
 INSTANTIATE_TEST_SUITE_P(
@@ -145,10 +145,10 @@ INSTANTIATE_TEST_SUITE_P(
                     NumberCase{"HexadecimalWithCapitalPrefix", "0XFF", "%X", 1, 255, ""},
                     NumberCase{"HexadecimalZero", "0", "%x", 1, 0, ""},
                     NumberCase{"HexadecimalZeroThenText", "0g", "%x", 1, 0, "g"},
-                    NumberCase{"PrefixWithoutDigits", "0xg", "%x", 0, kUntouched, "g"},
-                    NumberCase{"PrefixAtTheEnd", "0x", "%i", 0, kUntouched, ""},
+                    NumberCase{"PrefixWithoutDigits", "0xg", "%x", 0, UNTOUCHED, "g"},
+                    NumberCase{"PrefixAtTheEnd", "0x", "%i", 0, UNTOUCHED, ""},
                     NumberCase{"WidthCutsThePrefix", "0x1", "%1x", 1, 0, "x1"},
-                    NumberCase{"WidthEndsBehindThePrefix", "0x1", "%2x", 0, kUntouched, "1"},
+                    NumberCase{"WidthEndsBehindThePrefix", "0x1", "%2x", 0, UNTOUCHED, "1"},
                     NumberCase{"WidthCountsThePrefix", "0x12", "%3i", 1, 1, "2"},
                     NumberCase{"Octal", "0178", "%o", 1, 15, "8"},
                     NumberCase{"OctalWithoutZero", "17", "%o", 1, 15, ""},
@@ -156,40 +156,41 @@ INSTANTIATE_TEST_SUITE_P(
                     NumberCase{"ByPrefixOctal", "019", "%i", 1, 1, "9"},
                     NumberCase{"ByPrefixHexadecimal", "-0x10", "%i", 1, -16, ""},
                     NumberCase{"ByPrefixZero", "0", "%i", 1, 0, ""},
-                    NumberCase{"ByPrefixTooLarge", "0x80000000", "%i", 0, kUntouched, ""},
-                    NumberCase{"HexadecimalTooLarge", "100000000", "%x", 0, kUntouched, ""},
+                    NumberCase{"ByPrefixTooLarge", "0x80000000", "%i", 0, UNTOUCHED, ""},
+                    NumberCase{"HexadecimalTooLarge", "100000000", "%x", 0, UNTOUCHED, ""},
                     NumberCase{"HexadecimalLargest", "ffffffff", "%x", 1, -1, ""},
                     NumberCase{"UnsignedLargest", "4294967295", "%u", 1, -1, ""},
-                    NumberCase{"UnsignedTooLarge", "4294967296", "%u", 0, kUntouched, ""},
-                    NumberCase{"UnsignedNegative", "-1", "%u", 0, kUntouched, ""},
+                    NumberCase{"UnsignedTooLarge", "4294967296", "%u", 0, UNTOUCHED, ""},
+                    NumberCase{"UnsignedNegative", "-1", "%u", 0, UNTOUCHED, ""},
                     NumberCase{"UnsignedMinusZero", "-0", "%u", 1, 0, ""},
                     NumberCase{"UnsignedPlus", "+5", "%u", 1, 5, ""}),
     GetName<NumberCase>);
 
-/// Checks that `format` converts the limits of `Type`, and neither what lies one beyond them nor a wrong
-/// size.
+/**
+ * Checks that `format` converts the limits of `Type`, and neither what lies one beyond them nor a wrong
+ * size.
+ */
 template <typename Type>
 void CheckLimits(const char* format, const std::string& smallest, const std::string& largest,
                  const std::string& tooSmall, const std::string& tooLarge)
 {
-    constexpr int kSize = sizeof(Type);
-    constexpr Type kStart = 42;
-    std::array<Type, 2> values = {kStart, kStart}; // the second one shows a write past the first
-    EXPECT_EQ(ScannedText(smallest).Scan(format, values.data(), kSize), 1) << format;
+    constexpr int SIZE = sizeof(Type);
+    constexpr Type START = 42;
+    std::array<Type, 2> values = {START, START}; // the second one shows a write past the first
+    EXPECT_EQ(ScannedText(smallest).Scan(format, values.data(), SIZE), 1) << format;
     EXPECT_EQ(values[0], std::numeric_limits<Type>::min()) << format;
-    EXPECT_EQ(ScannedText(largest).Scan(format, values.data(), kSize), 1) << format;
+    EXPECT_EQ(ScannedText(largest).Scan(format, values.data(), SIZE), 1) << format;
     EXPECT_EQ(values[0], std::numeric_limits<Type>::max()) << format;
-    values[0] = kStart;
-    EXPECT_EQ(ScannedText(tooSmall).Scan(format, values.data(), kSize), 0) << format;
-    EXPECT_EQ(ScannedText(tooLarge).Scan(format, values.data(), kSize), 0) << format;
-    for (const int wrongSize :
-         {kSize - 1, kSize + 1, 0, -kSize, 2 * kSize, std::numeric_limits<int>::max()}) {
+    values[0] = START;
+    EXPECT_EQ(ScannedText(tooSmall).Scan(format, values.data(), SIZE), 0) << format;
+    EXPECT_EQ(ScannedText(tooLarge).Scan(format, values.data(), SIZE), 0) << format;
+    for (const int wrongSize : {SIZE - 1, SIZE + 1, 0, -SIZE, 2 * SIZE, std::numeric_limits<int>::max()}) {
         ScannedText text("1");
         EXPECT_EQ(text.Scan(format, values.data(), wrongSize), 0) << format << " " << wrongSize;
         EXPECT_EQ(text.TakeRest(), "1");
     }
-    EXPECT_EQ(values[0], kStart) << format;
-    EXPECT_EQ(values[1], kStart) << format;
+    EXPECT_EQ(values[0], START) << format;
+    EXPECT_EQ(values[1], START) << format;
 }
 
 TEST(BoundedScanLimits, HoldForEachSignedType)
@@ -296,7 +297,7 @@ TEST(BoundedScan, ReadsSeveralConversions)
 TEST(BoundedScan, GoesOnBehindATextThatWasCut)
 {
     std::array<char, 3> word = {};
-    int number = kUntouched;
+    int number = UNTOUCHED;
     EXPECT_EQ(ScannedText("averylongword 7").Scan("%s %d", word.data(), 3, &number, 4), 2);
     EXPECT_STREQ(word.data(), "av");
     EXPECT_EQ(number, 7);
@@ -304,32 +305,32 @@ TEST(BoundedScan, GoesOnBehindATextThatWasCut)
 
 TEST(BoundedScan, CountsTheConversionsBeforeTheOneThatFails)
 {
-    int first = kUntouched;
-    int second = kUntouched;
-    int third = kUntouched;
+    int first = UNTOUCHED;
+    int second = UNTOUCHED;
+    int third = UNTOUCHED;
     EXPECT_EQ(ScannedText("1 x 3").Scan("%d %d %d", &first, 4, &second, 4, &third, 4), 1);
     EXPECT_EQ(first, 1);
-    EXPECT_EQ(second, kUntouched);
-    EXPECT_EQ(third, kUntouched);
+    EXPECT_EQ(second, UNTOUCHED);
+    EXPECT_EQ(third, UNTOUCHED);
 }
 
 TEST(BoundedScan, CountsTheConversionsBeforeTheEndOfTheFile)
 {
-    int first = kUntouched;
-    int second = kUntouched;
+    int first = UNTOUCHED;
+    int second = UNTOUCHED;
     EXPECT_EQ(ScannedText("1 ").Scan("%d%d", &first, 4, &second, 4), 1);
     EXPECT_EQ(first, 1);
-    EXPECT_EQ(second, kUntouched);
+    EXPECT_EQ(second, UNTOUCHED);
 }
 
 TEST(BoundedScan, EndsAtASizeThatDoesNotFitAndKeepsWhatCameBefore)
 {
-    int first = kUntouched;
-    int64_t second = kUntouched;
+    int first = UNTOUCHED;
+    int64_t second = UNTOUCHED;
     ScannedText text("1 2");
     EXPECT_EQ(text.Scan("%d%d", &first, 4, &second, 8), 1);
     EXPECT_EQ(first, 1);
-    EXPECT_EQ(second, kUntouched);
+    EXPECT_EQ(second, UNTOUCHED);
     EXPECT_EQ(text.TakeRest(), " 2");
 }
 
@@ -345,7 +346,7 @@ TEST(BoundedScan, EndsAtANullPointer)
 
 TEST(BoundedScan, EndsAtAConversionThatItDoesNotKnow)
 {
-    int first = kUntouched;
+    int first = UNTOUCHED;
     double second = 0.5;
     ScannedText text("1 2.5");
     EXPECT_EQ(text.Scan("%d %lf", &first, 4, &second, 8), 1);
@@ -356,7 +357,7 @@ TEST(BoundedScan, EndsAtAConversionThatItDoesNotKnow)
 
 TEST(BoundedScan, DropsWhatASuppressedConversionReads)
 {
-    int value = kUntouched;
+    int value = UNTOUCHED;
     EXPECT_EQ(ScannedText("12 word xyz777").Scan("%*d %*s %*2c%*[xyz]%d", &value, 4), 1);
     EXPECT_EQ(value, 777);
     EXPECT_EQ(ScannedText("12 x").Scan("%*d"), 0);
@@ -368,7 +369,7 @@ TEST(BoundedScan, DropsWhatASuppressedConversionReads)
 
 TEST(BoundedScan, MatchesAnyBlanksForABlankInTheFormat)
 {
-    int value = kUntouched;
+    int value = UNTOUCHED;
     EXPECT_EQ(ScannedText("a \t\n b1").Scan("a b%d", &value, 4), 1);
     EXPECT_EQ(ScannedText("ab2").Scan("a\nb%d", &value, 4), 1);
     EXPECT_EQ(value, 2);
@@ -377,7 +378,7 @@ TEST(BoundedScan, MatchesAnyBlanksForABlankInTheFormat)
 
 TEST(BoundedScan, MatchesOtherBytesOnlyByThemselves)
 {
-    int value = kUntouched;
+    int value = UNTOUCHED;
     ScannedText text("ab1");
     EXPECT_EQ(text.Scan("ax%d", &value, 4), 0);
     EXPECT_EQ(text.TakeRest(), "b1");
@@ -392,7 +393,7 @@ TEST(BoundedScan, MatchesOtherBytesOnlyByThemselves)
 
 TEST(BoundedScan, MatchesAPercentSign)
 {
-    int value = kUntouched;
+    int value = UNTOUCHED;
     EXPECT_EQ(ScannedText("90 %5").Scan("%d%%%d", &value, 4, &value, 4), 2);
     EXPECT_EQ(value, 5);
     EXPECT_EQ(ScannedText("90x").Scan("%d%%", &value, 4), 1);
@@ -400,11 +401,11 @@ TEST(BoundedScan, MatchesAPercentSign)
 
 TEST(BoundedScan, GivesTheCountOfBytesReadSoFar)
 {
-    int count = kUntouched;
-    int value = kUntouched;
+    int count = UNTOUCHED;
+    int value = UNTOUCHED;
     EXPECT_EQ(ScannedText("  12ab").Scan("%d%n", &value, 4, &count, 4), 1);
     EXPECT_EQ(count, 4);
-    int64_t longCount = kUntouched;
+    int64_t longCount = UNTOUCHED;
     EXPECT_EQ(ScannedText("abcd").Scan("%*2c%ln", &longCount, 8), 0);
     EXPECT_EQ(longCount, 2);
     EXPECT_EQ(ScannedText("").Scan("%n", &count, 4), 0);
@@ -425,7 +426,7 @@ TEST(BoundedScan, DoesNotWriteACountThatDoesNotFit)
 TEST(BoundedScan, GoesOnWhereTheScanBeforeEnded)
 {
     ScannedText text("1 2 x");
-    int value = kUntouched;
+    int value = UNTOUCHED;
     EXPECT_EQ(text.Scan("%d", &value, 4), 1);
     EXPECT_EQ(text.Scan("%d", &value, 4), 1);
     EXPECT_EQ(value, 2);
@@ -445,9 +446,9 @@ TEST(BoundedScan, TellsAFileThatCannotBeReadLikeItsEnd)
         va_end(arguments);
         return conversions;
     };
-    int value = kUntouched;
+    int value = UNTOUCHED;
     EXPECT_EQ(scan("%d", &value, 4), -1);
-    EXPECT_EQ(value, kUntouched);
+    EXPECT_EQ(value, UNTOUCHED);
     EXPECT_NE(std::ferror(folder), 0);
     (void)std::fclose(folder);
 }

@@ -28,7 +28,7 @@ using testing::IsEmpty;
 class ConfigurationStoreTest : public testing::Test
 {
 protected:
-    /// The text of a key, or "code N".
+    /** The text of a key, or "code N". */
     std::string ReadText(const std::string& key) const
     {
         char* value = nullptr;
@@ -39,13 +39,13 @@ protected:
         return text;
     }
 
-    /// The number of a key, or "code N".
+    /** The number of a key, or "code N". */
     std::string ReadNumber(const std::string& key) const
     {
-        constexpr int kUntouched = 4711;
-        int value = kUntouched;
+        constexpr int UNTOUCHED = 4711;
+        int value = UNTOUCHED;
         const int result = mStore.GetNumber(key, value);
-        EXPECT_TRUE(result == 0 || value == kUntouched);
+        EXPECT_TRUE(result == 0 || value == UNTOUCHED);
         return result == 0 ? std::to_string(value) : "code " + std::to_string(result);
     }
 
@@ -149,7 +149,7 @@ TEST_F(ConfigurationStoreTest, KeepsTheLastVersionWhateverStandsInThePlaceOfTheF
     std::filesystem::create_directory(mPath);
     EXPECT_EQ(mStore.ReadAgain(), STORE_RC_UNREADABLE);
     std::filesystem::remove(mPath);
-    WriteTextFile(mPath, "A = 2\n" + std::string(kStoreFileLimit, '\n'));
+    WriteTextFile(mPath, "A = 2\n" + std::string(STORE_FILE_LIMIT, '\n'));
     EXPECT_EQ(mStore.ReadAgain(), STORE_RC_UNREADABLE);
     EXPECT_EQ(ReadText("A"), "1");
     EXPECT_THAT(mReports, ElementsAre(mPath + " can't be read: it is not a regular file; " + mLastVersion,
@@ -280,7 +280,7 @@ TEST_F(ConfigurationStoreTest, ReportsThatMemoryRanOut)
     EXPECT_EQ(store.ReadIfNeeded(), 0);
 }
 
-/// A store text in which every one of 300 keys has the value `number`.
+/** A store text in which every one of 300 keys has the value `number`. */
 std::string MakeUniformText(int number)
 {
     std::string text;
@@ -290,7 +290,7 @@ std::string MakeUniformText(int number)
     return text;
 }
 
-/// The number of a uniform version; -1 if the version is a mixture or a part.
+/** The number of a uniform version; -1 if the version is a mixture or a part. */
 int GetUniformNumber(const StoreVersion& version)
 {
     const std::string number(version.Find("KEY_0").value_or("-1"));
@@ -300,9 +300,9 @@ int GetUniformNumber(const StoreVersion& version)
 void WriteInSmallPieces(const std::string& path, std::string_view text)
 {
     std::ofstream file(path, std::ios::binary | std::ios::trunc);
-    constexpr std::size_t kPiece = 256;
-    for (std::size_t place = 0; place < text.size(); place += kPiece) {
-        file << text.substr(place, kPiece) << std::flush;
+    constexpr std::size_t PIECE = 256;
+    for (std::size_t place = 0; place < text.size(); place += PIECE) {
+        file << text.substr(place, PIECE) << std::flush;
     }
 }
 
@@ -317,10 +317,10 @@ struct RewriteCase
 class StoreRewrittenWhileRead : public testing::TestWithParam<RewriteCase>
 {
 protected:
-    static constexpr int kRounds = 8;
-    static constexpr int kRewritesPerRound = 40;
+    static constexpr int ROUNDS = 8;
+    static constexpr int REWRITES_PER_ROUND = 40;
 
-    /// Reads again and again until told to stop.
+    /** Reads again and again until told to stop. */
     void ReadUntilStopped()
     {
         while (!mStop) {
@@ -356,9 +356,9 @@ TEST_P(StoreRewrittenWhileRead, GivesFourReadersOneWholeVersionEach)
     for (int reader = 0; reader < 4; ++reader) {
         readers.emplace_back([this] { ReadUntilStopped(); });
     }
-    for (int number = 1; number <= kRounds * kRewritesPerRound; ++number) {
+    for (int number = 1; number <= ROUNDS * REWRITES_PER_ROUND; ++number) {
         GetParam().rewrite(mPath, MakeUniformText(number));
-        if (number % kRewritesPerRound == 0) {
+        if (number % REWRITES_PER_ROUND == 0) {
             EXPECT_TRUE(WaitUntilSeen(number)) << number;
         }
     }

@@ -21,7 +21,7 @@ std::string ReadExample()
     return {std::istreambuf_iterator<char>(file), {}};
 }
 
-/// The example with its commented settings in force too.
+/** The example with its commented settings in force too. */
 std::string TakeOffCommentSigns(std::string text)
 {
     std::size_t start = 0;

@@ -12,20 +12,20 @@
 
 #include <gtest/gtest.h>
 
-/// Whether a sanitizer is built in.
+/** Whether a sanitizer is built in. */
 #if defined(__SANITIZE_ADDRESS__) || defined(__SANITIZE_THREAD__)
-constexpr bool kIsSanitized = true;
+constexpr bool IS_SANITIZED = true;
 #elif defined(__has_feature)
 #if __has_feature(address_sanitizer) || __has_feature(thread_sanitizer)
-constexpr bool kIsSanitized = true;
+constexpr bool IS_SANITIZED = true;
 #else
-constexpr bool kIsSanitized = false;
+constexpr bool IS_SANITIZED = false;
 #endif
 #else
-constexpr bool kIsSanitized = false;
+constexpr bool IS_SANITIZED = false;
 #endif
 
-/// The lines that a shell line prints on standard output.
+/** The lines that a shell line prints on standard output. */
 inline std::vector<std::string> GetLines(const std::string& shellLine)
 {
     std::FILE* const pipe = popen(shellLine.c_str(), "r");
@@ -43,7 +43,7 @@ inline std::vector<std::string> GetLines(const std::string& shellLine)
     return lines;
 }
 
-/// The shared library that this program runs with.
+/** The shared library that this program runs with. */
 inline std::string GetLibraryPath()
 {
     Dl_info library = {};
@@ -51,7 +51,7 @@ inline std::string GetLibraryPath()
     return std::filesystem::absolute(library.dli_fname).string();
 }
 
-/// The program caller/CCaller.c, which lies beside the library.
+/** The program caller/CCaller.c, which lies beside the library. */
 inline std::string GetCallerPath()
 {
     return std::filesystem::path(GetLibraryPath()).replace_filename("thbase_c_caller").string();

@@ -26,8 +26,10 @@ namespace
 using testing::ElementsAre;
 using testing::IsEmpty;
 
-/// The store at its fixed path, on an isolated host. Each test runs in a process of its own, since the
-/// library opens the store once a process.
+/**
+ * The store at its fixed path, on an isolated host. Each test runs in a process of its own, since the
+ * library opens the store once a process.
+ */
 class MasterConfiguration : public testing::Test
 {
 protected:
@@ -214,7 +216,7 @@ TEST_F(MasterConfiguration, ComesThroughAWantOfMemory)
                             " can't be read: memory ran out; the last good version stays in force."));
 }
 
-/// Takes all pieces of memory of this size that there are, in what the process has and may still get.
+/** Takes all pieces of memory of this size that there are, in what the process has and may still get. */
 void TakeAllMemory(std::size_t piece)
 {
     void* volatile last = nullptr; // volatile, or the compiler would see that nobody reads the pieces
@@ -226,18 +228,18 @@ void TakeAllMemory(std::size_t piece)
 
 TEST_F(MasterConfiguration, SetsNoValueWhenThereIsNoMemoryForIt)
 {
-    if (kIsSanitized) {
+    if (IS_SANITIZED) {
         GTEST_SKIP() << "a sanitizer needs all the address space that this test takes away";
     }
-    constexpr std::size_t kLength = 12'000'000;
-    WriteTextFile(mPath, "A = " + std::string(kLength, 'x') + "\nB = 1\n");
+    constexpr std::size_t LENGTH = 12'000'000;
+    WriteTextFile(mPath, "A = " + std::string(LENGTH, 'x') + "\nB = 1\n");
     EXPECT_EQ(RunInFreshProcess([&] {
                   void* const handle = get_master_config_ptr();
                   rlimit limit = {};
                   ASSERT_EQ(getrlimit(RLIMIT_AS, &limit), 0);
                   limit.rlim_cur = 1; // what is there stays, and nothing comes
                   ASSERT_EQ(setrlimit(RLIMIT_AS, &limit), 0);
-                  TakeAllMemory(kLength);
+                  TakeAllMemory(LENGTH);
                   char* text = nullptr;
                   EXPECT_EQ(thconfGetKeyValPair(handle, "A", &text), STORE_RC_NO_MEMORY);
                   EXPECT_EQ(text, nullptr);

@@ -88,7 +88,7 @@ TEST(ScanConversionBad, IsRefused)
     }
 }
 
-/// The bytes of a set, in order.
+/** The bytes of a set, in order. */
 std::string GetSet(const char* text)
 {
     ScanConversion conversion;

@@ -48,7 +48,7 @@ TEST_F(StoreFile, GivesAnEmptyTextForAnEmptyFile)
 
 TEST_F(StoreFile, ReadsAFileOfExactly16Mebibytes)
 {
-    const std::string text(kStoreFileLimit, 'x');
+    const std::string text(STORE_FILE_LIMIT, 'x');
     WriteTextFile(mPath, text);
     const StoreFileContent content = ReadStoreFile(mPath.c_str());
     EXPECT_EQ(content.failure, nullptr);
@@ -57,7 +57,7 @@ TEST_F(StoreFile, ReadsAFileOfExactly16Mebibytes)
 
 TEST_F(StoreFile, RefusesAFileOfOneByteMore)
 {
-    WriteTextFile(mPath, std::string(kStoreFileLimit + 1, 'x'));
+    WriteTextFile(mPath, std::string(STORE_FILE_LIMIT + 1, 'x'));
     EXPECT_STREQ(ReadStoreFile(mPath.c_str()).failure, "it is larger than 16 MiB");
 }
 
@@ -129,15 +129,15 @@ TEST_F(StoreFile, NamesTheReasonWhenThereIsNoPermission)
     std::filesystem::permissions(mPath, std::filesystem::perms::none);
     std::filesystem::permissions(mFolder.GetPath(), std::filesystem::perms(0755));
     const int status = RunInFreshProcess([&] {
-        constexpr uid_t kNobody = 65534;
-        if (geteuid() == 0 && setuid(kNobody) != 0) {
-            std::exit(kCannotRun);
+        constexpr uid_t NOBODY = 65534;
+        if (geteuid() == 0 && setuid(NOBODY) != 0) {
+            std::exit(CANNOT_RUN);
         }
         EXPECT_STREQ(ReadStoreFile(mPath.c_str()).failure, "Permission denied");
         // Not through exit: what runs there may write files, and this process may not any more.
         std::_Exit(testing::Test::HasFailure() ? 1 : 0);
     });
-    if (status == kCannotRun) {
+    if (status == CANNOT_RUN) {
         GTEST_SKIP() << "the superuser of this host cannot become an ordinary user";
     }
     EXPECT_EQ(status, 0);

@@ -11,7 +11,7 @@ using namespace std::string_literals;
 namespace
 {
 
-/// One line as a text: "3 KEY|value" for an entry, "3 empty", or "3 skipped: reason".
+/** One line as a text: "3 KEY|value" for an entry, "3 empty", or "3 skipped: reason". */
 std::string Describe(const StoreLine& line)
 {
     const std::string number = std::to_string(line.number) + " ";
@@ -29,9 +29,9 @@ std::vector<std::string> Parse(const std::string& text)
     return lines;
 }
 
-const std::string kNoEqualsSign = " skipped: it has no equals sign";
-const std::string kEmptyKey = " skipped: its key is empty";
-const std::string kNulByte = " skipped: it holds a NUL byte";
+const std::string NO_EQUALS_SIGN = " skipped: it has no equals sign";
+const std::string EMPTY_KEY = " skipped: its key is empty";
+const std::string NUL_BYTE = " skipped: it holds a NUL byte";
 
 struct LineCase
 {
@@ -98,17 +98,18 @@ INSTANTIATE_TEST_SUITE_P(
 
 INSTANTIATE_TEST_SUITE_P(
     SkippedLines, StoreTextLine,
-    testing::Values(LineCase{"NoEqualsSign", "A=1\nnonsense\nB=2\n", {"1 A|1", "2" + kNoEqualsSign, "3 B|2"}},
-                    LineCase{"NoEqualsSignAtTheEnd", "A=1\nB", {"1 A|1", "2" + kNoEqualsSign}},
-                    LineCase{"EmptyKey", "A=1\n=x\nB=2\n", {"1 A|1", "2" + kEmptyKey, "3 B|2"}},
-                    LineCase{"BlankKey", " \t = x\n", {"1" + kEmptyKey}},
-                    LineCase{"BareEqualsSign", "=\n", {"1" + kEmptyKey}},
-                    LineCase{"NulInTheValue", "A=1\nB=\0x\nC=3\n"s, {"1 A|1", "2" + kNulByte, "3 C|3"}},
-                    LineCase{"NulInTheKey", "A\0=1\n"s, {"1" + kNulByte}},
-                    LineCase{"NulAtTheEndOfTheLine", "A=1\0\nB=2\n"s, {"1" + kNulByte, "2 B|2"}},
-                    LineCase{"NulInAComment", "#\0\nB=2\n"s, {"1" + kNulByte, "2 B|2"}},
-                    LineCase{"NulAlone", "\0"s, {"1" + kNulByte}},
-                    LineCase{"NulBeforeNoEqualsSign", "a\0b\n"s, {"1" + kNulByte}}),
+    testing::Values(
+        LineCase{"NoEqualsSign", "A=1\nnonsense\nB=2\n", {"1 A|1", "2" + NO_EQUALS_SIGN, "3 B|2"}},
+        LineCase{"NoEqualsSignAtTheEnd", "A=1\nB", {"1 A|1", "2" + NO_EQUALS_SIGN}},
+        LineCase{"EmptyKey", "A=1\n=x\nB=2\n", {"1 A|1", "2" + EMPTY_KEY, "3 B|2"}},
+        LineCase{"BlankKey", " \t = x\n", {"1" + EMPTY_KEY}},
+        LineCase{"BareEqualsSign", "=\n", {"1" + EMPTY_KEY}},
+        LineCase{"NulInTheValue", "A=1\nB=\0x\nC=3\n"s, {"1 A|1", "2" + NUL_BYTE, "3 C|3"}},
+        LineCase{"NulInTheKey", "A\0=1\n"s, {"1" + NUL_BYTE}},
+        LineCase{"NulAtTheEndOfTheLine", "A=1\0\nB=2\n"s, {"1" + NUL_BYTE, "2 B|2"}},
+        LineCase{"NulInAComment", "#\0\nB=2\n"s, {"1" + NUL_BYTE, "2 B|2"}},
+        LineCase{"NulAlone", "\0"s, {"1" + NUL_BYTE}},
+        LineCase{"NulBeforeNoEqualsSign", "a\0b\n"s, {"1" + NUL_BYTE}}),
     GetName<LineCase>);
 
 INSTANTIATE_TEST_SUITE_P(
@@ -134,7 +135,7 @@ TEST(StoreText, NumbersTheLinesOfAVeryLongText)
     text += "nonsense";
     const std::vector<std::string> lines = Parse(text);
     ASSERT_EQ(lines.size(), 100'000u);
-    EXPECT_EQ(lines.back(), "100000" + kNoEqualsSign);
+    EXPECT_EQ(lines.back(), "100000" + NO_EQUALS_SIGN);
 }
 
 TEST(StoreText, GivesNoReasonForALineThatIsNotSkipped)

@@ -11,8 +11,10 @@
 
 #include <gtest/gtest.h>
 
-/// The system log of an isolated host: whoever writes to it writes to this object. It must not exist
-/// elsewhere.
+/**
+ * The system log of an isolated host: whoever writes to it writes to this object. It must not exist
+ * elsewhere.
+ */
 class SystemLog
 {
 public:
@@ -20,20 +22,22 @@ public:
     {
         sockaddr_un address = {};
         address.sun_family = AF_UNIX;
-        std::strcpy(address.sun_path, kPath);
-        (void)unlink(kPath); // left behind by a test before
+        std::strcpy(address.sun_path, PATH);
+        (void)unlink(PATH); // left behind by a test before
         EXPECT_EQ(bind(mSocket, reinterpret_cast<const sockaddr*>(&address), sizeof address), 0);
     }
     ~SystemLog()
     {
         close(mSocket);
-        (void)unlink(kPath); // a name that is left behind spoils nothing
+        (void)unlink(PATH); // a name that is left behind spoils nothing
     }
     SystemLog(const SystemLog&) = delete;
     SystemLog& operator=(const SystemLog&) = delete;
 
-    /// All lines since the last call, each as its priority and its text: "<12>text". A line is here as soon
-    /// as the call that wrote it has returned.
+    /**
+     * All lines since the last call, each as its priority and its text: "<12>text". A line is here as soon
+     * as the call that wrote it has returned.
+     */
     std::vector<std::string> TakeLines()
     {
         std::vector<std::string> lines;
@@ -47,9 +51,9 @@ public:
     }
 
 private:
-    static constexpr const char* kPath = "/dev/log";
+    static constexpr const char* PATH = "/dev/log";
 
-    /// "<12>Nov 20 10:00:00 name: text" to "<12>text".
+    /** "<12>Nov 20 10:00:00 name: text" to "<12>text". */
     static std::string CutOutTimeAndName(const std::string& line)
     {
         const std::string name = std::string(program_invocation_short_name) + ": ";

@@ -8,7 +8,7 @@
 
 #include <gtest/gtest.h>
 
-/// A folder of its own for one test, removed with all that it holds.
+/** A folder of its own for one test, removed with all that it holds. */
 class TemporaryFolder
 {
 public:
@@ -33,7 +33,7 @@ private:
     std::filesystem::path mPath;
 };
 
-/// Makes the file hold exactly `text`, in place.
+/** Makes the file hold exactly `text`, in place. */
 inline void WriteTextFile(const std::string& path, std::string_view text)
 {
     std::ofstream file(path, std::ios::binary | std::ios::trunc);
@@ -42,7 +42,7 @@ inline void WriteTextFile(const std::string& path, std::string_view text)
     ASSERT_TRUE(file.good()) << path;
 }
 
-/// Makes the file hold exactly `text`, by a whole new file in its place.
+/** Makes the file hold exactly `text`, by a whole new file in its place. */
 inline void ReplaceTextFile(const std::string& path, std::string_view text)
 {
     ASSERT_NO_FATAL_FAILURE(WriteTextFile(path + ".new", text));

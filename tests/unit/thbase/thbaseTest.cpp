@@ -31,7 +31,7 @@ TEST(BaseLibrary, ShowsItsSixCallsAndNothingElse)
 
 TEST(BaseLibrary, NeedsTheLanguagesOwnLibrariesOnly)
 {
-    if (kIsSanitized) {
+    if (IS_SANITIZED) {
         GTEST_SKIP() << "a sanitizer brings libraries of its own";
     }
     const std::vector<std::string> needed =
@@ -104,7 +104,7 @@ TEST(LocalTime, RefusesNullArguments)
     EXPECT_EQ(errno, EINVAL);
 }
 
-/// A stream over a text.
+/** A stream over a text. */
 std::unique_ptr<std::FILE, int (*)(std::FILE*)> OpenText(const std::string& text)
 {
     std::unique_ptr<std::FILE, int (*)(std::FILE*)> stream(std::tmpfile(), std::fclose);
