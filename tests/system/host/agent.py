@@ -147,6 +147,9 @@ class Agent:
         except (FileNotFoundError, NotADirectoryError, ProcessLookupError):
             return None
 
+    def exists(self, path):
+        return os.path.lexists(path)
+
     def copy(self, source, target):
         shutil.copytree(source, target, symlinks=True, dirs_exist_ok=True)
 

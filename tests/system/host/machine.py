@@ -124,8 +124,7 @@ class Host:
         self.ask("remove", path)
 
     def exists(self, path):
-        folder, name = os.path.split(path)
-        return any(one[0] == name for one in self.ask("tree", folder))
+        return self.ask("exists", path)
 
     def spawn(self, *arguments, environment=None, folder="/", given="", terminal=False):
         """Starts a program and gives its process id."""
