@@ -53,9 +53,11 @@ def test_the_command_is_not_a_child_of_process_1():
 
 
 def test_an_orphan_becomes_a_child_of_process_1_and_is_reaped():
-    line = """sh -c 'sleep 0.1 & echo $! >/tmp/pid'
+    line = """mkfifo /tmp/leave
+        sh -c '{ read -r _ </tmp/leave; } & echo $! >/tmp/pid'
         read -r pid </tmp/pid
         grep PPid /proc/$pid/status
+        echo now >/tmp/leave
         while [ -e /proc/$pid ]; do sleep 0.05; done
         echo reaped"""
     assert shell_on_a_host(line).stdout == "PPid:\t1\nreaped\n"
