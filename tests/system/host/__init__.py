@@ -43,10 +43,11 @@ What is compared
 """
 import os
 
-from . import product, texts
+from . import paced, product, texts
 from .machine import Host, HostFailed, Result, missing_tools
 from .scripted import Process, Tool
 
 NIGHTLY = os.environ.get("THSENTINEL_NIGHTLY") == "1"
 
-__all__ = ["Host", "HostFailed", "NIGHTLY", "Process", "Result", "Tool", "missing_tools", "product", "texts"]
+__all__ = ["Host", "HostFailed", "NIGHTLY", "Process", "Result", "Tool", "missing_tools", "paced", "product",
+           "texts"]
