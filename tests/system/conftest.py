@@ -5,7 +5,7 @@ import pytest
 
 pytest.register_assert_rewrite("host.machine")  # so that its comparisons show where two things differ
 
-from host import Host, product  # noqa: E402
+from host import Host, paced, product  # noqa: E402
 
 
 def why_no_hosts():
@@ -30,6 +30,14 @@ def installed(tmp_path_factory):
     if shared.name.startswith("popen-"):  # one of several test processes
         shared = shared.parent
     return product.Product.install(shared / "staged")
+
+
+@pytest.fixture(scope="session")
+def pace(tmp_path_factory):
+    """The library that lets a test pace a daemon."""
+    if not paced.compiler():
+        pytest.skip("no C compiler")
+    return paced.build(tmp_path_factory.mktemp("pace"))
 
 
 @pytest.fixture

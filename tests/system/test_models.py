@@ -5,26 +5,15 @@ pass. The daemon is let through its passes one at a time. Ten seeds each ordinar
 in a test's name is the seed, and THSENTINEL_SEED=N runs that one alone.
 """
 import collections
-import os
 import random
 
 import pytest
 
-from host import NIGHTLY, Process, paced, texts
+from host import SEEDS, Process, paced, product, scripted, texts
 
 PASSES = 24
-SEEDS = ([int(os.environ["THSENTINEL_SEED"])] if "THSENTINEL_SEED" in os.environ
-         else range(1, 201 if NIGHTLY else 11))
 MARKERS = {"adminconsole": "tarn.thx.AdminConsole", "thwmc": "Dthwmc"}
 LISTS = {"CPU": "THHS_MONITOR_CPU", "Memory": "THHS_MONITOR_MEMORY"}
-
-
-@pytest.fixture(scope="session")
-def pace(tmp_path_factory):
-    """The library that paces a daemon."""
-    if not paced.compiler():
-        pytest.skip("no C compiler")
-    return paced.build(tmp_path_factory.mktemp("pace"))
 
 
 # ----------------------------------------------------------------------------------------------------------
@@ -50,7 +39,7 @@ class Model:
         self.lines, self.warnings, self.breaches = [], [], []
 
     def configure(self, settings):
-        """The settings as the load before the next pass finds them; the number of a list are its limits."""
+        """The settings as the load before the next pass finds them; a list has its limits by name."""
         self.settings = settings
         self.known |= {"java" if name in MARKERS else name for label in LISTS for name in settings[label]}
 
@@ -59,8 +48,8 @@ class Model:
             self.lines.append(line)
 
     def visible(self, rows):
-        """The rows that mention a name that is or was watched."""
-        return [row for row in rows if any(name in row.command for name in self.known)]
+        """The rows that mention a name that is or was watched, or the folder of the product."""
+        return [row for row in rows if any(name in row.command for name in [*self.known, product.BASE])]
 
     def make_pass(self, rows, rows_of_ids, number):
         self.lines, self.warnings, self.breaches = [], [], []
@@ -305,3 +294,78 @@ def test_a_model_of_the_window_predicts_every_line_and_every_evidence(make_host,
                 for number in [1, *random_.sample(range(2, PASSES + 1), random_.randint(0, 3))]}
     host = make_host(processes=rows, cpus=cpus, distribution=random_.choice(["none", "redhat", "suse"]))
     run_beside_model(host, pace, cpus, settings, lambda number: rows, lambda number: rows)
+
+
+# ----------------------------------------------------------------------------------------------------------
+# The registry
+# ----------------------------------------------------------------------------------------------------------
+
+COMMANDS = ["/opt/exampled -d", "/opt/exampled second", "tbrd", "/opt/tbrd -Dthwmc", "/usr/tarnv/bin/otherd",
+            "/opt/jre/bin/java -Dthwmc x", "/opt/jre/bin/java tarn.thx.AdminConsole", "/opt/jre/bin/java -jar x",
+            "/opt/idle exampled", "/opt/idle", "/usr/tarnv/bin/idle", "otherd"]
+
+
+class Population:
+    """Processes that come, go, fork and take over the ids of others, from pass to pass."""
+
+    def __init__(self, random_):
+        self.random, self.rows = random_, []
+        for number in range(1, PASSES + 1):
+            self.live_through(number)
+
+    def live_through(self, number):
+        before = self.alive(number)
+        if self.random.random() < 0.08:
+            leaving = before  # all of them
+        else:
+            leaving = [row for row in before if self.random.random() < 0.25]
+        for row in leaving:
+            row.last = number - 1
+            if self.random.random() < 0.3:
+                self.come(row.pid, self.random.choice(COMMANDS), number)
+        for row in self.alive(number):
+            if self.random.random() < 0.1:
+                self.come(self.free_id(number), row.command, number)
+        for _ in range(self.random.choice([0, 0, 1, 1, 2, 6 if number == 1 else 3])):
+            self.come(self.free_id(number), self.random.choice(COMMANDS), number)
+
+    def alive(self, number):
+        return [row for row in self.rows if row.lives_in(number)]
+
+    def free_id(self, number):
+        taken = {row.pid for row in self.alive(number)}
+        return self.random.choice([pid for pid in range(10, 60) if pid not in taken])
+
+    def come(self, pid, command, number):
+        readings = [self.random.randint(0, 60) for _ in range(PASSES)]
+        self.rows.append(Process(pid, command, cpu=readings, rss=[1024 * value for value in readings],
+                                 first=number))
+
+    def ids(self, number):
+        """What the second listing of a pass shows: mostly the same, at times of a moment later."""
+        if number % 3:
+            return self.alive(number)
+        later = [row for row in self.alive(number + 1) if row.pid not in {one.pid for one in self.alive(number)}]
+        return [row for row in self.alive(number) if row.lives_in(number + 1)] + later
+
+
+def some_lists(random_):
+    lists = {label: {name: 20 for name in ("adminconsole", "exampled", "otherd", "tbrd", "thwmc")
+                     if random_.random() < random_.choice([0, 0.3, 0.6, 1])} for label in LISTS}
+    return {**lists, "THHS_MEMORY_UNIT": "ABSOLUTE", "THHS_DUMP_COUNT": 1, "THHS_ALWAYS_DUMP": 0,
+            "THHS_CAPTURE_WITHOUT_THRESHOLD": 0, "THHS_CAPTURE_PROCESS_DUMP": 0,
+            "THHS_CAPTURE_NETWORK_STAT": 0, "THHS_CAPTURE_DISK_IO": 0,
+            "THHS_VERBOSE": int(random_.random() < 0.9)}
+
+
+@pytest.mark.parametrize("seed", SEEDS)
+def test_a_model_of_the_registry_predicts_who_is_watched(make_host, pace, seed):
+    random_ = random.Random(f"registry {seed}")
+    population = Population(random_)
+    settings = {number: some_lists(random_)
+                for number in [1, *random_.sample(range(2, PASSES + 1), random_.randint(0, 5))]}
+    host = make_host(processes=population.rows)
+    host.ask("put", [[f"{scripted.SCENARIO}/ps/{number}/ids",
+                      "".join(f"{row.pid:7d} {row.command}\n" for row in population.ids(number)), 0o644]
+                     for number in range(1, PASSES + 1)])
+    run_beside_model(host, pace, 1, settings, population.alive, population.ids)

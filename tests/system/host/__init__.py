@@ -10,7 +10,8 @@
 
 How to run: `/usr/bin/python3 -m pytest tests/system -n 8 -q` after a build. The build folder is build/dev,
 or what THSENTINEL_BUILD (or THSENTINEL_BUILD_DIR) names. THSENTINEL_NIGHTLY=1 asks for the long form of the
-tests that have one. Where isolated hosts can't be made, the tests that need one are skipped with the reason.
+tests that have one. A random sequence has its seed in the name of its test; THSENTINEL_SEED=N runs seed N
+alone. Where isolated hosts can't be made, the tests that need one are skipped with the reason.
 
 The host
   `make_host(...)` makes a host, as many as the test wants; `host` is one with nothing but defaults. Host()
@@ -27,6 +28,8 @@ Processes and tools
   a process lives. The other tools say their name and arguments, or what a `Tool` says. grep, egrep, awk, wc
   and cat are always real. /proc/cpuinfo shows one processor, so readings are not divided, unless `cpus` says
   otherwise. Real processes come from `host.spawn(...)`.
+
+  `paced.Paced(host, pace)` starts a daemon whose passes go on only when the test lets them.
 
 Time
   A pass is a poll interval and a little more; the first begins with the start, which itself takes two
@@ -48,6 +51,8 @@ from .machine import Host, HostFailed, Result, missing_tools
 from .scripted import Process, Tool
 
 NIGHTLY = os.environ.get("THSENTINEL_NIGHTLY") == "1"
+SEEDS = ([int(os.environ["THSENTINEL_SEED"])] if "THSENTINEL_SEED" in os.environ
+         else range(1, 201 if NIGHTLY else 11))
 
-__all__ = ["Host", "HostFailed", "NIGHTLY", "Process", "Result", "Tool", "missing_tools", "paced", "product",
-           "texts"]
+__all__ = ["Host", "HostFailed", "NIGHTLY", "Process", "Result", "SEEDS", "Tool", "missing_tools", "paced",
+           "product", "texts"]
