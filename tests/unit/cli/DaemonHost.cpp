@@ -5,6 +5,7 @@
 #include "support/ConfigurationSeam.h"
 
 #include <algorithm>
+#include <csignal>
 #include <cstdio>
 #include <cstdlib>
 
@@ -22,8 +23,20 @@ namespace
 {
 constexpr unsigned MICROSECONDS_FOR_A_SECOND = 10000;
 
-extern "C" int __real_pthread_cancel(pthread_t thread);
+/** An entry of the system log from a place where a stop is taken, which needs the locks of a note itself. */
+void NoteUninterrupted(const std::string& text)
+{
+    sigset_t all;
+    sigset_t former;
+    (void)sigfillset(&all);
+    (void)pthread_sigmask(SIG_SETMASK, &all, &former);
+    syslog(LOG_DEBUG, "%s", text.c_str());
+    (void)pthread_sigmask(SIG_SETMASK, &former, nullptr);
+}
+
 } // namespace
+
+extern "C" int __real_pthread_cancel(pthread_t thread);
 
 void DaemonHost::SetUp()
 {
@@ -35,7 +48,7 @@ void DaemonHost::SetUp()
     };
     GetSeams().mSleep = [](unsigned seconds) {
         if (seconds != LONG_INTERVAL) {
-            syslog(LOG_DEBUG, "sleep %u", seconds);
+            NoteUninterrupted("sleep " + std::to_string(seconds));
         }
         return SleepShort(seconds);
     };

@@ -310,9 +310,11 @@ TEST_F(Stopping, FailsWhereTheFileCanNotBeReadAgain)
         (void)close(free);
         struct rlimit limit = {};
         (void)getrlimit(RLIMIT_NOFILE, &limit);
-        limit.rlim_cur = static_cast<rlim_t>(free) + 1; // enough for the lock alone
+        const struct rlimit enoughForTheLock = {static_cast<rlim_t>(free) + 1, limit.rlim_max};
+        (void)setrlimit(RLIMIT_NOFILE, &enoughForTheLock);
+        const int result = StopTheDaemon("thsentinel", THHS_RUN_LOCK_NAME);
         (void)setrlimit(RLIMIT_NOFILE, &limit);
-        return StopTheDaemon("thsentinel", THHS_RUN_LOCK_NAME);
+        return result;
     });
     EXPECT_EQ(stop.Wait(), DAEMON_RC_OPEN_FAILED);
     EXPECT_EQ(stop.GetOutput(), NO_DETAILS);
