@@ -280,7 +280,7 @@ def test_a_model_of_the_window_predicts_every_line_and_every_evidence(make_host,
     cpus = random_.choice([1, 2, 4])
     names = random_.sample(["exampled", "tbrd", "otherd", "adminconsole"], random_.randint(1, 3))
     limits = {name: random_.choice([0, 1, 50, 99, random_.randint(0, 90)]) for name in names}
-    commands = [f"/opt/jre/bin/java -cp x tarn.thx.AdminConsole {name}" if name in MARKERS else f"/opt/{name} -d"
+    commands = [f"/opt/jre/bin/java -cp x {MARKERS[name]}" if name in MARKERS else f"/opt/{name} -d"
                 for name in names]
     owners = [*zip(commands, names), *[(commands[0] + " second", names[0])] * (names[0] not in MARKERS)]
     rows = []
@@ -301,8 +301,8 @@ def test_a_model_of_the_window_predicts_every_line_and_every_evidence(make_host,
 # ----------------------------------------------------------------------------------------------------------
 
 COMMANDS = ["/opt/exampled -d", "/opt/exampled second", "tbrd", "/opt/tbrd -Dthwmc", "/usr/tarnv/bin/otherd",
-            "/opt/jre/bin/java -Dthwmc x", "/opt/jre/bin/java tarn.thx.AdminConsole", "/opt/jre/bin/java -jar x",
-            "/opt/idle exampled", "/opt/idle", "/usr/tarnv/bin/idle", "otherd"]
+            "/opt/jre/bin/java -Dthwmc x", "/opt/jre/bin/java tarn.thx.AdminConsole",
+            "/opt/jre/bin/java -jar x", "/opt/idle exampled", "/opt/idle", "/usr/tarnv/bin/idle", "otherd"]
 
 
 class Population:
@@ -345,8 +345,9 @@ class Population:
         """What the second listing of a pass shows: mostly the same, at times of a moment later."""
         if number % 3:
             return self.alive(number)
-        later = [row for row in self.alive(number + 1) if row.pid not in {one.pid for one in self.alive(number)}]
-        return [row for row in self.alive(number) if row.lives_in(number + 1)] + later
+        now = self.alive(number)
+        later = [row for row in self.alive(number + 1) if row.pid not in {one.pid for one in now}]
+        return [row for row in now if row.lives_in(number + 1)] + later
 
 
 def some_lists(random_):
