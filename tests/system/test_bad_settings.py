@@ -164,6 +164,7 @@ def test_a_setting_that_is_reverted_is_told_and_the_daemon_starts(make_host, key
     host = make_host(store={**LONG, key: value})
     first = texts.begun("start") + texts.REVERTED + "\n"
     assert host.run("-start") == (0, first * 2 + texts.IS_RUNNING + texts.done("start"), "")
+    host.log_says(texts.REVERTED, times=2)
     end = texts.end_of_load(host.store)
     if key == "THHS_VERBOSE":  # read behind the evidence path
         load = [texts.READING, texts.JDK_NOT_SET, end[0], *lines, *end[1:], texts.REVERTED]
@@ -183,6 +184,7 @@ def test_a_number_that_is_none_is_told_and_the_setting_stays(make_host, key, val
     host = make_host(store={**LONG, key: value})
     first = texts.begun("start") + not_numeric(key) + "\n"
     assert host.run("-start") == (0, first * 2 + texts.IS_RUNNING + texts.done("start"), "")
+    host.log_says(texts.MONITORING)
     log = host.log()
     assert log.count(not_numeric(key)) == 2
     assert texts.REVERTED not in log
@@ -214,6 +216,7 @@ ACCEPTED = {
 def test_an_odd_setting_that_is_right_starts_the_daemon(make_host, settings, lines):
     host = make_host(store={**LONG, **settings})
     host.start()
+    host.log_says(texts.STARTED)
     log = host.log()
     assert log[:log.index(texts.STARTED)] == [texts.READING, *lines, texts.JDK_NOT_SET,
                                               *texts.end_of_load(host.store)]
@@ -242,6 +245,7 @@ def test_a_bad_jdk_home_is_told_and_the_daemon_starts(make_host, home, lines):
     host = make_host(store={**LONG, "THHS_JDK_HOME": home})
     first = texts.begun("start") + "".join(f"{line}\n" for line in lines[1:])
     assert host.run("-start") == (0, first * 2 + texts.IS_RUNNING + texts.done("start"), "")
+    host.log_says(texts.STARTED)
     log = host.log()
     assert log[:log.index(texts.STARTED)] == [texts.READING, *lines, *texts.end_of_load(host.store)]
 

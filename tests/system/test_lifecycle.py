@@ -21,13 +21,21 @@ def started(host):
     return [*load, texts.STARTED, *load, *machine_lines(host), texts.MONITORING]
 
 
+def begin(host, option="-start"):
+    """Starts the daemon, waits for its first pass to begin, and gives its process id."""
+    before = host.log().count(texts.MONITORING)
+    pid = host.start(option)
+    host.log_says(texts.MONITORING, times=before + 1)
+    return pid
+
+
 SYSTEM_LOG_OF_START = [("info", "===== Daemon Entry Point =====\n"),
                        ("info", f"{texts.TITLE} Service successfully started")]
 
 
 def test_a_start_loads_twice_and_begins_its_first_pass_at_once(make_host):
     host = make_host(store=LONG)
-    host.start()
+    begin(host)
     assert host.log() == started(host)
     assert host.system_log() == SYSTEM_LOG_OF_START
 
@@ -35,7 +43,7 @@ def test_a_start_loads_twice_and_begins_its_first_pass_at_once(make_host):
 def test_a_terminated_daemon_logs_its_stop_once_and_ends_with_255(make_host):
     host = make_host(store=LONG)
     host.adopt_orphans()
-    pid = host.start()
+    pid = begin(host)
     host.terminate()
     assert host.status_of(pid) == 255
     assert host.log() == started(host) + texts.STOPPING
@@ -46,7 +54,7 @@ def test_a_terminated_daemon_logs_its_stop_once_and_ends_with_255(make_host):
 def test_both_stop_signals_stop_the_daemon_in_order(make_host, number):
     host = make_host(store=LONG)
     host.adopt_orphans()
-    pid = host.start()
+    pid = begin(host)
     host.kill(pid, number)
     assert host.status_of(pid) == 255
     assert host.log() == started(host) + texts.STOPPING
@@ -54,7 +62,7 @@ def test_both_stop_signals_stop_the_daemon_in_order(make_host, number):
 
 def test_a_hangup_is_survived_without_a_word(make_host):
     host = make_host(store=LONG)
-    pid = host.start()
+    pid = begin(host)
     host.kill(pid, signal.SIGHUP)
     host.kill(pid, signal.SIGHUP)
     assert host.run("-uninstall").status == 0  # it still answers to its stop
@@ -64,7 +72,7 @@ def test_a_hangup_is_survived_without_a_word(make_host):
 
 @pytest.mark.parametrize("number", [signal.SIGCHLD, signal.SIGTSTP, signal.SIGTTIN, signal.SIGTTOU])
 def test_a_blocked_signal_does_not_reach_the_daemon(host, number):
-    pid = host.start()
+    pid = begin(host)
     host.kill(pid, number)
     host.after_pass(host.passes() + 1)
     assert host.process_of(pid)["state"] != "T"
@@ -83,13 +91,13 @@ def test_a_stop_signal_to_the_starting_process_leaves_the_daemon_alone(make_host
 
 def test_a_killed_daemon_leaves_its_id_and_a_later_start_works(make_host):
     host = make_host(store=LONG)
-    first = host.start()
+    first = begin(host)
     host.kill(first)
     host.until_gone()
     expected = texts.begun("stop") + texts.NO_DAEMON + texts.failed("stop")
     assert host.run("-terminate") == (9, expected, "")
     assert host.daemon_pid() == first
-    second = host.start()
+    second = begin(host)
     assert second != first
     assert [one["pid"] for one in host.daemons()] == [second]
     host.terminate()
@@ -97,9 +105,9 @@ def test_a_killed_daemon_leaves_its_id_and_a_later_start_works(make_host):
 
 
 def test_a_terminated_daemon_can_be_started_again(host):
-    first = host.start()
+    first = begin(host)
     host.terminate()
-    second = host.start()
+    second = begin(host)
     assert second != first
     host.after_pass(1)
     assert host.system_log().count(SYSTEM_LOG_OF_START[1]) == 2
@@ -107,14 +115,14 @@ def test_a_terminated_daemon_can_be_started_again(host):
 
 def test_a_start_beside_a_daemon_leaves_it_and_its_id_alone(make_host):
     host = make_host(store=LONG)
-    pid = host.start()
+    pid = begin(host)
     assert host.run("-start").status == 0
     assert host.daemon_pid() == pid
     assert host.log() == started(host) + texts.load(host.store)  # the foreground of the second start
 
 
 def test_the_lock_files_are_private_and_stay(host):
-    host.start()
+    begin(host)
     host.terminate()
     found = {f"{product.BASE}/tmp/{one[0]}": one[1:3] for one in host.ask("tree", product.BASE + "/tmp")}
     assert found == {product.CHILD_LOCK: ["file", 0o600], product.RUN_LOCK: ["file", 0o600]}
@@ -124,7 +132,7 @@ def test_the_lock_files_are_private_and_stay(host):
 def test_the_daemon_can_read_and_write_none_of_its_standard_streams(make_host):
     """What fills their places, if anything, is open for neither."""
     host = make_host(store=LONG)
-    pid = host.start()
+    pid = begin(host)
     lines = [line.split() for line in host.shell(f"ls -l /proc/{pid}/fd").splitlines() if " -> " in line]
     usable = {int(words[-3]): words[-1] for words in lines if "r" in words[0] or "w" in words[0]}
     assert not usable.keys() & {0, 1, 2}
@@ -134,7 +142,7 @@ def test_the_daemon_can_read_and_write_none_of_its_standard_streams(make_host):
 
 def test_every_pass_reads_the_store_again(make_host):
     host = make_host()
-    host.start()
+    begin(host)
     host.after_pass(3)
     load = texts.load(host.store)
     expected = started(host) + (load + [texts.MONITORING]) * 3
@@ -143,7 +151,7 @@ def test_every_pass_reads_the_store_again(make_host):
 
 def test_a_new_interval_applies_after_the_sleep_in_progress(make_host):
     host = make_host(store={"THHS_POLL_INTERVAL": 8})
-    host.start()
+    begin(host)
     host.configure(THHS_POLL_INTERVAL=1)
     host.after_pass(3)
     begun = host.times_of(texts.MONITORING)
@@ -156,7 +164,7 @@ def test_a_new_interval_applies_after_the_sleep_in_progress(make_host):
 
 def test_a_setting_changed_under_the_daemon_applies_at_the_next_pass(make_host):
     host = make_host()
-    host.start()
+    begin(host)
     host.after_pass(1)
     host.configure(THHS_MONITOR_CPU="tbrd : 75, thwmc:90", THHS_MONITOR_DEADLOCK="tbrd")
     host.log_says("Process tbrd requested monitoring for Deadlock conditions.")
@@ -207,7 +215,7 @@ def test_a_reload_that_fails_ends_the_daemon_with_every_line(make_host, option, 
     host = make_host(store={"THHS_POLL_INTERVAL": 8})
     host.adopt_orphans()
     before = started(host)
-    pid = host.start(option)
+    pid = begin(host, option)
     assert host.log() == before
     host.configure(changes)
     assert host.status_of(pid) == status
@@ -219,9 +227,9 @@ def test_a_reload_that_fails_ends_the_daemon_with_every_line(make_host, option, 
 
 def test_a_daemon_ended_by_its_store_starts_again_once_the_store_is_mended(make_host):
     host = make_host()
-    host.start()
+    begin(host)
     host.configure(THHS_POLL_INTERVAL=0)
     host.until_gone()
     host.configure(THHS_POLL_INTERVAL=1)
-    host.start()
+    begin(host)
     host.after_pass(2)

@@ -8,6 +8,7 @@ import ctypes
 import json
 import os
 import pty
+import select
 import shutil
 import signal
 import socket
@@ -84,6 +85,7 @@ class SystemLog:
     def __init__(self):
         self.datagrams = []
         self.socket = None
+        self.turn = threading.Lock()
 
     def listen(self):
         self.socket = socket.socket(socket.AF_UNIX, socket.SOCK_DGRAM)
@@ -92,8 +94,20 @@ class SystemLog:
         threading.Thread(target=self.collect, daemon=True).start()
 
     def collect(self):
+        """Keeps the queue short, for a sender waits when it is full."""
         while True:
-            self.datagrams.append(self.socket.recv(65536))
+            select.select([self.socket], [], [])
+            self.received()
+
+    def received(self):
+        """All datagrams that were sent up to now."""
+        with self.turn:
+            try:
+                while self.socket:
+                    self.datagrams.append(self.socket.recv(65536, socket.MSG_DONTWAIT))
+            except BlockingIOError:
+                pass
+            return list(self.datagrams)
 
 
 def process_of(pid):
@@ -224,7 +238,7 @@ class Agent:
         self.log.listen()
 
     def datagrams(self):
-        return [text_of(one) for one in list(self.log.datagrams)]
+        return [text_of(one) for one in self.log.received()]
 
 
 def main():
