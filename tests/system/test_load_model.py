@@ -234,8 +234,8 @@ class Load:
             return
         pair = "THHS_READING_INTERVAL", "THHS_NUMBER_OF_READINGS"
         self.say(f"Invalid combination of {pair[0]} : {apart} and {pair[1]} : {count} and "
-                 f"THHS_POLL_INTERVAL : {interval}. The product of {pair[0]} and {pair[1]} should be less than the "
-                 "THHS_POLL_INTERVAL.")
+                 f"THHS_POLL_INTERVAL : {interval}. The product of {pair[0]} and {pair[1]} should be less "
+                 "than the THHS_POLL_INTERVAL.")
         if apart > 1:
             apart, count = 1 + sum(interval > bound for bound in (100, 150, 200)), 50
         if apart == 1 and count >= interval:

@@ -100,9 +100,10 @@ def build(folder):
 class Paced:
     """The daemon of a host, held in the sleep of each pass until step() lets it go on."""
 
-    def __init__(self, host, library):
+    def __init__(self, host, library, preloaded=(), **environment):
+        """library: what build() gave; preloaded: paths of more libraries, with their environment."""
         self.host = host
-        self.environment = {"LD_PRELOAD": LIBRARY}
+        self.environment = {**environment, "LD_PRELOAD": ":".join([LIBRARY, *preloaded])}
         self.passed = 0
         host.put(LIBRARY, library, 0o755)
 
