@@ -3,6 +3,7 @@
 Each evidence file is compared whole, so a section that is lost, doubled or mixed with another one shows.
 """
 import itertools
+import signal
 import time
 
 import pytest
@@ -39,8 +40,8 @@ def network(pid, rows):
                 "".join(row for row in rows if str(pid) in row))
 
     everything = "".join(rows)
-    return sections(*[(f"/usr/bin/netstat {options}", everything)
-                      for options in ("-p --tcp | grep CLOSE_WAIT", "-na | grep CLOSE_WAIT", "-e", "-s", "-nalp")],
+    unfiltered = ("-p --tcp | grep CLOSE_WAIT", "-na | grep CLOSE_WAIT", "-e", "-s", "-nalp")
+    return sections(*[(f"/usr/bin/netstat {options}", everything) for options in unfiltered],
                     *[of_process(options) for options in ("-op", "-nop", "-anop", "-tanoxp")])
 
 
@@ -79,8 +80,8 @@ def test_ten_breaches_in_one_pass_leave_ten_whole_sets(make_host):
         host.ask("cover", f"/proc/{pid}/smaps", SMAPS)
         host.ask("cover", f"/proc/{pid}/status", STATUS)
     rows = connections(watched)
-    host.script_tools({"netstat": Tool(output="".join(rows))},
-                      [Process(pid, f"/opt/{name} 100000", cpu=[90] * 5 + [0]) for pid, name in watched.items()])
+    listed = [Process(pid, f"/opt/{name} 100000", cpu=[90] * 5 + [0]) for pid, name in watched.items()]
+    host.script_tools({"netstat": Tool(output="".join(rows))}, listed)
     daemon = host.start()
     host.after_pass(5)
     expected = {}
@@ -119,7 +120,7 @@ SAY = f"printf '{CAME_BACK[:-1]}\\n'"
 
 # What is held; what it does when it is let go; what is in the evidence after that, and nothing behind it.
 HELD = {
-    # What it says goes to the daemon, so that it ends there once the daemon is gone; the image is written first.
+    # It speaks to the daemon, which ends it once the daemon is gone; so the image is written first.
     "gcore": ("/usr/bin/gcore", f'echo "core of $3" >"$2.$3"; {SAY}', {str(PID): f"core of {PID}\n"}),
     "top": ("/usr/bin/top", SAY, {"MemoryPerf": sections(("/usr/bin/top -b -n 1", CAME_BACK))}),
     "netstat": ("/usr/bin/netstat", SAY,
@@ -154,8 +155,9 @@ def stopped_amid(make_host, held):
     """A host whose daemon was stopped while these tools hang in a capture; and the name that was watched."""
     name = "adminconsole" if "jcmd" in held else NAME
     command = "/opt/jre/bin/java tarn.thx.AdminConsole" if "jcmd" in held else f"/opt/{NAME}"
-    host = make_host(store={**EVERYTHING, **AT_ONCE, "THHS_MONITOR_CPU": f"{name}:80", "THHS_POLL_INTERVAL": 600,
-                            "THHS_INCREASE_LOG_LEVEL": 1, "THHS_JDK_HOME": "/opt/jdk"},
+    host = make_host(store={**EVERYTHING, **AT_ONCE, "THHS_MONITOR_CPU": f"{name}:80",
+                            "THHS_POLL_INTERVAL": 600, "THHS_INCREASE_LOG_LEVEL": 1,
+                            "THHS_JDK_HOME": "/opt/jdk"},
                      processes=[Process(PID, command, cpu=90)])
     host.folder("/run/held", 0o777)
     for tool in held:
@@ -182,8 +184,10 @@ def test_a_stop_amid_a_capture_ends_the_daemon_and_not_the_tool(make_host, held)
     assert those_running(host, held) == held
     host.put("/run/go")
     host.until(lambda: not those_running(host, held), "the tools end")
-    expected = {f"{name}/{PID}/{STEM}{suffix}": text for tool in held for suffix, text in HELD[tool][2].items()}
-    host.comes_to(lambda: {path: text for path, text in host.evidence().items() if path in expected}, expected)
+    expected = {f"{name}/{PID}/{STEM}{suffix}": text
+                for tool in held for suffix, text in HELD[tool][2].items()}
+    host.comes_to(lambda: {path: text for path, text in host.evidence().items() if path in expected},
+                  expected)
     assert host.log() == log  # nobody is left to write
     assert host.daemons() == []
 
@@ -235,7 +239,8 @@ def rewrite_every_second(host, seconds):
 def test_reloads_under_running_captures_lose_no_section(make_host):
     """Each set takes three seconds and more, so that about three of them are always under way."""
     processes = comers(RELOADING)
-    rows = [*connections(one.pid for one in processes[:3]), "tcp 0 0 10.0.0.1:22 10.0.0.2:22 CLOSE_WAIT 7/x\n"]
+    rows = [*connections(one.pid for one in processes[:3]),
+            "tcp 0 0 10.0.0.1:22 10.0.0.2:22 CLOSE_WAIT 7/x\n"]
     host = make_host(store={**EVERYTHING, **AT_ONCE, "THHS_MONITOR_CPU": f"{NAME}:80",
                             "THHS_NUMBER_OF_READINGS": READINGS})
     host.ask("cover", "/proc/meminfo", MEMINFO)
@@ -283,13 +288,16 @@ OUTCOMES = [sorted([(0, STARTED), (8, IN_PROGRESS)]),
 
 def test_two_starts_at_the_same_moment_make_one_daemon(make_host):
     host = make_host(store={"THHS_POLL_INTERVAL": 600})
+    host.adopt_orphans()
     for _ in range(STARTS):
         both = [host.spawn("/bin/dash", "-c", AT_THE_SIGN) for _ in range(2)]
         host.put("/run/go")
         results = sorted(outcome(host.wait(one)) for one in both)
         assert results in OUTCOMES
-        assert [one["pid"] for one in host.daemons()] == [host.daemon_pid()]
-        host.kill(host.daemon_pid())
-        host.until_gone()
+        daemon = host.daemon_pid()
+        assert [one["pid"] for one in host.daemons()] == [daemon]
+        host.kill(daemon)
+        # Its lock falls with the last of its threads, which may be later than it looks gone.
+        assert host.status_of(daemon) == -signal.SIGKILL
         host.remove("/run/go")
     assert host.log().count(texts.STARTED) == STARTS

@@ -92,5 +92,6 @@ def test_a_test_is_known_by_its_own_line_alone(tmp_path):
     (tmp_path / "tests/system").mkdir()
     (tmp_path / "tests/unit/aTest.cpp").write_text(
         "TEST(A, B)\n// TEST(C, D)\nTEST_F(E,\n       F)\nTEST_P(G, H)\nINSTANTIATE_TEST_SUITE_P(I, G, x);\n")
-    (tmp_path / "tests/system/test_a.py").write_text("def test_b(host):\n    def test_c():\n# def test_d():\n")
+    (tmp_path / "tests/system/test_a.py").write_text(
+        "def test_b(host):\n    def test_c():\n# def test_d():\n")
     assert names_of(tmp_path) == {"A.B", "E.F", "G.H", "tests/system/test_a.py::test_b"}
