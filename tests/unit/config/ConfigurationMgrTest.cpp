@@ -124,7 +124,7 @@ private:
 
 TEST_F(ConfigurationMgrTest, IsBuiltOnceForThreadsThatComeAtTheSameMoment)
 {
-    constexpr int ROUNDS = 200;
+    constexpr int ROUNDS = 50;
     constexpr int THREADS = 4;
     std::atomic<int> helpers = 0;
     std::atomic<int> folders = 0;

@@ -258,16 +258,16 @@ TEST_F(LogLineTest, LeavesResultsAsTheyAreWhenItIsLost)
     EXPECT_EQ(mConfig->GetThreasholdValue({}, "tbrd"), -1);
 }
 
-const char* WaitForGood()
+const char* WaitForTheCancellation()
 {
     for (;;) {
-        (void)pause(); // cancelled here
+        pthread_testcancel();
     }
 }
 
 void* WriteUntilCancelled(void* /*argument*/)
 {
-    LogLine{firstUnit}.Write("%s%s\n", GetCurrentTimeStamp().c_str(), WaitForGood());
+    LogLine{firstUnit}.Write("%s%s\n", GetCurrentTimeStamp().c_str(), WaitForTheCancellation());
     return nullptr;
 }
 

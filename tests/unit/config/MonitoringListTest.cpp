@@ -311,6 +311,17 @@ TEST_F(MonitoringListTest, OfMemoryIsUnlimitedAndLabelledAbsoluteWhateverTheUnit
     }
 }
 
+TEST_F(MonitoringListTest, WouldBeLabelledMegabytesOnlyUnderTheKeyOfTheUnit)
+{
+    for (const char* const unit : {"absolute", "PERCENT"}) {
+        mConfig->mMemoryUnit = unit;
+        GetStore().mValues["THHS_MEMORY_UNIT"] = "a:5000";
+        EXPECT_EQ(ReadMapValue("THHS_MEMORY_UNIT", "Memory", mThresholds), 0);
+    }
+    EXPECT_EQ(GetLogLines(), (Lines{"Process a requested monitoring of Memory threshold of 5000 MB.",
+                                    "Process a requested monitoring of Memory threshold of 5000 ABSOLUTE."}));
+}
+
 TEST_F(MonitoringListTest, KeysAreComparedWithoutTheirCase)
 {
     GetStore().mValues["thhs_monitor_cpu"] = "a:101";

@@ -3,6 +3,7 @@
 #include "config/ConfigTest.h"
 
 #include <atomic>
+#include <cstdlib>
 #include <stdexcept>
 #include <thread>
 
@@ -93,7 +94,7 @@ TEST(Mutex, NamedOnesMayBeLockedWithoutHarm)
             mutex unusable("any name");
             unusable.lock();
             unusable.unlock();
-            _exit(0);
+            exit(0);
         },
         testing::ExitedWithCode(0), "");
 }
@@ -124,7 +125,7 @@ void* HoldForGood(void* held)
 {
     const MutexHold hold(*static_cast<mutex*>(held));
     for (;;) {
-        (void)pause(); // cancelled here
+        pthread_testcancel();
     }
 }
 
