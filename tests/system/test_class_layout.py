@@ -13,8 +13,8 @@ from host import layout, product
 pytestmark = [pytest.mark.skipif(not shutil.which(tool), reason=f"needs {tool}")
               for tool in ("g++", "readelf", "nm")]
 
-ACTIONS = ["InstallAction", "UninstallAction", "StartAction", "StopAction", "RunAction", "ListConfig", "PrintHelp",
-           "PrintVersion"]
+ACTIONS = ["InstallAction", "UninstallAction", "StartAction", "StopAction", "RunAction", "ListConfig",
+           "PrintHelp", "PrintVersion"]
 HELPER = [
     "trim", "CompareIgnoreCase", "ToLowerCase", "ExecuteCommand", "ExecuteCommandWithRc", "PreCheckForAction",
     "PostCheckForAction", "GetCPUCount", "GetTotalSizeOfMemoryInKB", "FindProcessId",
@@ -29,16 +29,19 @@ UNIX_HELPER = HELPER + [
     "ExecuteMemStat", "ExecuteDiskStat", "ExecuteProcessSpecificCmd", "CollectCommandData", "SetCPUCount",
     "SetTotalSizeOfMemoryInKB", "GetToken", "GetProcNameFilterForGrep", "GetPid", "GetCompleteMatchWrap",
     "GetProcName", "GetIntValue", "GetLongValue", "GetDoubleValue", "GetProcDir", "RemoveConsecutiveSpaces",
-    "RemoveEOL", "GetPidProcNamePairsOutput", "CreateThreadWithoutWait", "CreateTouchFile", "EchoCommandToFile",
-    "RedirectCommand", "GetUserOfProcess", "GetTempPathBasedOnUserContext", "CollectCommandDataInBackground"]
+    "RemoveEOL", "GetPidProcNamePairsOutput", "CreateThreadWithoutWait", "CreateTouchFile",
+    "EchoCommandToFile", "RedirectCommand", "GetUserOfProcess", "GetTempPathBasedOnUserContext",
+    "CollectCommandDataInBackground"]
 MANAGER = ["AddCounterToMonitor", "AddCounterHelper", "HandleThresholdBreach", "ReadCounterIndexValue",
-           "GetProcessesRegisteredMonitoring", "GetMessageStr", "CleanUpStaleCounters", "GetCounterValueFromOS"]
+           "GetProcessesRegisteredMonitoring", "GetMessageStr", "CleanUpStaleCounters",
+           "GetCounterValueFromOS"]
 
 
 def table(owner, operations, overrides=(), override_owner=None):
     """The slots of a class: two for its destructor, then an operation each, some of them overridden."""
     last = override_owner or owner
-    return [f"{last}::~{last}"] * 2 + [f"{last if name in overrides else owner}::{name}" for name in operations]
+    destructor = f"{last}::~{last}"
+    return [destructor] * 2 + [f"{last if name in overrides else owner}::{name}" for name in operations]
 
 
 # Class to its header and its table.
@@ -74,13 +77,14 @@ FIELDS = {
         "int mCaptureProcessDump", "int mAlwaysDump", "string mMemoryUnit", "int mForceReadingInterval",
         "multimap<string, int> mProcessNameAndProcessIDMap", "map<int, string> mProcessIDAndProcessNameMap",
         "string mEvidencePath", "int mCPUCount", "long int mTotalMemoryInKB", "int mMaxDumpCount",
-        "int mCaptureDiskIO", "int mNumberOfReadings", "int mReadingInterval", "set<string> mMonitoredProcessNames",
-        "int mVerbose", "string mReservedText", "string mCustomScriptPath",
+        "int mCaptureDiskIO", "int mNumberOfReadings", "int mReadingInterval",
+        "set<string> mMonitoredProcessNames", "int mVerbose", "string mReservedText", "string mCustomScriptPath",
         "vector<string> mCustomScriptArguments", "int mDaemonPid", "string mLogFilePath", "string mBasePath",
         "int mCurrentEvidenceNumber", "map<string, LogLevel> mLogLevelMap", "int mCaptureWithoutThreshold",
         "string mJdkHome", "map<string, string> mJavaProcessMap",
-        "map<long unsigned int, SnapshotData*> mThreadMap", "int mPurgeOldEvidence", "CounterMgr* mCPUCounterMgr",
-        "CounterMgr* mMemoryCounterMgr", "CounterMgr* mDeadLockCounterMgr", "HelperFunctionInterface* mHelper"],
+        "map<long unsigned int, SnapshotData*> mThreadMap", "int mPurgeOldEvidence",
+        "CounterMgr* mCPUCounterMgr", "CounterMgr* mMemoryCounterMgr", "CounterMgr* mDeadLockCounterMgr",
+        "HelperFunctionInterface* mHelper"],
     "CounterMgr": [
         "map<string, int> mProcessesRegisteredMonitoring", "map<int, Counter*> mProcessIDAndCouterMap",
         "string mMessageStr", "bool mSpareFlag1", "bool mSpareFlag2", "bool mSpareFlag3"],
@@ -162,7 +166,7 @@ def test_twenty_units_log_and_each_has_a_lock_of_its_own():
     locks = core_symbols("_ZL10logFileMtx")
     assert sorted(locks) == LOGGING_UNITS
     assert len(LOGGING_UNITS) == 20
-    assert all(len(kinds) == 1 and kinds[0].islower() for kinds in locks.values())  # one, and the unit's alone
+    assert all(len(kinds) == 1 and kinds[0].islower() for kinds in locks.values())  # the unit's alone
 
 
 def test_a_unit_has_a_lock_if_it_logs_and_not_otherwise():

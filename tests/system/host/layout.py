@@ -18,8 +18,8 @@ def compile_headers(headers, *options):
 
 @functools.cache
 def slots(header):
-    """Class to the operations in its table, in the order of their slots, as Class::Operation; None where one is
-    pure."""
+    """Class to the operations in its table as Class::Operation, in the order of their slots; None for a pure
+    one."""
     dump = compile_headers([header], "-fsyntax-only", "-fdump-lang-class=/dev/stdout")
     tables = {}
     for table in re.finditer(r"^Vtable for (\w+)\n.*\n((?:\d+ .*\n)+)", dump, re.MULTILINE):
@@ -57,8 +57,10 @@ class DebugInformation:
             if begun:
                 self.order.append({"depth": int(begun[1], 16), "tag": begun[3]})
                 self.entries[begun[2]] = self.order[-1]
-            elif (attribute := re.match(r" *<\w+> +DW_AT_(\w+) *: *((\([^)]*\):? )*)(.*)", line)) and self.order:
-                self.order[-1].setdefault(attribute[1], attribute[4].strip())  # behind its encoding
+                continue
+            attribute = re.match(r" *<\w+> +DW_AT_(\w+) *: *(?:\([^)]*\):? )*(.*)", line)  # behind its encoding
+            if attribute and self.order:
+                self.order[-1].setdefault(attribute[1], attribute[2].strip())
 
     def name_of(self, reference):
         entry = self.entries[re.match(r"<0x(\w+)>", reference)[1]]
@@ -93,6 +95,6 @@ class DebugInformation:
 def compile_layout(folder, headers):
     """Describes the types of the headers, all of them, whoever uses them."""
     compiled = folder / "layout.o"
-    compile_headers(headers, "-g", "-fno-eliminate-unused-debug-types", "-femit-class-debug-always", "-c", "-o",
-                    str(compiled))
+    compile_headers(headers, "-g", "-fno-eliminate-unused-debug-types", "-femit-class-debug-always", "-c",
+                    "-o", str(compiled))
     return DebugInformation(compiled)
