@@ -58,7 +58,8 @@ class DebugInformation:
                 self.order.append({"depth": int(begun[1], 16), "tag": begun[3]})
                 self.entries[begun[2]] = self.order[-1]
                 continue
-            attribute = re.match(r" *<\w+> +DW_AT_(\w+) *: *(?:\([^)]*\):? )*(.*)", line)  # behind its encoding
+            # The value stands behind its encoding.
+            attribute = re.match(r" *<\w+> +DW_AT_(\w+) *: *(?:\([^)]*\):? )*(.*)", line)
             if attribute and self.order:
                 self.order[-1].setdefault(attribute[1], attribute[2].strip())
 
