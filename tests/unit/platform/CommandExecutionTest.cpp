@@ -106,6 +106,7 @@ TEST_F(CommandExecution, ReturnsMinusOneAndLogsNoReturnCodeWhenTheChildCannotBeW
     mConfig->mVerbose = 1;
     ASSERT_NE(signal(SIGCHLD, SIG_IGN), SIG_ERR); // children vanish when they end
     EXPECT_EQ(mHelper.ExecuteCommandWithRc("echo out", mOutput), -1);
+    ASSERT_NE(signal(SIGCHLD, SIG_DFL), SIG_ERR);
     EXPECT_EQ(mOutput, "out\n");
     EXPECT_THAT(GetLogLines(), ElementsAre("Cmd:echo out", "Output:out", "(no stamp)"));
 }
@@ -264,6 +265,7 @@ TEST_F(CommandExecution, RunsTheCommandWhenTheLogCannotBeOpened)
     WriteFile(GetTHPerfMonLogPath(), "no folder");
     EXPECT_EQ(mHelper.ExecuteCommandWithRc("echo out; exit 3", mOutput), 768);
     EXPECT_EQ(mOutput, "out\n");
+    std::filesystem::remove(GetTHPerfMonLogPath());
 }
 
 TEST_F(CommandExecution, HoldsTheLogOfNobodyUpWhileACommandRuns)
@@ -327,6 +329,7 @@ protected:
     void SetUp() override
     {
         CommandExecution::SetUp();
+        gInterruptions = 0;
         struct sigaction action = {}; // without SA_RESTART, as the daemon has its handlers
         action.sa_handler = CountInterruption;
         ASSERT_EQ(sigaction(SIGHUP, &action, nullptr), 0);

@@ -34,20 +34,20 @@ const Tool TOOLS[] = {
 };
 
 /** A host on which /bin is a folder of its own and neither it nor /usr/bin holds any of the tools. */
-class CommandPath : public HostTest
+class CommandPath : public ToolHostTest
 {
 protected:
     void SetUp() override
     {
-        HostTest::SetUp();
+        ToolHostTest::SetUp();
         if (IsSkipped()) {
             return;
         }
-        std::filesystem::rename("/bin", "/bin-of-the-machine"); // a link to /usr/bin on some
-        std::filesystem::create_directory("/bin");
         for (const Tool& tool : TOOLS) {
-            std::filesystem::remove("/usr/bin/" + tool.mName);
+            mHost.Remove("/usr/bin/" + tool.mName);
         }
+        mHost.Remove("/bin"); // a link to /usr/bin on some
+        std::filesystem::create_directory("/bin");
     }
 };
 
@@ -67,10 +67,10 @@ TEST_P(CommandPathPresence, DecidesByTheFirstPlaceAlone)
 {
     for (const Tool& tool : TOOLS) {
         if (GetParam().mInUsrBin) {
-            ProvideTool("/usr/bin/" + tool.mName);
+            mHost.Provide("/usr/bin/" + tool.mName);
         }
         if (GetParam().mInBin) {
-            ProvideTool("/bin/" + tool.mName);
+            mHost.Provide("/bin/" + tool.mName);
         }
     }
     const CmdPath tools;
@@ -88,8 +88,8 @@ INSTANTIATE_TEST_SUITE_P(OfAllTools, CommandPathPresence,
 
 TEST_F(CommandPath, IsFoundForEachToolOnItsOwn)
 {
-    ProvideTool("/usr/bin/ps");
-    ProvideTool("/bin/grep");
+    mHost.Provide("/usr/bin/ps");
+    mHost.Provide("/bin/grep");
     const CmdPath tools;
     EXPECT_EQ(tools.mPs, "/usr/bin/ps");
     EXPECT_EQ(tools.mGrep, "/bin/grep");
@@ -98,7 +98,7 @@ TEST_F(CommandPath, IsFoundForEachToolOnItsOwn)
 
 TEST_F(CommandPath, AcceptsWhateverExists)
 {
-    WriteFile("/usr/bin/ps", "", 0);
+    mHost.Provide("/usr/bin/ps", "", 0);
     std::filesystem::create_directory("/usr/bin/top");
     std::filesystem::create_symlink("/usr/bin/ps", "/usr/bin/awk");
     const CmdPath tools;
@@ -116,7 +116,7 @@ TEST_F(CommandPath, PassesOverALinkThatLeadsNowhere)
 TEST_F(CommandPath, StaysAsItWasWhenTheObjectWasBuilt)
 {
     const CmdPath before;
-    ProvideTool("/usr/bin/ps");
+    mHost.Provide("/usr/bin/ps");
     EXPECT_EQ(before.mPs, "/bin/ps");
     EXPECT_EQ(CmdPath().mPs, "/usr/bin/ps");
 }

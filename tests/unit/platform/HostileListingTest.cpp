@@ -147,7 +147,7 @@ TEST_F(HostileListing, WithANulIsSurvived)
 
 TEST_F(HostileListing, OfAFailingToolLeavesTheTablesEmpty)
 {
-    ProvideTool("/usr/bin/ps", "#!/bin/sh\nexit 1\n");
+    mHost.Provide("/usr/bin/ps", "#!/bin/sh\nexit 1\n");
     IdTable ids = {{7, "java"}};
     std::multimap<std::string, int> names = {{"java", 7}};
     UnixHelperFunction().PopulateProcessIDAndProcessNameMap(ids);

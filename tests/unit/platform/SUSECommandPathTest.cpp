@@ -2,26 +2,26 @@
 
 #include "platform/ToolHost.h"
 
-using SUSECommandPath = HostTest;
+using SUSECommandPath = ToolHostTest;
 
 TEST_F(SUSECommandPath, TakesNetstatFromBinEvenWhenItLiesInUsrBin)
 {
-    ProvideTool("/usr/bin/netstat");
+    mHost.Provide("/usr/bin/netstat");
     EXPECT_EQ(CmdPath().mNetstat, "/usr/bin/netstat");
     EXPECT_EQ(SuseCmdPath().mNetstat, "/bin/netstat");
 }
 
 TEST_F(SUSECommandPath, TakesNetstatFromBinWhenItLiesNowhere)
 {
-    std::filesystem::remove("/usr/bin/netstat");
-    std::filesystem::remove("/bin/netstat");
+    mHost.Remove("/usr/bin/netstat");
+    ASSERT_FALSE(std::filesystem::exists("/usr/bin/netstat"));
     EXPECT_EQ(SuseCmdPath().mNetstat, "/bin/netstat");
 }
 
 TEST_F(SUSECommandPath, FindsEveryOtherToolAsElsewhere)
 {
-    ProvideTool("/usr/bin/gstack");
-    std::filesystem::remove("/usr/bin/vmstat");
+    mHost.Provide("/usr/bin/gstack");
+    mHost.Remove("/usr/bin/vmstat");
     const CmdPath usual;
     const SuseCmdPath suse;
     for (std::string CmdPath::*const tool :

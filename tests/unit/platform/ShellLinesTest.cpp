@@ -50,14 +50,14 @@ protected:
             return;
         }
         if (GetParam().mReleaseFile != nullptr) {
-            WriteFile(GetParam().mReleaseFile, "");
+            mHost.Provide(GetParam().mReleaseFile);
         }
         const bool isInUsrBin = std::string("/usr/bin/") == GetParam().mToolFolder;
         for (const std::string tool : TOOLS) {
             if (!isInUsrBin) {
-                std::filesystem::remove("/usr/bin/" + tool);
+                mHost.Remove("/usr/bin/" + tool);
             } else if (!std::filesystem::exists("/usr/bin/" + tool)) {
-                ProvideTool("/usr/bin/" + tool);
+                mHost.Provide("/usr/bin/" + tool);
             }
         }
         mConfig->mMonitoredProcessNames = {"java", "exampled"};
@@ -81,6 +81,7 @@ protected:
                                   std::string(GetParam().mToolFolder) + "$1");
     }
 
+    HostChanges mHost;
     std::unique_ptr<UnixHelperFunction> mHelper;
     std::vector<std::string> mLines; ///< what the shell was given
 };

@@ -23,18 +23,17 @@ const Release RELEASES[] = {
     {"AnotherDistribution", {"/etc/os-release", "/etc/suse-release", "/etc/SuSE-release.old"}, 2},
 };
 
-class THOSVersionRelease : public HostTest, public testing::WithParamInterface<Release>
+class THOSVersionRelease : public ToolHostTest, public testing::WithParamInterface<Release>
 {
 };
 
-using THOSVersion = HostTest;
+using THOSVersion = ToolHostTest;
 } // namespace
 
 TEST_P(THOSVersionRelease, IsToldByTheFirstFileThatExists)
 {
     for (const std::string& file : GetParam().mFiles) {
-        std::filesystem::remove(file);
-        WriteFile(file, "");
+        mHost.Provide(file);
     }
     EXPECT_EQ(GetOSType(), GetParam().mType);
 }
@@ -44,18 +43,20 @@ INSTANTIATE_TEST_SUITE_P(All, THOSVersionRelease, testing::ValuesIn(RELEASES),
 
 TEST_F(THOSVersion, DoesNotReadTheFile)
 {
-    WriteFile(REDHAT_RELEASE, "SUSE Linux Enterprise Server\n", 0);
+    mHost.Provide(REDHAT_RELEASE, "SUSE Linux Enterprise Server\n", 0);
     EXPECT_EQ(GetOSType(), 0);
 }
 
 TEST_F(THOSVersion, TakesAnythingThatExistsForTheFile)
 {
+    mHost.Remove(SUSE_RELEASE);
     std::filesystem::create_directory(SUSE_RELEASE);
     EXPECT_EQ(GetOSType(), 1);
 }
 
 TEST_F(THOSVersion, TakesALinkThatLeadsNowhereForNone)
 {
+    mHost.Remove(REDHAT_RELEASE);
     std::filesystem::create_symlink("/no/such/file", REDHAT_RELEASE);
     EXPECT_EQ(GetOSType(), 2);
 }
@@ -63,12 +64,12 @@ TEST_F(THOSVersion, TakesALinkThatLeadsNowhereForNone)
 TEST_F(THOSVersion, LooksAnewAtEveryCall)
 {
     EXPECT_EQ(GetOSType(), 2);
-    WriteFile(SUSE_RELEASE, "");
+    mHost.Provide(SUSE_RELEASE);
     EXPECT_EQ(GetOSType(), 1);
-    WriteFile(ORACLE_RELEASE, "");
+    mHost.Provide(ORACLE_RELEASE);
     EXPECT_EQ(GetOSType(), 0);
-    std::filesystem::remove(ORACLE_RELEASE);
-    std::filesystem::remove(SUSE_RELEASE);
+    mHost.Remove(ORACLE_RELEASE);
+    mHost.Remove(SUSE_RELEASE);
     EXPECT_EQ(GetOSType(), 2);
 }
 

@@ -2,23 +2,74 @@
 
 #include "support/ConfigurationTest.h"
 
+#include <algorithm>
 #include <filesystem>
+#include <vector>
 
-/** Release files that a host may have, with the kind that GetOSType makes of them. */
+/** The release files by which GetOSType tells hosts apart. */
 constexpr char REDHAT_RELEASE[] = "/etc/redhat-release";
 constexpr char ORACLE_RELEASE[] = "/etc/oracle-release";
 constexpr char SUSE_RELEASE[] = "/etc/SuSE-release";
 
-/** Puts a program in the place of whatever lies there. */
-inline void ProvideTool(const std::string& path, const std::string& script = "#!/bin/sh\n")
+/** Changes to files of the host, undone when the object goes. */
+class HostChanges
 {
-    std::filesystem::remove(path);
-    WriteFile(path, script, 0755);
-}
+public:
+    HostChanges() = default;
+    HostChanges(const HostChanges&) = delete;
+    HostChanges& operator=(const HostChanges&) = delete;
+
+    ~HostChanges()
+    {
+        for (auto path = mPaths.rbegin(); path != mPaths.rend(); ++path) {
+            std::filesystem::remove_all(*path);
+            if (IsThere(GetKept(*path))) {
+                std::filesystem::rename(GetKept(*path), *path);
+            }
+        }
+    }
+
+    /** Takes away what lies at a path, if anything does. */
+    void Remove(const std::string& path)
+    {
+        if (std::find(mPaths.begin(), mPaths.end(), path) != mPaths.end()) {
+            std::filesystem::remove_all(path);
+            return;
+        }
+        if (IsThere(path)) {
+            std::filesystem::rename(path, GetKept(path));
+        }
+        mPaths.push_back(path);
+    }
+
+    /** Puts a file in the place of whatever lies there: a program that does nothing, unless told otherwise.
+     */
+    void Provide(const std::string& path, const std::string& content = "#!/bin/sh\n", unsigned mode = 0755)
+    {
+        Remove(path);
+        WriteFile(path, content, mode);
+    }
+
+private:
+    static bool IsThere(const std::string& path)
+    {
+        return std::filesystem::exists(std::filesystem::symlink_status(path));
+    }
+    static std::string GetKept(const std::string& path) { return path + ".kept"; }
+
+    std::vector<std::string> mPaths; ///< in the order in which they were changed
+};
+
+/** A host on which the test changes release files and tools. */
+class ToolHostTest : public HostTest
+{
+protected:
+    HostChanges mHost;
+};
 
 /**
  * A host whose ps prints what the test wants, to the byte, whatever its arguments; the other tools are the
- * host's own. `mListing` is what it prints.
+ * host's own.
  */
 class ScriptedPsTest : public ConfigurationTest
 {
@@ -30,8 +81,8 @@ protected:
             return;
         }
         mListing = MakeFolder() + "/listing";
-        ProvideTool("/usr/bin/ps",
-                    "#!/bin/sh\necho \"$*\" >" + mListing + ".arguments\ncat " + mListing + "\n");
+        mHost.Provide("/usr/bin/ps",
+                      "#!/bin/sh\necho \"$*\" >" + mListing + ".arguments\ncat " + mListing + "\n");
         SetListing("");
     }
 
@@ -41,6 +92,8 @@ protected:
     /** The arguments of the latest run of ps. */
     std::string GetPsArguments() { return ReadFile(mListing + ".arguments"); }
 
+    HostChanges mHost;
+
 private:
-    std::string mListing;
+    std::string mListing; ///< file with what ps prints
 };

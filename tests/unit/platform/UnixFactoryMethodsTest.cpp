@@ -7,7 +7,7 @@
 
 namespace
 {
-using UnixFactoryMethods = HostTest;
+using UnixFactoryMethods = ToolHostTest;
 
 /** True when the factory makes the kind for SUSE. */
 bool MakesSuseTools()
@@ -24,18 +24,18 @@ TEST_F(UnixFactoryMethods, MakeTheUsualToolsWithoutAReleaseFile)
 
 TEST_F(UnixFactoryMethods, MakeTheUsualToolsOnRedHatAndOracle)
 {
-    WriteFile(REDHAT_RELEASE, "");
+    mHost.Provide(REDHAT_RELEASE);
     EXPECT_FALSE(MakesSuseTools());
-    std::filesystem::remove(REDHAT_RELEASE);
-    WriteFile(ORACLE_RELEASE, "");
+    mHost.Remove(REDHAT_RELEASE);
+    mHost.Provide(ORACLE_RELEASE);
     EXPECT_FALSE(MakesSuseTools());
 }
 
 TEST_F(UnixFactoryMethods, MakeTheToolsOfSuseThereAlone)
 {
-    WriteFile(SUSE_RELEASE, "");
+    mHost.Provide(SUSE_RELEASE);
     EXPECT_TRUE(MakesSuseTools());
-    WriteFile(REDHAT_RELEASE, "");
+    mHost.Provide(REDHAT_RELEASE);
     EXPECT_FALSE(MakesSuseTools());
 }
 

@@ -14,7 +14,7 @@ struct Factory
     std::function<HelperFunctionInterface*()> mMake;
 };
 
-class UnixHelperFactoryMethod : public HostTest, public testing::WithParamInterface<Factory>
+class UnixHelperFactoryMethod : public ToolHostTest, public testing::WithParamInterface<Factory>
 {
 protected:
     /** True when the factory makes the helper of Red Hat. */
@@ -34,24 +34,24 @@ TEST_P(UnixHelperFactoryMethod, MakesThePlainHelperWithoutAReleaseFile)
 
 TEST_P(UnixHelperFactoryMethod, MakesThePlainHelperOnSuse)
 {
-    WriteFile(SUSE_RELEASE, "");
+    mHost.Provide(SUSE_RELEASE);
     EXPECT_FALSE(MakesRhelHelper());
 }
 
 TEST_P(UnixHelperFactoryMethod, MakesTheHelperOfRedHatOnRedHatAndOracle)
 {
-    WriteFile(ORACLE_RELEASE, "");
+    mHost.Provide(ORACLE_RELEASE);
     EXPECT_TRUE(MakesRhelHelper());
-    std::filesystem::remove(ORACLE_RELEASE);
+    mHost.Remove(ORACLE_RELEASE);
     EXPECT_FALSE(MakesRhelHelper());
-    WriteFile(REDHAT_RELEASE, "");
+    mHost.Provide(REDHAT_RELEASE);
     EXPECT_TRUE(MakesRhelHelper());
 }
 
 TEST_P(UnixHelperFactoryMethod, MakesTheHelperOfRedHatWhereSuseIsFoundToo)
 {
-    WriteFile(REDHAT_RELEASE, "");
-    WriteFile(SUSE_RELEASE, "");
+    mHost.Provide(REDHAT_RELEASE);
+    mHost.Provide(SUSE_RELEASE);
     EXPECT_TRUE(MakesRhelHelper());
 }
 

@@ -47,17 +47,19 @@ mode_t GetMode(const std::string& path)
 
 TEST_F(UnixHelperFiles, MakesOneFolderOfMode0755)
 {
-    (void)umask(0);
+    const mode_t mask = umask(0);
     EXPECT_TRUE(mHelper.HF_CreateDir(mFolder + "/new", false));
     EXPECT_TRUE(std::filesystem::is_directory(mFolder + "/new"));
     EXPECT_EQ(GetMode(mFolder + "/new"), 0755U);
+    (void)umask(mask);
 }
 
 TEST_F(UnixHelperFiles, MakesFoldersUnderTheFileMask)
 {
-    (void)umask(077);
+    const mode_t mask = umask(077);
     EXPECT_TRUE(mHelper.HF_CreateDir(mFolder + "/new", false));
     EXPECT_EQ(GetMode(mFolder + "/new"), 0700U);
+    (void)umask(mask);
 }
 
 TEST_F(UnixHelperFiles, CountAFolderAsMadeWhenAnythingLiesThere)

@@ -156,7 +156,7 @@ TEST_P(UsageProbesOnHost, ReadNothingOfAProcessThatTheFilterDoesNotLetPass)
 TEST_P(UsageProbesOnHost, ReadNothingWhenTheToolFails)
 {
     mConfig->mMonitoredProcessNames = {"java"};
-    ProvideTool("/usr/bin/ps", "#!/bin/sh\necho 'unknown option' >&2\nexit 1\n");
+    mHost.Provide("/usr/bin/ps", "#!/bin/sh\necho 'unknown option' >&2\nexit 1\n");
     testing::internal::CaptureStderr();
     UnixHelperFunction helper;
     EXPECT_EQ((helper.*GetParam().mRead)("java", PID), 0.0);
