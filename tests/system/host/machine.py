@@ -227,9 +227,9 @@ class Host:
         return int(text) if text else None
 
     def daemons(self):
-        """The processes of the installed program."""
+        """The processes of the installed program, as long as one of their threads lives: it may hold the lock."""
         return [one for one in self.processes()
-                if one["arguments"][:1] == [product.PROGRAM] and one["state"] != "Z"]
+                if one["name"] == "thsentinel" and (one["state"] != "Z" or one["threads"] > 1)]
 
     def adopt_orphans(self):
         """Lets status_of() tell how a daemon ended that is started after this."""
