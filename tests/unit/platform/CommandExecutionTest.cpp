@@ -221,6 +221,13 @@ TEST_P(CommandExecutionLongLine, ArrivesWhole)
 INSTANTIATE_TEST_SUITE_P(AroundTheBuffer, CommandExecutionLongLine,
                          testing::Values(8094, 8095, 8096, 2 * 8095, 20000, 1 << 20));
 
+TEST_F(CommandExecution, TakesALongLineInPiecesOf8095Bytes)
+{
+    std::string text = MakeLongText(20000);
+    text[10] = text[16200] = '\0'; // each takes the rest of its own piece with it
+    EXPECT_EQ(PassThroughPipe(text), text.substr(0, 10) + text.substr(8095, 8095) + text.substr(16190, 10));
+}
+
 // ---- The trace
 
 TEST_F(CommandExecution, TracesAnOutputOfSeveralLinesAsOneText)
