@@ -227,9 +227,14 @@ class Host:
         return int(text) if text else None
 
     def daemons(self):
-        """The processes of the installed program, as long as one of their threads lives: it may hold the lock."""
-        return [one for one in self.processes()
-                if one["name"] == "thsentinel" and (one["state"] != "Z" or one["threads"] > 1)]
+        """The processes of the installed program, as long as one of their threads lives: it may hold the lock.
+
+        A child of a daemon at work is a tool that hasn't taken its own name yet, and no daemon.
+        """
+        named = [one for one in self.processes()
+                 if one["name"] == "thsentinel" and (one["state"] != "Z" or one["threads"] > 1)]
+        at_work = {one["pid"] for one in named if one["threads"] > 1}
+        return [one for one in named if one["parent"] not in at_work]
 
     def adopt_orphans(self):
         """Lets status_of() tell how a daemon ended that is started after this."""
