@@ -1,5 +1,6 @@
 #include "cli/THJobPerfMonSvc.h"
 
+#include "cli/THDaemonInfra.h"
 #include "config/ConfigurationMgr.h"
 #include "config/ConfigurationValueReaders.h"
 #include "config/LogFileMtx.h"
@@ -81,6 +82,18 @@ void AddCounters(CounterMgr& manager)
     manager.AddCounterToMonitor(manager.GetProcessesRegisteredMonitoring(), "", "");
 }
 
+/**
+ * Begins nothing more once a stop is being handled: a second stop signal may reach the worker and end its
+ * sleep, and a breach found now would raise log levels behind their restoring. The end of the process, or the
+ * cancellation shortly before it, ends the wait.
+ */
+void WaitForEndOfStop()
+{
+    while (gStopTheDaemon != 0) {
+        (void)pause(); // returns on signals alone
+    }
+}
+
 /** One pass, up to its sleep. Deadlock counters have no place in it. */
 void MakePass(ConfigurationMgr& config)
 {
@@ -126,6 +139,7 @@ void* ServiceWorkerThread(void* arg)
     while (gRunDaemonLoop) {
         MakePass(*config);
         (void)sleep(static_cast<unsigned int>(config->mPollInterval)); // a signal may cut it short
+        WaitForEndOfStop();
         (void)TH_forced_read_master_config(); // without a new version the last one stays in force
         const int result = config->ReadConfigurationFile();
         if (result != 0) {

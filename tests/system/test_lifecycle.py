@@ -3,7 +3,7 @@ import signal
 
 import pytest
 
-from host import product, texts
+from host import Process, product, texts
 
 LONG = {"THHS_POLL_INTERVAL": 600}
 FAILED_STOP = texts.STOPPING * 2  # once by the worker, once by the main thread that sees it gone
@@ -48,6 +48,34 @@ def test_a_terminated_daemon_logs_its_stop_once_and_ends_with_255(make_host):
     assert host.status_of(pid) == 255
     assert host.log() == started(host) + texts.STOPPING
     assert host.system_log() == [*SYSTEM_LOG_OF_START, ("info", texts.STOPPED)]
+
+
+# A log configuration tool that hangs in the restore until it is told to go on.
+HANGING_RESTORE = """#!/bin/sh
+case $* in
+    *' -l') printf 'DebugLevel = 1\\nDiagnosticLevel = 1\\n' ;;
+    *DebugLevel=6*) echo set ;;
+    *) : >/run/restoring; until [ -e /run/go ]; do sleep 0.05; done ;;
+esac
+"""
+
+
+def test_a_second_stop_signal_during_a_stop_begins_no_further_pass(make_host):
+    host = make_host(store={**LONG, "THHS_MONITOR_CPU": "exampled:80", "THHS_INCREASE_LOG_LEVEL": 1,
+                            "THHS_CAPTURE_WITHOUT_THRESHOLD": 1},
+                     processes=[Process(4321, "/opt/exampled", cpu=90)])
+    host.put(f"{product.BASE}/tarnhaven/bin/txlogcfg", HANGING_RESTORE, 0o755)
+    host.adopt_orphans()
+    pid = begin(host)
+    host.until(lambda: any("DebugLevel=6" in line for line in host.shell_lines()), "the levels are raised")
+    host.kill(pid, signal.SIGTERM)
+    host.until(lambda: host.exists("/run/restoring"), "the restore hangs")
+    log = host.log()
+    for _ in range(3):
+        host.kill(pid, signal.SIGTERM)  # the main thread is busy, so the worker gets it
+    host.put("/run/go")
+    assert host.status_of(pid) == 255
+    assert host.log() == [*log, texts.STOPPING[-1]]
 
 
 @pytest.mark.parametrize("number", [signal.SIGTERM, signal.SIGINT])
