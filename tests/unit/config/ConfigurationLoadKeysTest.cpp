@@ -2,6 +2,7 @@
 #include "counters/CounterMgr.h"
 
 #include <climits>
+#include <ostream>
 
 namespace
 {
@@ -15,6 +16,8 @@ struct KeyRow
     std::vector<int> mGood; ///< the last one is not the default
     std::vector<int> mBad;
     const char* mRest; ///< of the line, behind the value
+
+    friend void PrintTo(const KeyRow& row, std::ostream* out) { *out << row.mName; }
 };
 
 class RevertingKeyTest : public LoadTest, public testing::WithParamInterface<KeyRow>

@@ -4,6 +4,7 @@
 #include <atomic>
 #include <filesystem>
 #include <iterator>
+#include <ostream>
 #include <thread>
 
 #include <sys/stat.h>
@@ -116,6 +117,8 @@ struct RefusalRow
     int mResult;
     std::string mField; ///< what is left in the field
     Lines mLines;       ///< the last of them is on the console too
+
+    friend void PrintTo(const RefusalRow& row, std::ostream* out) { *out << row.mName; }
 };
 
 class RefusedEvidencePath : public LoadTest, public testing::WithParamInterface<RefusalRow>

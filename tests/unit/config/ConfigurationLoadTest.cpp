@@ -3,6 +3,7 @@
 #include "support/HelperSeam.h"
 
 #include <filesystem>
+#include <ostream>
 
 namespace
 {
@@ -244,6 +245,8 @@ struct FitRow
     int mInterval;
     int mCount;
     Lines mLines; ///< empty when the readings fit
+
+    friend void PrintTo(const FitRow& row, std::ostream* out) { *out << row.mName; }
 };
 
 Lines Fitted(const std::string& interval, const std::string& count, const std::string& poll,

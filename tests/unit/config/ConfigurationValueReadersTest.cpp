@@ -6,6 +6,7 @@
 #include "support/HelperSeam.h"
 
 #include <limits>
+#include <ostream>
 
 namespace
 {
@@ -212,6 +213,8 @@ struct FilterRow
     const char* mName;
     std::string mText;
     const char* mLine; ///< null for a text that may be used
+
+    friend void PrintTo(const FilterRow& row, std::ostream* out) { *out << row.mName; }
 };
 
 class InputFilter : public ConfigTest, public testing::WithParamInterface<FilterRow>
@@ -282,6 +285,8 @@ struct TupleRow
     const char* mTuple;
     const char* mKey;
     int mValue;
+
+    friend void PrintTo(const TupleRow& row, std::ostream* out) { *out << row.mName; }
 };
 
 class TupleSplitter : public testing::TestWithParam<TupleRow>
@@ -332,6 +337,8 @@ struct ListRow
     const char* mName;
     const char* mInput;
     Lines mElements;
+
+    friend void PrintTo(const ListRow& row, std::ostream* out) { *out << row.mName; }
 };
 
 class ListSplitter : public testing::TestWithParam<ListRow>

@@ -7,6 +7,7 @@
 #include "support/HelperSeam.h"
 
 #include <map>
+#include <ostream>
 #include <set>
 #include <utility>
 
@@ -47,6 +48,8 @@ struct AcceptedRow
     const char* mList;
     Thresholds mThresholds;
     Lines mLog;
+
+    friend void PrintTo(const AcceptedRow& row, std::ostream* out) { *out << row.mName; }
 };
 
 class AcceptedList : public MonitoringListTest, public testing::WithParamInterface<AcceptedRow>
@@ -185,6 +188,8 @@ struct RejectedRow
     Thresholds mThresholds = {};
     Lines mLogBefore = {};
     int mResult = 101;
+
+    friend void PrintTo(const RejectedRow& row, std::ostream* out) { *out << row.mName; }
 };
 
 class RejectedList : public MonitoringListTest, public testing::WithParamInterface<RejectedRow>

@@ -3,6 +3,7 @@
 #include "config/ConfigTest.h"
 
 #include <climits>
+#include <ostream>
 
 namespace
 {
@@ -13,6 +14,8 @@ struct FitRow
     int mCount;
     int mPollInterval;
     bool mFits;
+
+    friend void PrintTo(const FitRow& row, std::ostream* out) { *out << row.mName; }
 };
 
 class ReadingPlanFit : public testing::TestWithParam<FitRow>
@@ -48,6 +51,8 @@ struct PlanRow
     ReadingPlan mBefore;
     int mPollInterval;
     ReadingPlan mAfter;
+
+    friend void PrintTo(const PlanRow& row, std::ostream* out) { *out << row.mName; }
 };
 
 class ReadingPlanChoice : public testing::TestWithParam<PlanRow>
