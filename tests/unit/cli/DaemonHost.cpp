@@ -9,6 +9,7 @@
 #include <cstdio>
 #include <cstdlib>
 
+#include <fcntl.h>
 #include <syslog.h>
 #include <unistd.h>
 
@@ -22,6 +23,8 @@ const Lines STOP_LINES = {"Cleaning up the resources used by the service.",
 namespace
 {
 constexpr unsigned MICROSECONDS_FOR_A_SECOND = 10000;
+
+constexpr char WAITING[] = "/tmp/waiting";
 
 bool bLeaksAreMeant = false;
 
@@ -60,6 +63,7 @@ void DaemonHost::SetUp()
     GetSeams().mSleep = [](unsigned seconds) {
         if (seconds != LONG_INTERVAL) {
             NoteUninterrupted("sleep " + std::to_string(seconds));
+            (void)close(open(WAITING, O_WRONLY | O_CREAT | O_CLOEXEC, S_IRUSR | S_IWUSR));
         }
         return SleepShort(seconds);
     };
@@ -82,6 +86,11 @@ void DaemonHost::AwaitPass(int number)
         const std::vector<std::string> lines = GetLogLines();
         return std::count(lines.begin(), lines.end(), PASS_LINES.front()) >= number;
     }));
+}
+
+void DaemonHost::AwaitWait()
+{
+    EXPECT_TRUE(WaitFor([] { return access(WAITING, F_OK) == 0; }));
 }
 
 pid_t DaemonHost::AwaitId(const std::string& path)

@@ -24,6 +24,10 @@ protected:
     /** Waits until the log has that many lines that a pass has begun. */
     static void AwaitPass(int number = 1);
 
+    /** Waits until the main thread waits for a stop, which is where every stop signal of the process goes
+     * then. */
+    static void AwaitWait();
+
     /** Waits for a file, and gives its content as a thread or process id. */
     static pid_t AwaitId(const std::string& path);
 
