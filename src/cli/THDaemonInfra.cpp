@@ -91,7 +91,7 @@ void WritePid(const char* runFileName)
     }
 }
 
-/** True once the worker runs; each failure takes one from the budget. */
+/** Creates the worker unless it exists; each failure takes one from the budget and leaves no message. */
 void CreateWorker(ServiceThreadStatus& status, int& budget)
 {
     if (bThreadInitialized) {

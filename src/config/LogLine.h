@@ -21,8 +21,7 @@ public:
     LogLine(const LogLine&) = delete;
     LogLine& operator=(const LogLine&) = delete;
 
-    /** Writes the line, whose format starts with "%s" for the time stamp, and closes the file. Call it once.
-     */
+    /** Writes the line, whose format starts with "%s" for the stamp, and closes the file. Call it once. */
     [[gnu::format(printf, 2, 3)]] void Write(const char* format, ...);
 
 private:
@@ -30,6 +29,5 @@ private:
     FILE* mFile; ///< null when the open failed
 };
 
-/** True when verbose lines are written, which is when mVerbose is exactly 1. Ask before a line is formatted.
- */
+/** True when mVerbose is exactly 1 and verbose lines are written. Ask before a line is formatted. */
 bool IsVerbose();
