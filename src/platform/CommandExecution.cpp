@@ -61,6 +61,11 @@ int UnixHelperFunction::ExecuteCommandWithRc(const char* command, std::string& o
     return status;
 }
 
+std::string UnixHelperFunction::ExecuteForFields(const std::string& line)
+{
+    return RemoveEOL(RemoveConsecutiveSpaces(trim(ExecuteCommand(line.c_str()))));
+}
+
 std::string UnixHelperFunction::ExecuteCommand(const char* command)
 {
     std::string output;

@@ -138,7 +138,7 @@ int UnixHelperFunction::GetTarnhavenJavaProcesses(std::string marker)
     const std::string line = GetListingLine("-eo pid,command | ") + " | " + grep + " -e \"" + marker +
                              "\" | " + grep + " -v \"" + grep + "\"";
     // All matching lines are joined, so that the first token is the process id of the first of them.
-    const std::string text = RemoveEOL(RemoveConsecutiveSpaces(trim(ExecuteCommand(line.c_str()))));
+    const std::string text = ExecuteForFields(line);
     const int pid = GetPid(text, 0, " ");
     return pid <= 0 ? -1 : pid;
 }
@@ -153,7 +153,7 @@ std::string UnixHelperFunction::GetUserOfProcess(int pid)
     const std::string pidText = FormatBounded(PID_TEXT_SIZE, "%d", pid);
     const std::string line = mCmdPath->AppendSpace(mCmdPath->mPs) + "-eo pid,user | " + mCmdPath->mGrep +
                              " \"" + GetCompleteMatchWrap(pidText, true, false, true, false) + "\"";
-    const std::string text = RemoveEOL(RemoveConsecutiveSpaces(trim(ExecuteCommand(line.c_str()))));
+    const std::string text = ExecuteForFields(line);
     return GetPid(text, 0, " ") == pid ? GetProcName(text, 1, " ") : "root";
 }
 

@@ -197,6 +197,8 @@ protected:
     std::int64_t mTotalMemoryInKB; ///< 0 until known
 
 private:
+    /** Output of a shell line as fields one blank apart; several lines of it run together. */
+    std::string ExecuteForFields(const std::string& line);
     std::string GetListingLine(const std::string& columns);
     std::string GetUsageLine(const std::string& columns, int pid);
     double GetUsage(const std::string& columns, const std::string& processName, int pid);

@@ -20,7 +20,7 @@ std::string UnixHelperFunction::GetUsageLine(const std::string& columns, int pid
 
 double UnixHelperFunction::ReadUsage(const std::string& line, const std::string& processName, int pid)
 {
-    const std::string text = RemoveEOL(RemoveConsecutiveSpaces(trim(ExecuteCommand(line.c_str()))));
+    const std::string text = ExecuteForFields(line);
     // A process id that has passed to another program must not be read for the old one.
     if (GetPid(text, 0, " ") != pid || GetProcName(text, 2, " ") != processName) {
         return 0.0;
