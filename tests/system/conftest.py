@@ -41,6 +41,20 @@ def pace(tmp_path_factory):
 
 
 @pytest.fixture
+def interpose(tmp_path):
+    """Gives the environment that loads a library of the test's own C source into a program of a host."""
+    if not paced.compiler():
+        pytest.skip("no C compiler")
+
+    def build(host, source):
+        path = "/run/interposed.so"
+        host.put(path, paced.build(tmp_path, source + paced.SPARE_CHILDREN), 0o755)
+        return {"LD_PRELOAD": path}
+
+    return build
+
+
+@pytest.fixture
 def make_host(hosts_possible, installed):
     """Makes hosts from their description; they end with the test."""
     hosts = []

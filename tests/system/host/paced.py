@@ -13,13 +13,18 @@ from . import product, scripted
 FOLDER = scripted.SCENARIO + "/pace"
 LIBRARY = FOLDER + "/pace.so"
 
+# Lets the programs that the daemon starts go without the library.
+SPARE_CHILDREN = """
+#include <stdlib.h>
+__attribute__((constructor)) static void SpareChildren(void) { unsetenv("LD_PRELOAD"); }
+"""
+
 # The main thread starts no thread but the worker; the worker starts those of the captures.
 SOURCE = f"""
 #define _GNU_SOURCE
 #include <dlfcn.h>
 #include <pthread.h>
 #include <stdio.h>
-#include <stdlib.h>
 #include <unistd.h>
 
 struct Body {{ void* (*run)(void*); void* argument; }};
@@ -27,8 +32,7 @@ struct Body {{ void* (*run)(void*); void* argument; }};
 static _Thread_local int isWorker;
 static volatile int hasWorker;
 
-__attribute__((constructor)) static void SpareChildren(void) {{ unsetenv("LD_PRELOAD"); }}
-
+{SPARE_CHILDREN}
 static void* RunWorker(void* given)
 {{
     struct Body body = *(struct Body*)given;
@@ -88,10 +92,10 @@ def compiler():
     return shutil.which("cc") or shutil.which("gcc") or shutil.which("clang")
 
 
-def build(folder):
-    """Builds the library and gives its bytes as a text for Host.put()."""
+def build(folder, text=SOURCE):
+    """Builds the library, or one of a test's own source, and gives its bytes as a text for Host.put()."""
     source = folder / "pace.c"
-    source.write_text(SOURCE)
+    source.write_text(text)
     library = folder / "pace.so"
     subprocess.run([compiler(), "-O1", "-shared", "-fPIC", "-o", library, source], check=True)
     return library.read_bytes().decode("utf-8", "surrogateescape")
@@ -104,7 +108,7 @@ class Paced:
         """library: what build() gave; preloaded: paths of more libraries, with their environment."""
         self.host = host
         self.environment = {**environment, "LD_PRELOAD": ":".join([LIBRARY, *preloaded])}
-        self.passed = 0
+        self.passed = self.told = 0
         host.put(LIBRARY, library, 0o755)
 
     def start(self, option="-start"):
@@ -118,6 +122,13 @@ class Paced:
         if result.status == 0:
             self._comes_to_sleep()
         return result
+
+    def says(self):
+        """What the log says since this was asked last, once the captures of the pass have ended."""
+        self.captures_end()
+        log = self.host.log()
+        fresh, self.told = log[self.told:], len(log)
+        return fresh
 
     def sleeps(self):
         """The seconds of every sleep that the worker has begun."""
