@@ -141,10 +141,6 @@ def levels(host, target):
     return host.shell(f"{product.HOME}/bin/txlogcfg -p TH -o {target} -l")
 
 
-def listing(level):
-    return f"DebugLevel = {level}\nDiagnosticLevel = {level}\n"
-
-
 def those_running(host, held):
     """Which of these held tools run."""
     running = {word for one in host.processes() if one["state"] != "Z" for word in one["arguments"][1:2]}
@@ -167,7 +163,7 @@ def stopped_amid(make_host, held):
     daemon = host.start()
     host.log_says(texts.taking(1, name, PID).replace("adminconsole", "java"))
     host.until(lambda: all(host.exists(f"/run/held/{tool}") for tool in held), f"{held} hang")
-    host.comes_to(lambda: levels(host, name), listing(6))
+    host.comes_to(lambda: levels(host, name), texts.levels(6, 6))
     assert host.run("-terminate").status == 0
     assert host.status_of(daemon, limit=30) == 255
     return host, name
@@ -177,7 +173,7 @@ def stopped_amid(make_host, held):
                          ids=[*HELD, "all of them"])
 def test_a_stop_amid_a_capture_ends_the_daemon_and_not_the_tool(make_host, held):
     host, name = stopped_amid(make_host, held)
-    assert levels(host, name) == listing(1)
+    assert levels(host, name) == texts.levels(1, 1)
     log = host.log()
     assert log[-3:] == texts.STOPPING
     assert log.count(texts.STOPPED) == 1

@@ -20,7 +20,6 @@ Result = collections.namedtuple("Result", "status output errors")
 SystemLogEntry = collections.namedtuple("SystemLogEntry", "level text")
 
 SYSTEM_LOG_FORM = re.compile(r"<(\d+)>\w{3} [ \d]\d \d\d:\d\d:\d\d thsentinel\[\d+\]: (.*)", re.S)
-FILE_TIME = re.compile(r"/(\d+)_\d\d-\d\d_\d\d\.\d\d\.\d\d_")
 
 
 class HostFailed(Exception):
@@ -313,14 +312,14 @@ class Host:
     def evidence_paths(self):
         """Every path of the evidence tree, the times in file names left out."""
         found = self.ask("tree", f"{self.evidence_path}/thsentinel")
-        return sorted(FILE_TIME.sub(r"/\1_<time>_", one[0]) for one in found)
+        return sorted(texts.without_file_times(one[0]) for one in found)
 
     def evidence(self):
         """Path to text of every evidence file but the markers, the times in the names left out."""
         found = {}
         for path, text in self.ask("files", f"{self.evidence_path}/thsentinel").items():
             if not path.endswith("/evidence.lock"):
-                name = FILE_TIME.sub(r"/\1_<time>_", path)
+                name = texts.without_file_times(path)
                 found[name] = found.get(name, "") + text
         return found
 

@@ -153,11 +153,16 @@ def answers_of_pass(processes, number):
     return found
 
 
+def answer_of_ps(kind, number=1):
+    """Where the text lies that ps answers in that pass."""
+    return f"{SCENARIO}/ps/{number}/{kind}"
+
+
 def ps_files(processes):
     """All answers of ps over all passes, as [path, text, mode]."""
     last = max([1] + [one.passes() for one in processes])
     found = []
     for number in range(1, last + 1):
         for kind, text in answers_of_pass(processes, number).items():
-            found.append([f"{SCENARIO}/ps/{number}/{kind}", text, 0o644])
+            found.append([answer_of_ps(kind, number), text, 0o644])
     return found + [[f"{SCENARIO}/ps/last", f"{last}\n", 0o644]]

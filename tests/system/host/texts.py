@@ -5,6 +5,7 @@ TITLE = "Tarnhaven Health Sentinel"
 VERSION = "Tarnhaven_9.1.0.1\n"
 RULE = "-" * 82
 STAMP = re.compile(r"\d{4}-\d\d-\d\d \d\d:\d\d:\d\d:\d{3} - ")
+FILE_TIME = re.compile(r"/(-?\d+)_\d\d-\d\d_\d\d\.\d\d\.\d\d_")
 HELP = """
 
 {} [-install] [-uninstall] [-start] [-terminate] [-version] [-help]
@@ -53,6 +54,11 @@ def failed(label):
 
 def without_stamps(text):
     return STAMP.sub("<stamp>", text)
+
+
+def without_file_times(text):
+    """The text with the times in the names of evidence files left out."""
+    return FILE_TIME.sub(r"/\1_<time>_", text)
 
 
 def entries_of(text):
@@ -122,3 +128,8 @@ def taking(count, name, pid):
 def section(command, output):
     """One section of an evidence file."""
     return f"\n\n{RULE}\nCommand: {command}\n{RULE}\n{output}"
+
+
+def levels(debug, diagnostic):
+    """How the log configuration tool lists the levels of a target."""
+    return f"DebugLevel = {debug}\nDiagnosticLevel = {diagnostic}\n"
