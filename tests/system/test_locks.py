@@ -7,7 +7,6 @@ import pytest
 from host import product, texts
 
 EARLIER = "999999"  # the id of a daemon that is long gone
-NOT_STARTED = "Error: Failed to start the daemon, please check the log for the reason\n"
 
 # The child of a fork waits for the test. So does its parent, once it has looked for it in vain.
 LATE_CHILD = """
@@ -57,8 +56,8 @@ def test_a_parent_that_looks_for_its_child_too_early_takes_its_lock(host, interp
     host.put("/run/child-goes-on")
     host.comes_to(lambda: [one["pid"] for one in host.daemons()], [parent])
     host.put("/run/parent-goes-on")
-    said = texts.begun("start") + texts.ALREADY + texts.begun("start") + NOT_STARTED + texts.failed("start")
-    assert host.wait(parent) == (8, said, "")
+    said = texts.begun("start") + texts.ALREADY + texts.begun("start") + texts.NOT_STARTED
+    assert host.wait(parent) == (8, said + texts.failed("start"), "")
     assert host.get(product.RUN_LOCK) == EARLIER
 
 

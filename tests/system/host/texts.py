@@ -38,6 +38,7 @@ IS_RUNNING = "Info: Daemon is running\n"
 ALREADY = "Error: Already instance of daemon is running, not starting new instance\n"
 NO_DETAILS = "Error: Failed to retrieve the process details of the daemon\n"
 NO_DAEMON = "Error: Could not found valid daemon instance.\n"
+NOT_STARTED = "Error: Failed to start the daemon, please check the log for the reason\n"
 
 
 def begun(label):

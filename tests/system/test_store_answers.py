@@ -1,0 +1,106 @@
+"""Keys that go from the store under a running daemon, and a store whose answers are odd."""
+import pytest
+
+from host import Process, paced, texts
+
+NAME, PID = "exampled", 4321
+WATCHING = {"THHS_MONITOR_CPU": f"{NAME}:50", "THHS_CAPTURE_NETWORK_STAT": 0, "THHS_CAPTURE_DISK_IO": 0}
+
+
+@pytest.fixture
+def live(make_host, pace):
+    """Starts a paced daemon that watches one process; its first pass is over but for the sleep."""
+    def start(**settings):
+        host = make_host(store={**WATCHING, **settings}, processes=[Process(PID, f"/opt/{NAME}", cpu=7)])
+        daemon = paced.Paced(host, pace)
+        assert daemon.start().status == 0
+        return daemon
+
+    return start
+
+
+def next_pass(daemon, **changes):
+    """Changes settings, ends the sleep, and gives all that was said from then on."""
+    daemon.says()
+    daemon.host.configure(changes)
+    assert daemon.step(), daemon.host.report("the daemon is gone")
+    return daemon.says()
+
+
+def test_a_number_whose_key_has_gone_stays_in_force_without_a_word(live):
+    daemon = live(THHS_CAPTURE_WITHOUT_THRESHOLD=1, THHS_DUMP_COUNT=1)
+    assert texts.taking(1, NAME, PID) in daemon.says()
+    expected = [texts.MONITORING,
+                f"CPU Capturing evidence for process {NAME} ({PID}) without threshold , "
+                "Threshold : 50 Percent , Usage : 7.00 Percent",
+                f"Dump count reached max allowed for process {NAME} : 1"]
+    said = next_pass(daemon, THHS_CAPTURE_WITHOUT_THRESHOLD=None, THHS_DUMP_COUNT=None)
+    assert said == texts.load(daemon.host.store) + expected
+    assert daemon.host.evidence_paths() == [
+        NAME, f"{NAME}/{PID}", f"{NAME}/{PID}/Evidence1", *(
+            f"{NAME}/{PID}/Evidence1/{PID}_<time>_CPU.{ending}" for ending in ("MemoryPerf", "ProcessData")),
+        f"{NAME}/{PID}/evidence.lock"]
+
+
+def test_a_text_whose_key_has_gone_is_empty(live):
+    daemon = live(THHS_JDK_HOME="/opt/jdk")
+    assert texts.JDK_NOT_SET not in daemon.says()
+    load = texts.load(daemon.host.store)
+    assert next_pass(daemon) == [line for line in load if line != texts.JDK_NOT_SET] + [texts.MONITORING]
+    assert next_pass(daemon, THHS_JDK_HOME=None) == load + [texts.MONITORING]
+
+
+# From the given reading on, the text of one key comes with a complaint.
+COMPLAINING_STORE = """
+#define _GNU_SOURCE
+#include <dlfcn.h>
+#include <string.h>
+
+int thconfGetKeyValPair(void* handle, const char* key, char** value)
+{
+    static int readings;
+    int (*real)(void*, const char*, char**) = dlsym(RTLD_NEXT, "thconfGetKeyValPair");
+    const int result = real(handle, key, value);
+    if (strcmp(key, "THHS_EVIDENCE_PATH") != 0 || ++readings < %d)
+        return result;
+    return 228;
+}
+"""
+
+
+ON_NOTHING = {"THHS_POLL_INTERVAL": 1, "THHS_EVIDENCE_PATH": "/evidence"}  # what a load speaks of
+COMPLAINT = [texts.READING, texts.JDK_NOT_SET]  # a load that ends at this key, which says nothing
+UNNAMED = ["Error:", texts.STOPPED]
+ENTRY = ("info", "===== Daemon Entry Point =====\n")
+
+
+@pytest.mark.parametrize("first_complaint, console, log, system_log", [
+    (1, texts.begun("start"), COMPLAINT, []),
+    (2, texts.begun("start") * 2 + texts.NOT_STARTED,
+     [*texts.load(ON_NOTHING), texts.STARTED, *COMPLAINT, *UNNAMED], [ENTRY, ("error", "")])],
+    ids=["of the foreground process", "of the daemon"])
+def test_a_load_that_fails_without_a_reason_starts_nothing(make_host, interpose, first_complaint, console, log,
+                                                           system_log):
+    host = make_host()
+    said = host.run("-start", environment=interpose(host, COMPLAINING_STORE % first_complaint))
+    assert said == (8, console + texts.failed("start"), "")
+    assert host.log() == log
+    assert host.daemons() == []
+    assert host.system_log() == system_log
+
+
+def test_a_reload_that_fails_without_a_reason_ends_the_daemon(make_host, pace, interpose):
+    host = make_host()
+    host.adopt_orphans()
+    library = interpose(host, COMPLAINING_STORE % 3)["LD_PRELOAD"]
+    daemon = paced.Paced(host, pace, [library])
+    assert daemon.start().status == 0
+    pid = host.daemon_pid()
+    assert daemon.says()[-1] == texts.MONITORING
+    assert not daemon.step()
+    assert host.status_of(pid) == 8
+    assert host.log()[daemon.told:] == [*COMPLAINT, *UNNAMED, *texts.STOPPING * 2]
+    stopped = ("info", texts.STOPPED)
+    assert host.system_log() == [
+        ENTRY, ("info", f"{texts.TITLE} Service successfully started"), ("error", ""), stopped, stopped,
+        ("info", "===== Daemon Exit Point =====\n")]
