@@ -9,18 +9,6 @@ LONG = {"THHS_POLL_INTERVAL": 600}
 FAILED_STOP = texts.STOPPING * 2  # once by the worker, once by the main thread that sees it gone
 
 
-def machine_lines(host):
-    """The two lines about the machine that a start writes."""
-    memory = dict(line.split()[:2] for line in host.get("/proc/meminfo").splitlines())
-    return ["Number of CPUs = 1", f"Total size of Memory = {memory['MemTotal:']}"]
-
-
-def started(host):
-    """The log of a start up to the first pass, on a host that watches nothing."""
-    load = texts.load(host.store)
-    return [*load, texts.STARTED, *load, *machine_lines(host), texts.MONITORING]
-
-
 def begin(host, option="-start"):
     """Starts the daemon, waits for its first pass to begin, and gives its process id."""
     before = host.log().count(texts.MONITORING)
@@ -36,7 +24,7 @@ SYSTEM_LOG_OF_START = [("info", "===== Daemon Entry Point =====\n"),
 def test_a_start_loads_twice_and_begins_its_first_pass_at_once(make_host):
     host = make_host(store=LONG)
     begin(host)
-    assert host.log() == started(host)
+    assert host.log() == host.log_of_start()
     assert host.system_log() == SYSTEM_LOG_OF_START
 
 
@@ -46,7 +34,7 @@ def test_a_terminated_daemon_logs_its_stop_once_and_ends_with_255(make_host):
     pid = begin(host)
     host.terminate()
     assert host.status_of(pid) == 255
-    assert host.log() == started(host) + texts.STOPPING
+    assert host.log() == host.log_of_start() + texts.STOPPING
     assert host.system_log() == [*SYSTEM_LOG_OF_START, ("info", texts.STOPPED)]
 
 
@@ -78,6 +66,38 @@ def test_a_second_stop_signal_during_a_stop_begins_no_further_pass(make_host):
     assert host.log() == [*log, texts.STOPPING[-1]]
 
 
+HELD_GSTACK = """#!/bin/sh
+: >/run/capturing
+until [ -e /run/capture-goes-on ]; do sleep 0.05; done
+echo stacks
+"""
+
+
+def test_a_stop_leaves_a_capture_at_its_work(make_host):
+    """What a capture has still to do gets done while the stop goes on behind the end of all threads it knows."""
+    host = make_host(store={**LONG, "THHS_MONITOR_CPU": "exampled:80", "THHS_INCREASE_LOG_LEVEL": 1,
+                            "THHS_CAPTURE_WITHOUT_THRESHOLD": 1},
+                     processes=[Process(999999, "/opt/exampled", cpu=90)])
+    host.put(f"{product.BASE}/tarnhaven/bin/txlogcfg", HANGING_RESTORE, 0o755)
+    host.put("/usr/bin/gstack", HELD_GSTACK, 0o755)
+    host.adopt_orphans()
+    pid = begin(host)
+    host.until(lambda: any("DebugLevel=6" in line for line in host.shell_lines()), "the levels are raised")
+    host.until(lambda: host.exists("/run/capturing"), "a capture waits for its tool")
+    host.kill(pid, signal.SIGTERM)
+    host.until(lambda: host.exists("/run/restoring"), "the restore hangs")
+    host.put("/run/capture-goes-on")
+    expected = (texts.section("/usr/bin/cat /proc/999999/smaps", "")
+                + texts.section("/usr/bin/cat /proc/999999/status", "")
+                + texts.section("/usr/bin/gstack 999999", "stacks\n")
+                + texts.section("/usr/bin/pmap 999999", "pmap says: 999999\n"))
+    path = "exampled/999999/Evidence1/999999_<time>_CPU.ProcessData"
+    host.comes_to(lambda: host.evidence().get(path), expected)
+    host.put("/run/go")
+    assert host.status_of(pid) == 255
+    assert host.log()[-3:] == texts.STOPPING
+
+
 @pytest.mark.parametrize("number", [signal.SIGTERM, signal.SIGINT])
 def test_both_stop_signals_stop_the_daemon_in_order(make_host, number):
     host = make_host(store=LONG)
@@ -85,7 +105,7 @@ def test_both_stop_signals_stop_the_daemon_in_order(make_host, number):
     pid = begin(host)
     host.kill(pid, number)
     assert host.status_of(pid) == 255
-    assert host.log() == started(host) + texts.STOPPING
+    assert host.log() == host.log_of_start() + texts.STOPPING
 
 
 def test_a_hangup_is_survived_without_a_word(make_host):
@@ -95,7 +115,7 @@ def test_a_hangup_is_survived_without_a_word(make_host):
     host.kill(pid, signal.SIGHUP)
     assert host.run("-uninstall").status == 0  # it still answers to its stop
     host.until_gone()
-    assert host.log() == started(host) + texts.STOPPING
+    assert host.log() == host.log_of_start() + texts.STOPPING
 
 
 @pytest.mark.parametrize("number", [signal.SIGCHLD, signal.SIGTSTP, signal.SIGTTIN, signal.SIGTTOU])
@@ -114,7 +134,7 @@ def test_a_stop_signal_to_the_starting_process_leaves_the_daemon_alone(make_host
     result = host.wait(first)
     assert result.status == 255
     assert [one["pid"] for one in host.daemons()] == [host.daemon_pid()]
-    assert host.log() == started(host)  # no stop was logged
+    assert host.log() == host.log_of_start()  # no stop was logged
 
 
 def test_a_killed_daemon_leaves_its_id_and_a_later_start_works(make_host):
@@ -129,7 +149,7 @@ def test_a_killed_daemon_leaves_its_id_and_a_later_start_works(make_host):
     assert second != first
     assert [one["pid"] for one in host.daemons()] == [second]
     host.terminate()
-    assert host.log() == started(host) * 2 + texts.STOPPING
+    assert host.log() == host.log_of_start() * 2 + texts.STOPPING
 
 
 def test_a_terminated_daemon_can_be_started_again(host):
@@ -146,7 +166,7 @@ def test_a_start_beside_a_daemon_leaves_it_and_its_id_alone(make_host):
     pid = begin(host)
     assert host.run("-start").status == 0
     assert host.daemon_pid() == pid
-    assert host.log() == started(host) + texts.load(host.store)  # the foreground of the second start
+    assert host.log() == host.log_of_start() + texts.load(host.store)  # the foreground of the second start
 
 
 def test_the_lock_files_are_private_and_stay(host):
@@ -173,7 +193,7 @@ def test_every_pass_reads_the_store_again(make_host):
     begin(host)
     host.after_pass(3)
     load = texts.load(host.store)
-    expected = started(host) + (load + [texts.MONITORING]) * 3
+    expected = host.log_of_start() + (load + [texts.MONITORING]) * 3
     assert host.log()[:len(expected) - 1] == expected[:-1]
 
 
@@ -242,7 +262,7 @@ def test_a_reload_that_fails_ends_the_daemon_with_every_line(make_host, option, 
                                                              reason):
     host = make_host(store={"THHS_POLL_INTERVAL": 8})
     host.adopt_orphans()
-    before = started(host)
+    before = host.log_of_start()
     pid = begin(host, option)
     assert host.log() == before
     host.configure(changes)

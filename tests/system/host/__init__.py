@@ -30,6 +30,7 @@ Processes and tools
   otherwise. Real processes come from `host.spawn(...)`.
 
   `paced.Paced(host, pace)` starts a daemon whose passes go on only when the test lets them.
+  `refusing.refuse(host, ...)` makes calls of the machine fail for the daemon.
 
 Time
   A pass is a poll interval and a little more; the first begins with the start, which itself takes two
@@ -46,7 +47,7 @@ What is compared
 """
 import os
 
-from . import paced, product, texts
+from . import paced, product, refusing, texts
 from .machine import Host, HostFailed, Result, missing_tools
 from .scripted import Process, Tool
 
@@ -55,4 +56,4 @@ SEEDS = ([int(os.environ["THSENTINEL_SEED"])] if "THSENTINEL_SEED" in os.environ
          else range(1, 201 if NIGHTLY else 11))
 
 __all__ = ["Host", "HostFailed", "NIGHTLY", "Process", "Result", "SEEDS", "Tool", "missing_tools", "paced",
-           "product", "texts"]
+           "product", "refusing", "texts"]

@@ -277,6 +277,17 @@ class Host:
         """The entries of the diagnostic log without their stamps."""
         return texts.entries_of(self.log_text())
 
+    def machine_lines(self):
+        """The two lines about the machine that a start writes."""
+        memory = dict(line.split()[:2] for line in self.get("/proc/meminfo").splitlines())
+        processors = self.get("/proc/cpuinfo").count("processor\t")
+        return [f"Number of CPUs = {processors}", f"Total size of Memory = {memory['MemTotal:']}"]
+
+    def log_of_start(self):
+        """The log of a start up to its first pass, where nothing is watched and nothing is wrong."""
+        load = texts.load(self.store)
+        return [*load, texts.STARTED, *load, *self.machine_lines(), texts.MONITORING]
+
     def times_of(self, entry):
         """When each entry of this text was written, in seconds of one day."""
         lines = (re.fullmatch(r"\S+ (\d\d):(\d\d):(\d\d):(\d{3}) - (.*)", line)
