@@ -165,6 +165,18 @@ def test_a_memory_breach_is_filed_under_its_label(make_host):
             if "DiskPerf" not in path} == {"Memory"}
 
 
+def test_a_name_that_is_a_path_is_the_name_of_its_folder_as_it_stands(make_host):
+    """Below the root of the evidence, the name / is that root itself."""
+    host = make_host(store={"THHS_MONITOR_CPU": "/:80", "THHS_CAPTURE_WITHOUT_THRESHOLD": 1,
+                            "THHS_DUMP_COUNT": 1}, processes=[Process(999999, "/", cpu=90)])
+    host.start()
+    host.log_says(texts.taking(1, "/", 999999))
+    host.comes_to(host.evidence_paths, [
+        "999999", "999999/Evidence1", *(f"999999/Evidence1/999999_<time>_CPU.{ending}" for ending in (
+            "DiskPerf_iostat", "DiskPerf_mpstat", "MemoryPerf", "Netstat", "ProcessData")),
+        "999999/evidence.lock"])
+
+
 def test_a_process_that_is_gone_leaves_heads_alone(make_host):
     host = make_host(store={"THHS_MONITOR_CPU": f"{NAME}:80", "THHS_VERBOSE": 1},
                      processes=[Process(999999, f"/opt/{NAME}", cpu=ONE_BREACH)])

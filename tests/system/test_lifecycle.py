@@ -48,16 +48,26 @@ esac
 """
 
 
-def test_a_second_stop_signal_during_a_stop_begins_no_further_pass(make_host):
+def hanging_host(make_host):
+    """A host whose daemon raises log levels in its first pass, and hangs where a stop restores them."""
     host = make_host(store={**LONG, "THHS_MONITOR_CPU": "exampled:80", "THHS_INCREASE_LOG_LEVEL": 1,
                             "THHS_CAPTURE_WITHOUT_THRESHOLD": 1},
-                     processes=[Process(4321, "/opt/exampled", cpu=90)])
+                     processes=[Process(999999, "/opt/exampled", cpu=90)])
     host.put(f"{product.BASE}/tarnhaven/bin/txlogcfg", HANGING_RESTORE, 0o755)
     host.adopt_orphans()
-    pid = begin(host)
+    return host
+
+
+def stop_until_it_hangs(host, pid):
     host.until(lambda: any("DebugLevel=6" in line for line in host.shell_lines()), "the levels are raised")
     host.kill(pid, signal.SIGTERM)
     host.until(lambda: host.exists("/run/restoring"), "the restore hangs")
+
+
+def test_a_second_stop_signal_during_a_stop_begins_no_further_pass(make_host):
+    host = hanging_host(make_host)
+    pid = begin(host)
+    stop_until_it_hangs(host, pid)
     log = host.log()
     for _ in range(3):
         host.kill(pid, signal.SIGTERM)  # the main thread is busy, so the worker gets it
@@ -73,19 +83,14 @@ echo stacks
 """
 
 
-def test_a_stop_leaves_a_capture_at_its_work(make_host):
-    """What a capture has still to do gets done while the stop goes on behind the end of all threads it knows."""
-    host = make_host(store={**LONG, "THHS_MONITOR_CPU": "exampled:80", "THHS_INCREASE_LOG_LEVEL": 1,
-                            "THHS_CAPTURE_WITHOUT_THRESHOLD": 1},
-                     processes=[Process(999999, "/opt/exampled", cpu=90)])
-    host.put(f"{product.BASE}/tarnhaven/bin/txlogcfg", HANGING_RESTORE, 0o755)
+def test_a_stop_closes_no_thread_of_a_capture(make_host):
+    """A capture does what it has still to do while the stop is past the closing of threads."""
+    host = hanging_host(make_host)
     host.put("/usr/bin/gstack", HELD_GSTACK, 0o755)
-    host.adopt_orphans()
     pid = begin(host)
-    host.until(lambda: any("DebugLevel=6" in line for line in host.shell_lines()), "the levels are raised")
     host.until(lambda: host.exists("/run/capturing"), "a capture waits for its tool")
-    host.kill(pid, signal.SIGTERM)
-    host.until(lambda: host.exists("/run/restoring"), "the restore hangs")
+    stop_until_it_hangs(host, pid)
+    assert host.log()[-2:] == texts.STOPPING[:-1]
     host.put("/run/capture-goes-on")
     expected = (texts.section("/usr/bin/cat /proc/999999/smaps", "")
                 + texts.section("/usr/bin/cat /proc/999999/status", "")
