@@ -69,6 +69,17 @@ def make_host(hosts_possible, installed):
 
 
 @pytest.fixture
+def live(make_host, pace):
+    """Starts a paced daemon on a host that is described; its first pass is over but for the sleep."""
+    def start(**description):
+        daemon = paced.Paced(make_host(**description), pace)
+        assert daemon.start().status == 0
+        return daemon
+
+    return start
+
+
+@pytest.fixture
 def host(make_host):
     """A host with nothing but defaults."""
     return make_host()

@@ -1,7 +1,5 @@
 """Who is watched from pass to pass, line by line: names that come and go, processes that end and return."""
-import pytest
-
-from host import Process, paced, product, texts
+from host import Process, product, texts
 
 NAME = "exampled"
 CPU, MEMORY = "THHS_MONITOR_CPU", "THHS_MONITOR_MEMORY"
@@ -11,32 +9,20 @@ BARE_PASS = [texts.MONITORING, "Memory unit is ABSOLUTE.", "Memory unit is ABSOL
 TRACES = ("Cmd:", "Output:", "ReturnCode:")  # of a shell line
 
 
-@pytest.fixture
-def live(make_host, pace):
-    """Starts a paced daemon; its first pass is over but for the sleep."""
-    def start(**description):
-        daemon = paced.Paced(make_host(**description), pace)
-        assert daemon.start().status == 0
-        return daemon
-
-    return start
-
-
-def told(daemon, *beginnings):
+def of_pass(host, entries, *beginnings):
     """What the latest pass said, the load and the traces of shell lines left out; or what begins like this."""
-    entries = daemon.says()
-    end_of_load = texts.end_of_load(daemon.host.store)[-1]
+    end_of_load = texts.end_of_load(host.store)[-1]
     latest = entries[len(entries) - entries[::-1].index(end_of_load):]
     found = [one for one in latest if not one.startswith(TRACES) and "running with basename" not in one]
     return [one for one in found if one.startswith(beginnings)] if beginnings else found
 
 
+def first_pass(daemon, *beginnings):
+    return of_pass(daemon.host, daemon.says(), *beginnings)
+
+
 def next_pass(daemon, *beginnings, **changes):
-    """Changes settings, ends the sleep, and gives what the pass after it said."""
-    daemon.says()
-    daemon.host.configure(changes)
-    assert daemon.step(), daemon.host.report("the daemon is gone")
-    return told(daemon, *beginnings)
+    return of_pass(daemon.host, daemon.next_pass(**changes), *beginnings)
 
 
 def removed(pid):
@@ -83,7 +69,7 @@ def test_without_a_listed_name_a_pass_adds_nothing_and_cleans_nothing_up(live):
     daemon = live(store={**VERBOSE, "THHS_MONITOR_DEADLOCK": NAME}, processes=[
         Process(100, f"/opt/{NAME}", last=1), Process(200, f"{product.BASE}/bin/idle", last=1)])
     both = in_tables(100) + ["Inserting in to multimap processIDAndNameMap <idle : 200> "]
-    assert told(daemon)[-len(both + BARE_PASS):] == both + BARE_PASS
+    assert first_pass(daemon)[-len(both + BARE_PASS):] == both + BARE_PASS
     assert next_pass(daemon) == BARE_PASS
 
 
@@ -106,7 +92,7 @@ def test_the_counters_of_all_processes_go_in_two_passes_and_take_window_and_dump
                          "THHS_DUMP_COUNT": 1}, processes=rows)
     looked_at = ("ProcessId (", "Removing from ", "Sum : ", "Taking ", "Dump count reached ")
     first = [line for pid in (100, 200, 300) for line in (counted(pid, 90, 1, 90), texts.taking(1, NAME, pid))]
-    assert told(daemon, *looked_at) == first
+    assert first_pass(daemon, *looked_at) == first
     assert next_pass(daemon, *looked_at) == [
         *removed(100), *removed(300), counted(200, 90, 2, 45),
         f"Dump count reached max allowed for process {NAME} : 1"]
@@ -119,7 +105,7 @@ def test_a_resource_without_a_list_keeps_the_counters_of_the_dead(live):
                   processes=[Process(100, f"/opt/{NAME}", cpu=40, rss=20 * 1024, last=1)])
     looked_at = ("ProcessId (", "CPU usage ", "Memory usage ")
     of_process = f"usage for process {NAME}(100)"
-    assert told(daemon, *looked_at) == [f"CPU {of_process} : 40.00 Percent", f"Memory {of_process} : 20.00 MB"]
+    assert first_pass(daemon, *looked_at) == [f"CPU {of_process} : 40.00 Percent", f"Memory {of_process} : 20.00 MB"]
     kept = f"CPU {of_process} : 0.00 Percent"
     assert next_pass(daemon, *looked_at, **{CPU: None}) == [removed(100)[0], kept]
     assert next_pass(daemon, *looked_at) == [kept]
@@ -131,7 +117,7 @@ def test_a_counter_goes_without_a_word_unless_verbose(live):
     again = Process(100, f"/opt/{NAME}", cpu=40, first=3)
     daemon = live(store={CPU: f"{NAME}:50"}, processes=[process, again])
     added = [*texts.added("CPU", process, NAME), texts.MONITORING]
-    assert told(daemon)[-len(added):] == added
+    assert first_pass(daemon)[-len(added):] == added
     assert next_pass(daemon) == [texts.MONITORING]
     assert next_pass(daemon) == added
 
@@ -143,7 +129,7 @@ def test_a_counter_goes_without_a_word_unless_verbose(live):
 def test_a_counter_that_comes_later_begins_with_its_own_first_reading(live):
     daemon = live(store={**VERBOSE, CPU: f"{NAME}:99"}, processes=[
         Process(100, f"/opt/{NAME}", cpu=10), Process(200, f"/opt/{NAME}", cpu=70, first=3)])
-    assert told(daemon, "Sum : ") == [counted(100, 10, 1, 10)]
+    assert first_pass(daemon, "Sum : ") == [counted(100, 10, 1, 10)]
     assert next_pass(daemon, "Sum : ") == [counted(100, 20, 2, 10)]
     assert next_pass(daemon, "Sum : ") == [counted(100, 30, 3, 10), counted(200, 70, 1, 70)]
 
@@ -160,5 +146,5 @@ def test_each_manager_starts_empty_and_bears_its_label(live):
             yield f"Finding process id 100 inside mProcessIDAndCouterMap and {'' if known else 'Not '}Found."
 
     looked_at = ("Inside ", "<", "Finding ")
-    assert told(daemon, *looked_at) == list(registry(known=False))
+    assert first_pass(daemon, *looked_at) == list(registry(known=False))
     assert next_pass(daemon, *looked_at) == list(registry(known=True))

@@ -7,34 +7,18 @@ NAME, PID = "exampled", 4321
 WATCHING = {"THHS_MONITOR_CPU": f"{NAME}:50", "THHS_CAPTURE_NETWORK_STAT": 0, "THHS_CAPTURE_DISK_IO": 0}
 
 
-@pytest.fixture
-def live(make_host, pace):
-    """Starts a paced daemon that watches one process; its first pass is over but for the sleep."""
-    def start(**settings):
-        host = make_host(store={**WATCHING, **settings}, processes=[Process(PID, f"/opt/{NAME}", cpu=7)])
-        daemon = paced.Paced(host, pace)
-        assert daemon.start().status == 0
-        return daemon
-
-    return start
-
-
-def next_pass(daemon, **changes):
-    """Changes settings, ends the sleep, and gives all that was said from then on."""
-    daemon.says()
-    daemon.host.configure(changes)
-    assert daemon.step(), daemon.host.report("the daemon is gone")
-    return daemon.says()
+def watching(live, **settings):
+    return live(store={**WATCHING, **settings}, processes=[Process(PID, f"/opt/{NAME}", cpu=7)])
 
 
 def test_a_number_whose_key_has_gone_stays_in_force_without_a_word(live):
-    daemon = live(THHS_CAPTURE_WITHOUT_THRESHOLD=1, THHS_DUMP_COUNT=1)
+    daemon = watching(live, THHS_CAPTURE_WITHOUT_THRESHOLD=1, THHS_DUMP_COUNT=1)
     assert texts.taking(1, NAME, PID) in daemon.says()
     expected = [texts.MONITORING,
                 f"CPU Capturing evidence for process {NAME} ({PID}) without threshold , "
                 "Threshold : 50 Percent , Usage : 7.00 Percent",
                 f"Dump count reached max allowed for process {NAME} : 1"]
-    said = next_pass(daemon, THHS_CAPTURE_WITHOUT_THRESHOLD=None, THHS_DUMP_COUNT=None)
+    said = daemon.next_pass(THHS_CAPTURE_WITHOUT_THRESHOLD=None, THHS_DUMP_COUNT=None)
     assert said == texts.load(daemon.host.store) + expected
     assert daemon.host.evidence_paths() == [
         NAME, f"{NAME}/{PID}", f"{NAME}/{PID}/Evidence1", *(
@@ -43,11 +27,11 @@ def test_a_number_whose_key_has_gone_stays_in_force_without_a_word(live):
 
 
 def test_a_text_whose_key_has_gone_is_empty(live):
-    daemon = live(THHS_JDK_HOME="/opt/jdk")
+    daemon = watching(live, THHS_JDK_HOME="/opt/jdk")
     assert texts.JDK_NOT_SET not in daemon.says()
     load = texts.load(daemon.host.store)
-    assert next_pass(daemon) == [line for line in load if line != texts.JDK_NOT_SET] + [texts.MONITORING]
-    assert next_pass(daemon, THHS_JDK_HOME=None) == load + [texts.MONITORING]
+    assert daemon.next_pass() == [line for line in load if line != texts.JDK_NOT_SET] + [texts.MONITORING]
+    assert daemon.next_pass(THHS_JDK_HOME=None) == load + [texts.MONITORING]
 
 
 # From the given reading on, the text of one key comes with a complaint.

@@ -29,7 +29,8 @@ Processes and tools
   and cat are always real. /proc/cpuinfo shows one processor, so readings are not divided, unless `cpus` says
   otherwise. Real processes come from `host.spawn(...)`.
 
-  `paced.Paced(host, pace)` starts a daemon whose passes go on only when the test lets them.
+  `paced.Paced(host, pace)` starts a daemon whose passes go on only when the test lets them; `live(...)` makes
+  the host too. `interpose(host, source)` puts functions of the test's own between a program and its libraries.
   `refusing.refuse(host, ...)` makes calls of the machine fail for the daemon.
 
 Time

@@ -123,6 +123,14 @@ class Paced:
             self._comes_to_sleep()
         return result
 
+    def next_pass(self, **changes):
+        """Changes settings, goes on to the sleep of the next pass, and gives what was said from then on."""
+        self.says()
+        self.host.configure(changes)
+        if not self.step():
+            raise AssertionError(self.host.report("the daemon is gone"))
+        return self.says()
+
     def says(self):
         """What the log says since this was asked last, once the captures of the pass have ended."""
         self.captures_end()
