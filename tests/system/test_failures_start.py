@@ -5,12 +5,10 @@ from host import paced, product, refusing, texts
 
 LONG = {"THHS_POLL_INTERVAL": 600}
 NO_FORK = "Error: Failed to fork the process\n"
-NOT_STARTED = "Error: Failed to start the daemon, please check the log for the reason\n"
 NO_FOLDER = ("Invalid value for THHS_EVIDENCE_PATH : /evidence. Specified folder does not exist. thsentinel "
              "will not start.")
 ENTRY, EXIT = ("info", "===== Daemon Entry Point =====\n"), ("info", "===== Daemon Exit Point =====\n")
 UP = ("info", f"{texts.TITLE} Service successfully started")
-STOPPED_IN_LOAD = [texts.READING, texts.JDK_NOT_SET]
 
 OPTIONS = pytest.mark.parametrize("option, label, status", [("-start", "start", 8), (None, "run", 10)])
 
@@ -41,12 +39,12 @@ def test_a_load_that_fails_in_the_daemon_alone_ends_it_before_its_worker(life, o
     """Its folder goes away between the load of the foreground and its own."""
     host, daemon = life
     refusing.in_child(host, f"echo $PPID >/run/daemon; mv {host.evidence_path} /gone\n")
-    expected = texts.begun(label) * 2 + NOT_STARTED + texts.failed(label)
+    expected = texts.begun(label) * 2 + texts.NOT_STARTED + texts.failed(label)
     assert daemon.start(option) == (status, expected, "")
     pid = int(host.get("/run/daemon"))
     assert host.daemon_pid() == pid
     assert host.status_of(pid) == status
-    assert host.log() == [*texts.load(host.store), texts.STARTED, *STOPPED_IN_LOAD, NO_FOLDER,
+    assert host.log() == [*texts.load(host.store), texts.STARTED, texts.READING, texts.JDK_NOT_SET, NO_FOLDER,
                           f"Error:{texts.INVALID_STOPS}", texts.STOPPED]
     assert host.system_log() == [ENTRY, ("error", texts.INVALID_STOPS)]
     assert host.shell_lines() == []
@@ -59,7 +57,7 @@ def test_a_daemon_that_is_never_seen_is_given_up_behind_three_checks_and_comes_a
     host.until(lambda: host.process_of(start)["state"] == "Z", "the foreground has given up")
     assert host.get(product.RUN_LOCK) == ""
     host.put("/run/go")
-    parent = texts.begun("start") + texts.NO_DETAILS * 3 + NOT_STARTED + texts.failed("start")
+    parent = texts.begun("start") + texts.NO_DETAILS * 3 + texts.NOT_STARTED + texts.failed("start")
     assert host.wait(start) == (8, parent + texts.begun("start"), "")
     host.log_says(texts.MONITORING)
     assert [one["pid"] for one in host.daemons()] == [host.daemon_pid()]
@@ -70,7 +68,7 @@ def test_a_child_lock_that_cannot_be_made_lets_no_daemon_run(life):
     host.folder(product.CHILD_LOCK)
     trouble = f"Error: Failed to create file {product.CHILD_LOCK}\n"
     child = texts.begun("start") + trouble + texts.ALREADY
-    parent = texts.begun("start") + texts.NO_DETAILS * 3 + NOT_STARTED + texts.failed("start")
+    parent = texts.begun("start") + texts.NO_DETAILS * 3 + texts.NOT_STARTED + texts.failed("start")
     assert daemon.start() == (8, child + parent, "")
     assert host.daemons() == []
     assert host.log() == texts.load(host.store)
@@ -91,7 +89,7 @@ def test_a_worker_that_cannot_be_made_is_tried_three_times_without_a_word(life):
     host, daemon = life
     refusing.refuse(host, "thread of main")
     refusing.in_child(host, "echo $PPID >/run/daemon\n")
-    expected = texts.begun("start") * 2 + NOT_STARTED + texts.failed("start")
+    expected = texts.begun("start") * 2 + texts.NOT_STARTED + texts.failed("start")
     assert daemon.start() == (8, expected, "")
     assert host.status_of(int(host.get("/run/daemon"))) == 8
     assert host.log() == host.log_of_start()[:-1]
@@ -104,30 +102,6 @@ def test_a_worker_that_is_made_at_the_third_try_works_as_any(life):
     assert daemon.start().status == 0
     assert host.log() == host.log_of_start()
     host.terminate()
-
-
-@OPTIONS
-def test_an_evidence_path_with_an_unusual_code_starts_nothing_and_no_reason_is_told(life, option, label,
-                                                                                    status):
-    host, daemon = life
-    refusing.refuse(host, "store THHS_EVIDENCE_PATH")
-    assert daemon.start(option) == (status, texts.begun(label) + texts.failed(label), "")
-    assert host.log() == STOPPED_IN_LOAD
-    assert host.system_log() == []
-
-
-@OPTIONS
-def test_a_reload_with_an_unusual_code_stops_the_service_without_a_reason(life, option, label, status):
-    host, daemon = life
-    assert daemon.start(option).status == 0
-    pid = host.daemon_pid()
-    refusing.refuse(host, "store THHS_EVIDENCE_PATH")
-    assert not daemon.step()
-    assert host.status_of(pid) == status
-    assert host.log() == [*host.log_of_start(), *STOPPED_IN_LOAD, "Error:", texts.STOPPED,
-                          *texts.STOPPING * 2]
-    assert host.system_log() == [ENTRY, UP, ("error", ""), ("info", texts.STOPPED), ("info", texts.STOPPED),
-                                 EXIT]
 
 
 def test_other_texts_with_an_unusual_code_count_as_not_defined_without_a_word(life):

@@ -126,6 +126,12 @@ def taking(count, name, pid):
     return f"Taking Process Dump (Count #{count}) for process {name} ({pid})."
 
 
+def is_of_a_capture(entry):
+    """Whether a verbose line tells of the start or the work of a thread that captures."""
+    return entry.startswith(("Thread (TID : ", "CollectCommandData : ")) or entry.endswith(
+        " data collected successfully.")
+
+
 def section(command, output):
     """One section of an evidence file."""
     return f"\n\n{RULE}\nCommand: {command}\n{RULE}\n{output}"
