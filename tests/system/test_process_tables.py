@@ -41,16 +41,6 @@ def a_process(host, name):
     return host.spawn(f"/opt/{name}", "100000")
 
 
-def after_passes(make_host, pace, count, **description):
-    """A host after that many passes of its daemon, which sleeps."""
-    host = make_host(**description)
-    daemon = paced.Paced(host, pace)
-    assert daemon.start().status == 0
-    for _ in range(count - 1):
-        assert daemon.step()
-    return host
-
-
 # ----------------------------------------------------------------------------------------------------------
 # Who is left out, and who is not
 # ----------------------------------------------------------------------------------------------------------
@@ -90,18 +80,19 @@ def test_the_helpers_of_the_listing_stand_among_the_ids_and_among_the_names_when
     assert inserted(names, IDS) == inserted(ids, NAMES) == []
 
 
-def test_with_nothing_to_watch_the_listing_is_filtered_by_the_install_root_alone(make_host, pace):
+def test_with_nothing_to_watch_the_listing_is_filtered_by_the_install_root_alone(live):
     rows = [Process(100, "/opt/other"), Process(200, "/usr/tarnv/tarnhaven/bin/tbrd -d")]
-    host = after_passes(make_host, pace, 2, store=VERBOSE, processes=rows)
+    daemon = live(store=VERBOSE, processes=rows)
+    assert daemon.step()
+    host = daemon.host
     assert host.shell_lines()[2:] == [listing_line("/usr/tarnv")] * 4
     tables = [entry for entry in host.log() if entry.startswith("Inserting")]
     assert tables == [f"Inserting in to multimap {IDS} <tbrd : 200> "] * 2
 
 
-def test_only_a_process_from_outside_the_product_gets_a_note(make_host, pace):
+def test_only_a_process_from_outside_the_product_gets_a_note(live):
     rows = [Process(100, f"/opt/{NAME}"), Process(200, f"/usr/tarnv/bin/{NAME}"), Process(300, NAME)]
-    host = after_passes(make_host, pace, 1, processes=rows,
-                        store={**VERBOSE, "THHS_MONITOR_CPU": f"{NAME}:100"})
+    host = live(processes=rows, store={**VERBOSE, "THHS_MONITOR_CPU": f"{NAME}:100"}).host
     notes = [entry for entry in host.log() if "is running with basename" in entry]
     assert notes == [f"{NAME}({pid}) process is running with basename" for pid in (100, 300)] * 2
     assert inserted(host.log(), NAMES) == [(NAME, 100), (NAME, 200), (NAME, 300)]
@@ -139,9 +130,8 @@ def test_a_line_of_the_listing_is_taken_apart_at_its_blanks(make_host, pace):
     assert inserted(host.log(), NAMES) == []
 
 
-def test_a_list_element_of_nothing_but_blanks_keeps_them_and_is_a_name(make_host, pace):
-    host = after_passes(make_host, pace, 1, processes=[Process(100, "/opt/other -d"), Process(200, "other")],
-                        store={**VERBOSE, "THHS_MONITOR_DEADLOCK": "  a  ,  ,b "})
+def test_a_list_element_of_nothing_but_blanks_keeps_them_and_is_a_name(live):
+    host = live(store={**VERBOSE, "THHS_MONITOR_DEADLOCK": "  a  ,  ,b "}).host
     log = host.log()
     place = log.index(texts.READING)
     assert log[place:place + 4] == [texts.READING, *(
@@ -201,10 +191,8 @@ MARKERS = {
 
 
 @pytest.mark.parametrize("rows, added, skipped", MARKERS.values(), ids=MARKERS.keys())
-def test_a_java_process_is_the_first_that_bears_the_mark_or_has_the_id_minus_one(make_host, pace, rows, added,
-                                                                                 skipped):
-    host = after_passes(make_host, pace, 1, processes=[Process(*row) for row in rows],
-                        store={"THHS_MONITOR_CPU": "adminconsole:80"})
+def test_a_java_process_is_the_first_that_bears_the_mark_or_has_the_id_minus_one(live, rows, added, skipped):
+    host = live(processes=[Process(*row) for row in rows], store={"THHS_MONITOR_CPU": "adminconsole:80"}).host
     said = [entry for entry in host.log() if entry.startswith(("CPU counter added", "Skipping"))]
     assert sorted(said) == [
         f"CPU counter added for process java with PID - {pid} : java#{pid}" for pid in added] + [
