@@ -32,6 +32,7 @@ constexpr int EXIT_ON_SIGNAL = -1;
 // same keeps a second stop from interrupting the first.
 volatile sig_atomic_t gStopsAreHeld = 0;
 volatile sig_atomic_t gHeldStop = 0;
+volatile sig_atomic_t gStopIsPassedOn = 0; // by a thread that the signal met, to the main thread
 
 void HoldStops()
 {
@@ -153,6 +154,7 @@ void SignalHandler(int signal)
     }
     // Another thread may be cancelled by the stop, or hold a lock that the stop waits for.
     if (!IsMainThread()) {
+        gStopIsPassedOn = 1;
         (void)tgkill(getpid(), getpid(), signal); // fails only when the process is ending already
         return;
     }
@@ -168,6 +170,11 @@ void SignalHandler(int signal)
         (void)pthread_cancel(gTID); // the worker may have ended by itself
     }
     exit(EXIT_ON_SIGNAL);
+}
+
+bool IsStopUnderWay()
+{
+    return gStopTheDaemon != 0 || gStopIsPassedOn != 0;
 }
 
 void WaitTakingStops(unsigned int seconds)

@@ -8,6 +8,7 @@
 #include "config/THCrossPlatformMapping.h"
 #include "counters/CounterMgr.h"
 #include "platform/BoundedText.h"
+#include "platform/ProgramNames.h"
 #include "platform/UnixHelperFactoryMethod.h"
 #include "platform/UnixHelperFunction.h"
 #include "thbase.h"
@@ -19,9 +20,6 @@
 
 namespace
 {
-constexpr char TITLE[] = "Tarnhaven Health Sentinel";
-constexpr char SHORT_NAME[] = "thsentinel";
-
 bool gRunDaemonLoop = true;
 
 std::string GetFailureText(int result)
@@ -83,13 +81,13 @@ void AddCounters(CounterMgr& manager)
 }
 
 /**
- * Begins nothing more once a stop is being handled: a second stop signal may reach the worker and end its
- * sleep, and a breach found now would raise log levels behind their restoring. The end of the process, or the
- * cancellation shortly before it, ends the wait.
+ * Begins nothing more once a stop has come: its signal may have met the worker and ended its sleep, and a
+ * breach found now would raise log levels behind their restoring. The end of the process, or the cancellation
+ * shortly before it, ends the wait.
  */
 void WaitForEndOfStop()
 {
-    while (gStopTheDaemon != 0) {
+    while (IsStopUnderWay()) {
         (void)pause(); // returns on signals alone
     }
 }

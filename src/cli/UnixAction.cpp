@@ -3,11 +3,11 @@
 #include "cli/THDaemonInfra.h"
 #include "platform/Console.h"
 #include "platform/HelperFunctionInterface.h"
+#include "platform/ProgramNames.h"
 #include "platform/UnixHelperFactoryMethod.h"
 
 namespace
 {
-constexpr char SHORT_NAME[] = "thsentinel";
 constexpr unsigned int SECONDS_BEFORE_FIRST_CHECK = 2;
 constexpr int CHECKS = 3;
 } // namespace

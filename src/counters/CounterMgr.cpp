@@ -9,6 +9,7 @@
 #include "counters/ReadingWindow.h"
 #include "platform/BoundedText.h"
 #include "platform/HelperFunctionInterface.h"
+#include "platform/ProgramNames.h"
 #include "platform/THUEnv.h"
 #include "platform/UnixHelperFactoryMethod.h"
 
@@ -18,7 +19,6 @@
 
 namespace
 {
-constexpr char TITLE[] = "Tarnhaven Health Sentinel";
 constexpr char UNIT_MEGABYTES[] = "MB";
 constexpr char UNIT_PERCENT[] = "Percent";
 constexpr std::size_t BREACH_TEXT_SIZE = 2048;

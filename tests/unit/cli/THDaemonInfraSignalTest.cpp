@@ -22,6 +22,7 @@ constexpr char SLEEP_1[] = "7 sleep 1";
 constexpr char CANCELLATION[] = "7 cancel the worker";
 constexpr char WORKER[] = "/tmp/worker"; // thread id of a worker that has come to a certain place
 constexpr char RELEASE[] = "/tmp/release";
+constexpr char WOKEN[] = "/tmp/woken";
 
 extern "C" {
 int __real_pthread_create(pthread_t*, const pthread_attr_t*, void* (*)(void*), void*);
@@ -45,6 +46,13 @@ std::vector<std::string> GetStopEntries(const ChildProcess& daemon)
 bool IsThereAFile(const char* path)
 {
     return access(path, F_OK) == 0;
+}
+
+bool IsAsleep(pid_t process, pid_t thread)
+{
+    const std::string state =
+        ReadFile("/proc/" + std::to_string(process) + "/task/" + std::to_string(thread) + "/stat");
+    return state.find(") S ") != std::string::npos;
 }
 } // namespace
 
@@ -319,6 +327,36 @@ TEST_F(DaemonSignals, FindTheWorkerThatIsJustBeingMade)
     });
     EXPECT_EQ(daemon.Wait(), STATUS_OF_STOP);
     EXPECT_THAT(GetStopEntries(daemon), ElementsAre(STOPPED, SLEEP_1, CANCELLATION));
+}
+
+TEST_F(DaemonSignals, LetTheWorkerThatTheyMeetBeginNoFurtherPass)
+{
+    ChildProcess daemon([] {
+        GetSeams().mPthreadCreate = [](auto* id, auto* attributes, auto body, auto* argument) {
+            const int result = __real_pthread_create(id, attributes, body, argument);
+            (void)WaitFor([] { return IsThereAFile(RELEASE); }); // the main thread takes no stop meanwhile
+            return result;
+        };
+        GetSeams().mSleep = [](unsigned seconds) {
+            if (gettid() == getpid()) {
+                return SleepShort(seconds);
+            }
+            WriteThreadId(WORKER);
+            const unsigned left = SleepShort(seconds);
+            WriteFile(WOKEN, "");
+            return left;
+        };
+        return BecomeDaemon();
+    });
+    const pid_t worker = AwaitId(WORKER);
+    EXPECT_TRUE(WaitFor([&] { // one that comes before the sleep ends none
+        SendToThread(daemon.GetPid(), worker, SIGTERM);
+        return IsThereAFile(WOKEN);
+    }));
+    EXPECT_TRUE(WaitFor([&] { return IsAsleep(daemon.GetPid(), worker); }));
+    WriteFile(RELEASE, "");
+    EXPECT_EQ(daemon.Wait(), STATUS_OF_STOP);
+    EXPECT_EQ(GetLogLines(), Join({START_LINES, PASS_LINES, STOP_LINES}));
 }
 
 TEST_F(DaemonSignals, EndAForegroundProcessInItsWaitAndTearNothingDown)
