@@ -5,8 +5,8 @@
 #include "config/SettingText.h"
 #include "config/THCrossPlatformMapping.h"
 #include "platform/BoundedText.h"
-#include "platform/Console.h"
 #include "platform/HelperFunctionInterface.h"
+#include "platform/OwnedText.h"
 #include "platform/UnixHelperFactoryMethod.h"
 #include "thbase.h"
 
@@ -20,17 +20,6 @@ namespace
 constexpr int DECIMAL = 10;
 constexpr char ALLOWED_BESIDES_LETTERS[] = "0123456789@_.\\/-:, \t";
 constexpr const char* FORBIDDEN_SEQUENCES[] = {"..\\", "../", "..", "*", ".?"};
-
-struct FreeText
-{
-    void operator()(char* text) const { free(text); }
-};
-
-void LogAndPrint(const std::string& message)
-{
-    LogLine{logFileMtx}.Write("%s%s\n", GetCurrentTimeStamp().c_str(), message.c_str());
-    ConsolePuts(message.c_str());
-}
 
 void LogNotDefined(const char* key)
 {
@@ -60,6 +49,7 @@ int ReadIntegerValue(const char* key, int& value)
         return RC_CONFIG_NOT_DEFINED;
     case STORE_RC_NOT_NUMERIC:
         LogAndPrint(
+            logFileMtx,
             FormatBounded(MESSAGE_SIZE, "Invalid numeric value for %s key in Tarnhaven configuration.", key));
         return RC_CONFIG_INVALID;
     default:
@@ -77,10 +67,11 @@ std::string ReadStringValue(const char* key, std::string& value, int& result)
         LogNotDefined(key);
         return "";
     }
-    const std::unique_ptr<char, FreeText> owned(text);
+    const OwnedText owned(text);
     AssignSettingText(value, text);
     if (!ValidateInputForSpecialChars(value)) {
-        LogAndPrint(FormatBounded(MESSAGE_SIZE, "There are invalid characters in the input for %s.", key));
+        LogAndPrint(logFileMtx,
+                    FormatBounded(MESSAGE_SIZE, "There are invalid characters in the input for %s.", key));
         result = RC_CONFIG_BAD_CHARS;
     } else if (storeResult == 0) {
         result = 0;

@@ -1,6 +1,8 @@
 #include "config/LogLine.h"
 
 #include "config/ConfigurationMgr.h"
+#include "config/THCrossPlatformMapping.h"
+#include "platform/Console.h"
 #include "platform/THUEnv.h"
 
 #include <cstdarg>
@@ -39,6 +41,12 @@ void LogLine::Write(const char* format, ...)
     (void)vfprintf(mFile, format, arguments);
     va_end(arguments);
     (void)fclose(mFile);
+}
+
+void LogAndPrint(mutex& unitMutex, const std::string& message)
+{
+    LogLine{unitMutex}.Write("%s%s\n", GetCurrentTimeStamp().c_str(), message.c_str());
+    ConsolePuts(message.c_str());
 }
 
 bool IsVerbose()

@@ -3,6 +3,7 @@
 #include "config/Mutex.h"
 
 #include <cstdio>
+#include <string>
 
 /**
  * One line of the diagnostic log, from the open to the close of the day's file.
@@ -28,6 +29,9 @@ private:
     MutexHold mHold;
     FILE* mFile; ///< null when the open failed
 };
+
+/** Writes a message as a line under the unit's lock, then prints it. Any thread. */
+void LogAndPrint(mutex& unitMutex, const std::string& message);
 
 /** True when mVerbose is exactly 1 and verbose lines are written. Ask before a line is formatted. */
 bool IsVerbose();

@@ -7,7 +7,6 @@
 #include "config/LogLine.h"
 #include "config/THCrossPlatformMapping.h"
 #include "platform/BoundedText.h"
-#include "platform/Console.h"
 #include "platform/HelperFunctionInterface.h"
 #include "platform/THUEnv.h"
 #include "platform/UnixHelperFactoryMethod.h"
@@ -41,8 +40,7 @@ struct MonitoredProcess
 
 int Reject(const std::string& message, int result)
 {
-    LogLine{logFileMtx}.Write("%s%s\n", GetCurrentTimeStamp().c_str(), message.c_str());
-    ConsolePuts(message.c_str());
+    LogAndPrint(logFileMtx, message);
     return result;
 }
 

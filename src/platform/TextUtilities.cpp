@@ -1,5 +1,6 @@
 #include "platform/TextUtilities.h"
 
+#include "platform/OwnedText.h"
 #include "platform/UnixHelperFunction.h"
 
 #include <algorithm>
@@ -23,18 +24,13 @@ void LowerCase(std::string& text)
     }
 }
 
-struct FreeText
-{
-    void operator()(char* text) const { free(text); }
-};
-
 // basename and dirname may write into what they are given, so they get a copy.
 std::string TakeApart(const std::string& token, char* (*part)(char*))
 {
     if (token.empty()) {
         return "";
     }
-    const std::unique_ptr<char, FreeText> copy(strdup(token.c_str()));
+    const OwnedText copy(strdup(token.c_str()));
     return copy ? part(copy.get()) : "";
 }
 } // namespace

@@ -1,0 +1,12 @@
+#pragma once
+
+#include <cstdlib>
+#include <memory>
+
+struct FreeText
+{
+    void operator()(char* text) const { free(text); }
+};
+
+/** A text that the C library or the base library allocated, and that goes back with free. */
+using OwnedText = std::unique_ptr<char, FreeText>;
