@@ -1,0 +1,165 @@
+#!/usr/bin/python3
+"""Mutation run: script/lib/mutate.py [--jobs N] BUILD [SOURCE...]
+
+Changes the sources one place at a time, builds each mutant against the unit tests in the folder BUILD, and runs them:
+a mutant that no test notices survives. A mutant that doesn't compile counts for nothing. Prints the survivors that
+docs/testing.md doesn't list as equivalent, the rows there that name no survivor any more, and one line of counts;
+the status is 1 when there are any of either. Called by script/mutate, which builds.
+"""
+import argparse
+import concurrent.futures
+import json
+import pathlib
+import re
+import subprocess
+import sys
+import tempfile
+
+from mutants import mutants
+
+ROOT = pathlib.Path(__file__).resolve().parents[2]
+LIMIT = 120  # seconds for the tests of one mutant, which take five
+
+# Where the program decides, keeps its window, takes texts apart and cleans up.
+SOURCES = ["src/config/ConfigurationLoad.cpp", "src/config/ConfigurationValueReaders.cpp",
+           "src/config/MonitoringList.cpp", "src/config/ReadingPlan.cpp", "src/counters/CPUCounterMgr.cpp",
+           "src/counters/CounterMgr.cpp", "src/counters/CounterRegistry.cpp", "src/counters/MemoryCounterMgr.cpp",
+           "src/counters/ReadingWindow.cpp", "src/counters/StaleCounterCleanup.cpp",
+           "src/evidence/EvidenceFolders.cpp", "src/logcontrol/IncreaseLogging.cpp",
+           "src/logcontrol/ResetLogging.cpp", "src/platform/ProcessTables.cpp", "src/platform/TextUtilities.cpp",
+           "src/platform/UsageProbes.cpp", "thbase/BoundedScan.cpp", "thbase/ConfigurationStore.cpp",
+           "thbase/ScanConversion.cpp", "thbase/StoreText.cpp"]
+EQUIVALENT_ROW = re.compile(r"^\| `(?P<source>[\w/]+\.cpp)` \| `` (?P<before>.*) `` \| `` (?P<after>.*) `` \|",
+                            re.MULTILINE)
+
+
+class Build:
+    """A build folder whose unit tests are linked anew with the object of a mutant in front of the archive's."""
+
+    def __init__(self, folder):
+        self.folder = folder
+        commands = json.loads((folder / "compile_commands.json").read_text())
+        self.compile = {entry["file"]: entry["command"] for entry in commands}
+        ninja = ["ninja", "-C", folder, "-t", "commands", "thsentinel_tests", "thbase_tests"]
+        lines = subprocess.run(ninja, check=True, capture_output=True, text=True).stdout.splitlines()
+        # Behind the linker a test program's line lists its tests, which no mutant needs.
+        self.link = {name: next(line.removeprefix(": && ").split(" && ")[0] for line in lines
+                                if f"-o {name} " in line)
+                     for name in ("tests/unit/thsentinel_tests", "tests/unit/thbase_tests", "thbase/libthbase.so")}
+
+    def run(self, command):
+        return subprocess.run(["sh", "-c", command], cwd=self.folder, stdout=subprocess.DEVNULL,
+                              stderr=subprocess.DEVNULL, check=False).returncode == 0
+
+    def compiles(self, source, text, work):
+        """Makes `work`/mutant.o of the text, in place of the source's own object."""
+        (work / "mutant.cpp").write_text(text)
+        original = str(ROOT / source)
+        command = re.sub(r" -M[TF] \S+| -MD| -o \S+| -c \S+", "", self.compile[original])
+        include = (ROOT / source).parent
+        return self.run(f"{command} -w -I{include} -o {work}/mutant.o -c {work}/mutant.cpp")
+
+    def links(self, name, work, replaced):
+        """Links the program or library of this name into `work`, with the mutant in front."""
+        command = self.link[name]
+        for old, new in replaced.items():
+            command = command.replace(old, new)
+        output = work / pathlib.Path(name).name
+        archives = re.search(r"\S+\.(?:a|so)\b(?! -Wl)", command[command.index(f"-o {name} ") + len(name) + 4:])
+        return self.run(command.replace(f"-o {name} ", f"-o {output} ")
+                        .replace(f" {archives.group()}", f" {work}/mutant.o {archives.group()}", 1))
+
+    def link_tests(self, source, work):
+        """The path of the test program that holds the mutant, or None where it can't be linked."""
+        if source.startswith("src/"):
+            return work / "thsentinel_tests" if self.links("tests/unit/thsentinel_tests", work, {}) else None
+        replaced = {f"-Wl,-rpath,{self.folder}/thbase": f"-Wl,-rpath,{work}",
+                    "thbase/libthbase.so": f"{work}/libthbase.so"}
+        linked = (self.links("thbase/libthbase.so", work, {})
+                  and self.links("tests/unit/thbase_tests", work, replaced))
+        return work / "thbase_tests" if linked else None
+
+
+def suites_of(folder):
+    """A filter of the test suites that lie in this folder of tests/unit; they are asked first."""
+    names = set()
+    for path in (ROOT / "tests/unit" / folder).glob("*.cpp"):
+        names.update(re.findall(r"^TEST(?:_F|_P)?\((\w+),", path.read_text(), re.MULTILINE))
+    return ":".join(f"{name}.*:*/{name}.*" for name in sorted(names))
+
+
+def notice(program, work, tests):
+    """Whether a test of this filter fails, crashes or hangs."""
+    command = [ROOT / "script/host", "--share", work, "--", program, f"--gtest_filter={tests}", "--gtest_fail_fast",
+               "--gtest_brief=1"]
+    try:
+        return subprocess.run(command, timeout=LIMIT, stdin=subprocess.DEVNULL, stdout=subprocess.DEVNULL,
+                              stderr=subprocess.DEVNULL, check=False).returncode != 0
+    except subprocess.TimeoutExpired:
+        return True
+
+
+def judge(build, source, text):
+    """"unbuilt", "killed" or "survived", of one mutant."""
+    with tempfile.TemporaryDirectory(dir=build.folder) as folder:
+        work = pathlib.Path(folder)
+        program = build.compiles(source, text, work) and build.link_tests(source, work)
+        if not program:
+            return "unbuilt"
+        first = suites_of(pathlib.Path(source).parent.name)
+        return "killed" if notice(program, work, first) or notice(program, work, f"-{first}") else "survived"
+
+
+def check_without_mutant(build, sources):
+    """Ends the run where the tests fail or the unchanged source doesn't build: every mutant would seem killed."""
+    for source in sources:
+        outcome = judge(build, source, (ROOT / source).read_text())
+        if outcome != "survived":
+            sys.exit(f"script/mutate: {source} without any change is {outcome}")
+
+
+def read_equivalents():
+    text = (ROOT / "docs/testing.md").read_text()
+    return {(row["source"], row["before"], row["after"]) for row in EQUIVALENT_ROW.finditer(text)}
+
+
+def run(build, sources, jobs):
+    """The survivors as (source, before, after), in order, and how many mutants were judged."""
+    work = [(source, text, mutant) for source in sources for text in [(ROOT / source).read_text()]
+            for mutant in mutants(text)]
+    survivors, judged = [], 0
+    with concurrent.futures.ThreadPoolExecutor(jobs) as pool:
+        outcomes = pool.map(lambda item: judge(build, item[0], item[2].apply(item[1])), work)
+        for (source, text, mutant), outcome in zip(work, outcomes):
+            judged += outcome != "unbuilt"
+            if outcome == "survived":
+                survivors.append((source, *mutant.before_and_after(text)))
+                print(f"survived: {source}:{mutant.line_number(text)}: {survivors[-1][1]}\n"
+                      f"      as: {survivors[-1][2]}", flush=True)
+    return survivors, judged
+
+
+def main():
+    parser = argparse.ArgumentParser()
+    parser.add_argument("--jobs", type=int, default=2)
+    parser.add_argument("build", type=pathlib.Path)
+    parser.add_argument("sources", nargs="*")
+    arguments = parser.parse_args()
+    sources = arguments.sources or SOURCES
+    build = Build(arguments.build.resolve())
+    check_without_mutant(build, sources)
+    survivors, judged = run(build, sources, arguments.jobs)
+    equivalents = {row for row in read_equivalents() if row[0] in sources}
+    unknown = [survivor for survivor in survivors if survivor not in equivalents]
+    stale = sorted(equivalents - set(survivors))
+    for source, before, after in unknown:
+        print(f"not noticed by any test: {source}: {before} -> {after}")
+    for source, before, after in stale:
+        print(f"listed as equivalent, and noticed or gone: {source}: {before} -> {after}")
+    print(f"{judged} mutants, {judged - len(survivors)} killed, {len(survivors) - len(unknown)} equivalent, "
+          f"{len(unknown)} survived")
+    sys.exit(1 if unknown or stale else 0)
+
+
+if __name__ == "__main__":
+    main()
