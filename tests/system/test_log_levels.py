@@ -1,4 +1,6 @@
 """The log levels of the product: what a breach and a stop ask of the log configuration tool, line by line."""
+import signal
+
 import pytest
 
 from host import Process, paced, product, texts
@@ -192,3 +194,40 @@ def test_a_missing_tool_raises_nothing_and_the_service_goes_on(make_life):
     assert daemon.step()
     host.terminate()
     assert tool_lines(host) == [line for target in ("119", "128", "exampled") for line in listed(target)] * 2
+
+
+# The lines look for their grep along the search path.
+ODD_GREP = """#!/bin/dash
+[ "$1" = Debug ] && {says} && exit
+exec /usr/bin/grep "$@"
+"""
+
+
+def life_with_an_odd_grep(make_host, pace, says):
+    """A host and a paced daemon before a first breach, whose levels come through this grep."""
+    store = {"THHS_MONITOR_CPU": "exampled:80", **ON, "THHS_CAPTURE_WITHOUT_THRESHOLD": 0, "THHS_VERBOSE": 1}
+    host = make_host(store=store, processes=[Process(PIDS["exampled"], "/opt/exampled", cpu=90)])
+    host.put("/run/odd/grep", ODD_GREP.format(says=says), 0o755)
+    host.adopt_orphans()
+    daemon = paced.Paced(host, pace, PATH="/run/odd:/usr/bin:/bin")
+    assert daemon.start().status == 0
+    host.configure(THHS_CAPTURE_WITHOUT_THRESHOLD=1)
+    return host, daemon
+
+
+def test_an_answer_of_one_character_aborts_the_daemon(make_host, pace):
+    host, daemon = life_with_an_odd_grep(make_host, pace, "printf x")
+    pid = host.daemon_pid()
+    assert not daemon.step()
+    assert host.status_of(pid) == -signal.SIGABRT
+    told = [entry for entry in host.log() if not texts.is_of_a_capture(entry)]
+    assert told[-3:] == [f"Cmd:{listed('exampled')[0]}", "Output:x", "ReturnCode:0"]
+    assert tool_lines(host) == listed("exampled")[:1]
+    assert host.run("-terminate") == (9, texts.begun("stop") + texts.NO_DAEMON + texts.failed("stop"), "")
+
+
+def test_an_answer_of_two_characters_reads_as_a_level_of_0(make_host, pace):
+    host, daemon = life_with_an_odd_grep(make_host, pace, "printf xy")
+    assert daemon.step()
+    host.terminate()
+    assert tool_lines(host) == raised("exampled") + restored("exampled", 0, 1)
