@@ -26,14 +26,15 @@ def names_of(checkout):
 
 
 def rows_of(page):
-    """(behaviour, cells behind it) of every row but the heads and the lines below them."""
-    found = []
+    """(behaviour, cells behind it) of every row of the tables whose head begins with "Behaviour"."""
+    found, head = [], None
     for line in page.splitlines():
         row = ROW.fullmatch(line)
-        if row:
-            cells = row[1].split(" | ")
-            if cells[0] != "Behaviour" and not cells[0].startswith("---"):
-                found.append((cells[0], cells[1:]))
+        cells = row[1].split(" | ") if row else []
+        if row and head == "Behaviour":
+            found.append((cells[0], cells[1:]))
+        elif not line.startswith("|---"):
+            head = cells[0] if row else None
     return found
 
 
@@ -85,6 +86,13 @@ SYSTEM = "tests/system/test_testing_table.py::test_no_behaviour_stands_there_twi
 def test_a_row_that_is_wrong_is_found(cells, complaints):
     page = f"| Behaviour | Unit | System |\n|---|---|---|\n| planted | {cells} |\n"
     assert findings(page, names_of(CHECKOUT)) == complaints
+
+
+def test_tables_of_other_things_are_left_alone():
+    other = "| Source | Why |\n|---|---|\n| planted | nothing |\n"
+    assert rows_of(other) == []
+    assert rows_of(f"| Behaviour | Unit |\n|---|---|\n| first | – |\n| second | – |\n\n{other}") == [
+        ("first", ["–"]), ("second", ["–"])]
 
 
 def test_a_test_is_known_by_its_own_line_alone(tmp_path):

@@ -1,0 +1,112 @@
+"""script/mutate: the changes that it makes, and what it says of those that no test notices."""
+import importlib
+import pathlib
+import sys
+
+import pytest
+
+CHECKOUT = pathlib.Path(__file__).resolve().parents[2]
+
+
+@pytest.fixture(name="library")
+def import_library(monkeypatch):
+    """Imports a module of script/lib."""
+    monkeypatch.syspath_prepend(str(CHECKOUT / "script/lib"))
+    return importlib.import_module
+
+
+def changes(library, code):
+    return [mutant.apply(code) for mutant in library("mutants").mutants(code)]
+
+
+@pytest.mark.parametrize("code, expected", [
+    ("a < b", ["a <= b"]),
+    ("a <= b", ["a < b"]),
+    ("a > b", ["a >= b"]),
+    ("a >= b", ["a > b"]),
+    ("a == b", ["a != b"]),
+    ("a != b", ["a == b"]),
+    ("a && b", ["a || b"]),
+    ("a || b", ["a && b"]),
+    ("a + b", ["a - b"]),
+    ("a -= b", ["a += b"]),
+    ("a / b", ["a * b"]),
+    ("++a", ["--a"]),
+    ("!a", ["a"]),
+    ("a = true", ["a = false"]),
+    ("a = 5", ["a = 4", "a = 6"]),
+    ("a = 0", ["a = 1"]),
+    ("a = 1e18", ["a = (1e18 / 10 + 1)"]),
+    ("return a;", ["return {};"]),
+    ("return false;", ["return true;"]),
+    ("    Call(a);\n", ["    ;\n"]),
+    ("    a.mField = b;\n", ["    ;\n"]),
+    ("    Call(a,\n         b);\n", ["    ;\n"]),
+    ("break;", [";"]),
+    ("if (IsThere(a)) {", ["if (!(IsThere(a))) {"]),
+    ("if (!IsThere(a)) {", ["if (IsThere(a)) {"]),
+])
+def test_code_is_changed_one_place_at_a_time(library, code, expected):
+    assert changes(library, code) == expected
+
+
+@pytest.mark.parametrize("code", [
+    "// a < b + 1", "/* a == b\n 1 */", 'a = "x < 1 \\" + 2"', "a = '<'", "#if A == 1", "std::vector<int> b",
+    "a8 = mB2", "const char* c", "return {};", "const int a = b;", "using A = B;",
+])
+def test_what_is_no_code_or_would_not_build_is_left_alone(library, code):
+    assert not changes(library, code)
+
+
+def test_a_change_is_told_by_its_lines_before_and_after(library):
+    code = "int a;\n  return a <\n    b  + c;\n"
+    mutant = library("mutants").mutants(code)[-1]
+    assert mutant.line_number(code) == 3
+    assert mutant.before_and_after(code) == ("b + c;", "b - c;")
+
+
+@pytest.fixture(name="judged")
+def make_run(library, monkeypatch, tmp_path, capsys):
+    """Runs over a checkout whose one source has two mutants, with tests that notice those of `killed`; gives the
+    status and what was printed."""
+    mutate = library("mutate")
+
+    def run(killed, listed=""):
+        (tmp_path / "docs").mkdir()
+        (tmp_path / "docs/testing.md").write_text(listed)
+        (tmp_path / "a.cpp").write_text("x = a < b;\ny = 0;\n")
+        monkeypatch.setattr(mutate, "ROOT", tmp_path)
+        monkeypatch.setattr(mutate, "Build", lambda folder: None)
+        monkeypatch.setattr(mutate, "judge", lambda build, source, text:
+                            "killed" if any(sign in text for sign in killed) else "survived")
+        monkeypatch.setattr(sys, "argv", ["mutate.py", "build", "a.cpp"])
+        with pytest.raises(SystemExit) as end:
+            mutate.main()
+        return end.value.code, capsys.readouterr().out.splitlines()
+    return run
+
+
+LISTED = "| `a.cpp` | `` x = a < b; `` | `` x = a <= b; `` | b is never a |\n"
+
+
+def test_a_change_that_every_test_passes_is_an_error(judged):
+    assert judged(killed=["y = 1"]) == (1, [
+        "survived: a.cpp:1: x = a < b;", "      as: x = a <= b;",
+        "not noticed by any test: a.cpp: x = a < b; -> x = a <= b;",
+        "2 mutants, 1 killed, 0 equivalent, 1 survived"])
+
+
+def test_a_change_that_is_listed_as_equivalent_is_none(judged):
+    assert judged(killed=["y = 1"], listed=LISTED) == (0, [
+        "survived: a.cpp:1: x = a < b;", "      as: x = a <= b;",
+        "2 mutants, 1 killed, 1 equivalent, 0 survived"])
+
+
+def test_a_listed_change_that_the_tests_notice_is_an_error(judged):
+    assert judged(killed=["<=", "y = 1"], listed=LISTED) == (1, [
+        "listed as equivalent, and noticed or gone: a.cpp: x = a < b; -> x = a <= b;",
+        "2 mutants, 2 killed, 0 equivalent, 0 survived"])
+
+
+def test_tests_that_fail_without_any_change_end_the_run(judged):
+    assert judged(killed=["x"]) == ("script/mutate: a.cpp without any change is killed", [])
