@@ -192,7 +192,6 @@ def test_a_jdk_that_is_not_there_fails_both_dumps_in_turn_and_moves_nothing(faul
 # Log levels
 # ----------------------------------------------------------------------------------------------------------
 
-RAISING = {"THHS_MONITOR_CPU": f"{NAME}:80", "THHS_INCREASE_LOG_LEVEL": 1, **EVERY_PASS}
 REFUSING_TOOL = """#!/bin/dash
 case $* in
     *' -l') printf 'DebugLevel = 2\\nDiagnosticLevel = 3\\n' ;;
@@ -219,26 +218,3 @@ def test_a_raise_and_a_restore_that_fail_are_told_by_their_commands_alone_and_no
     restore = f'"{TOOL}" -a -p TH -o {NAME} -s DebugLevel=2 -s DiagnosticLevel=3'
     assert host.log()[-6:] == [*texts.STOPPING[:2], f"Cmd:{restore}", "Output:", "ReturnCode:1",
                                texts.STOPPED]
-
-
-SHORT_GREP = """#!/bin/dash
-[ "$*" = Debug ] || exec /usr/bin/grep "$@"
-printf x
-"""
-
-
-def test_a_listing_of_one_character_ends_the_daemon_in_its_pass(make_host):
-    """What is searched for stands in it, so it can't be that short unless another program searches."""
-    host = make_host(store=RAISING, processes=[Process(PID, f"/opt/{NAME}", cpu=7)])
-    host.put("/opt/short/grep", SHORT_GREP, 0o755)
-    host.adopt_orphans()
-    # No image of its memory for whoever collects these on the machine.
-    line = f"ulimit -c 0; PATH=/opt/short:$PATH exec {product.PROGRAM} -start"
-    start = host.spawn("/bin/dash", "-c", line)
-    host.log_says(texts.taking(1, NAME, PID))
-    pid = host.daemon_pid()
-    assert host.wait(start).status in (0, 8)
-    assert host.status_of(pid) == -6
-    assert host.log()[-1] == texts.taking(1, NAME, PID)
-    assert [line for line in host.shell_lines() if "txlogcfg" in line] == [
-        f'{TOOL} -p TH -o {NAME} -l | grep "Debug"']

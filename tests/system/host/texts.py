@@ -126,6 +126,22 @@ def taking(count, name, pid):
     return f"Taking Process Dump (Count #{count}) for process {name} ({pid})."
 
 
+def traced(line, output, status=0):
+    """What a command that is read leaves in a verbose log."""
+    return [f"Cmd:{line}", f"Output:{output}", f"ReturnCode:{status}"]
+
+
+def listing_line(names):
+    """The shell line that lists processes, for watched names in the form of a pattern."""
+    return f'/usr/bin/ps -eo pid,command | /usr/bin/egrep "{names}|/usr/tarnv"'
+
+
+def probe_line(column, names, pid):
+    """The shell line that reads a column of one process in the general form."""
+    return (f'/usr/bin/ps -eo pid,{column},command | /usr/bin/egrep "{names}|/usr/tarnv" '
+            f'| /usr/bin/grep "^[[:space:]]*\\<{pid}\\>"')
+
+
 def is_of_a_capture(entry):
     """Whether a verbose line tells of the start or the work of a thread that captures."""
     return entry.startswith(("Thread (TID : ", "CollectCommandData : ")) or entry.endswith(
