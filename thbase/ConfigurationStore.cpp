@@ -44,37 +44,39 @@ int ConfigurationStore::ReadAgain()
     return Read(true);
 }
 
-int ConfigurationStore::GetText(std::string_view key, char*& value) const
+ConfigurationStore::Finding ConfigurationStore::Find(std::string_view key) const
 {
-    const std::shared_ptr<const StoreVersion> version = GetVersion();
+    std::shared_ptr<const StoreVersion> version = GetVersion();
     if (version == nullptr) {
-        return STORE_RC_UNREADABLE;
+        return {STORE_RC_UNREADABLE, nullptr, {}};
     }
     const std::optional<std::string_view> found = version->Find(key);
-    if (!found) {
-        return STORE_RC_NOT_FOUND;
+    return found ? Finding{0, std::move(version), *found} : Finding{STORE_RC_NOT_FOUND, nullptr, {}};
+}
+
+int ConfigurationStore::GetText(std::string_view key, char*& value) const
+{
+    const Finding finding = Find(key);
+    if (finding.mResult != 0) {
+        return finding.mResult;
     }
     // The C caller frees the text, so it must come from malloc.
-    auto* const text = static_cast<char*>(std::malloc(found->size() + 1));
+    auto* const text = static_cast<char*>(std::malloc(finding.mText.size() + 1));
     if (text == nullptr) {
         return STORE_RC_NO_MEMORY;
     }
-    text[found->copy(text, found->size())] = '\0';
+    text[finding.mText.copy(text, finding.mText.size())] = '\0';
     value = text;
     return 0;
 }
 
 int ConfigurationStore::GetNumber(std::string_view key, int& value) const
 {
-    const std::shared_ptr<const StoreVersion> version = GetVersion();
-    if (version == nullptr) {
-        return STORE_RC_UNREADABLE;
+    const Finding finding = Find(key);
+    if (finding.mResult != 0) {
+        return finding.mResult;
     }
-    const std::optional<std::string_view> found = version->Find(key);
-    if (!found) {
-        return STORE_RC_NOT_FOUND;
-    }
-    const std::optional<int> number = ParseStoreNumber(*found);
+    const std::optional<int> number = ParseStoreNumber(finding.mText);
     if (!number) {
         return STORE_RC_NOT_NUMERIC;
     }

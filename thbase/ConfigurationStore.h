@@ -60,6 +60,15 @@ public:
     static void WriteToSystemLog(const char* line);
 
 private:
+    /** What a key stands for in the version in force. */
+    struct Finding
+    {
+        int mResult;                                  ///< 0, STORE_RC_NOT_FOUND or STORE_RC_UNREADABLE
+        std::shared_ptr<const StoreVersion> mVersion; ///< keeps the text alive
+        std::string_view mText;
+    };
+
+    Finding Find(std::string_view key) const;
     int Read(bool reportSameFailure);
     const char* TakeNewVersion();
     void ReportFailure(const char* failure, bool reportSameFailure);

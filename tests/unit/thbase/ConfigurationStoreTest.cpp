@@ -15,6 +15,7 @@
 #include <gtest/gtest.h>
 
 #include "AllocationFailure.h"
+#include "StoreAnswer.h"
 #include "StoreFile.h"
 #include "StoreVersion.h"
 #include "TemporaryFolder.h"
@@ -32,22 +33,13 @@ protected:
     /** The text of a key, or "code N". */
     std::string ReadText(const std::string& key) const
     {
-        char* value = nullptr;
-        const int result = mStore.GetText(key, value);
-        EXPECT_EQ(result == 0, value != nullptr);
-        const std::string text = result == 0 ? value : "code " + std::to_string(result);
-        std::free(value);
-        return text;
+        return TextOrCode([&](char*& value) { return mStore.GetText(key, value); });
     }
 
     /** The number of a key, or "code N". */
     std::string ReadNumber(const std::string& key) const
     {
-        constexpr int UNTOUCHED = 4711;
-        int value = UNTOUCHED;
-        const int result = mStore.GetNumber(key, value);
-        EXPECT_TRUE(result == 0 || value == UNTOUCHED);
-        return result == 0 ? std::to_string(value) : "code " + std::to_string(result);
+        return NumberOrCode([&](int& value) { return mStore.GetNumber(key, value); });
     }
 
     std::vector<std::string> TakeReports() { return std::exchange(mReports, {}); }

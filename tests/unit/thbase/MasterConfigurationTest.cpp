@@ -17,6 +17,7 @@
 #include "AllocationFailure.h"
 #include "FreshProcess.h"
 #include "LibraryUnderTest.h"
+#include "StoreAnswer.h"
 #include "SystemLog.h"
 #include "TemporaryFolder.h"
 
@@ -52,20 +53,14 @@ protected:
 
     static std::string ReadText(const char* key)
     {
-        char* value = nullptr;
-        const int result = thconfGetKeyValPair(get_master_config_ptr(), key, &value);
-        EXPECT_EQ(result == 0, value != nullptr);
-        const std::string text = result == 0 ? value : "code " + std::to_string(result);
-        std::free(value);
-        return text;
+        return TextOrCode(
+            [&](char*& value) { return thconfGetKeyValPair(get_master_config_ptr(), key, &value); });
     }
 
     static std::string ReadNumber(const char* key)
     {
-        int value = 4711;
-        const int result = thconfGetKeyValPairAsInt(get_master_config_ptr(), key, &value);
-        EXPECT_TRUE(result == 0 || value == 4711);
-        return result == 0 ? std::to_string(value) : "code " + std::to_string(result);
+        return NumberOrCode(
+            [&](int& value) { return thconfGetKeyValPairAsInt(get_master_config_ptr(), key, &value); });
     }
 
     const std::string mPath = "/usr/tarnv/tarnhaven/master.conf";
