@@ -5,6 +5,10 @@
 
 #include <string>
 
+/** What a stop prints that finds no process id, and one beside an action in progress. */
+inline constexpr char NO_DETAILS[] = "Error: Failed to retrieve the process details of the daemon\n";
+inline constexpr char ACTION_IN_PROGRESS[] = "Error: Another instance of action in progressing state\n";
+
 /** What the helpers of an action answer, and what became of them. */
 struct ActionScript
 {

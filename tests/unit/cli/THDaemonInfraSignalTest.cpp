@@ -43,6 +43,14 @@ std::vector<std::string> GetStopEntries(const ChildProcess& daemon)
     return {stop, log.end()};
 }
 
+unsigned SleepAndTellTheWorker(unsigned seconds)
+{
+    if (seconds == LONG_INTERVAL) {
+        WriteThreadId(WORKER);
+    }
+    return SleepShort(seconds);
+}
+
 bool IsThereAFile(const char* path)
 {
     return access(path, F_OK) == 0;
@@ -198,12 +206,7 @@ using DaemonSignals = DaemonHost;
 TEST_F(DaemonSignals, StopADaemonWhoseWorkerSleeps)
 {
     ChildProcess daemon([] {
-        GetSeams().mSleep = [](unsigned seconds) {
-            if (seconds == LONG_INTERVAL) {
-                WriteThreadId(WORKER);
-            }
-            return SleepShort(seconds);
-        };
+        GetSeams().mSleep = SleepAndTellTheWorker;
         return BecomeDaemon();
     });
     SendToThread(daemon.GetPid(), AwaitId(WORKER), SIGINT);
@@ -214,12 +217,7 @@ TEST_F(DaemonSignals, StopADaemonWhoseWorkerSleeps)
 TEST_F(DaemonSignals, LetAHangUpBeginThePassOfASleepingWorkerEarly)
 {
     ChildProcess daemon([] {
-        GetSeams().mSleep = [](unsigned seconds) {
-            if (seconds == LONG_INTERVAL) {
-                WriteThreadId(WORKER);
-            }
-            return SleepShort(seconds);
-        };
+        GetSeams().mSleep = SleepAndTellTheWorker;
         return BecomeDaemon();
     });
     const pid_t worker = AwaitId(WORKER);

@@ -22,8 +22,6 @@ namespace
 {
 constexpr char RUN_FILE[] = "/usr/tarnv/tmp/976AF287-9C13-4F28-AC99-AD456ABE5383.RUN";
 constexpr char CHILD_FILE[] = "/usr/tarnv/tmp/41938320-72B9-4818-A4F2-16EBF79F40F0.CHILD";
-constexpr char NO_DETAILS[] = "Error: Failed to retrieve the process details of the daemon\n";
-constexpr char IN_PROGRESS[] = "Error: Another instance of action in progressing state\n";
 constexpr char NO_INSTANCE[] = "Error: Could not found valid daemon instance.\n";
 
 std::string GetCreateError(const std::string& path)
@@ -284,14 +282,14 @@ TEST_F(Stopping, IsRefusedDuringARun)
 {
     WriteRunFile("1234");
     const LockHolder others({THHS_RUN_LOCK_NAME, THHS_CHILD_LOCK_NAME});
-    EXPECT_EQ(Stop(DAEMON_RC_LOCK_HELD), IN_PROGRESS);
+    EXPECT_EQ(Stop(DAEMON_RC_LOCK_HELD), ACTION_IN_PROGRESS);
     EXPECT_THAT(mSignals, IsEmpty());
 }
 
 TEST_F(Stopping, ComplainsOfBothWithoutAFolder)
 {
     std::filesystem::remove_all("/usr/tarnv/tmp");
-    EXPECT_EQ(Stop(DAEMON_RC_CREATE_FAILED), GetCreateError(RUN_FILE) + IN_PROGRESS);
+    EXPECT_EQ(Stop(DAEMON_RC_CREATE_FAILED), GetCreateError(RUN_FILE) + ACTION_IN_PROGRESS);
     EXPECT_THAT(mSignals, IsEmpty());
 }
 

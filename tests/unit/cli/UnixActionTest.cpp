@@ -17,9 +17,7 @@ using testing::Pair;
 namespace
 {
 constexpr char RUNNING[] = "Info: Daemon is running\n";
-constexpr char NO_DETAILS[] = "Error: Failed to retrieve the process details of the daemon\n";
 constexpr char NOT_STARTED[] = "Error: Failed to start the daemon, please check the log for the reason\n";
-constexpr char IN_PROGRESS[] = "Error: Another instance of action in progressing state\n";
 constexpr char STOPPED[] = "Info: stopped the daemon process\n";
 
 /** Actions whose virtual operations are counted on their way. */
@@ -208,7 +206,7 @@ TEST_F(UnixAction, DoesNotStopBesideARunInProgress)
 {
     WriteRunFile("1234");
     const LockHolder run({THHS_RUN_LOCK_NAME});
-    EXPECT_EQ(GetConsole([] { EXPECT_FALSE(CUnixAction().StopAction()); }), IN_PROGRESS);
+    EXPECT_EQ(GetConsole([] { EXPECT_FALSE(CUnixAction().StopAction()); }), ACTION_IN_PROGRESS);
     EXPECT_THAT(mSignals, IsEmpty());
 }
 
