@@ -10,8 +10,8 @@
  *
  * The daemon counts as running exactly when the child lock can't be taken; whoever asks and finds it free
  * holds it until the end of the process. Both locks are record locks, so a crash leaves none behind, a child
- * doesn't inherit them, and a process that holds or may hold one closes no descriptor of its file, which would
- * drop it.
+ * doesn't inherit them, and a process that holds or may hold one closes no descriptor of its file, which
+ * would drop it.
  */
 
 constexpr char THHS_RUN_LOCK_NAME[] = "976AF287-9C13-4F28-AC99-AD456ABE5383.RUN";
