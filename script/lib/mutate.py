@@ -75,6 +75,8 @@ class Build:
             return work / "thsentinel_tests" if self.links("tests/unit/thsentinel_tests", work, {}) else None
         replaced = {f"-Wl,-rpath,{self.folder}/thbase": f"-Wl,-rpath,{work}",
                     "thbase/libthbase.so": f"{work}/libthbase.so"}
+        # The tests look for the program in C beside the library; it keeps the one that it was linked with.
+        (work / "thbase_c_caller").symlink_to(self.folder / "thbase/thbase_c_caller")
         linked = (self.links("thbase/libthbase.so", work, {})
                   and self.links("tests/unit/thbase_tests", work, replaced))
         return work / "thbase_tests" if linked else None
@@ -90,8 +92,8 @@ def suites_of(folder):
 
 def notice(program, work, tests):
     """Whether a test of this filter fails, crashes or hangs."""
-    command = [ROOT / "script/host", "--share", work, "--", program, f"--gtest_filter={tests}", "--gtest_fail_fast",
-               "--gtest_brief=1"]
+    command = [ROOT / "script/host", "--share", work.parent, "--", program, f"--gtest_filter={tests}",
+               "--gtest_fail_fast", "--gtest_brief=1"]
     try:
         return subprocess.run(command, timeout=LIMIT, stdin=subprocess.DEVNULL, stdout=subprocess.DEVNULL,
                               stderr=subprocess.DEVNULL, check=False).returncode != 0
