@@ -126,18 +126,18 @@ def read_equivalents():
 
 
 def run(build, sources, jobs):
-    """The survivors as (source, before, after), in order, and how many mutants were judged."""
-    work = [(source, text, mutant) for source in sources for text in [(ROOT / source).read_text()]
-            for mutant in mutants(text)]
+    """The survivors as ((source, before, after), line number), in order, and how many mutants were judged."""
     survivors, judged = [], 0
     with concurrent.futures.ThreadPoolExecutor(jobs) as pool:
-        outcomes = pool.map(lambda item: judge(build, item[0], item[2].apply(item[1])), work)
-        for (source, text, mutant), outcome in zip(work, outcomes):
-            judged += outcome != "unbuilt"
-            if outcome == "survived":
-                survivors.append((source, *mutant.before_and_after(text)))
-                print(f"survived: {source}:{mutant.line_number(text)}: {survivors[-1][1]}\n"
-                      f"      as: {survivors[-1][2]}", flush=True)
+        for source in sources:
+            text = (ROOT / source).read_text()
+            made = mutants(text)
+            outcomes = list(pool.map(lambda mutant: judge(build, source, mutant.apply(text)), made))
+            survived = [mutant for mutant, outcome in zip(made, outcomes) if outcome == "survived"]
+            survivors += [((source, *mutant.before_and_after(text)), mutant.line_number(text)) for mutant in survived]
+            built = len(made) - outcomes.count("unbuilt")
+            judged += built
+            print(f"{source}: {built} mutants, {len(survived)} not noticed", flush=True)
     return survivors, judged
 
 
@@ -152,10 +152,10 @@ def main():
     check_without_mutant(build, sources)
     survivors, judged = run(build, sources, arguments.jobs)
     equivalents = {row for row in read_equivalents() if row[0] in sources}
-    unknown = [survivor for survivor in survivors if survivor not in equivalents]
-    stale = sorted(equivalents - set(survivors))
-    for source, before, after in unknown:
-        print(f"not noticed by any test: {source}: {before} -> {after}")
+    unknown = [(row, line) for row, line in survivors if row not in equivalents]
+    stale = sorted(equivalents - {row for row, _ in survivors})
+    for (source, before, after), line in unknown:
+        print(f"not noticed by any test: {source}:{line}: {before} -> {after}")
     for source, before, after in stale:
         print(f"listed as equivalent, and noticed or gone: {source}: {before} -> {after}")
     print(f"{judged} mutants, {judged - len(survivors)} killed, {len(survivors) - len(unknown)} equivalent, "
