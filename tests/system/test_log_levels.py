@@ -7,7 +7,7 @@ from host import Process, paced, product, texts
 
 TOOL = f"{product.HOME}/bin/txlogcfg"
 LEVELS = f"{product.HOME}/txlogcfg.levels"
-PIDS = {"thwmc": 4321, "tbrd": 4322, "exampled": 4323}
+PIDS = {"119": 4320, "thwmc": 4321, "tbrd": 4322, "exampled": 4323}
 COMMANDS = {"thwmc": "/opt/jre/bin/java -Dthwmc=1 tarn.thx.WebManagement"}
 # Every pass is a breach, up to the dump count.
 ON = {"THHS_INCREASE_LOG_LEVEL": 1, "THHS_CAPTURE_WITHOUT_THRESHOLD": 1, "THHS_DUMP_COUNT": 10}
@@ -41,7 +41,8 @@ def _make_life(make_host, pace):
     def make(*names, levels="", tool=None, **store):
         lists = {"THHS_MONITOR_CPU": ",".join(f"{name}:80" for name in names)}
         host = make_host(store={**lists, **ON, **store}, processes=[
-            Process(PIDS[name], COMMANDS.get(name, f"/opt/{name} -d"), cpu=90) for name in names])
+            Process(PIDS.get(name, 5000 + place), COMMANDS.get(name, f"/opt/{name} -d"), cpu=90)
+            for place, name in enumerate(names)])
         if levels:
             host.put(LEVELS, levels)
         if tool:
@@ -187,6 +188,70 @@ def test_a_raise_is_told_by_what_the_tool_says_and_restored_in_any_case(make_lif
     host.terminate()
     assert tool_lines(host) == raised("exampled") + restored("exampled", 3, 4)
     assert [entry for entry in host.log() if entry.startswith("mDiagnosticLevel")] == told
+
+
+@pytest.mark.parametrize("names", [("tbrd", "TBRD", "Tbrd"), ("119", "tbrd")],
+                         ids=["a name in several cases", "a name that is an id"])
+def test_a_target_that_several_names_lead_to_is_raised_at_the_first_of_them(make_life, names):
+    host, _ = make_life(*names)
+    assert len([entry for entry in host.log() if entry.startswith("Taking")]) == len(names)
+    host.terminate()
+    assert tool_lines(host) == [*raised("119"), *raised("128"), *restored("119", 1, 1),
+                                *restored("128", 1, 1)]
+
+
+# What is listed of a target whose name is the key, and the level that is taken from it.
+LISTINGS = {
+    "a": ("DebugLevel = 3 = 9", "3"), "b": ("DebugLevel  =  4", "4"), "c": ("DebugLevel = 5 of 6", "5"),
+    "d": ("DebugFile = 7\\nDebugLevel = 2", "7"), "e": ("a=1 Debug=2 = 8", "8"),
+    "f": ("DebugLevel = -7", "-7"), "g": ("DebugLevel = +7x", "7"), "h": ("DebugLevel = ", "0"),
+}
+
+
+def test_a_level_is_the_number_behind_the_first_equals_sign_between_blanks(make_life):
+    listings = {name: f"{text}\\nDiagnosticLevel = 4" for name, (text, _) in LISTINGS.items()}
+    host, _ = make_life(*LISTINGS, tool=tool_that_lists(listings))
+    host.terminate()
+    assert tool_lines(host) == [line for name in LISTINGS for line in raised(name)] + [
+        line for name, (_, level) in LISTINGS.items() for line in restored(name, level, 4)]
+
+
+# ----------------------------------------------------------------------------------------------------------
+# What is saved lives as long as the daemon
+# ----------------------------------------------------------------------------------------------------------
+
+def test_a_setting_that_is_turned_off_raises_nothing_more_and_restores_nothing_before_the_stop(make_life):
+    host, daemon = make_life("exampled", levels="exampled 2 3\n")
+    host.show(*[Process(PIDS[name], f"/opt/{name}", cpu=90) for name in ("exampled", "tbrd")])
+    host.configure(THHS_INCREASE_LOG_LEVEL=0, THHS_MONITOR_CPU="exampled:80,tbrd:80")
+    assert daemon.step() and daemon.step()
+    assert texts.taking(2, "tbrd", PIDS["tbrd"]) in host.log()
+    assert tool_lines(host) == raised("exampled")
+    assert host.get(LEVELS) == "exampled 6 6\n"
+    host.terminate()
+    assert tool_lines(host) == raised("exampled") + restored("exampled", 2, 3)
+
+
+def test_a_change_of_the_levels_under_the_daemon_is_not_noticed_and_lost_at_the_stop(make_life):
+    host, daemon = make_life("exampled", levels="exampled 2 3\n")
+    host.put(LEVELS, "exampled 4 5\n")
+    assert daemon.step()
+    assert texts.taking(2, "exampled", PIDS["exampled"]) in host.log()
+    assert host.get(LEVELS) == "exampled 4 5\n"
+    host.terminate()
+    assert tool_lines(host) == raised("exampled") + restored("exampled", 2, 3)
+    assert host.get(LEVELS) == "exampled 2 3\n"
+
+
+def test_a_daemon_that_is_killed_leaves_levels_of_6_which_the_next_one_takes_for_the_original(make_life):
+    host, daemon = make_life("exampled", levels="exampled 2 3\n")
+    host.kill(host.daemon_pid())
+    host.until_gone()
+    assert host.get(LEVELS) == "exampled 6 6\n"
+    assert daemon.start().status == 0
+    host.terminate()
+    assert tool_lines(host) == raised("exampled") * 2 + restored("exampled", 6, 6)
+    assert host.get(LEVELS) == "exampled 6 6\n"
 
 
 def test_a_missing_tool_raises_nothing_and_the_service_goes_on(make_life):
