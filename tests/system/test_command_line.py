@@ -127,6 +127,7 @@ def test_a_second_run_during_a_start_is_refused(host):
     assert host.run() == (10, texts.begun("run") + busy + texts.failed("run"), "")
     busy = "Error: Another instance of action in progressing state\n"
     assert host.run("-terminate") == (9, texts.begun("stop") + busy + texts.failed("stop"), "")
+    assert host.run("-uninstall") == (7, texts.begun("uninstall") + busy + texts.failed("uninstall"), "")
     host.kill(first, signal.SIGCONT)
     assert host.wait(first).status == 0
 

@@ -83,6 +83,16 @@ def test_a_stop_takes_a_child_lock_that_cannot_be_asked_for_a_daemon(life):
     trouble = f"Error: Failed to create file {product.CHILD_LOCK}\n"
     assert host.run("-terminate") == (0, texts.begun("stop") + trouble + texts.done("stop"), "")
     assert host.wait(other).status == -15
+    said = texts.begun("uninstall") + trouble + texts.done("uninstall")
+    assert host.run("-uninstall") == (0, said, "")  # for which the same is no daemon
+
+
+def test_a_child_that_finds_a_daemon_ends_well(life):
+    host, daemon = life
+    assert daemon.start().status == 0
+    refusing.in_child(host, "echo $PPID >/run/child\n")
+    assert host.run("-start", environment=daemon.environment).status == 0
+    assert host.status_of(int(host.get("/run/child"))) == 0
 
 
 def test_a_worker_that_cannot_be_made_is_tried_three_times_without_a_word(life):

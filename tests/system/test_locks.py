@@ -4,9 +4,10 @@ import time
 
 import pytest
 
-from host import product, texts
+from host import product, refusing, texts
 
 EARLIER = "999999"  # the id of a daemon that is long gone
+BUSY_RUN = "Error: Another instance of run action in progressing state\n"
 
 # The child of a fork waits for the test. So does its parent, once it has looked for it in vain.
 LATE_CHILD = """
@@ -41,9 +42,10 @@ unsigned int sleep(unsigned int seconds)
 
 
 def locked_by(host, pid):
-    """The files on which a process holds a lock."""
+    """The files of which a process holds the whole as a record lock for writing."""
+    form = "^lock:.* POSIX  *ADVISORY  *WRITE .* 0 EOF$"
     return set(host.shell(f"cd /proc/{pid}/fd && for one in *; do "
-                          "grep -qs ^lock: ../fdinfo/$one && readlink $one; done; :").split())
+                          f"grep -qs '{form}' ../fdinfo/$one && readlink $one; done; :").split())
 
 
 def test_a_parent_that_looks_for_its_child_too_early_takes_its_lock(host, interpose):
@@ -61,20 +63,84 @@ def test_a_parent_that_looks_for_its_child_too_early_takes_its_lock(host, interp
     assert host.get(product.RUN_LOCK) == EARLIER
 
 
-def test_who_finds_no_daemon_holds_its_lock_to_the_end(host):
-    """The uninstallation can't end, for its output is a pipe that takes nothing more."""
-    host.put(product.RUN_LOCK, EARLIER)
+def stuck(host, option):
+    """Starts an action that can't end, for its output is a pipe that takes nothing more."""
     host.shell("mkfifo /full")
-    first = host.spawn("/bin/dash", "-c", "exec 3<>/full; head -c 65536 /dev/zero >&3; "
-                       f"exec {product.PROGRAM} -uninstall >&3")
-    host.comes_to(lambda: locked_by(host, first), {product.CHILD_LOCK})
-    said = texts.begun("start") + texts.ALREADY + texts.begun("start") + texts.IS_RUNNING + texts.done("start")
-    assert host.run("-start") == (0, said, "")
-    assert host.get(product.RUN_LOCK) == EARLIER
+    return host.spawn("/bin/dash", "-c", "exec 3<>/full; head -c 65536 /dev/zero >&3; "
+                      f"exec {product.PROGRAM} {option} >&3")
+
+
+def let_out(host, action):
+    """Takes the output of an action that was stuck, and gives its status and that output."""
     said = host.run("/bin/cat", "/full").output.lstrip("\0")
-    assert said == texts.begun("uninstall") + texts.done("uninstall")
-    assert host.wait(first).status == 0
+    return host.wait(action).status, said
+
+
+def test_who_finds_no_daemon_holds_its_lock_to_the_end(host):
+    host.put(product.RUN_LOCK, EARLIER)
+    first = stuck(host, "-uninstall")
+    host.comes_to(lambda: locked_by(host, first), {product.CHILD_LOCK})
+    said = texts.begun("start") + texts.ALREADY + texts.begun("start") + texts.IS_RUNNING
+    assert host.run("-start") == (0, said + texts.done("start"), "")
+    assert host.get(product.RUN_LOCK) == EARLIER
+    assert let_out(host, first) == (0, texts.begun("uninstall") + texts.done("uninstall"))
     host.start()
+
+
+def test_a_stop_that_finds_no_daemon_holds_both_locks_to_the_end(host):
+    host.put(product.RUN_LOCK, EARLIER)
+    first = stuck(host, "-terminate")
+    host.comes_to(lambda: locked_by(host, first), {product.RUN_LOCK, product.CHILD_LOCK})
+    assert host.run("-start") == (8, texts.begun("start") + BUSY_RUN + texts.failed("start"), "")
+    assert let_out(host, first) == (9, texts.begun("stop") + texts.NO_DAEMON + texts.failed("stop"))
+    host.start()
+
+
+@pytest.mark.parametrize("option, label, said", [
+    ("-terminate", "stop", ""), ("-uninstall", "uninstall", "Info: stopped the daemon process\n")])
+def test_a_stop_beside_a_daemon_holds_the_run_lock_alone_to_the_end(host, option, label, said):
+    host.start()
+    first = stuck(host, option)
+    host.log_says(texts.STOPPED)
+    assert locked_by(host, first) == {product.RUN_LOCK}
+    assert host.run("-start") == (8, texts.begun("start") + BUSY_RUN + texts.failed("start"), "")
+    assert let_out(host, first) == (0, texts.begun(label) + said + texts.done(label))
+
+
+def test_a_start_holds_the_run_lock_to_its_end_and_the_daemon_the_other_one_for_good(make_host):
+    host = make_host(store={"THHS_POLL_INTERVAL": 600})
+    starter = host.spawn(product.PROGRAM, "-start")
+    host.log_says(texts.MONITORING)
+    assert locked_by(host, starter) == {product.RUN_LOCK}
+    assert host.wait(starter).status == 0
+    assert locked_by(host, host.daemon_pid()) == {product.CHILD_LOCK}
+
+
+def test_a_stop_beside_an_id_that_nobody_has_any_more_succeeds_and_stops_nobody(make_host):
+    host = make_host(store={"THHS_POLL_INTERVAL": 600})
+    pid = host.start()
+    host.put(product.RUN_LOCK, EARLIER)
+    for option, label, said in (("-terminate", "stop", ""),
+                                ("-uninstall", "uninstall", "Info: stopped the daemon process\n")):
+        assert host.run(option) == (0, texts.begun(label) + said + texts.done(label), "")
+    assert [one["pid"] for one in host.daemons()] == [pid]
+    assert host.log()[-1] == texts.MONITORING
+
+
+def test_a_run_lock_that_the_daemon_cannot_write_keeps_its_id_and_a_stop_goes_there(make_host, interpose):
+    host = make_host(store={"THHS_POLL_INTERVAL": 600})
+    other = host.spawn("/bin/sleep", "1000")
+    host.put(product.RUN_LOCK, str(other))
+    refusing.in_child(host, "echo $PPID >/run/daemon\n"
+                      f"mount -n --bind {product.RUN_LOCK} {product.RUN_LOCK}\n"
+                      f"mount -n -o remount,bind,ro {product.RUN_LOCK}\n")
+    host.start(environment=interpose(host, refusing.SOURCE))
+    host.log_says(texts.MONITORING)
+    assert host.get(product.RUN_LOCK) == str(other)
+    host.shell(f"umount -n {product.RUN_LOCK}")
+    assert host.run("-terminate") == (0, texts.begun("stop") + texts.done("stop"), "")
+    assert host.wait(other).status == -signal.SIGTERM
+    assert [one["pid"] for one in host.daemons()] == [int(host.get("/run/daemon"))]
 
 
 # A small world with processes of its own: process 1, which no signal reaches, a bystander, and the daemon.

@@ -1,0 +1,163 @@
+"""The daemon as a process: what it keeps of its starter, its signals, its sleeps, and what it has open."""
+import re
+import signal
+
+import pytest
+
+from host import product, refusing, texts
+
+LONG = {"THHS_POLL_INTERVAL": 600}
+BLOCKED = {signal.SIGCHLD, signal.SIGTSTP, signal.SIGTTIN, signal.SIGTTOU}
+CAUGHT = {signal.SIGHUP, signal.SIGINT, signal.SIGTERM}
+REAL_TIME = 32  # signals from here on are those of the thread library
+
+
+def start_from(host, folder, mask):
+    """Starts the daemon from a shell in that folder with that mask, and gives the shell's line of /proc."""
+    host.folder(folder)
+    host.run("/bin/dash", "-c", f"umask {mask}; read -r line </proc/$$/stat; echo \"$line\" >/run/starter; "
+             f"exec {product.PROGRAM} -start", folder=folder)
+    return host.get("/run/starter")
+
+
+def group_and_session(line):
+    return line.rpartition(")")[2].split()[2:4]
+
+
+def test_the_daemon_keeps_group_session_folder_and_mask_of_its_starter(make_host):
+    host = make_host(store=LONG)
+    line = start_from(host, "/srv/here", "027")
+    pid = host.daemon_pid()
+    assert host.get(product.RUN_LOCK) == str(pid)
+    assert group_and_session(host.get(f"/proc/{pid}/stat")) == group_and_session(line)
+    assert host.shell(f"readlink /proc/{pid}/cwd") == "/srv/here\n"
+    assert "\nUmask:\t0027\n" in host.get(f"/proc/{pid}/status")
+    host.log_says(texts.MONITORING)
+    assert [one[:3] for one in host.ask("tree", "/evidence")] == [["thsentinel", "folder", 0o750]]
+    logs = [one[1:3] for one in host.ask("tree", product.HOME + "/logs")]
+    assert logs == [["folder", 0o750], ["file", 0o640]]
+
+
+def signals(host, pid, field):
+    """The signals that /proc names in that field, a set a thread."""
+    masks = re.findall(rf"^{field}:\t(\w+)$", host.shell(f"cat /proc/{pid}/task/*/status"), re.MULTILINE)
+    return [{number for number in range(1, REAL_TIME) if int(mask, 16) >> (number - 1) & 1} for mask in masks]
+
+
+def test_starter_and_daemon_block_four_signals_in_all_threads_and_catch_three(make_host):
+    host = make_host(store=LONG)
+    starter = host.spawn(product.PROGRAM, "-start")
+    host.log_says(texts.MONITORING)
+    pid = host.daemon_pid()
+    for process, threads in ((starter, 1), (pid, 2)):
+        assert signals(host, process, "SigBlk") == [BLOCKED] * threads
+        assert [one & CAUGHT for one in signals(host, process, "SigIgn")] == [set()] * threads
+        assert signals(host, process, "SigCgt") == [CAUGHT] * threads
+    assert host.wait(starter).status == 0
+
+
+def test_the_daemon_listens_to_nobody(make_host):
+    """Its one socket leads to the system log."""
+    host = make_host(store=LONG)
+    pid = host.start()
+    host.log_says(texts.MONITORING)
+    sockets = re.findall(r"socket:\[(\d+)\]", host.shell(f"ls -l /proc/{pid}/fd"))
+    local = {line.split()[6] for line in host.get("/proc/net/unix").splitlines()[1:]}
+    assert len(sockets) == 1
+    assert set(sockets) <= local
+
+
+def signal_thread(host, pid, thread, number):
+    host.run("/usr/bin/python3", "-I", "-c",
+             f"import ctypes; ctypes.CDLL(None).tgkill({pid}, {thread}, {int(number)})")
+
+
+def test_a_hangup_that_meets_the_worker_begins_the_next_pass_at_once(make_host):
+    host = make_host(store=LONG)
+    pid = host.start()
+    host.log_says(texts.MONITORING)
+    worker = next(int(one) for one in host.shell(f"ls /proc/{pid}/task").split() if int(one) != pid)
+
+    def passes():
+        signal_thread(host, pid, worker, signal.SIGHUP)
+        return host.log().count(texts.MONITORING)
+
+    host.until(lambda: passes() > 1, "a second pass, which comes only when the sleep is cut short")
+    expected = [*host.log_of_start(), *texts.load(host.store), texts.MONITORING]
+    assert host.log()[:len(expected)] == expected
+    assert texts.STOPPED not in host.log()
+    assert [one["pid"] for one in host.daemons()] == [pid]
+
+
+# Notes who sleeps how long: the process, whether it is its main thread, the seconds. A test may hold the
+# sleepers, or keep them awake.
+SLEEPS = """
+#define _GNU_SOURCE
+#include <dlfcn.h>
+#include <stdio.h>
+#include <unistd.h>
+
+unsigned int sleep(unsigned int seconds)
+{
+    unsigned int (*real)(unsigned int) = dlsym(RTLD_NEXT, "sleep");
+    FILE* file = fopen("/run/sleeps", "a");
+    if (file) {
+        fprintf(file, "%d %d %u\\n", getpid(), gettid() == getpid(), seconds);
+        fclose(file);
+    }
+    while (access("/run/held", F_OK) == 0 && access("/run/holding", F_OK) != 0) {
+        file = fopen("/run/holding", "w");
+        if (file)
+            fclose(file);
+    }
+    while (access("/run/held", F_OK) == 0)
+        usleep(3000);
+    return access("/run/awake", F_OK) == 0 ? 0 : real(seconds);
+}
+"""
+
+
+def sleeps_of(host, pid, is_main=True):
+    lines = [[int(word) for word in line.split()] for line in host.get("/run/sleeps").splitlines()]
+    return [seconds for process, main, seconds in lines if (process, main) == (pid, int(is_main))]
+
+
+def test_a_start_sleeps_two_seconds_the_worker_once_a_pass_and_the_main_thread_a_second_at_a_time(
+        make_host, interpose):
+    host = make_host(store=LONG)
+    starter = host.spawn(product.PROGRAM, "-start", environment=interpose(host, SLEEPS))
+    assert host.wait(starter).status == 0
+    pid = host.daemon_pid()
+    host.until(lambda: len(sleeps_of(host, pid)) > 2, "the main thread has woken up")
+    assert sleeps_of(host, starter) == [2]
+    assert sleeps_of(host, pid, is_main=False) == [600]
+    assert set(sleeps_of(host, pid)) == {1}
+
+
+def test_a_start_in_vain_sleeps_a_second_behind_each_of_its_three_checks(make_host, interpose):
+    host = make_host(store=LONG)
+    refusing.in_child(host, "until [ -e /run/go ]; do sleep 0.05; done\n")
+    host.put("/run/awake")
+    starter = host.spawn(product.PROGRAM, "-start", environment=interpose(host, SLEEPS + refusing.SOURCE))
+    host.until(lambda: host.process_of(starter)["state"] == "Z", "the starter has given up")
+    assert sleeps_of(host, starter) == [2, 1, 1, 1]
+    host.remove("/run/awake")
+    host.put("/run/go")
+    assert host.wait(starter).status == 8
+
+
+@pytest.mark.parametrize("number", [signal.SIGTERM, signal.SIGINT])
+def test_a_stopped_daemon_sleeps_a_second_behind_its_last_line_and_ends(make_host, interpose, number):
+    host = make_host(store=LONG)
+    host.adopt_orphans()
+    pid = host.start(environment=interpose(host, SLEEPS))
+    host.log_says(texts.MONITORING)
+    host.put("/run/held")
+    host.until(lambda: host.exists("/run/holding"), "the main thread is held in its sleep")
+    before = len(sleeps_of(host, pid))
+    host.kill(pid, number)
+    host.comes_to(lambda: sleeps_of(host, pid)[before:], [1])
+    assert host.log()[-1] == texts.STOPPED
+    host.remove("/run/held")
+    assert host.status_of(pid) == 255
+    assert len(sleeps_of(host, pid)) == before + 1
