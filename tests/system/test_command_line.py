@@ -167,3 +167,35 @@ def test_a_reverted_value_warns_on_the_console_and_starts(make_host):
     host = make_host(store={"THHS_DUMP_COUNT": 11}, processes=[Process(4321, "/opt/exampled")])
     first = texts.begun("start") + texts.REVERTED + "\n"
     assert host.run("-start") == (0, first * 2 + texts.IS_RUNNING + texts.done("start"), "")
+
+
+# Notes each path that is looked for.
+LOOKS = """
+#define _GNU_SOURCE
+#include <dlfcn.h>
+#include <stdio.h>
+#include <sys/stat.h>
+
+int stat(const char* restrict path, struct stat* restrict status)
+{
+    int (*real)(const char*, struct stat*) = dlsym(RTLD_NEXT, "stat");
+    FILE* file = fopen("/run/looks", "a");
+    if (file) {
+        fprintf(file, "%s\\n", path);
+        fclose(file);
+    }
+    return real(path, status);
+}
+"""
+RELEASES = ["/etc/redhat-release", "/etc/oracle-release", "/etc/SuSE-release"]
+TOOLS = [f"/usr/bin/{name}" for name in (
+    "awk", "cat", "echo", "egrep", "free", "gcore", "grep", "gstack", "iostat", "ls", "mpstat", "netstat",
+    "pmap", "ps", "sed", "top", "vmstat", "wc", "which")]
+
+
+@pytest.mark.parametrize("option, times", [
+    ("-version", 1), ("-help", 1), ("-install", 1), ("-list_config", 1), ("-wrong", 2)])
+def test_each_action_looks_for_the_distribution_and_for_the_tools_in_order(host, interpose, option, times):
+    """A wrong word makes it look once for the help and once for itself."""
+    host.run(option, environment=interpose(host, LOOKS))
+    assert host.get("/run/looks").splitlines() == (RELEASES * 2 + TOOLS) * times

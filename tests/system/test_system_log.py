@@ -33,6 +33,18 @@ def test_nobody_at_the_system_log_changes_nothing(make_host):
     host.terminate()
 
 
+def test_with_nobody_at_the_system_log_its_entries_are_on_the_console_of_the_host(make_host):
+    host = make_host(store={"THHS_POLL_INTERVAL": 600}, system_log=False)
+    host.shell("mkfifo /dev/console")
+    host.spawn("/bin/dash", "-c", "exec cat <>/dev/console >/seen")
+    pid = host.start()
+    host.log_says(texts.MONITORING)
+    host.terminate()
+    said = ["===== Daemon Entry Point =====", f"{texts.TITLE} Service successfully started", texts.STOPPED]
+    host.comes_to(lambda: host.get("/seen").split("\r\n")[:-1],
+                  [f"thsentinel[{pid}]: {said[0]}\n", *(f"thsentinel[{pid}]: {one}" for one in said[1:])])
+
+
 def test_a_foreground_action_leaves_no_entry(host):
     for option in ("-version", "-help", "-install", "-list_config", "-uninstall", "-terminate", "-wrong"):
         host.run(option)
