@@ -66,6 +66,9 @@ public:
     using Base::Base;
     using Base::mProcessesRegisteredMonitoring;
     using Base::mProcessIDAndCouterMap;
+    using Base::mSpareFlag1;
+    using Base::mSpareFlag2;
+    using Base::mSpareFlag3;
 
     /** A counter as the registry makes it; a Java process stands under "java" and has a configured name. */
     Counter& Add(int pid, const std::string& processName, const std::string& javaProcessName = "")

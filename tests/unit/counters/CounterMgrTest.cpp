@@ -37,6 +37,7 @@ TEST_F(CounterManager, StartsEmptyWithItsLabel)
     EXPECT_EQ(manager.GetMessageStr(), "Any label");
     EXPECT_THAT(manager.GetProcessesRegisteredMonitoring(), IsEmpty());
     EXPECT_THAT(manager.mProcessIDAndCouterMap, IsEmpty());
+    EXPECT_FALSE(manager.mSpareFlag1 || manager.mSpareFlag2 || manager.mSpareFlag3);
 }
 
 TEST_F(CounterManager, ReadsZeroUnlessAResourceIsRead)
