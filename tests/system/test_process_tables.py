@@ -98,6 +98,33 @@ def test_only_a_process_from_outside_the_product_gets_a_note(live):
     assert inserted(host.log(), NAMES) == [(NAME, 100), (NAME, 200), (NAME, 300)]
 
 
+def test_the_note_comes_for_all_that_are_listed_before_any_is_left_out(live):
+    """The daemon's own line is among them, and that of a process that nobody watches."""
+    daemon = live(store={**VERBOSE, "THHS_MONITOR_CPU": f"{NAME}:100"})
+    itself = daemon.host.daemon_pid()
+    daemon.host.show(Process(itself, "./thsentinel -start /usr/tarnv"), Process(200, f"other {NAME}"),
+                     Process(300, "/usr/tarnv/bin/idle"))
+    said = daemon.next_pass()
+    assert [entry for entry in said if entry.startswith("Inserting") or "with basename" in entry] == [
+        f"thsentinel({itself}) process is running with basename",
+        "other(200) process is running with basename"] + [
+        f"thsentinel({itself}) process is running with basename",
+        "other(200) process is running with basename",
+        f"Inserting in to multimap {IDS} <other : 200> ", f"Inserting in to multimap {IDS} <idle : 300> "]
+
+
+def test_an_id_that_is_listed_again_stands_once_under_each_name_and_has_one_counter(live):
+    rows = [Process(100, f"/opt/{NAME}"), Process(100, f"{NAME} again"), Process(100, "/opt/otherd"),
+            Process(200, "/opt/otherd")]
+    host = live(processes=rows, store={**VERBOSE, "THHS_MONITOR_CPU": f"{NAME}:100,otherd:100"}).host
+    assert inserted(host.log(), NAMES) == [(NAME, 100), ("otherd", 100), ("otherd", 200)]
+    assert inserted(host.log(), IDS) == [(NAME, 100), (NAME, 100), ("otherd", 100), ("otherd", 200)]
+    assert [entry for entry in host.log() if entry.startswith("CPU counter ")] == [
+        f"CPU counter added for process {NAME} with PID - 100 : {NAME}#100",
+        f"CPU counter already added for process otherd with PID - 100 with index : 100 : {NAME}#100",
+        "CPU counter added for process otherd with PID - 200 : otherd#200"]
+
+
 # ----------------------------------------------------------------------------------------------------------
 # How a line is taken apart
 # ----------------------------------------------------------------------------------------------------------
@@ -198,3 +225,47 @@ def test_a_java_process_is_the_first_that_bears_the_mark_or_has_the_id_minus_one
         f"CPU counter added for process java with PID - {pid} : java#{pid}" for pid in added] + [
         "Skipping the add of counter as pid not matching with counter index. "
         f"PID - {found} : counter Index {pid}" for found, pid in skipped]
+
+
+def marker_line(marker):
+    return (f'{listing_line("java|/usr/tarnv")} | /usr/bin/grep -e "{marker}" '
+            '| /usr/bin/grep -v "/usr/bin/grep"')
+
+
+def marker_lines(host, before):
+    return [line for line in host.shell_lines()[before:] if " -e " in line]
+
+
+def test_a_java_process_is_looked_for_until_it_has_its_counter_and_the_search_does_not_find_itself(make_host,
+                                                                                                  pace):
+    host = make_host(real_tools=True, store={**VERBOSE, "THHS_MONITOR_CPU": "adminconsole:100"})
+    host.shell("cp /bin/dash /opt/java")
+    program = ["/opt/java", "-c", "sleep 100000; :"]
+    others = host.spawn(*program)
+    daemon = paced.Paced(host, pace)
+
+    def said(entries):
+        return [entry for entry in entries if entry.startswith(("CPU counter added", "Skipping"))]
+
+    def skipped(found):
+        return ("Skipping the add of counter as pid not matching with counter index. "
+                f"PID - {found} : counter Index {others}")
+
+    assert daemon.start().status == 0
+    assert said(daemon.says()) == [skipped(-1)]
+    assert marker_lines(host, 0) == [marker_line("tarn.thx.AdminConsole")]
+    console = host.spawn(*program, "tarn.thx.AdminConsole")
+    added = f"CPU counter added for process java with PID - {console} : java#{console}"
+    for lines in ([skipped(console), added], [skipped(console)]):
+        before = len(host.shell_lines())
+        assert said(daemon.next_pass()) == lines
+        assert marker_lines(host, before) == [marker_line("tarn.thx.AdminConsole")] * len(lines)
+
+
+def test_a_java_name_in_another_case_is_that_of_an_ordinary_process(live):
+    rows = [Process(100, MARKED), Process(200, "/opt/AdminConsole")]
+    host = live(processes=rows, store={**VERBOSE, "THHS_MONITOR_CPU": "AdminConsole:80"}).host
+    assert host.shell_lines()[2:4] == [listing_line("AdminConsole|/usr/tarnv")] * 2
+    assert marker_lines(host, 0) == []
+    assert [entry for entry in host.log() if entry.startswith("CPU counter ")] == [
+        "CPU counter added for process AdminConsole with PID - 200 : AdminConsole#200"]

@@ -86,6 +86,25 @@ def test_a_folder_counts_as_made_when_a_file_bears_its_name(make_host, pace, pat
     assert host.get(path) == "in the way\n"
 
 
+# What the evidence path names, and what a start says of it. A socket's kind includes that of a folder.
+NO_FOLDER = "Specified folder does not exist."
+KINDS = {
+    "a socket": ("/dev/log", "/dev/log/thsentinel. Failed to create the evidences folder."),
+    "a device": ("/dev/null", f"/dev/null. {NO_FOLDER}"),
+    "a pipe": ("/run/pipe", f"/run/pipe. {NO_FOLDER}"),
+    "a link to a file": ("/run/link", f"/run/link. {NO_FOLDER}"),
+}
+
+
+@pytest.mark.parametrize("path, complaint", KINDS.values(), ids=KINDS.keys())
+def test_a_socket_counts_as_a_folder_and_nothing_else_does(make_host, path, complaint):
+    host = make_host(store={"THHS_EVIDENCE_PATH": path})
+    host.shell("mkfifo /run/pipe && ln -s /etc/passwd /run/link")
+    said = f"Invalid value for THHS_EVIDENCE_PATH : {complaint} thsentinel will not start."
+    assert host.run("-start") == (8, f"{texts.begun('start')}{said}\n{texts.failed('start')}", "")
+    assert host.log() == [texts.READING, texts.JDK_NOT_SET, said]
+
+
 JCMD = """#!/bin/dash
 case $2 in
     GC.heap_dump) echo "heap of $1" >"$3" ;;
