@@ -27,6 +27,12 @@ def test_the_help_names_a_short_path_whole(host):
     assert host.run("./thsentinel", "-help", folder=folder) == (0, texts.HELP.format("./thsentinel"), "")
 
 
+def test_the_help_names_the_program_by_the_name_that_it_was_started_with(host):
+    for name in ("", "x", "x" * 14, "x" * 15, "x" * 16, "a %s %d b", "x" * 300):
+        result = host.run("/bin/bash", "-c", f'exec -a "$0" {product.PROGRAM} -help', name)
+        assert result == (0, texts.HELP.format(name[:15]), ""), name
+
+
 @pytest.mark.parametrize("arguments", [
     ["-wrong"], ["start"], ["--start"], ["-star"], ["-start "], [""], ["-start", "-start"],
     ["-help", "extra"], ["-version", ""], ["-h"], ["-list-config"]])
@@ -59,6 +65,7 @@ def test_install_prints_its_notes_every_time_and_needs_neither_store_nor_lock(ho
 def test_uninstall_on_a_fresh_host_tells_that_nothing_is_known_and_succeeds(host):
     expected = texts.begun("uninstall") + texts.NO_DETAILS + texts.done("uninstall")
     assert host.run("-uninstall") == (0, expected, "")
+    assert host.run("-UnInstall") == (0, expected, "")
     assert not host.exists(product.RUN_LOCK)
 
 

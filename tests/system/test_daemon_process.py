@@ -146,6 +146,35 @@ def test_a_start_in_vain_sleeps_a_second_behind_each_of_its_three_checks(make_ho
     assert host.wait(starter).status == 8
 
 
+# The wait of a starter, which a hang-up alone ends in the time of a test.
+LONG_WAIT = """
+#define _GNU_SOURCE
+#include <dlfcn.h>
+
+unsigned int sleep(unsigned int seconds)
+{
+    unsigned int (*real)(unsigned int) = dlsym(RTLD_NEXT, "sleep");
+    return real(seconds == 2 ? 600 : seconds);
+}
+"""
+
+
+def test_a_hangup_ends_the_wait_of_a_starter(make_host, interpose):
+    host = make_host(store=LONG)
+    starter = host.spawn(product.PROGRAM, "-start", environment=interpose(host, LONG_WAIT))
+    host.log_says(texts.MONITORING)
+    assert host.process_of(starter)["state"] == "S"
+
+    def ended():
+        host.kill(starter, signal.SIGHUP)
+        return host.process_of(starter)["state"] == "Z"
+
+    host.until(ended, "the starter has looked for its daemon")
+    assert host.wait(starter) == (
+        0, texts.begun("start") * 2 + texts.IS_RUNNING + texts.done("start"), "")
+    assert host.log() == host.log_of_start()
+
+
 @pytest.mark.parametrize("number", [signal.SIGTERM, signal.SIGINT])
 def test_a_stopped_daemon_sleeps_a_second_behind_its_last_line_and_ends(make_host, interpose, number):
     host = make_host(store=LONG)

@@ -127,6 +127,17 @@ def test_a_stop_beside_an_id_that_nobody_has_any_more_succeeds_and_stops_nobody(
     assert host.log()[-1] == texts.MONITORING
 
 
+def test_a_stop_goes_to_the_number_that_the_run_lock_begins_with(make_host):
+    host = make_host(store={"THHS_POLL_INTERVAL": 600})
+    pid = host.start()
+    for form in ("{}", " \t\n{}\n", "{}abc", "{} 1", "+{}", "000{}"):
+        other = host.spawn("/bin/sleep", "1000")
+        host.put(product.RUN_LOCK, form.format(other))
+        assert host.run("-terminate") == (0, texts.begun("stop") + texts.done("stop"), "")
+        assert host.wait(other).status == -signal.SIGTERM, form
+    assert [one["pid"] for one in host.daemons()] == [pid]
+
+
 def test_a_run_lock_that_the_daemon_cannot_write_keeps_its_id_and_a_stop_goes_there(make_host, interpose):
     host = make_host(store={"THHS_POLL_INTERVAL": 600})
     other = host.spawn("/bin/sleep", "1000")

@@ -121,6 +121,15 @@ def test_another_evidence_path_takes_the_evidence_from_the_next_pass_on(live):
         "Evidence2"]
 
 
+@pytest.mark.parametrize("home", ["/opt/../jdk", "/opt/jdk;"])
+def test_a_path_of_the_jdk_that_was_refused_is_taken_all_the_same(live, home):
+    host = live(store={"THHS_MONITOR_CPU": "adminconsole:80", "THHS_CAPTURE_WITHOUT_THRESHOLD": 1,
+                       "THHS_CAPTURE_PROCESS_DUMP": 1, "THHS_JDK_HOME": home},
+                processes=[Process(300, "/opt/jre/bin/java tarn.thx.AdminConsole", cpu=7)]).host
+    host.until(lambda: any(f'"{home}/bin/jcmd 300 ' in line for line in host.shell_lines()),
+               "a dump is tried")
+
+
 @pytest.mark.parametrize("environment", [
     {"THHS_POLL_INTERVAL": "0", "THHS_EVIDENCE_PATH": "/no/such", "THHS_MONITOR_CPU": "a:5",
      "THHS_VERBOSE": "1", "THHS_MEMORY_UNIT": "KB", "THHS_DUMP_COUNT": "77", "THHS_JDK_HOME": "/opt/jdk"},

@@ -1,7 +1,7 @@
 """Keys that go from the store under a running daemon, and a store whose answers are odd."""
 import pytest
 
-from host import Process, paced, texts
+from host import Process, paced, refusing, texts
 
 NAME, PID = "exampled", 4321
 WATCHING = {"THHS_MONITOR_CPU": f"{NAME}:50", "THHS_CAPTURE_NETWORK_STAT": 0, "THHS_CAPTURE_DISK_IO": 0}
@@ -88,3 +88,28 @@ def test_a_reload_that_fails_without_a_reason_ends_the_daemon(make_host, pace, i
     assert host.system_log() == [
         ENTRY, ("info", f"{texts.TITLE} Service successfully started"), ("error", ""), stopped, stopped,
         ("info", "===== Daemon Exit Point =====\n")]
+
+
+NUMBERS = ["THHS_POLL_INTERVAL", "THHS_DUMP_COUNT", "THHS_CAPTURE_NETWORK_STAT", "THHS_DEADLOCK_INTERVAL",
+           "THHS_INCREASE_LOG_LEVEL", "THHS_CAPTURE_PROCESS_DUMP", "THHS_ALWAYS_DUMP", "THHS_CAPTURE_DISK_IO",
+           "_FORCE_READING_INTERVAL_", "THHS_NUMBER_OF_READINGS", "THHS_READING_INTERVAL",
+           "THHS_PURGE_OLD_EVIDENCE", "THHS_CAPTURE_WITHOUT_THRESHOLD", "THHS_VERBOSE"]
+
+
+def test_numbers_that_the_store_fails_to_give_stay_in_force_without_a_word(make_host, interpose, pace):
+    """The interval alone is the default then; texts that are not there are traced as ever."""
+    host = make_host(store={**WATCHING, "THHS_POLL_INTERVAL": 7, "THHS_CAPTURE_WITHOUT_THRESHOLD": 1,
+                            "THHS_DUMP_COUNT": 1, "THHS_VERBOSE": 1},
+                     processes=[Process(PID, f"/opt/{NAME}", cpu=7)])
+    daemon = paced.Paced(host, pace, [interpose(host, refusing.SOURCE)["LD_PRELOAD"]])
+    assert daemon.start().status == 0
+    refusing.refuse(host, *(f"store {key}" for key in NUMBERS))
+    said = daemon.next_pass()
+    path, *end = texts.end_of_load({"THHS_EVIDENCE_PATH": "/evidence"})
+    unset, *others = (f"{key} not defined in Tarnhaven configuration." for key in (
+        "THHS_MEMORY_UNIT", "THHS_MONITOR_MEMORY", "THHS_MONITOR_DEADLOCK", "THHS_JDK_HOME"))
+    assert said[:said.index(end[-1]) + 1] == [
+        texts.READING, unset, *texts.listed(host.store), *others, texts.JDK_NOT_SET, path, *end]
+    assert f"Dump count reached max allowed for process {NAME} : 1" in said
+    assert daemon.sleeps() == [7, 600]
+    assert unset in daemon.next_pass()

@@ -9,7 +9,8 @@ What can be refused
   "thread of THREAD N"    of those that it tries to start, counted from 1, only this one fails
   "system", "popen"       no shell can be started
   "memory"                there is none for an object of a hundred bytes and more that may be missing
-  "store KEY"             the base library delivers the text of this key with a code of its own
+  "store KEY"             the base library delivers the text of this key with a code of its own, or fails
+                          with that code where a number is asked for
 
 `in_child` gives the child of a fork a script to run before it goes on.
 """
@@ -127,13 +128,24 @@ void* _ZnwmRKSt9nothrow_t(size_t size, const void* tag)
     return size >= SMALL && IsRefused("memory") ? NULL : real(size, tag);
 }}
 
+static int IsKeyRefused(const char* key)
+{{
+    char wish[64];
+    snprintf(wish, sizeof wish, "store %s", key);
+    return IsRefused(wish);
+}}
+
 int thconfGetKeyValPair(void* handle, const char* key, char** value)
 {{
     int (*real)(void*, const char*, char**) = dlsym(RTLD_NEXT, "thconfGetKeyValPair");
     const int code = real(handle, key, value);
-    char wish[64];
-    snprintf(wish, sizeof wish, "store %s", key);
-    return IsRefused(wish) ? UNUSUAL : code;
+    return IsKeyRefused(key) ? UNUSUAL : code;
+}}
+
+int thconfGetKeyValPairAsInt(void* handle, const char* key, int* value)
+{{
+    int (*real)(void*, const char*, int*) = dlsym(RTLD_NEXT, "thconfGetKeyValPairAsInt");
+    return IsKeyRefused(key) ? UNUSUAL : real(handle, key, value);
 }}
 """
 
