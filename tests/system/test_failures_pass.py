@@ -131,7 +131,10 @@ def test_a_java_process_without_threads_has_each_capture_told_under_its_configur
         f"Error: Failed to create a thread for network performance data collection for {OF_JAVA}",
         f"Error: Failed to create a thread for disk io performance data collection for {OF_JAVA}",
         f"Error: Failed to create a thread for process specific data collection for {OF_JAVA}"]
-    assert daemon.host.evidence() == {}
+    # The folders of the dump are made before its thread.
+    folder = f"adminconsole/{PID}"
+    assert daemon.host.evidence_paths() == ["adminconsole", folder, f"{folder}/Evidence1",
+                                            f"{folder}/evidence.lock"]
     assert not [line for line in daemon.host.shell_lines() if "jcmd" in line]
 
 

@@ -145,6 +145,7 @@ def test_a_daemon_that_is_not_root_takes_the_dumps_itself(make_java_host):
     assert_heap_dump_is_whole(host, real_path(host, "adminconsole", pid, "hprof"))
     assert PLANTED in host.get(real_path(host, "adminconsole", pid, "ThreadDump"))
     assert not [line for line in host.shell_lines() if line.startswith("su ")]
+    assert len([line for line in host.shell_lines() if " -eo pid,user " in line]) == 1, "not for the folder"
     assert f"{JDK}/bin/jcmd {pid} GC.heap_dump {TEMP}/{pid}dump.hprof" in host.shell_lines()
     assert f"{JDK}/bin/jcmd {pid} Thread.print > {TEMP}/Thread_dump.log" in host.shell_lines()
 

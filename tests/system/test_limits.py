@@ -1,7 +1,7 @@
 """Which limit is in force for which process, and what of a reading is compared with it."""
 import pytest
 
-from host import Process, texts
+from host import Process, paced, texts
 
 ROWS = [Process(100, "/opt/exampled", cpu=60), Process(200, "/opt/Exampled", cpu=60)]
 
@@ -43,3 +43,32 @@ def test_a_reading_is_not_divided_by_an_unknown_number_of_processors(live, machi
     _, breaches = five_passes(daemon)
     assert breaches == [texts.exceeded("CPU", "exampled", 100, 100, 200.25)]
     assert "Number of CPUs = 0" in daemon.host.log()
+
+
+# What wc and awk print about the machine; how many processors and how much memory are told of it; the share
+# of a reading of 100 that is compared.
+MACHINES = {
+    "blanks around": ("   4  ", "  2048  ", 4, 2048, 25),
+    "words behind": ("2 processors", "2048 kB", 2, 2048, 50),
+    "digits and letters": ("3x9", "12e5", 3, 12, 100 / 3),
+    "more than one line": ("4\\n8", "16\\n32", 4, 16, 25),
+    "words alone": ("many", "much", 0, 0, 100),
+    "below zero": ("-4", "-1", -4, -1, 100),
+    "beyond 32 bits": ("4294967298", "4294967298", 2, 4294967298, 50),
+}
+
+
+@pytest.mark.parametrize("count, size, processors, memory, share", MACHINES.values(), ids=MACHINES.keys())
+def test_the_machine_is_as_large_as_the_digits_say_that_an_answer_begins_with(make_host, pace, count, size,
+                                                                             processors, memory, share):
+    host = make_host(store={"THHS_MONITOR_CPU": "exampled:80", "THHS_VERBOSE": 1},
+                     processes=[Process(100, "/opt/exampled", cpu=100)])
+    for tool, answer in (("wc", count), ("awk", size)):
+        host.remove(f"/usr/bin/{tool}")  # it may be a link to one that others use
+        host.put(f"/usr/bin/{tool}", f"#!/bin/dash\nprintf '%b\\n' '{answer}'\n", 0o755)
+    assert paced.Paced(host, pace).start().status == 0
+    told = ("Number of CPUs", "Total size", "CPUCounterMgr", "CPU usage")
+    assert [entry for entry in host.log() if entry.startswith(told)] == [
+        f"Number of CPUs = {processors}", f"Total size of Memory = {memory}",
+        f"CPUCounterMgr::ReadCounterIndexValue Getting CPU for Process exampled (Pid 100) {share:f}.",
+        f"CPU usage for process exampled(100) : {share:.2f} Percent"]
