@@ -291,8 +291,9 @@ def test_an_answer_of_one_character_aborts_the_daemon(make_host, pace):
     assert host.run("-terminate") == (9, texts.begun("stop") + texts.NO_DAEMON + texts.failed("stop"), "")
 
 
-def test_an_answer_of_two_characters_reads_as_a_level_of_0(make_host, pace):
-    host, daemon = life_with_an_odd_grep(make_host, pace, "printf xy")
+@pytest.mark.parametrize("says, level", [("printf xy", 0), ("echo 'Debug = 4' && exit 3", 4)])
+def test_an_answer_without_a_mark_reads_as_0_and_its_exit_is_not_looked_at(make_host, pace, says, level):
+    host, daemon = life_with_an_odd_grep(make_host, pace, says)
     assert daemon.step()
     host.terminate()
-    assert tool_lines(host) == raised("exampled") + restored("exampled", 0, 1)
+    assert tool_lines(host) == raised("exampled") + restored("exampled", level, 1)
