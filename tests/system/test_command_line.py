@@ -139,8 +139,11 @@ def test_a_second_run_during_a_start_is_refused(host):
     assert host.wait(first).status == 0
 
 
-def test_without_the_folder_for_the_locks_nothing_starts(host):
-    host.remove(product.BASE + "/tmp")
+@pytest.mark.parametrize("spoil", [
+    f"rmdir {product.BASE}/tmp", f"mount -n -t tmpfs -o ro none {product.BASE}/tmp"],
+    ids=["none", "read-only"])
+def test_without_a_folder_for_the_locks_that_can_be_written_nothing_starts(host, spoil):
+    host.shell(spoil)
     trouble = f"Error: Failed to create file {product.RUN_LOCK}\n"
     busy = "Error: Another instance of run action in progressing state\n"
     assert host.run("-start") == (8, texts.begun("start") + trouble + busy + texts.failed("start"), "")

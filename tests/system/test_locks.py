@@ -116,6 +116,18 @@ def test_a_start_holds_the_run_lock_to_its_end_and_the_daemon_the_other_one_for_
     assert locked_by(host, host.daemon_pid()) == {product.CHILD_LOCK}
 
 
+@pytest.mark.parametrize("closed", ["<&-", ">&-", "2>&-", "<&- >&- 2>&-"])
+def test_a_daemon_whose_starter_had_closed_streams_keeps_its_lock(make_host, closed):
+    host = make_host(store={"THHS_POLL_INTERVAL": 600})
+    assert host.run("/bin/dash", "-c", f"exec {product.PROGRAM} -start {closed}").status == 0
+    host.log_says(texts.MONITORING)
+    pid = host.daemon_pid()
+    assert locked_by(host, pid) == {product.CHILD_LOCK}
+    assert host.run("-start").status == 0
+    assert [one["pid"] for one in host.daemons()] == [pid]
+    host.terminate()
+
+
 def test_a_stop_beside_an_id_that_nobody_has_any_more_succeeds_and_stops_nobody(make_host):
     host = make_host(store={"THHS_POLL_INTERVAL": 600})
     pid = host.start()

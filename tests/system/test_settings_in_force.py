@@ -109,6 +109,29 @@ def test_an_interval_whose_key_has_gone_is_the_default_again(live):
     assert texts.end_of_load({"THHS_EVIDENCE_PATH": "/evidence"})[-1] in said
 
 
+def test_the_unit_of_the_memory_follows_its_key_in_any_case_and_without_it_is_absolute(live):
+    daemon = live(store={"THHS_MONITOR_MEMORY": "exampled:3", "THHS_CAPTURE_WITHOUT_THRESHOLD": 1},
+                  processes=[Process(100, "/opt/exampled", mem=7.5, rss=5120)])
+    for unit, shown in ((None, "5.00 MB"), ("percent", "7.50 Percent"), ("aBsolute", "5.00 MB"),
+                        ("PerCent", "7.50 Percent"), (None, "5.00 MB")):
+        label = shown.split()[1]
+        assert ("Memory Capturing evidence for process exampled (100) without threshold , "
+                f"Threshold : 3 {label} , Usage : {shown}") in daemon.next_pass(THHS_MEMORY_UNIT=unit), unit
+
+
+def test_a_load_is_traced_by_the_verbosity_before_it_and_what_follows_by_its_own(live):
+    daemon = live(store={"THHS_JDK_HOME": "/opt/jdk"})
+    of_load = ["THHS_MONITOR_CPU not defined in Tarnhaven configuration.", "JDK Home is set to /opt/jdk . "]
+    traced_before = False
+    for value, is_traced in ((1, True), (1, True), ("x", True), (None, True), (2, False), (1, True),
+                             (0, False), (0, False), (1, True), (-1, False)):
+        said = daemon.next_pass(THHS_VERBOSE=value)
+        place = said.index(texts.READ)
+        assert [line in said[:place] for line in of_load] == [traced_before] * 2, value
+        assert any(line.startswith("Cmd:") for line in said[place:]) == is_traced, value
+        traced_before = is_traced
+
+
 def test_another_evidence_path_takes_the_evidence_from_the_next_pass_on(live):
     daemon = live(store=WATCHING, processes=[FIRST])
     host = daemon.host
