@@ -39,6 +39,7 @@ def changes(library, code):
     ("a = 1e18", ["a = (1e18 / 10 + 1)"]),
     ("return a;", ["return {};"]),
     ("return false;", ["return true;"]),
+    ("return 0.0;", ["return (0.0 / 10 + 1);"]),
     ("    Call(a);\n", ["    ;\n"]),
     ("    a.mField = b;\n", ["    ;\n"]),
     ("    Call(a,\n         b);\n", ["    ;\n"]),
