@@ -72,11 +72,27 @@ def signal_thread(host, pid, thread, number):
              f"import ctypes; ctypes.CDLL(None).tgkill({pid}, {thread}, {int(number)})")
 
 
+def worker_of(host, pid):
+    return next(int(one) for one in host.shell(f"ls /proc/{pid}/task").split() if int(one) != pid)
+
+
+@pytest.mark.parametrize("number", [signal.SIGTERM, signal.SIGINT])
+def test_a_stop_that_meets_the_worker_is_the_same_stop(make_host, number):
+    host = make_host(store=LONG)
+    host.adopt_orphans()
+    pid = host.start()
+    host.log_says(texts.MONITORING)
+    signal_thread(host, pid, worker_of(host, pid), number)
+    assert host.status_of(pid) == 255
+    assert host.log() == host.log_of_start() + texts.STOPPING
+    assert host.system_log()[-1] == ("info", texts.STOPPED)
+
+
 def test_a_hangup_that_meets_the_worker_begins_the_next_pass_at_once(make_host):
     host = make_host(store=LONG)
     pid = host.start()
     host.log_says(texts.MONITORING)
-    worker = next(int(one) for one in host.shell(f"ls /proc/{pid}/task").split() if int(one) != pid)
+    worker = worker_of(host, pid)
 
     def passes():
         signal_thread(host, pid, worker, signal.SIGHUP)
