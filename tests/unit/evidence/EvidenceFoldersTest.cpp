@@ -6,7 +6,9 @@
 
 #include <filesystem>
 
+#include <fcntl.h>
 #include <sys/stat.h>
+#include <unistd.h>
 
 namespace fs = std::filesystem;
 
@@ -203,6 +205,20 @@ TEST_F(EvidenceFolders, MarkerThatCantBeMadeIsToldAndThePathIsBuilt)
     fs::create_directories(marker);
     EXPECT_EQ(GenerateName("exampled", 4321, "CPU", ""), Path("exampled", 4321, 1, "CPU", ""));
     EXPECT_THAT(GetLogLines(), ElementsAre("Error: Failed to create touch file " + marker));
+}
+
+TEST_F(EvidenceFolders, MarkerOnTheLowestDescriptorIsMade)
+{
+    const std::string marker = MakeFolder() + "/evidence.lock";
+    const int input = dup(STDIN_FILENO);
+    close(STDIN_FILENO);
+    UnixHelperFunction helper;
+    EXPECT_TRUE(helper.CreateTouchFile(marker));
+    EXPECT_EQ(fcntl(STDIN_FILENO, F_GETFD), -1); // and closed again
+    dup2(input, STDIN_FILENO);
+    close(input);
+    EXPECT_TRUE(fs::exists(marker));
+    EXPECT_THAT(GetLogLines(), IsEmpty());
 }
 
 TEST_F(EvidenceFolders, MarkerThatIsThereKeepsContentAndTime)
