@@ -271,6 +271,7 @@ constexpr MarkerCase MARKERS[] = {
     {"OneLine", "  4711 /opt/jre/bin/java -Dthwmc\n", 4711},
     {"FirstOfTwoLines", " 12 /opt/jre/bin/java -Dthwmc\n 13 java -Dthwmc\n", 12},
     {"NoLine", "", -1},
+    {"One", "1 java -Dthwmc\n", 1},
     {"Zero", "0 java -Dthwmc\n", -1},
     {"Negative", "-5 java -Dthwmc\n", -1},
     {"NoNumber", "egrep: out of memory\n", -1},
