@@ -90,13 +90,13 @@ BoundedScan::~BoundedScan()
 int BoundedScan::Run(const char* format) noexcept
 {
     Outcome outcome = Outcome::Matched;
-    while (*format != '\0' && outcome == Outcome::Matched) {
+    while (outcome == Outcome::Matched && *format != '\0') {
         outcome = RunDirective(format);
     }
     return outcome == Outcome::InputEnded && mConversions == 0 ? -1 : mConversions;
 }
 
-/** Does one step of the format and moves `format` behind it. */
+/** Does one step of the format and moves `format` behind it; null where the format can't be read on. */
 BoundedScan::Outcome BoundedScan::RunDirective(const char*& format) noexcept
 {
     if (IsBlank(*format)) {
@@ -109,11 +109,7 @@ BoundedScan::Outcome BoundedScan::RunDirective(const char*& format) noexcept
     }
     ScanConversion conversion;
     format = ParseScanConversion(format + 1, conversion);
-    if (format == nullptr) {
-        format = "";
-        return Outcome::Mismatched;
-    }
-    return Convert(conversion);
+    return format == nullptr ? Outcome::Mismatched : Convert(conversion);
 }
 
 BoundedScan::Outcome BoundedScan::Convert(const ScanConversion& conversion) noexcept

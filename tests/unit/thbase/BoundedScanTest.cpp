@@ -1,60 +1,24 @@
-#include "BoundedScan.h"
-
 #include <algorithm>
 #include <array>
-#include <cstdarg>
+#include <chrono>
 #include <cstdint>
 #include <cstdio>
 #include <limits>
-#include <memory>
 #include <ostream>
 #include <string>
 #include <string_view>
+#include <thread>
+
+#include <unistd.h>
 
 #include <gtest/gtest.h>
+
+#include "ScannedText.h"
 
 namespace
 {
 
 constexpr int UNTOUCHED = 4711;
-
-/** A stream over a text, and the scans of it. */
-class ScannedText
-{
-public:
-    explicit ScannedText(std::string_view text)
-    {
-        EXPECT_EQ(std::fwrite(text.data(), 1, text.size(), mStream.get()), text.size());
-        std::rewind(mStream.get());
-    }
-
-    int Scan(const char* format, ...)
-    {
-        std::va_list arguments;
-        va_start(arguments, format);
-        const int conversions = BoundedScan(mStream.get(), arguments).Run(format);
-        va_end(arguments);
-        return conversions;
-    }
-
-    /** Reads and gives all that no scan has read. */
-    std::string TakeRest()
-    {
-        std::string rest;
-        for (int byte = std::fgetc(mStream.get()); byte != EOF; byte = std::fgetc(mStream.get())) {
-            rest += static_cast<char>(byte);
-        }
-        return rest;
-    }
-
-private:
-    struct Closer
-    {
-        void operator()(std::FILE* stream) const { (void)std::fclose(stream); }
-    };
-
-    std::unique_ptr<std::FILE, Closer> mStream{std::tmpfile()};
-};
 
 TEST(BoundedScan, ReadsAProcessIdWithoutALineEnd)
 {
@@ -135,12 +99,14 @@ INSTANTIATE_TEST_SUITE_P(
                     NumberCase{"SignAndBlank", "- 1", "%d", 0, UNTOUCHED, " 1"},
                     NumberCase{"TwoSigns", "--1", "%d", 0, UNTOUCHED, "-1"},
                     NumberCase{"SignFillsTheWidth", "-1", "%1d", 0, UNTOUCHED, "1"},
+                    NumberCase{"SignFillsTheWidthBeforeAZero", "-0", "%1i", 0, UNTOUCHED, "0"},
                     NumberCase{"Text", " a", "%d", 0, UNTOUCHED, "a"}),
     GetName<NumberCase>);
 
 INSTANTIATE_TEST_SUITE_P(
     OtherBases, BoundedScanNumber,
     testing::Values(NumberCase{"Hexadecimal", "fFg", "%x", 1, 255, "g"},
+                    NumberCase{"HexadecimalLowestLetters", "aA`@", "%x", 1, 170, "`@"},
                     NumberCase{"HexadecimalWithPrefix", "0xff", "%x", 1, 255, ""},
                     NumberCase{"HexadecimalWithCapitalPrefix", "0XFF", "%X", 1, 255, ""},
                     NumberCase{"HexadecimalZero", "0", "%x", 1, 0, ""},
@@ -153,7 +119,7 @@ INSTANTIATE_TEST_SUITE_P(
                     NumberCase{"Octal", "0178", "%o", 1, 15, "8"},
                     NumberCase{"OctalWithoutZero", "17", "%o", 1, 15, ""},
                     NumberCase{"ByPrefixDecimal", "19", "%i", 1, 19, ""},
-                    NumberCase{"ByPrefixOctal", "019", "%i", 1, 1, "9"},
+                    NumberCase{"ByPrefixOctal", "0178", "%i", 1, 15, "8"},
                     NumberCase{"ByPrefixHexadecimal", "-0x10", "%i", 1, -16, ""},
                     NumberCase{"ByPrefixZero", "0", "%i", 1, 0, ""},
                     NumberCase{"ByPrefixTooLarge", "0x80000000", "%i", 0, UNTOUCHED, ""},
@@ -334,6 +300,17 @@ TEST(BoundedScan, EndsAtASizeThatDoesNotFitAndKeepsWhatCameBefore)
     EXPECT_EQ(text.TakeRest(), " 2");
 }
 
+TEST(BoundedScan, EndsAtASizeThatDoesNotFitAndLeavesWhatComesBehind)
+{
+    int64_t first = UNTOUCHED;
+    int second = UNTOUCHED;
+    ScannedText text("1 2");
+    EXPECT_EQ(text.Scan("%d%d", &first, 8, &second, 4), 0);
+    EXPECT_EQ(first, UNTOUCHED);
+    EXPECT_EQ(second, UNTOUCHED);
+    EXPECT_EQ(text.TakeRest(), "1 2");
+}
+
 TEST(BoundedScan, EndsAtANullPointer)
 {
     ScannedText text("1");
@@ -433,6 +410,25 @@ TEST(BoundedScan, GoesOnWhereTheScanBeforeEnded)
     EXPECT_EQ(text.Scan("%d", &value, 4), 0);
     EXPECT_EQ(text.TakeRest(), "x");
     EXPECT_EQ(text.Scan("%d", &value, 4), -1);
+}
+
+TEST(BoundedScan, KeepsOtherThreadsFromItsStreamWhileItReads)
+{
+    int ends[2] = {-1, -1};
+    ASSERT_EQ(pipe(ends), 0);
+    ScannedText text(fdopen(ends[0], "r"));
+    int number = UNTOUCHED;
+    std::thread scan([&] { EXPECT_EQ(text.Scan("%d", &number, 4), 1); });
+    const auto limit = std::chrono::steady_clock::now() + std::chrono::seconds(20);
+    while (text.IsFree() && std::chrono::steady_clock::now() < limit) {
+        std::this_thread::yield();
+    }
+    EXPECT_FALSE(text.IsFree()); // while the reading waits for the writer
+    EXPECT_EQ(write(ends[1], "12\n", 3), 3);
+    close(ends[1]);
+    scan.join();
+    EXPECT_EQ(number, 12);
+    EXPECT_TRUE(text.IsFree());
 }
 
 TEST(BoundedScan, TellsAFileThatCannotBeReadLikeItsEnd)
