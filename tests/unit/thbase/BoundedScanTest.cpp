@@ -313,11 +313,13 @@ TEST(BoundedScan, EndsAtASizeThatDoesNotFitAndLeavesWhatComesBehind)
 
 TEST(BoundedScan, EndsAtANullPointer)
 {
+    int behind = UNTOUCHED;
     ScannedText text("1");
-    EXPECT_EQ(text.Scan("%d", nullptr, 4), 0);
-    EXPECT_EQ(text.Scan("%s", nullptr, 8), 0);
-    EXPECT_EQ(text.Scan("%c", nullptr, 8), 0);
-    EXPECT_EQ(text.Scan("%n", nullptr, 4), 0);
+    EXPECT_EQ(text.Scan("%d%d", nullptr, 4, &behind, 4), 0);
+    EXPECT_EQ(text.Scan("%s%d", nullptr, 8, &behind, 4), 0);
+    EXPECT_EQ(text.Scan("%c%d", nullptr, 8, &behind, 4), 0);
+    EXPECT_EQ(text.Scan("%n%d", nullptr, 4, &behind, 4), 0);
+    EXPECT_EQ(behind, UNTOUCHED);
     EXPECT_EQ(text.TakeRest(), "1");
 }
 
@@ -359,6 +361,8 @@ TEST(BoundedScan, MatchesOtherBytesOnlyByThemselves)
     ScannedText text("ab1");
     EXPECT_EQ(text.Scan("ax%d", &value, 4), 0);
     EXPECT_EQ(text.TakeRest(), "b1");
+    EXPECT_EQ(ScannedText("1").Scan("a%d", &value, 4), 0);
+    EXPECT_EQ(value, UNTOUCHED);
     EXPECT_EQ(ScannedText("a").Scan("ab%d", &value, 4), -1);
     EXPECT_EQ(ScannedText(" a").Scan("a"), 0);
     EXPECT_EQ(ScannedText("\xFF"
