@@ -104,7 +104,6 @@ int ConfigurationStore::Read(bool reportSameFailure)
         // The version in force is untouched; the failure is reported from a buffer on the stack.
     }
     if (failure == nullptr) {
-        mReportedFailure = nullptr;
         return 0;
     }
     ReportFailure(failure, reportSameFailure);

@@ -78,7 +78,7 @@ private:
     const Reporter mReporter;
 
     std::mutex mReadingMutex;               ///< one reading of the file at a time, its reports included
-    const char* mReportedFailure = nullptr; ///< the last failure since the last success; under mReadingMutex
+    const char* mReportedFailure = nullptr; ///< the failure that was reported last; under mReadingMutex
 
     mutable std::mutex mVersionMutex;             ///< held for the copy of a pointer only
     std::shared_ptr<const StoreVersion> mVersion; ///< under mVersionMutex

@@ -11,6 +11,8 @@
 #include <thread>
 #include <vector>
 
+#include <malloc.h>
+
 #include <gmock/gmock.h>
 #include <gtest/gtest.h>
 
@@ -82,6 +84,43 @@ TEST_F(ConfigurationStoreTest, AnswersUnreadableWhileThereIsNoVersion)
     EXPECT_EQ(mStore.ReadIfNeeded(), STORE_RC_UNREADABLE);
     EXPECT_EQ(ReadText("A"), "code 228");
     EXPECT_EQ(ReadNumber("A"), "code 228");
+}
+
+TEST_F(ConfigurationStoreTest, AnswersThreadsThatComeDuringTheFirstReadingAlike)
+{
+    WriteTextFile(mPath, "A = 1\n");
+    std::vector<int> results(8, -1);
+    std::vector<std::thread> threads;
+    for (int& result : results) {
+        threads.emplace_back([this, &result] { result = mStore.ReadIfNeeded(); });
+    }
+    for (std::thread& thread : threads) {
+        thread.join();
+    }
+    EXPECT_THAT(results, testing::Each(0));
+    EXPECT_EQ(ReadText("A"), "1");
+}
+
+TEST_F(ConfigurationStoreTest, GivesATextRoomForItsEnd)
+{
+    // Block sizes of the allocator end at 24, so that a text of 24 without its end would get no more.
+    const std::string text(24, 'a');
+    WriteTextFile(mPath, "A = " + text + "\n");
+    EXPECT_EQ(mStore.ReadIfNeeded(), 0);
+    char* value = nullptr;
+    EXPECT_EQ(mStore.GetText("A", value), 0);
+    EXPECT_GT(malloc_usable_size(value), text.size());
+    EXPECT_STREQ(value, text.c_str());
+    std::free(value);
+}
+
+TEST_F(ConfigurationStoreTest, CutsAReportAt1023Characters)
+{
+    std::vector<std::string> reports;
+    const std::string path = "/" + std::string(2000, 'a');
+    ConfigurationStore store(path, [&](const char* line) { reports.emplace_back(line); });
+    EXPECT_EQ(store.ReadAgain(), STORE_RC_UNREADABLE);
+    EXPECT_THAT(reports, ElementsAre(path.substr(0, 1023)));
 }
 
 TEST_F(ConfigurationStoreTest, FindsAFileThatAppears)

@@ -61,6 +61,7 @@ INSTANTIATE_TEST_SUITE_P(
                     GoodCase{"LongCount", "ln", 'n', false, 0, sizeof(long), ""},
                     GoodCase{"Suppressed", "*s", 's', true, 0, sizeof(int), ""},
                     GoodCase{"Width", "17s", 's', false, 17, sizeof(int), ""},
+                    GoodCase{"WidthOfAllDigits", "1234567890s", 's', false, 1234567890, sizeof(int), ""},
                     GoodCase{"WidthWithLeadingZero", "05d", 'd', false, 5, sizeof(int), ""},
                     GoodCase{"LargestWidth", "2147483647s", 's', false, 2147483647, sizeof(int), ""},
                     GoodCase{"AllAtOnce", "*12lld", 'd', true, 12, sizeof(long long), ""},
