@@ -38,8 +38,7 @@ void Classify(std::string_view text, StoreLine& line)
     }
     const std::string_view content = TrimBlanks(text);
     if (content.empty() || content.front() == '#') {
-        line.kind = StoreLineKind::Empty;
-        return;
+        return; // an empty line, as it was made
     }
     const std::size_t equalsSign = content.find('=');
     if (equalsSign == std::string_view::npos) {
