@@ -63,7 +63,7 @@ def mutants(source):
     found += [Mutant(*match.span(), text) for match in NUMBER.finditer(code)
               for text in other_numbers(match.group())]
     found += [Mutant(*match.span(1), "{}") for match in RETURN.finditer(code)
-              if not re.fullmatch(r'\d[\d.]*|true|false|\{\}|nullptr|""', match.group(1))]
+              if not re.fullmatch(r'\d[\d.]*|true|false|\{\}|nullptr|std::nullopt|""', match.group(1))]
     found += [Mutant(match.start() + len(match.group()) - len(match.group().lstrip()), match.end(), ";")
               for match in STATEMENT.finditer(code)]
     found += [Mutant(*match.span(), ";") for match in JUMP.finditer(code)]

@@ -53,8 +53,8 @@ def test_code_is_changed_one_place_at_a_time(library, code, expected):
 
 @pytest.mark.parametrize("code", [
     "// a < b + 1", "/* a == b\n 1 */", 'a = "x < 1 \\" + 2"', "a = '<'", "#if A == 1", "std::vector<int> b",
-    "a8 = mB2", "const char* c", "return {};", "return nullptr;", 'return "";', "const int a = b;",
-    "using A = B;",
+    "a8 = mB2", "const char* c", "return {};", "return nullptr;", "return std::nullopt;",
+    'return "";', "const int a = b;", "using A = B;",
 ])
 def test_what_is_no_code_or_would_not_build_is_left_alone(library, code):
     assert not changes(library, code)
