@@ -32,6 +32,13 @@ def installed(tmp_path_factory):
     return product.Product.install(shared / "staged")
 
 
+@pytest.fixture
+def plain_build():
+    """Skips where a sanitizer brings libraries, signal handlers and an end of its own into the program."""
+    if product.is_built_with("-fsanitize="):
+        pytest.skip("the program is built with a sanitizer")
+
+
 @pytest.fixture(scope="session")
 def pace(tmp_path_factory):
     """The library that lets a test pace a daemon."""

@@ -161,7 +161,7 @@ def test_a_child_of_process_1_refuses_to_start(host):
     host.run("/bin/dash", "-c", "/bin/dash /orphan >/dev/null 2>&1 &")
     expected = texts.begun("start") + "Error: Current process parent pid is 1.\n" + texts.failed("start")
     host.comes_to(lambda: host.get("/said"), expected)
-    assert host.daemons() == []
+    host.until_gone()
 
 
 def test_a_store_that_cannot_be_read_is_a_store_without_settings(host):

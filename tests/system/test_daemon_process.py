@@ -44,7 +44,7 @@ def signals(host, pid, field):
     return [{number for number in range(1, REAL_TIME) if int(mask, 16) >> (number - 1) & 1} for mask in masks]
 
 
-def test_starter_and_daemon_block_four_signals_in_all_threads_and_catch_three(make_host):
+def test_starter_and_daemon_block_four_signals_in_all_threads_and_catch_three(make_host, plain_build):
     host = make_host(store=LONG)
     starter = host.spawn(product.PROGRAM, "-start")
     host.log_says(texts.MONITORING)

@@ -78,7 +78,7 @@ def test_the_stripped_program_holds_the_release_marker(installed):
     assert b"\n@(#) Tarnhaven_9.1.0.1\0" in program.read_bytes()
 
 
-def test_the_program_needs_the_base_library_and_the_language_alone(installed):
+def test_the_program_needs_the_base_library_and_the_language_alone(installed, plain_build):
     needed = set(dynamic(installed.at(product.PROGRAM), "NEEDED"))
     assert "libthbase.so" in needed
     assert needed - {"libthbase.so"} <= SYSTEM_LIBRARIES

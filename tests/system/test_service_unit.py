@@ -100,7 +100,7 @@ class Managed:
 
 
 @pytest.fixture
-def managed(make_host):
+def managed(make_host, plain_build):
     reason = why_no_manager()
     if reason:
         pytest.skip(reason)

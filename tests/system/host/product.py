@@ -25,9 +25,14 @@ def build_folder():
     return (CHECKOUT / named).resolve()
 
 
-def measures_coverage():
+def is_built_with(option):
+    """Whether the compiler was given an option that begins so."""
     cache = build_folder() / "CMakeCache.txt"
-    return cache.exists() and "--coverage" in cache.read_text()
+    return cache.exists() and option in cache.read_text()
+
+
+def measures_coverage():
+    return is_built_with("--coverage")
 
 
 class Product:
