@@ -34,7 +34,8 @@ def installed(tmp_path_factory):
 
 @pytest.fixture
 def plain_build():
-    """Skips where a sanitizer brings libraries, signal handlers and an end of its own into the program."""
+    """Skips where a sanitizer brings libraries, signal handlers and an end of its own into the program, and memory
+    without measure into the processes of which a core image is taken."""
     if product.is_built_with("-fsanitize="):
         pytest.skip("the program is built with a sanitizer")
 

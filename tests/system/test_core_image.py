@@ -69,7 +69,7 @@ def a_busy_process(host):
     return pid
 
 
-def test_a_core_holds_the_memory_and_all_threads_of_the_process(make_host, needs_gcore):
+def test_a_core_holds_the_memory_and_all_threads_of_the_process(make_host, needs_gcore, plain_build):
     host = make_host(real_tools=True, cpus=None, store={
         "THHS_MONITOR_MEMORY": f"{NAME}:0", "THHS_CAPTURE_PROCESS_DUMP": 1, "THHS_DUMP_COUNT": 1})
     pid = a_busy_process(host)
@@ -85,7 +85,7 @@ def test_a_core_holds_the_memory_and_all_threads_of_the_process(make_host, needs
     assert host.process_of(pid)["threads"] == THREADS + 1  # it goes on
 
 
-def test_a_breach_with_every_capture_on_leaves_these_files_and_no_other(make_host, needs_gcore):
+def test_a_breach_with_every_capture_on_leaves_these_files_and_no_other(make_host, needs_gcore, plain_build):
     host = make_host(real_tools=True, cpus=None, store={
         "THHS_MONITOR_MEMORY": f"{NAME}:0", "THHS_CAPTURE_PROCESS_DUMP": 1, "THHS_DUMP_COUNT": 1,
         "THHS_VERBOSE": 1})

@@ -23,7 +23,8 @@ def levels(number):
                    for target in (119, 128))
 
 
-def test_it_shows_a_breach_from_the_start_to_the_restored_levels_and_leaves_the_evidence(hosts_possible, tmp_path):
+def test_it_shows_a_breach_from_the_start_to_the_restored_levels_and_leaves_the_evidence(
+        hosts_possible, plain_build, tmp_path):
     done = run_demo(tmp_path)
     assert done.returncode == 0, done.stdout + done.stderr
     shown = {heading: text.rstrip("\n") + "\n" for heading, text in sections(done.stdout).items()}
