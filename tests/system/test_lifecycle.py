@@ -209,8 +209,8 @@ def test_a_new_interval_applies_after_the_sleep_in_progress(make_host):
     host.after_pass(3)
     begun = host.times_of(texts.MONITORING)
     gaps = [later - earlier for earlier, later in zip(begun, begun[1:])]
-    assert gaps[0] % 86400 >= 8
-    assert 1 <= gaps[1] % 86400 < 8
+    assert gaps[0] % 86400 >= 8 - 2  # a second for each stamp
+    assert gaps[1] % 86400 < 8 - 2
     announced = [entry for entry in host.log() if entry.startswith("Processes will be monitored")]
     assert [entry.split()[6] for entry in announced[:4]] == ["8", "8", "1", "1"]
 

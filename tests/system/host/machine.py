@@ -289,7 +289,10 @@ class Host:
         return [*load, texts.STARTED, *load, *self.machine_lines(), texts.MONITORING]
 
     def times_of(self, entry):
-        """When each entry of this text was written, in seconds of one day."""
+        """When each entry of this text was written, in seconds of one day, each up to one second wrong.
+
+        The milliseconds of a stamp may belong to the second beside its own, as the clock is read for them alone.
+        """
         lines = (re.fullmatch(r"\S+ (\d\d):(\d\d):(\d\d):(\d{3}) - (.*)", line)
                  for line in self.log_text().splitlines())
         return [int(one[1]) * 3600 + int(one[2]) * 60 + int(one[3]) + int(one[4]) / 1000
