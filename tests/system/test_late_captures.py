@@ -111,7 +111,8 @@ def test_each_planned_reading_has_five_sections_and_the_disk_tools_sample_alike(
 def test_each_reading_is_followed_by_its_interval_the_last_one_too(make_host):
     """On a clock of its own: nothing paces this daemon."""
     host = make_host(store={**EVERY_PASS, **FEW, "THHS_POLL_INTERVAL": 600, "THHS_NUMBER_OF_READINGS": 2,
-                            "THHS_READING_INTERVAL": 4, "THHS_VERBOSE": 1}, processes=[Process(PID, f"/opt/{NAME}", cpu=7)])
+                            "THHS_READING_INTERVAL": 4, "THHS_VERBOSE": 1},
+                     processes=[Process(PID, f"/opt/{NAME}", cpu=7)])
     host.start()
     host.log_says(DONE)
     reading = next(entry for entry in host.log() if "Command to execute : /usr/bin/top " in entry)
