@@ -8,6 +8,7 @@ the status is 1 when there are any of either. Called by script/mutate, which bui
 """
 import argparse
 import concurrent.futures
+import functools
 import json
 import pathlib
 import re
@@ -82,6 +83,7 @@ class Build:
         return work / "thbase_tests" if linked else None
 
 
+@functools.cache
 def suites_of(folder):
     """A filter of the test suites that lie in this folder of tests/unit; they are asked first."""
     names = set()
