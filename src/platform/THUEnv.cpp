@@ -1,6 +1,7 @@
 #include "platform/THUEnv.h"
 
 #include "platform/BoundedText.h"
+#include "platform/ProgramNames.h"
 #include "thbase.h"
 
 #include <ctime>
@@ -47,12 +48,12 @@ std::string GetTHLogPath()
 
 std::string GetTHPerfMonLogDirName()
 {
-    return "thsentinel";
+    return SHORT_NAME;
 }
 
 std::string GetTHPerfMonBinName()
 {
-    return "thsentinel";
+    return SHORT_NAME;
 }
 
 std::string GetSystemTempPath()
