@@ -85,7 +85,7 @@ def test_a_stop_that_meets_the_worker_is_the_same_stop(make_host, number):
     signal_thread(host, pid, worker_of(host, pid), number)
     assert host.status_of(pid) == 255
     assert host.log() == host.log_of_start() + texts.STOPPING
-    assert host.system_log()[-1] == ("info", texts.STOPPED)
+    assert host.system_log()[-1] == texts.DOWN
 
 
 def test_a_hangup_that_meets_the_worker_begins_the_next_pass_at_once(make_host):

@@ -5,8 +5,6 @@ from host import Process, paced, product, texts
 
 BUSY = Process(4321, "/opt/exampled", cpu=90)
 WARNING = f"<stamp>{texts.exceeded('CPU', 'exampled', 4321, 80, 90)}"
-UP = ("info", f"{texts.TITLE} Service successfully started")
-ENTRY = ("info", "===== Daemon Entry Point =====\n")
 
 # How the folder is spoilt, and how it is mended.
 SPOILT = {
@@ -28,7 +26,7 @@ def test_a_log_that_takes_nothing_costs_its_lines_alone_and_takes_later_ones(mak
         assert daemon.step()
     daemon.captures_end()
     assert "".join(text for name, text in host.ask("files", product.LOGS).items() if name != "filler") == ""
-    assert host.system_log() == [ENTRY, UP, ("warning", WARNING)]
+    assert host.system_log() == [texts.ENTRY, texts.UP, ("warning", WARNING)]
     assert len(host.evidence()) == 5
     host.shell(mend)
     assert daemon.step()

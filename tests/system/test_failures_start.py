@@ -7,8 +7,6 @@ LONG = {"THHS_POLL_INTERVAL": 600}
 NO_FORK = "Error: Failed to fork the process\n"
 NO_FOLDER = ("Invalid value for THHS_EVIDENCE_PATH : /evidence. Specified folder does not exist. thsentinel "
              "will not start.")
-ENTRY, EXIT = ("info", "===== Daemon Entry Point =====\n"), ("info", "===== Daemon Exit Point =====\n")
-UP = ("info", f"{texts.TITLE} Service successfully started")
 
 OPTIONS = pytest.mark.parametrize("option, label, status", [("-start", "start", 8), (None, "run", 10)])
 
@@ -46,7 +44,7 @@ def test_a_load_that_fails_in_the_daemon_alone_ends_it_before_its_worker(life, o
     assert host.status_of(pid) == status
     assert host.log() == [*texts.load(host.store), texts.STARTED, texts.READING, texts.JDK_NOT_SET, NO_FOLDER,
                           f"Error:{texts.INVALID_STOPS}", texts.STOPPED]
-    assert host.system_log() == [ENTRY, ("error", texts.INVALID_STOPS)]
+    assert host.system_log() == [texts.ENTRY, ("error", texts.INVALID_STOPS)]
     assert host.shell_lines() == []
 
 
@@ -103,7 +101,7 @@ def test_a_worker_that_cannot_be_made_is_tried_three_times_without_a_word(life):
     assert daemon.start() == (8, expected, "")
     assert host.status_of(int(host.get("/run/daemon"))) == 8
     assert host.log() == host.log_of_start()[:-1]
-    assert host.system_log() == [ENTRY, UP, EXIT]
+    assert host.system_log() == [texts.ENTRY, texts.UP, texts.EXIT]
 
 
 def test_a_worker_that_is_made_at_the_third_try_works_as_any(life):

@@ -17,8 +17,7 @@ def begin(host, option="-start"):
     return pid
 
 
-SYSTEM_LOG_OF_START = [("info", "===== Daemon Entry Point =====\n"),
-                       ("info", f"{texts.TITLE} Service successfully started")]
+SYSTEM_LOG_OF_START = [texts.ENTRY, texts.UP]
 
 
 def test_a_start_loads_twice_and_begins_its_first_pass_at_once(make_host):
@@ -35,7 +34,7 @@ def test_a_terminated_daemon_logs_its_stop_once_and_ends_with_255(make_host):
     host.terminate()
     assert host.status_of(pid) == 255
     assert host.log() == host.log_of_start() + texts.STOPPING
-    assert host.system_log() == [*SYSTEM_LOG_OF_START, ("info", texts.STOPPED)]
+    assert host.system_log() == [*SYSTEM_LOG_OF_START, texts.DOWN]
 
 
 # A log configuration tool that hangs in the restore until it is told to go on.
@@ -274,8 +273,8 @@ def test_a_reload_that_fails_ends_the_daemon_with_every_line(make_host, option, 
     assert host.status_of(pid) == status
     stop = [f"Error:{reason}", texts.STOPPED, *FAILED_STOP]
     assert host.log() == before + complaint + stop
-    assert host.system_log() == [*SYSTEM_LOG_OF_START, ("error", reason), ("info", texts.STOPPED),
-                                 ("info", texts.STOPPED), ("info", "===== Daemon Exit Point =====\n")]
+    assert host.system_log() == [*SYSTEM_LOG_OF_START, ("error", reason), texts.DOWN, texts.DOWN,
+                                 texts.EXIT]
 
 
 def test_a_daemon_ended_by_its_store_starts_again_once_the_store_is_mended(make_host):

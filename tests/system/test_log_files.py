@@ -29,7 +29,7 @@ def test_only_the_folder_of_the_log_itself_is_made(make_host):
     host = make_host(store=LONG)
     host.remove(FOLDER)
     host.start()
-    host.system_log_says("info", f"{texts.TITLE} Service successfully started")
+    host.system_log_says(*texts.UP)
     assert not host.exists(FOLDER)
     host.terminate()
     assert not host.exists(FOLDER)

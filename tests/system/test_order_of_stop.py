@@ -11,8 +11,6 @@ RAISED = {"THHS_MONITOR_CPU": "exampled:80,tbrd:80", "THHS_INCREASE_LOG_LEVEL": 
           "THHS_VERBOSE": 1}
 LEVELS = {"119": (2, 3), "128": (4, 5), "exampled": (1, 0)}
 TOOL = f"{product.HOME}/bin/txlogcfg"
-ENTRY, EXIT = ("info", "===== Daemon Entry Point =====\n"), ("info", "===== Daemon Exit Point =====\n")
-UP, DOWN = ("info", f"{texts.TITLE} Service successfully started"), ("info", texts.STOPPED)
 RESTORES = [f'"{TOOL}" -a -p TH -o {target} -s DebugLevel={debug} -s DiagnosticLevel={diagnostic}'
             for target, (debug, diagnostic) in LEVELS.items()]
 # The tool, which at the first restore hangs until it is told to go on.
@@ -70,7 +68,7 @@ def test_a_stop_restores_the_levels_by_target_between_its_second_and_its_last_li
     assert host.status_of(pid) == 255
     assert host.log()[daemon.told:] == TEAR_DOWN
     assert lines_since(host, sent) == RESTORES
-    assert host.system_log() == [ENTRY, UP, DOWN]
+    assert host.system_log() == [texts.ENTRY, texts.UP, texts.DOWN]
 
 
 def test_a_stop_is_in_the_system_log_before_the_first_level_is_restored(raised):
@@ -82,12 +80,12 @@ def test_a_stop_is_in_the_system_log_before_the_first_level_is_restored(raised):
     host, pid = daemon.host, daemon.host.daemon_pid()
     host.kill(pid, signal.SIGTERM)
     host.until(lambda: host.exists("/run/restoring"), "the restore hangs")
-    assert host.system_log()[-1] == DOWN
+    assert host.system_log()[-1] == texts.DOWN
     assert host.log()[daemon.told:] == TEAR_DOWN[:3]
     host.put("/run/go")
     assert host.status_of(pid) == 255
     assert host.log()[daemon.told:] == TEAR_DOWN
-    assert host.system_log()[-1] == DOWN
+    assert host.system_log()[-1] == texts.DOWN
 
 
 BAD_RELOADS = {
@@ -112,7 +110,7 @@ def test_a_failed_reload_tears_everything_down_twice_behind_its_reason(raised, c
     assert host.log()[daemon.told:] == [texts.READING, *complaint, f"Error:{reason}", texts.STOPPED,
                                         *TEAR_DOWN * 2]
     assert lines_since(host, sent) == RESTORES * 2
-    assert host.system_log() == [ENTRY, UP, ("error", reason), DOWN, DOWN, EXIT]
+    assert host.system_log() == [texts.ENTRY, texts.UP, ("error", reason), texts.DOWN, texts.DOWN, texts.EXIT]
 
 
 @pytest.mark.parametrize("name", ["TERM", "INT"])
@@ -125,4 +123,4 @@ def test_a_stop_before_the_worker_is_there_tears_nothing_down(make_host, interpo
     assert daemon.start() == (8, texts.begun("start") * 2 + texts.NOT_STARTED + texts.failed("start"), "")
     assert host.status_of(int(host.get("/run/daemon"))) == 255
     assert host.log() == host.log_of_start()[:-1]
-    assert host.system_log() == [ENTRY, UP]
+    assert host.system_log() == [texts.ENTRY, texts.UP]

@@ -114,5 +114,4 @@ def test_a_verbose_start_and_its_passes_have_this_log_and_these_commands(live):
         *purge, *a_pass(1), *traced, *a_pass(2), *traced, *a_pass(3)]
     probes = [PROBES[label][pid] for label in PROBES for pid in NAMES]
     assert host.shell_lines() == [PROCESSORS, MEMORY, PURGE, *([LISTING] * 2 + probes) * 3]
-    assert host.system_log() == [("info", "===== Daemon Entry Point =====\n"),
-                                 ("info", f"{texts.TITLE} Service successfully started")]
+    assert host.system_log() == [texts.ENTRY, texts.UP]

@@ -55,13 +55,12 @@ int thconfGetKeyValPair(void* handle, const char* key, char** value)
 ON_NOTHING = {"THHS_POLL_INTERVAL": 1, "THHS_EVIDENCE_PATH": "/evidence"}  # what a load speaks of
 COMPLAINT = [texts.READING, texts.JDK_NOT_SET]  # a load that ends at this key, which says nothing
 UNNAMED = ["Error:", texts.STOPPED]
-ENTRY = ("info", "===== Daemon Entry Point =====\n")
 
 
 @pytest.mark.parametrize("first_complaint, console, log, system_log", [
     (1, texts.begun("start"), COMPLAINT, []),
     (2, texts.begun("start") * 2 + texts.NOT_STARTED,
-     [*texts.load(ON_NOTHING), texts.STARTED, *COMPLAINT, *UNNAMED], [ENTRY, ("error", "")])],
+     [*texts.load(ON_NOTHING), texts.STARTED, *COMPLAINT, *UNNAMED], [texts.ENTRY, ("error", "")])],
     ids=["of the foreground process", "of the daemon"])
 def test_a_load_that_fails_without_a_reason_starts_nothing(make_host, interpose, first_complaint, console, log,
                                                            system_log):
@@ -84,10 +83,8 @@ def test_a_reload_that_fails_without_a_reason_ends_the_daemon(make_host, pace, i
     assert not daemon.step()
     assert host.status_of(pid) == 8
     assert host.log()[daemon.told:] == [*COMPLAINT, *UNNAMED, *texts.STOPPING * 2]
-    stopped = ("info", texts.STOPPED)
     assert host.system_log() == [
-        ENTRY, ("info", f"{texts.TITLE} Service successfully started"), ("error", ""), stopped, stopped,
-        ("info", "===== Daemon Exit Point =====\n")]
+        texts.ENTRY, texts.UP, ("error", ""), texts.DOWN, texts.DOWN, texts.EXIT]
 
 
 NUMBERS = ["THHS_POLL_INTERVAL", "THHS_DUMP_COUNT", "THHS_CAPTURE_NETWORK_STAT", "THHS_DEADLOCK_INTERVAL",

@@ -40,9 +40,8 @@ def test_with_nobody_at_the_system_log_its_entries_are_on_the_console_of_the_hos
     pid = host.start()
     host.log_says(texts.MONITORING)
     host.terminate()
-    said = ["===== Daemon Entry Point =====", f"{texts.TITLE} Service successfully started", texts.STOPPED]
-    host.comes_to(lambda: host.get("/seen").split("\r\n")[:-1],
-                  [f"thsentinel[{pid}]: {said[0]}\n", *(f"thsentinel[{pid}]: {one}" for one in said[1:])])
+    said = [text for _, text in (texts.ENTRY, texts.UP, texts.DOWN)]
+    host.comes_to(lambda: host.get("/seen").split("\r\n")[:-1], [f"thsentinel[{pid}]: {one}" for one in said])
 
 
 def test_a_foreground_action_leaves_no_entry(host):

@@ -22,6 +22,11 @@ default:                This will start the daemon.
 MONITORING = f"{TITLE} Service is monitoring the resources."
 STARTED = f"{TITLE} Service started"
 STOPPED = f"{TITLE} Service stopped."
+# What the system log has of the life of a daemon, level and text.
+ENTRY = ("info", "===== Daemon Entry Point =====\n")
+UP = ("info", f"{TITLE} Service successfully started")
+DOWN = ("info", STOPPED)
+EXIT = ("info", "===== Daemon Exit Point =====\n")
 READING = "Reading the configuration from Tarnhaven configuration."
 READ = "Configuration file successfully read."
 JDK_NOT_SET = "JDK Home is not set. Java stack dump will not be captured."
