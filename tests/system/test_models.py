@@ -286,7 +286,7 @@ def test_a_model_of_the_window_predicts_every_line_and_every_evidence(make_host,
     rows = []
     for place, (command, name) in enumerate(owners):
         busy = random_.choice([0, 1, 1, 2])
-        rows.append(Process(100 + 7 * place, command,
+        rows.append(Process(scripted.FIRST_UNREAL_ID + 7 * place, command,
                             cpu=[f"{value * cpus:.1f}" for value in around(random_, limits[name], busy)],
                             mem=around(random_, limits[name], busy),
                             rss=[int(value * 1024) for value in around(random_, limits[name], busy)]))
@@ -334,7 +334,8 @@ class Population:
 
     def free_id(self, number):
         taken = {row.pid for row in self.alive(number)}
-        return self.random.choice([pid for pid in range(10, 60) if pid not in taken])
+        ids = range(scripted.FIRST_UNREAL_ID, scripted.FIRST_UNREAL_ID + 50)
+        return self.random.choice([pid for pid in ids if pid not in taken])
 
     def come(self, pid, command, number):
         readings = [self.random.randint(0, 60) for _ in range(PASSES)]

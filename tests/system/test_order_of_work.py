@@ -1,5 +1,7 @@
 """The order of work from a start through passes: the whole log, and all lines for a shell."""
-from host import Process, texts
+import pytest
+
+from host import Process, Tool, paced, texts
 
 PROCESSES = [Process(100, "/opt/exampled -d", cpu=90, rss=92160),
              Process(200, "/opt/otherd", cpu=7, rss=5120)]
@@ -98,20 +100,31 @@ def a_pass(number):
             *evaluation("CPU", number), *evaluation("Memory", number)]
 
 
-def test_a_verbose_start_and_its_passes_have_this_log_and_these_commands(live):
+# Some awks end with 2 where standard error is closed, as it is for the tools of the daemon.
+@pytest.mark.parametrize("status_of_awk", [0, 2])
+def test_a_verbose_start_and_its_passes_have_this_log_and_these_commands(live, status_of_awk):
     """The settings of the foreground come along into the daemon, so its first load is traced already."""
-    daemon = live(store={**BOTH, "THHS_VERBOSE": 1, "THHS_PURGE_OLD_EVIDENCE": 1}, processes=PROCESSES)
+    daemon = live(store={**BOTH, "THHS_VERBOSE": 1, "THHS_PURGE_OLD_EVIDENCE": 1}, processes=PROCESSES,
+                  tools={"awk": Tool(output="2048\n", status=status_of_awk)})
     host = daemon.host
     assert daemon.step() and daemon.step()
-    processors, memory = host.machine_lines()
     purge = [f"Trying to clean up older evidences. Command : {PURGE}", *texts.traced(PURGE, "", 1),
              "Successfully purged older evidences collected during last runs."]
     traced = traced_load(host.store)
     assert host.log() == [
         *texts.load(host.store), texts.STARTED, *traced,
-        *texts.traced(PROCESSORS, "1\n"), processors,
-        *texts.traced(MEMORY, memory.split()[-1] + "\n"), memory,
+        *texts.traced(PROCESSORS, "1\n"), "Number of CPUs = 1",
+        *texts.traced(MEMORY, "2048\n", status_of_awk), "Total size of Memory = 2048",
         *purge, *a_pass(1), *traced, *a_pass(2), *traced, *a_pass(3)]
     probes = [PROBES[label][pid] for label in PROBES for pid in NAMES]
     assert host.shell_lines() == [PROCESSORS, MEMORY, PURGE, *([LISTING] * 2 + probes) * 3]
     assert host.system_log() == [texts.ENTRY, texts.UP]
+
+
+@pytest.mark.parametrize("awk", ["gawk", "mawk", "original-awk"])
+def test_the_size_of_the_memory_is_the_same_with_every_awk(make_host, pace, awk):
+    host = make_host()
+    host.remove("/usr/bin/awk")
+    host.ask("link", awk, "/usr/bin/awk")
+    assert paced.Paced(host, pace).start().status == 0
+    assert host.log()[-3:-1] == host.machine_lines()

@@ -4,6 +4,7 @@ It is started by script/host as the host's only program and ends, and with it th
 ends. Every text is UTF-8 with surrogate escapes, so any bytes pass through unharmed. It runs on Debian's own
 Python with nothing but its standard library.
 """
+import contextlib
 import ctypes
 import json
 import os
@@ -241,7 +242,19 @@ class Agent:
         return [text_of(one) for one in self.log.received()]
 
 
+def leave_room_for_scripted_ids():
+    """Lets real process ids begin above those that tests give to scripted processes by hand.
+
+    A kernel without this setting counts on from where it is, and then a test that starts very many processes could
+    meet one of them.
+    """
+    with contextlib.suppress(OSError):
+        with open("/proc/sys/kernel/ns_last_pid", "w") as file:
+            file.write("10000")
+
+
 def main():
+    leave_room_for_scripted_ids()
     # The test decides when the host ends, not its terminal. A handler, for it isn't inherited as ignoring is.
     signal.signal(signal.SIGINT, lambda *_: None)
     agent = Agent()

@@ -176,7 +176,7 @@ class Host:
     def script_tools(self, tools, processes):
         files = [["/usr/bin/ps", scripted.PS, 0o755], ["/usr/bin/gcore", scripted.GCORE, 0o755],
                  [f"{scripted.SCENARIO}/ps/listings", "0\n", 0o644]]
-        for name in scripted.TOOLS:
+        for name in [*scripted.TOOLS, *(name for name in tools if name not in scripted.TOOLS)]:
             if name in tools or name not in ("ps", "gcore"):
                 files += tools.get(name, scripted.Tool()).files(name)
         self.ask("put", files + scripted.ps_files(processes))

@@ -14,6 +14,9 @@ from dataclasses import dataclass, field
 
 SCENARIO = "/run/scenario"
 
+# No kernel gives a process this id or one above it.
+FIRST_UNREAL_ID = 1 << 22
+
 # In the order in which a breach runs them.
 TOOLS = ["ps", "top", "free", "vmstat", "netstat", "iostat", "mpstat", "gstack", "pmap", "gcore"]
 
