@@ -3,8 +3,8 @@
 
 Changes the sources one place at a time, builds each mutant against the unit tests in the folder BUILD, and runs them:
 a mutant that no test notices survives. A mutant that doesn't compile counts for nothing. Prints the survivors that
-docs/testing.md doesn't list as equivalent, the rows there that name no survivor any more, and one line of counts;
-the status is 1 when there are any of either. Called by script/mutate, which builds.
+equivalent_mutants.txt doesn't list, the rows there that name no survivor any more, and one line of counts; the status
+is 1 when there are any of either. Called by script/mutate, which builds.
 """
 import argparse
 import concurrent.futures
@@ -21,17 +21,14 @@ from mutants import mutants
 ROOT = pathlib.Path(__file__).resolve().parents[2]
 LIMIT = 120  # seconds for the tests of one mutant, which take five
 
-# Where the program decides, keeps its window, takes texts apart and cleans up.
-SOURCES = ["src/config/ConfigurationLoad.cpp", "src/config/ConfigurationValueReaders.cpp",
-           "src/config/MonitoringList.cpp", "src/config/ReadingPlan.cpp", "src/counters/CPUCounterMgr.cpp",
-           "src/counters/CounterMgr.cpp", "src/counters/CounterRegistry.cpp", "src/counters/MemoryCounterMgr.cpp",
-           "src/counters/ReadingWindow.cpp", "src/counters/StaleCounterCleanup.cpp",
-           "src/evidence/EvidenceFolders.cpp", "src/logcontrol/IncreaseLogging.cpp",
-           "src/logcontrol/ResetLogging.cpp", "src/platform/ProcessTables.cpp", "src/platform/TextUtilities.cpp",
-           "src/platform/UsageProbes.cpp", "thbase/BoundedScan.cpp", "thbase/ConfigurationStore.cpp",
-           "thbase/ScanConversion.cpp", "thbase/StoreText.cpp"]
-EQUIVALENT_ROW = re.compile(r"^\| `(?P<source>[\w/]+\.cpp)` \| `` (?P<before>.*) `` \| `` (?P<after>.*) `` \|",
-                            re.MULTILINE)
+# Below thbase/ only what decides, scans and reads texts: the tests of the rest run against the installed library.
+SOURCES = ["src/*/*.cpp", "thbase/BoundedScan.cpp", "thbase/ConfigurationStore.cpp", "thbase/ScanConversion.cpp",
+           "thbase/StoreText.cpp"]
+EQUIVALENT = "script/lib/equivalent_mutants.txt"
+
+
+def all_sources():
+    return sorted(str(path.relative_to(ROOT)) for pattern in SOURCES for path in ROOT.glob(pattern))
 
 
 class Build:
@@ -122,9 +119,16 @@ def check_without_mutant(build, sources):
             sys.exit(f"script/mutate: {source} without any change is {outcome}")
 
 
-def read_equivalents():
-    text = (ROOT / "docs/testing.md").read_text()
-    return {(row["source"], row["before"], row["after"]) for row in EQUIVALENT_ROW.finditer(text)}
+def read_equivalents(text):
+    """The rows (source, before, after) of a list of equivalent mutants; ends the run at a row that has not its form."""
+    rows = set()
+    for paragraph in re.split(r"\n\s*\n", re.sub(r"^#.*\n?", "", text, flags=re.MULTILINE).strip("\n")):
+        row = re.fullmatch(r"(\S+)\n- (.*)\n\+ (.*)\n  \S.*", paragraph)
+        if not row and paragraph:
+            sys.exit(f"script/mutate: {EQUIVALENT}: not a row of source, before, after and reason:\n{paragraph}")
+        if row:
+            rows.add(row.groups())
+    return rows
 
 
 def run(build, sources, jobs):
@@ -149,11 +153,11 @@ def main():
     parser.add_argument("build", type=pathlib.Path)
     parser.add_argument("sources", nargs="*")
     arguments = parser.parse_args()
-    sources = arguments.sources or SOURCES
+    sources = arguments.sources or all_sources()
     build = Build(arguments.build.resolve())
     check_without_mutant(build, sources)
     survivors, judged = run(build, sources, arguments.jobs)
-    equivalents = {row for row in read_equivalents() if row[0] in sources}
+    equivalents = {row for row in read_equivalents((ROOT / EQUIVALENT).read_text()) if row[0] in sources}
     unknown = [(row, line) for row, line in survivors if row not in equivalents]
     stale = sorted(equivalents - {row for row, _ in survivors})
     for (source, before, after), line in unknown:

@@ -28,7 +28,7 @@ int ActionHelper::PostCheckForAction(THPM_ACTION_TYPE type)
 
 void ActionHost::SetUp()
 {
-    HostTest::SetUp();
+    HostFixture::SetUp();
     // No test signals a process that it hasn't named.
     GetSeams().mKill = [](pid_t pid, int signal) {
         ADD_FAILURE() << "signal " << signal << " to " << pid;

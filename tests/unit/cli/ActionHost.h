@@ -1,6 +1,6 @@
 #pragma once
 
-#include "support/HostTest.h"
+#include "support/HostFixture.h"
 #include "support/ScriptedHelper.h"
 
 #include <string>
@@ -35,7 +35,7 @@ private:
 };
 
 /** A host on which actions are performed, their helpers scripted, their locks real. */
-class ActionHost : public HostTest
+class ActionHost : public HostFixture
 {
 protected:
     void SetUp() override;

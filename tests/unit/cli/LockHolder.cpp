@@ -1,7 +1,7 @@
 #include "LockHolder.h"
 
 #include "cli/THDaemonInfra.h"
-#include "support/HostTest.h"
+#include "support/HostFixture.h"
 
 #include <csignal>
 #include <cstdio>

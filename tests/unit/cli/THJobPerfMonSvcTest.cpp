@@ -6,7 +6,7 @@
 #include "platform/THUEnv.h"
 #include "support/ConfigurationSeam.h"
 #include "support/HelperSeam.h"
-#include "support/HostTest.h"
+#include "support/HostFixture.h"
 #include "support/ScriptedHelper.h"
 
 #include <gmock/gmock.h>
@@ -88,12 +88,12 @@ Lines GetSystemLog()
 }
 } // namespace
 
-class MonitoringService : public HostTest
+class MonitoringService : public HostFixture
 {
 protected:
     void SetUp() override
     {
-        HostTest::SetUp();
+        HostFixture::SetUp();
         mScript.mAnswer = [this](const std::string& line) {
             gCalls.push_back(line);
             if (mDuringLine) {

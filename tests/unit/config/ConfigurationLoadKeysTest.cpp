@@ -1,4 +1,4 @@
-#include "config/LoadTest.h"
+#include "config/LoadFixture.h"
 #include "counters/CounterMgr.h"
 
 #include <climits>
@@ -20,12 +20,12 @@ struct KeyRow
     friend void PrintTo(const KeyRow& row, std::ostream* out) { *out << row.mName; }
 };
 
-class RevertingKeyTest : public LoadTest, public testing::WithParamInterface<KeyRow>
+class RevertingKey : public LoadFixture, public testing::WithParamInterface<KeyRow>
 {
 protected:
     void SetUp() override
     {
-        LoadTest::SetUp();
+        LoadFixture::SetUp();
         GetStore().mValues["_FORCE_READING_INTERVAL_"] = "1"; // any readings will do
     }
 
@@ -51,7 +51,7 @@ protected:
     }
 };
 
-TEST_P(RevertingKeyTest, TakesEveryValueOfItsRange)
+TEST_P(RevertingKey, TakesEveryValueOfItsRange)
 {
     for (const int value : GetParam().mGood) {
         mConfig->mVerbose = 0;
@@ -63,7 +63,7 @@ TEST_P(RevertingKeyTest, TakesEveryValueOfItsRange)
     }
 }
 
-TEST_P(RevertingKeyTest, RevertsWithALineAndAWarning)
+TEST_P(RevertingKey, RevertsWithALineAndAWarning)
 {
     for (const int value : GetParam().mBad) {
         Load(GetParam().mKey, std::to_string(value));
@@ -74,7 +74,7 @@ TEST_P(RevertingKeyTest, RevertsWithALineAndAWarning)
     }
 }
 
-TEST_P(RevertingKeyTest, KeepsItsValueWhenTheKeyHasGone)
+TEST_P(RevertingKey, KeepsItsValueWhenTheKeyHasGone)
 {
     const int value = GetParam().mGood.back();
     ASSERT_NE(value, GetParam().mDefault);
@@ -86,7 +86,7 @@ TEST_P(RevertingKeyTest, KeepsItsValueWhenTheKeyHasGone)
     EXPECT_EQ(mConsole, "");
 }
 
-TEST_P(RevertingKeyTest, KeepsItsValueWhenTheNewOneIsNoNumber)
+TEST_P(RevertingKey, KeepsItsValueWhenTheNewOneIsNoNumber)
 {
     const int value = GetParam().mGood.back();
     Load(GetParam().mKey, std::to_string(value));
@@ -99,7 +99,7 @@ TEST_P(RevertingKeyTest, KeepsItsValueWhenTheNewOneIsNoNumber)
     EXPECT_EQ(GetLogLinesWith("nvalid"), Lines{message});
 }
 
-TEST_P(RevertingKeyTest, DoesNotBringAStoredErrorBackWhenTheKeyHasGone)
+TEST_P(RevertingKey, DoesNotBringAStoredErrorBackWhenTheKeyHasGone)
 {
     Load(GetParam().mKey, std::to_string(GetParam().mBad.front()));
     GetStore().mValues.erase(GetParam().mKey);
@@ -114,7 +114,7 @@ constexpr char SWITCH_TO_1[] = ". Value should be either 0 or 1. Proceeding with
 const std::vector<int> NO_SWITCH = {2, -1, 256, INT_MAX, INT_MIN};
 
 INSTANTIATE_TEST_SUITE_P(
-    Keys, RevertingKeyTest,
+    Keys, RevertingKey,
     testing::Values(
         KeyRow{"DumpCount",
                "THHS_DUMP_COUNT",
@@ -197,9 +197,9 @@ INSTANTIATE_TEST_SUITE_P(
         KeyRow{"Verbose", "THHS_VERBOSE", &ConfigurationMgr::mVerbose, 0, {0, 1}, NO_SWITCH, SWITCH_TO_0}),
     NameOfRow());
 
-using StoppingKeyTest = LoadTest;
+using StoppingKey = LoadFixture;
 
-TEST_F(StoppingKeyTest, TheMemoryUnitStaysAsItWasTyped)
+TEST_F(StoppingKey, TheMemoryUnitStaysAsItWasTyped)
 {
     for (const char* const unit : {"PERCENT", "ABSOLUTE", "percent", "Absolute", "pErCeNt"}) {
         Load("THHS_MEMORY_UNIT", unit);
@@ -210,7 +210,7 @@ TEST_F(StoppingKeyTest, TheMemoryUnitStaysAsItWasTyped)
     }
 }
 
-TEST_F(StoppingKeyTest, TheMemoryUnitIsAbsoluteWithoutItsKey)
+TEST_F(StoppingKey, TheMemoryUnitIsAbsoluteWithoutItsKey)
 {
     Load("THHS_MEMORY_UNIT", "PERCENT");
     GetStore().mValues.erase("THHS_MEMORY_UNIT");
@@ -222,7 +222,7 @@ TEST_F(StoppingKeyTest, TheMemoryUnitIsAbsoluteWithoutItsKey)
     EXPECT_EQ(mResult, 0);
 }
 
-TEST_F(StoppingKeyTest, AnyOtherMemoryUnitStops)
+TEST_F(StoppingKey, AnyOtherMemoryUnitStops)
 {
     for (const std::string unit : {"MB", "", "PERCENT ", "PERCENTS", "PERCEN"}) {
         Load("THHS_MEMORY_UNIT", unit);
@@ -235,7 +235,7 @@ TEST_F(StoppingKeyTest, AnyOtherMemoryUnitStops)
     }
 }
 
-TEST_F(StoppingKeyTest, AMemoryUnitWithBadCharactersStops)
+TEST_F(StoppingKey, AMemoryUnitWithBadCharactersStops)
 {
     Load("THHS_MEMORY_UNIT", "MB;");
     EXPECT_EQ(mResult, 102);
@@ -246,7 +246,7 @@ TEST_F(StoppingKeyTest, AMemoryUnitWithBadCharactersStops)
     EXPECT_EQ(GetStore().mReads, Lines{"THHS_MEMORY_UNIT"});
 }
 
-TEST_F(StoppingKeyTest, AMessageIsCutAtTheSizeOfItsBuffer)
+TEST_F(StoppingKey, AMessageIsCutAtTheSizeOfItsBuffer)
 {
     Load("THHS_MEMORY_UNIT", std::string(5000, 'x'));
     EXPECT_EQ(mResult, 101);
@@ -254,7 +254,7 @@ TEST_F(StoppingKeyTest, AMessageIsCutAtTheSizeOfItsBuffer)
     EXPECT_EQ(GetLogLines(), (Lines{READING, mConsole.substr(0, 1023)}));
 }
 
-TEST_F(StoppingKeyTest, TheListsFillTheirManagers)
+TEST_F(StoppingKey, TheListsFillTheirManagers)
 {
     GetStore().mValues["THHS_MONITOR_CPU"] = "a:1";
     GetStore().mValues["THHS_MONITOR_MEMORY"] = "b:2";
@@ -281,7 +281,7 @@ TEST_F(StoppingKeyTest, TheListsFillTheirManagers)
     EXPECT_EQ(GetLogLines(), GetLog({}));
 }
 
-TEST_F(StoppingKeyTest, ABadListStopsWithItsOwnResult)
+TEST_F(StoppingKey, ABadListStopsWithItsOwnResult)
 {
     const Lines lists = {"THHS_MONITOR_CPU", "THHS_MONITOR_MEMORY", "THHS_MONITOR_DEADLOCK"};
     for (std::size_t index = 0; index < lists.size(); ++index) {
@@ -299,7 +299,7 @@ TEST_F(StoppingKeyTest, ABadListStopsWithItsOwnResult)
     EXPECT_EQ(mResult, 0);
 }
 
-TEST_F(StoppingKeyTest, ThePollIntervalTakesEveryPositiveNumber)
+TEST_F(StoppingKey, ThePollIntervalTakesEveryPositiveNumber)
 {
     GetStore().mValues["_FORCE_READING_INTERVAL_"] = "1";
     for (const int seconds : {1, 599, INT_MAX}) {
@@ -310,7 +310,7 @@ TEST_F(StoppingKeyTest, ThePollIntervalTakesEveryPositiveNumber)
     }
 }
 
-TEST_F(StoppingKeyTest, ThePollIntervalIsItsDefaultWithoutItsKey)
+TEST_F(StoppingKey, ThePollIntervalIsItsDefaultWithoutItsKey)
 {
     Load("THHS_POLL_INTERVAL", "900");
     GetStore().mValues.erase("THHS_POLL_INTERVAL");
@@ -322,7 +322,7 @@ TEST_F(StoppingKeyTest, ThePollIntervalIsItsDefaultWithoutItsKey)
     EXPECT_EQ(mConfig->mPollInterval, 600);
 }
 
-TEST_F(StoppingKeyTest, AnyOtherPollIntervalStops)
+TEST_F(StoppingKey, AnyOtherPollIntervalStops)
 {
     for (const int seconds : {0, -1, INT_MIN}) {
         Load("THHS_POLL_INTERVAL", std::to_string(seconds));
@@ -336,7 +336,7 @@ TEST_F(StoppingKeyTest, AnyOtherPollIntervalStops)
     }
 }
 
-TEST_F(StoppingKeyTest, APollIntervalThatIsNoNumberStops)
+TEST_F(StoppingKey, APollIntervalThatIsNoNumberStops)
 {
     Load("THHS_POLL_INTERVAL", "900");
     Load("THHS_POLL_INTERVAL", "abc");
@@ -348,7 +348,7 @@ TEST_F(StoppingKeyTest, APollIntervalThatIsNoNumberStops)
     EXPECT_EQ(mConsole, message + "\n");
 }
 
-TEST_F(StoppingKeyTest, FieldsReadBeforeTheBadOneHaveTheirNewValues)
+TEST_F(StoppingKey, FieldsReadBeforeTheBadOneHaveTheirNewValues)
 {
     GetStore().mValues["THHS_MEMORY_UNIT"] = "PERCENT";
     GetStore().mValues["THHS_MONITOR_CPU"] = "a:1";

@@ -1,4 +1,4 @@
-#include "config/LoadTest.h"
+#include "config/LoadFixture.h"
 
 #include <algorithm>
 #include <atomic>
@@ -11,8 +11,8 @@
 
 namespace
 {
-using JdkHome = LoadTest;
-using EvidencePath = LoadTest;
+using JdkHome = LoadFixture;
+using EvidencePath = LoadFixture;
 
 TEST_F(JdkHome, IsTracedWhenVerboseAndNeedNotExist)
 {
@@ -121,7 +121,7 @@ struct RefusalRow
     friend void PrintTo(const RefusalRow& row, std::ostream* out) { *out << row.mName; }
 };
 
-class RefusedEvidencePath : public LoadTest, public testing::WithParamInterface<RefusalRow>
+class RefusedEvidencePath : public LoadFixture, public testing::WithParamInterface<RefusalRow>
 {
 };
 

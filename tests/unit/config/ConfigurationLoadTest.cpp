@@ -1,4 +1,4 @@
-#include "config/LoadTest.h"
+#include "config/LoadFixture.h"
 #include "platform/THUEnv.h"
 #include "support/HelperSeam.h"
 
@@ -7,7 +7,7 @@
 
 namespace
 {
-using ConfigurationLoad = LoadTest;
+using ConfigurationLoad = LoadFixture;
 
 const Lines KEYS = {"THHS_MEMORY_UNIT",
                     "THHS_MONITOR_CPU",
@@ -267,7 +267,7 @@ constexpr char COUNT[] = "THHS_NUMBER_OF_READINGS";
 constexpr char INTERVAL[] = "THHS_READING_INTERVAL";
 constexpr char FORCE[] = "_FORCE_READING_INTERVAL_";
 
-class ReadingFit : public LoadTest, public testing::WithParamInterface<FitRow>
+class ReadingFit : public LoadFixture, public testing::WithParamInterface<FitRow>
 {
 };
 

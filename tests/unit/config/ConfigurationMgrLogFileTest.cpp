@@ -1,6 +1,6 @@
-#include "config/ConfigTest.h"
 #include "config/ConfigurationMgr.h"
 #include "config/ConfigurationValueReaders.h"
+#include "config/SettingsFixture.h"
 #include "platform/THUEnv.h"
 #include "platform/UnixHelperFunction.h"
 #include "support/HelperSeam.h"
@@ -42,12 +42,12 @@ private:
 };
 
 /** Each test builds a ConfigurationMgr by itself, on 5 March 2026. */
-class LogFileTest : public ConfigTest
+class LogFile : public SettingsFixture
 {
 protected:
     void SetUp() override
     {
-        ConfigTest::SetUp();
+        SettingsFixture::SetUp();
         if (IsSkipped()) {
             return;
         }
@@ -68,7 +68,7 @@ constexpr char SECOND[] = "/tmp/thsentinel/root.030526_00001.log";
 constexpr char MAKE_SECOND[] = "mkdir /tmp/thsentinel/root.030526_00001.log";
 constexpr char OPEN_SECOND[] = "open /tmp/thsentinel/root.030526_00001.log a+";
 
-TEST_F(LogFileTest, IsMadeWithItsFolder)
+TEST_F(LogFile, IsMadeWithItsFolder)
 {
     EXPECT_EQ(ConfigurationMgr::GetInstance()->mLogFilePath,
               "/usr/tarnv/tarnhaven/logs/thsentinel/root.030526_00001.log");
@@ -80,7 +80,7 @@ TEST_F(LogFileTest, IsMadeWithItsFolder)
     EXPECT_EQ(std::filesystem::file_size(GetTHPerfMonLogFilePath()), 0U);
 }
 
-TEST_F(LogFileTest, IsAttemptedOnceForTheWholeRun)
+TEST_F(LogFile, IsAttemptedOnceForTheWholeRun)
 {
     (void)ConfigurationMgr::GetInstance();
     std::filesystem::remove_all(FOLDER);
@@ -90,7 +90,7 @@ TEST_F(LogFileTest, IsAttemptedOnceForTheWholeRun)
     EXPECT_FALSE(std::filesystem::exists(FOLDER));
 }
 
-TEST_F(LogFileTest, KeepsTheLinesOfAnEarlierRun)
+TEST_F(LogFile, KeepsTheLinesOfAnEarlierRun)
 {
     std::filesystem::create_directory(FOLDER);
     WriteFile(GetTHPerfMonLogFilePath(), "earlier\n");
@@ -98,7 +98,7 @@ TEST_F(LogFileTest, KeepsTheLinesOfAnEarlierRun)
     EXPECT_EQ(ReadFile(GetTHPerfMonLogFilePath()), "earlier\n");
 }
 
-TEST_F(LogFileTest, IsNamedNowhereWhenItsFolderCannotBeMade)
+TEST_F(LogFile, IsNamedNowhereWhenItsFolderCannotBeMade)
 {
     std::filesystem::rename("/usr/tarnv/tarnhaven/logs", "/usr/tarnv/tarnhaven/logs-away");
     EXPECT_EQ(ConfigurationMgr::GetInstance()->mLogFilePath, "");
@@ -108,7 +108,7 @@ TEST_F(LogFileTest, IsNamedNowhereWhenItsFolderCannotBeMade)
     std::filesystem::rename("/usr/tarnv/tarnhaven/logs-away", "/usr/tarnv/tarnhaven/logs");
 }
 
-TEST_F(LogFileTest, HasASecondPathOfWhichAFolderIsMade)
+TEST_F(LogFile, HasASecondPathOfWhichAFolderIsMade)
 {
     // The folder above it exists, so that only the odd order of folder and file stands in the way.
     std::filesystem::create_directory("/tmp/thsentinel");
@@ -118,7 +118,7 @@ TEST_F(LogFileTest, HasASecondPathOfWhichAFolderIsMade)
     EXPECT_TRUE(std::filesystem::is_directory(SECOND));
 }
 
-TEST_F(LogFileTest, HasNoSecondPathWithoutTheFolderAboveIt)
+TEST_F(LogFile, HasNoSecondPathWithoutTheFolderAboveIt)
 {
     mRefused = {OPEN_FIRST};
     EXPECT_EQ(ConfigurationMgr::GetInstance()->mLogFilePath, "");
@@ -126,7 +126,7 @@ TEST_F(LogFileTest, HasNoSecondPathWithoutTheFolderAboveIt)
     EXPECT_FALSE(std::filesystem::exists("/tmp/thsentinel"));
 }
 
-TEST_F(LogFileTest, HasItsSecondPathWhereAPlainFileLies)
+TEST_F(LogFile, HasItsSecondPathWhereAPlainFileLies)
 {
     std::filesystem::create_directory("/tmp/thsentinel");
     WriteFile(SECOND, "earlier\n");
@@ -136,7 +136,7 @@ TEST_F(LogFileTest, HasItsSecondPathWhereAPlainFileLies)
     EXPECT_EQ(ReadFile(SECOND), "earlier\n");
 }
 
-TEST_F(LogFileTest, TakesNoLineOnItsSecondPath)
+TEST_F(LogFile, TakesNoLineOnItsSecondPath)
 {
     std::filesystem::create_directory("/tmp/thsentinel");
     WriteFile(SECOND, "");
@@ -148,7 +148,7 @@ TEST_F(LogFileTest, TakesNoLineOnItsSecondPath)
               Lines{"There are non alpha numeric characters in the input ';'. Returning Error."});
 }
 
-TEST_F(LogFileTest, LeavesNoFileOpen)
+TEST_F(LogFile, LeavesNoFileOpen)
 {
     const auto countOpenFiles = [] {
         return std::distance(std::filesystem::directory_iterator("/proc/self/fd"), {});
@@ -164,7 +164,7 @@ TEST_F(LogFileTest, LeavesNoFileOpen)
     EXPECT_EQ(countOpenFiles(), before);
 }
 
-TEST_F(LogFileTest, IsNotLookedForWithoutAHelper)
+TEST_F(LogFile, IsNotLookedForWithoutAHelper)
 {
     GetHelperSeam().mMake = [] { return nullptr; };
     EXPECT_EQ(ConfigurationMgr::GetInstance()->mHelper, nullptr);
@@ -173,7 +173,7 @@ TEST_F(LogFileTest, IsNotLookedForWithoutAHelper)
     EXPECT_FALSE(std::filesystem::exists(FOLDER));
 }
 
-TEST_F(LogFileTest, IsForgottenWhenItIsInitializedWithoutAHelper)
+TEST_F(LogFile, IsForgottenWhenItIsInitializedWithoutAHelper)
 {
     ConfigurationMgr* const config = ConfigurationMgr::GetInstance();
     delete config->mHelper;

@@ -1,7 +1,7 @@
 #include "config/ConfigurationMgr.h"
 
-#include "config/ConfigTest.h"
 #include "config/JavaProcessNames.h"
+#include "config/SettingsFixture.h"
 #include "counters/CPUCounterMgr.h"
 #include "counters/DeadLockCounterMgr.h"
 #include "counters/MemoryCounterMgr.h"
@@ -17,11 +17,11 @@
 
 namespace
 {
-class ConfigurationMgrTest : public ConfigTest
+class ConfigurationObject : public SettingsFixture
 {
 };
 
-TEST_F(ConfigurationMgrTest, StartsWithTheDefaults)
+TEST_F(ConfigurationObject, StartsWithTheDefaults)
 {
     const struct
     {
@@ -51,7 +51,7 @@ TEST_F(ConfigurationMgrTest, StartsWithTheDefaults)
     EXPECT_EQ(mConfig->mTotalMemoryInKB, 1048576);
 }
 
-TEST_F(ConfigurationMgrTest, StartsWithEmptyTextsButTheUnitAndThePaths)
+TEST_F(ConfigurationObject, StartsWithEmptyTextsButTheUnitAndThePaths)
 {
     EXPECT_EQ(mConfig->mMemoryUnit, "ABSOLUTE");
     EXPECT_EQ(mConfig->mEvidencePath, "");
@@ -62,7 +62,7 @@ TEST_F(ConfigurationMgrTest, StartsWithEmptyTextsButTheUnitAndThePaths)
     EXPECT_EQ(mConfig->mLogFilePath, GetTHPerfMonLogFilePath());
 }
 
-TEST_F(ConfigurationMgrTest, StartsWithEmptyTables)
+TEST_F(ConfigurationObject, StartsWithEmptyTables)
 {
     EXPECT_TRUE(mConfig->mProcessNameAndProcessIDMap.empty());
     EXPECT_TRUE(mConfig->mProcessIDAndProcessNameMap.empty());
@@ -72,7 +72,7 @@ TEST_F(ConfigurationMgrTest, StartsWithEmptyTables)
     EXPECT_TRUE(mConfig->mThreadMap.empty());
 }
 
-TEST_F(ConfigurationMgrTest, KnowsTheJavaProcesses)
+TEST_F(ConfigurationObject, KnowsTheJavaProcesses)
 {
     const std::map<std::string, std::string> known = {{"adminconsole", "tarn.thx.AdminConsole"},
                                                       {"thwmc", "Dthwmc"}};
@@ -81,7 +81,7 @@ TEST_F(ConfigurationMgrTest, KnowsTheJavaProcesses)
     EXPECT_EQ(WEB_MANAGEMENT_JAVA, "thwmc");
 }
 
-TEST_F(ConfigurationMgrTest, InsertsTheJavaProcessesOnlyWhereTheyAreMissing)
+TEST_F(ConfigurationObject, InsertsTheJavaProcessesOnlyWhereTheyAreMissing)
 {
     mConfig->mJavaProcessMap = {{"thwmc", "changed"}, {"other", "kept"}};
     mConfig->InitJavaProcesses();
@@ -90,7 +90,7 @@ TEST_F(ConfigurationMgrTest, InsertsTheJavaProcessesOnlyWhereTheyAreMissing)
     EXPECT_EQ(mConfig->mJavaProcessMap, known);
 }
 
-TEST_F(ConfigurationMgrTest, HasAManagerForEachResource)
+TEST_F(ConfigurationObject, HasAManagerForEachResource)
 {
     EXPECT_NE(dynamic_cast<CPUCounterMgr*>(mConfig->mCPUCounterMgr), nullptr);
     EXPECT_NE(dynamic_cast<MemoryCounterMgr*>(mConfig->mMemoryCounterMgr), nullptr);
@@ -100,7 +100,7 @@ TEST_F(ConfigurationMgrTest, HasAManagerForEachResource)
     EXPECT_EQ(mConfig->mDeadLockCounterMgr->GetMessageStr(), "Deadlock");
 }
 
-TEST_F(ConfigurationMgrTest, IsTheSameObjectAtEachCall)
+TEST_F(ConfigurationObject, IsTheSameObjectAtEachCall)
 {
     EXPECT_EQ(ConfigurationMgr::GetInstance(), mConfig);
     EXPECT_EQ(ConfigurationMgr::mConfigMgr, mConfig);
@@ -122,7 +122,7 @@ private:
     std::atomic<int>& mCount;
 };
 
-TEST_F(ConfigurationMgrTest, IsBuiltOnceForThreadsThatComeAtTheSameMoment)
+TEST_F(ConfigurationObject, IsBuiltOnceForThreadsThatComeAtTheSameMoment)
 {
     constexpr int ROUNDS = 50;
     constexpr int THREADS = 4;
@@ -155,7 +155,7 @@ TEST_F(ConfigurationMgrTest, IsBuiltOnceForThreadsThatComeAtTheSameMoment)
     EXPECT_EQ(folders, ROUNDS);
 }
 
-TEST_F(ConfigurationMgrTest, FindsTheThresholdOfExactlyThatName)
+TEST_F(ConfigurationObject, FindsTheThresholdOfExactlyThatName)
 {
     const std::map<std::string, int> thresholds = {{"tbrd", 90}, {"zero", 0}};
     mConfig->mVerbose = 1;
@@ -171,7 +171,7 @@ TEST_F(ConfigurationMgrTest, FindsTheThresholdOfExactlyThatName)
                                     "Could not find threshold value for process "}));
 }
 
-TEST_F(ConfigurationMgrTest, DoesNotTraceAMissingThresholdUnlessVerbose)
+TEST_F(ConfigurationObject, DoesNotTraceAMissingThresholdUnlessVerbose)
 {
     for (const int verbose : {0, 2, -1}) {
         mConfig->mVerbose = verbose;
@@ -180,14 +180,14 @@ TEST_F(ConfigurationMgrTest, DoesNotTraceAMissingThresholdUnlessVerbose)
     EXPECT_EQ(GetLogLines(), Lines());
 }
 
-TEST_F(ConfigurationMgrTest, InsertsIntoACopyOnly)
+TEST_F(ConfigurationObject, InsertsIntoACopyOnly)
 {
     std::map<std::string, int> thresholds = {{"a", 1}};
     mConfig->InsertIntoMap(thresholds, "b", 2);
     EXPECT_EQ(thresholds, (std::map<std::string, int>{{"a", 1}}));
 }
 
-TEST_F(ConfigurationMgrTest, DumpsTheNameTableWhenVerbose)
+TEST_F(ConfigurationObject, DumpsTheNameTableWhenVerbose)
 {
     mConfig->mVerbose = 1;
     mConfig->mProcessNameAndProcessIDMap = {{"tbrd", 12}, {"java", 7}, {"tbrd", 3}};
@@ -195,14 +195,14 @@ TEST_F(ConfigurationMgrTest, DumpsTheNameTableWhenVerbose)
     EXPECT_EQ(GetLogLines(), (Lines{"\tKEY\tELEMENT", "\tjava\t7", "\ttbrd\t12", "\ttbrd\t3"}));
 }
 
-TEST_F(ConfigurationMgrTest, DumpsTheHeadOfAnEmptyNameTable)
+TEST_F(ConfigurationObject, DumpsTheHeadOfAnEmptyNameTable)
 {
     mConfig->mVerbose = 1;
     mConfig->PrintProcessNameAndProcessIDMap();
     EXPECT_EQ(GetLogLines(), Lines{"\tKEY\tELEMENT"});
 }
 
-TEST_F(ConfigurationMgrTest, DoesNotDumpTheNameTableUnlessVerbose)
+TEST_F(ConfigurationObject, DoesNotDumpTheNameTableUnlessVerbose)
 {
     mConfig->mProcessNameAndProcessIDMap = {{"tbrd", 12}};
     for (const int verbose : {0, 2}) {
@@ -212,7 +212,7 @@ TEST_F(ConfigurationMgrTest, DoesNotDumpTheNameTableUnlessVerbose)
     EXPECT_EQ(GetLogLines(), Lines());
 }
 
-TEST_F(ConfigurationMgrTest, DumpsTheNameTableToTheEndWhenLinesAreLost)
+TEST_F(ConfigurationObject, DumpsTheNameTableToTheEndWhenLinesAreLost)
 {
     mConfig->mVerbose = 1;
     mConfig->mProcessNameAndProcessIDMap = {{"tbrd", 12}};
@@ -246,13 +246,13 @@ private:
     Lines& mNotes;
 };
 
-class ConfigurationMgrHelper : public ConfigTest
+class ConfigurationMgrHelper : public SettingsFixture
 {
 protected:
     void SetUp() override
     {
         GetHelperSeam().mMake = [this] { return new NotingHelper(mNotes); };
-        ConfigTest::SetUp();
+        SettingsFixture::SetUp();
     }
 
     Lines mNotes;

@@ -1,7 +1,7 @@
 #include "config/ConfigurationValueReaders.h"
 
-#include "config/ConfigTest.h"
 #include "config/ConfigurationMgr.h"
+#include "config/SettingsFixture.h"
 #include "platform/UnixHelperFunction.h"
 #include "support/HelperSeam.h"
 
@@ -15,7 +15,7 @@ constexpr char NOT_DEFINED[] = "THHS_DUMP_COUNT not defined in Tarnhaven configu
 constexpr char UNAUTHORIZED[] = "There are unauthorized characters detected in the input. Returning Error.";
 constexpr int UNUSUAL = 228; ///< one of the store's other codes
 
-class ReadInteger : public ConfigTest
+class ReadInteger : public SettingsFixture
 {
 protected:
     /** Reads KEY into mValue, keeping result and console. */
@@ -100,7 +100,7 @@ TEST_F(ReadInteger, CutsTheMessageAtTheSizeOfItsBuffer)
     EXPECT_EQ(GetLogLines(), Lines{console.substr(0, 1023)});
 }
 
-class ReadString : public ConfigTest
+class ReadString : public SettingsFixture
 {
 protected:
     void Read()
@@ -217,7 +217,7 @@ struct FilterRow
     friend void PrintTo(const FilterRow& row, std::ostream* out) { *out << row.mName; }
 };
 
-class InputFilter : public ConfigTest, public testing::WithParamInterface<FilterRow>
+class InputFilter : public SettingsFixture, public testing::WithParamInterface<FilterRow>
 {
 };
 

@@ -1,8 +1,8 @@
 #include "config/LogLine.h"
 
-#include "config/ConfigTest.h"
 #include "config/ConfigurationMgr.h"
 #include "config/ConfigurationValueReaders.h"
+#include "config/SettingsFixture.h"
 #include "config/THCrossPlatformMapping.h"
 #include "platform/THUEnv.h"
 #include "support/ChildProcess.h"
@@ -23,7 +23,7 @@ namespace
 mutex firstUnit;
 mutex secondUnit;
 
-class LogLineTest : public ConfigTest
+class LogLines : public SettingsFixture
 {
 protected:
     static void Freeze(int year, int month, int day, int hour, int minute, int second)
@@ -62,7 +62,7 @@ long CountWrites()
     return -1;
 }
 
-TEST_F(LogLineTest, IsAStampAndTheTextInTheFileOfTheDay)
+TEST_F(LogLines, IsAStampAndTheTextInTheFileOfTheDay)
 {
     Freeze(2026, 11, 13, 2, 7, 28);
     WriteLine(firstUnit, "first");
@@ -71,7 +71,7 @@ TEST_F(LogLineTest, IsAStampAndTheTextInTheFileOfTheDay)
                                                 "2026-11-13 02:07:28:045 - second\n");
 }
 
-TEST_F(LogLineTest, GoesBehindWhatStandsInTheFile)
+TEST_F(LogLines, GoesBehindWhatStandsInTheFile)
 {
     Freeze(2026, 11, 13, 2, 7, 28);
     WriteFile(GetTHPerfMonLogFilePath(), "from another run, without line end");
@@ -80,7 +80,7 @@ TEST_F(LogLineTest, GoesBehindWhatStandsInTheFile)
               "from another run, without line end2026-11-13 02:07:28:045 - appended\n");
 }
 
-TEST_F(LogLineTest, KeepsTabsAndBytesOfEveryKind)
+TEST_F(LogLines, KeepsTabsAndBytesOfEveryKind)
 {
     Freeze(2026, 11, 13, 2, 7, 28);
     LogLine{firstUnit}.Write("%s\tKEY\tELEMENT\n", GetCurrentTimeStamp().c_str());
@@ -91,7 +91,7 @@ TEST_F(LogLineTest, KeepsTabsAndBytesOfEveryKind)
                                                    "2026-11-13 02:07:28:045 - \xff\x01%n%s\n"s);
 }
 
-TEST_F(LogLineTest, FindsTheFileOfTheDayAnewForEachLine)
+TEST_F(LogLines, FindsTheFileOfTheDayAnewForEachLine)
 {
     Freeze(2026, 12, 31, 23, 59, 59);
     WriteLine(firstUnit, "old year");
@@ -101,7 +101,7 @@ TEST_F(LogLineTest, FindsTheFileOfTheDayAnewForEachLine)
     EXPECT_EQ(ReadLog("root.010127_00001.log"), "2027-01-01 00:00:01:045 - new year\n");
 }
 
-TEST_F(LogLineTest, NamesTheFileByMonthDayAndTwoDigitsOfTheYear)
+TEST_F(LogLines, NamesTheFileByMonthDayAndTwoDigitsOfTheYear)
 {
     Freeze(2026, 3, 5, 0, 0, 0);
     WriteLine(firstUnit, "march");
@@ -111,7 +111,7 @@ TEST_F(LogLineTest, NamesTheFileByMonthDayAndTwoDigitsOfTheYear)
     EXPECT_EQ(ReadLog("root.030500_00001.log"), "2100-03-05 00:00:00:045 - century\n");
 }
 
-TEST_F(LogLineTest, MakesAFileThatWasRemovedAnew)
+TEST_F(LogLines, MakesAFileThatWasRemovedAnew)
 {
     WriteLine(firstUnit, "gone");
     ForgetLog();
@@ -119,14 +119,14 @@ TEST_F(LogLineTest, MakesAFileThatWasRemovedAnew)
     EXPECT_EQ(GetLogLines(), Lines{"here"});
 }
 
-TEST_F(LogLineTest, PreparesTheFolderBeforeTheFirstLine)
+TEST_F(LogLines, PreparesTheFolderBeforeTheFirstLine)
 {
     StartAnew();
     WriteLine(firstUnit, "the very first");
     EXPECT_EQ(GetLogLines(), Lines{"the very first"});
 }
 
-TEST_F(LogLineTest, IsBehindItsOwnOpenFileWhenTheArgumentsAreGathered)
+TEST_F(LogLines, IsBehindItsOwnOpenFileWhenTheArgumentsAreGathered)
 {
     bool wasThere = false;
     const auto gather = [&] {
@@ -138,7 +138,7 @@ TEST_F(LogLineTest, IsBehindItsOwnOpenFileWhenTheArgumentsAreGathered)
     EXPECT_EQ(GetLogLines(), Lines{"text"});
 }
 
-TEST_F(LogLineTest, LeavesNoFileOpen)
+TEST_F(LogLines, LeavesNoFileOpen)
 {
     WriteLine(firstUnit, "one to begin with");
     const std::ptrdiff_t before = CountOpenFiles();
@@ -149,7 +149,7 @@ TEST_F(LogLineTest, LeavesNoFileOpen)
     EXPECT_EQ(GetLogLines().size(), 101U);
 }
 
-TEST_F(LogLineTest, ReachesTheFileInOneWriteHoweverLong)
+TEST_F(LogLines, ReachesTheFileInOneWriteHoweverLong)
 {
     if (CountWrites() < 0) {
         GTEST_SKIP() << "this kernel doesn't count the write calls of a thread";
@@ -182,7 +182,7 @@ constexpr std::size_t TEXT_SIZE = 100000;
 constexpr std::size_t LINES = 100;
 constexpr char LETTERS[] = "abcdef"; ///< one for each writer
 
-TEST_F(LogLineTest, IsNeverTornByTheLinesOfAnotherUnit)
+TEST_F(LogLines, IsNeverTornByTheLinesOfAnotherUnit)
 {
     std::vector<std::thread> threads;
     for (std::size_t index = 0; index < 6; ++index) {
@@ -199,14 +199,14 @@ TEST_F(LogLineTest, IsNeverTornByTheLinesOfAnotherUnit)
     EXPECT_EQ(CountWholeLines(TEXT_SIZE), 6 * LINES);
 }
 
-TEST_F(LogLineTest, DoesNotWaitForTheLineOfAnotherUnit)
+TEST_F(LogLines, DoesNotWaitForTheLineOfAnotherUnit)
 {
     const MutexHold hold(firstUnit);
     WriteLine(secondUnit, "written");
     EXPECT_EQ(GetLogLines(), Lines{"written"});
 }
 
-TEST_F(LogLineTest, WaitsForTheLineOfItsOwnUnit)
+TEST_F(LogLines, WaitsForTheLineOfItsOwnUnit)
 {
     std::atomic<pid_t> writerId = 0;
     firstUnit.lock();
@@ -221,7 +221,7 @@ TEST_F(LogLineTest, WaitsForTheLineOfItsOwnUnit)
     EXPECT_EQ(GetLogLines(), (Lines{"first", "second"}));
 }
 
-TEST_F(LogLineTest, IsLostQuietlyWithoutItsFolder)
+TEST_F(LogLines, IsLostQuietlyWithoutItsFolder)
 {
     SpoilLogFolder();
     const std::string console = CaptureConsole([] {
@@ -232,7 +232,7 @@ TEST_F(LogLineTest, IsLostQuietlyWithoutItsFolder)
     EXPECT_EQ(ReadFile(GetTHPerfMonLogPath()), "not a folder");
 }
 
-TEST_F(LogLineTest, IsLostQuietlyWhereItsFileIsAFolder)
+TEST_F(LogLines, IsLostQuietlyWhereItsFileIsAFolder)
 {
     std::filesystem::create_directory(GetTHPerfMonLogFilePath());
     WriteLine(firstUnit, "lost");
@@ -242,7 +242,7 @@ TEST_F(LogLineTest, IsLostQuietlyWhereItsFileIsAFolder)
     EXPECT_EQ(GetLogLines(), Lines{"the next is not"});
 }
 
-TEST_F(LogLineTest, IsLostQuietlyOnAFullDisk)
+TEST_F(LogLines, IsLostQuietlyOnAFullDisk)
 {
     std::filesystem::create_symlink("/dev/full", GetTHPerfMonLogFilePath());
     WriteLine(firstUnit, "lost");
@@ -252,7 +252,7 @@ TEST_F(LogLineTest, IsLostQuietlyOnAFullDisk)
     EXPECT_EQ(GetLogLines(), Lines{"the next is not"});
 }
 
-TEST_F(LogLineTest, LeavesResultsAsTheyAreWhenItIsLost)
+TEST_F(LogLines, LeavesResultsAsTheyAreWhenItIsLost)
 {
     SpoilLogFolder();
     mConfig->mVerbose = 1;
@@ -273,7 +273,7 @@ void* WriteUntilCancelled(void* /*argument*/)
     return nullptr;
 }
 
-TEST_F(LogLineTest, GivesTheLockBackWhenItsThreadIsCancelled)
+TEST_F(LogLines, GivesTheLockBackWhenItsThreadIsCancelled)
 {
     pthread_t writer = {};
     ASSERT_EQ(pthread_create(&writer, nullptr, WriteUntilCancelled, nullptr), 0);
@@ -293,7 +293,7 @@ void* WriteForGood(void* /*argument*/)
     }
 }
 
-TEST_F(LogLineTest, IsWholeOrMissingWhereverItsThreadIsCancelled)
+TEST_F(LogLines, IsWholeOrMissingWhereverItsThreadIsCancelled)
 {
 #ifdef __SANITIZE_THREAD__
     GTEST_SKIP() << "the thread sanitizer loses sight of a lock when a call that it watches is cancelled";
@@ -318,7 +318,7 @@ TEST_F(LogLineTest, IsWholeOrMissingWhereverItsThreadIsCancelled)
     EXPECT_GE(CountWholeLines(CANCELLED_TEXT_SIZE), ROUNDS);
 }
 
-TEST_F(LogLineTest, VerboseIsOneAndNothingElse)
+TEST_F(LogLines, VerboseIsOneAndNothingElse)
 {
     EXPECT_FALSE(IsVerbose());
     mConfig->mVerbose = 1;

@@ -1,7 +1,7 @@
 #include "config/MonitoringList.h"
 
-#include "config/ConfigTest.h"
 #include "config/ConfigurationMgr.h"
+#include "config/SettingsFixture.h"
 #include "platform/THUEnv.h"
 #include "platform/UnixHelperFunction.h"
 #include "support/HelperSeam.h"
@@ -20,7 +20,7 @@ constexpr char DEADLOCK[] = "THHS_MONITOR_DEADLOCK";
 using Thresholds = std::map<std::string, int>;
 
 /** Reads one list, keeping all that comes of it. */
-class MonitoringListTest : public ConfigTest
+class MonitoringLists : public SettingsFixture
 {
 protected:
     void Read(const char* key, const std::string& list)
@@ -52,7 +52,7 @@ struct AcceptedRow
     friend void PrintTo(const AcceptedRow& row, std::ostream* out) { *out << row.mName; }
 };
 
-class AcceptedList : public MonitoringListTest, public testing::WithParamInterface<AcceptedRow>
+class AcceptedList : public MonitoringLists, public testing::WithParamInterface<AcceptedRow>
 {
 };
 
@@ -192,7 +192,7 @@ struct RejectedRow
     friend void PrintTo(const RejectedRow& row, std::ostream* out) { *out << row.mName; }
 };
 
-class RejectedList : public MonitoringListTest, public testing::WithParamInterface<RejectedRow>
+class RejectedList : public MonitoringLists, public testing::WithParamInterface<RejectedRow>
 {
 };
 
@@ -263,7 +263,7 @@ INSTANTIATE_TEST_SUITE_P(
                     102}),
     NameOfRow());
 
-TEST_F(MonitoringListTest, WithoutItsKeyIsEmptyAndNoError)
+TEST_F(MonitoringLists, WithoutItsKeyIsEmptyAndNoError)
 {
     for (const char* const key : {CPU, MEMORY, DEADLOCK}) {
         mThresholds = {{"of the load before", 1}};
@@ -275,14 +275,14 @@ TEST_F(MonitoringListTest, WithoutItsKeyIsEmptyAndNoError)
     EXPECT_EQ(GetLogLines(), Lines());
 }
 
-TEST_F(MonitoringListTest, WithoutItsKeyIsTracedWhenVerbose)
+TEST_F(MonitoringLists, WithoutItsKeyIsTracedWhenVerbose)
 {
     mConfig->mVerbose = 1;
     Read(CPU);
     EXPECT_EQ(GetLogLines(), Lines{"THHS_MONITOR_CPU not defined in Tarnhaven configuration."});
 }
 
-TEST_F(MonitoringListTest, WithAnUnusualCodeOfTheStoreCountsAsNotDefined)
+TEST_F(MonitoringLists, WithAnUnusualCodeOfTheStoreCountsAsNotDefined)
 {
     GetStore().mResults[CPU] = 228;
     Read(CPU, "a:5");
@@ -291,7 +291,7 @@ TEST_F(MonitoringListTest, WithAnUnusualCodeOfTheStoreCountsAsNotDefined)
     EXPECT_EQ(GetLogLines(), Lines());
 }
 
-TEST_F(MonitoringListTest, WithAnEmptyValueIsReportedInTheLogAlone)
+TEST_F(MonitoringLists, WithAnEmptyValueIsReportedInTheLogAlone)
 {
     for (const char* const key : {CPU, MEMORY, DEADLOCK}) {
         ForgetLog();
@@ -304,7 +304,7 @@ TEST_F(MonitoringListTest, WithAnEmptyValueIsReportedInTheLogAlone)
     }
 }
 
-TEST_F(MonitoringListTest, OfMemoryIsUnlimitedAndLabelledAbsoluteWhateverTheUnit)
+TEST_F(MonitoringLists, OfMemoryIsUnlimitedAndLabelledAbsoluteWhateverTheUnit)
 {
     for (const char* const unit : {"PERCENT", "percent", "ABSOLUTE", "absolute", "", "MB"}) {
         ForgetLog();
@@ -316,7 +316,7 @@ TEST_F(MonitoringListTest, OfMemoryIsUnlimitedAndLabelledAbsoluteWhateverTheUnit
     }
 }
 
-TEST_F(MonitoringListTest, WouldBeLabelledMegabytesOnlyUnderTheKeyOfTheUnit)
+TEST_F(MonitoringLists, WouldBeLabelledMegabytesOnlyUnderTheKeyOfTheUnit)
 {
     for (const char* const unit : {"absolute", "PERCENT"}) {
         mConfig->mMemoryUnit = unit;
@@ -327,7 +327,7 @@ TEST_F(MonitoringListTest, WouldBeLabelledMegabytesOnlyUnderTheKeyOfTheUnit)
                                     "Process a requested monitoring of Memory threshold of 5000 ABSOLUTE."}));
 }
 
-TEST_F(MonitoringListTest, KeysAreComparedWithoutTheirCase)
+TEST_F(MonitoringLists, KeysAreComparedWithoutTheirCase)
 {
     GetStore().mValues["thhs_monitor_cpu"] = "a:101";
     EXPECT_EQ(CaptureConsole([&] { EXPECT_EQ(ReadMapValue("thhs_monitor_cpu", "CPU", mThresholds), 101); }),
@@ -338,7 +338,7 @@ TEST_F(MonitoringListTest, KeysAreComparedWithoutTheirCase)
     EXPECT_EQ(mThresholds, (Thresholds{{"a", 0}}));
 }
 
-TEST_F(MonitoringListTest, KeepsAJavaNameAndRecordsItAsJava)
+TEST_F(MonitoringLists, KeepsAJavaNameAndRecordsItAsJava)
 {
     Read(CPU, "adminconsole:80, thwmc:70, Adminconsole:60");
     EXPECT_EQ(mResult, 0);
@@ -350,7 +350,7 @@ TEST_F(MonitoringListTest, KeepsAJavaNameAndRecordsItAsJava)
                      "Process Adminconsole requested monitoring of CPU threshold of 60 ABSOLUTE."}));
 }
 
-TEST_F(MonitoringListTest, NamesAJavaProcessAsConfiguredWhenItIsRejected)
+TEST_F(MonitoringLists, NamesAJavaProcessAsConfiguredWhenItIsRejected)
 {
     Read(CPU, "thwmc:101");
     EXPECT_EQ(mConsole, "Invalid Value for CPU threshold. Process thwmc requested threshold of 101 percent. "
@@ -358,7 +358,7 @@ TEST_F(MonitoringListTest, NamesAJavaProcessAsConfiguredWhenItIsRejected)
     EXPECT_EQ(mConfig->mMonitoredProcessNames, std::set<std::string>());
 }
 
-TEST_F(MonitoringListTest, KeepsTheNamesOfEarlierLists)
+TEST_F(MonitoringLists, KeepsTheNamesOfEarlierLists)
 {
     Read(CPU, "a:1,b:2");
     Read(CPU, "c:3");
@@ -368,7 +368,7 @@ TEST_F(MonitoringListTest, KeepsTheNamesOfEarlierLists)
     EXPECT_EQ(mConfig->mMonitoredProcessNames, (std::set<std::string>{"a", "b", "c"}));
 }
 
-TEST_F(MonitoringListTest, CutsAMessageAtTheSizeOfItsBuffer)
+TEST_F(MonitoringLists, CutsAMessageAtTheSizeOfItsBuffer)
 {
     const std::string element(5000, 'x');
     Read(CPU, element);
@@ -377,7 +377,7 @@ TEST_F(MonitoringListTest, CutsAMessageAtTheSizeOfItsBuffer)
     EXPECT_EQ(GetLogLines(), Lines{mConsole.substr(0, 1023)});
 }
 
-TEST_F(MonitoringListTest, LogsANameOfAnyLengthWhole)
+TEST_F(MonitoringLists, LogsANameOfAnyLengthWhole)
 {
     const std::string name(50000, 'x');
     Read(CPU, name + ":5");
@@ -404,12 +404,12 @@ private:
     int& mCount;
 };
 
-class MonitoringListHelpers : public MonitoringListTest
+class MonitoringListHelpers : public MonitoringLists
 {
 protected:
     void SetUp() override
     {
-        MonitoringListTest::SetUp();
+        MonitoringLists::SetUp();
         GetHelperSeam().mMake = [this] { return new SpoilingHelper(mSpoilt, mAlive); };
     }
 

@@ -1,6 +1,6 @@
 #include "config/Mutex.h"
 
-#include "config/ConfigTest.h"
+#include "config/SettingsFixture.h"
 
 #include <atomic>
 #include <cstdlib>

@@ -1,6 +1,6 @@
 #include "config/ReadingPlan.h"
 
-#include "config/ConfigTest.h"
+#include "config/SettingsFixture.h"
 
 #include <climits>
 #include <ostream>

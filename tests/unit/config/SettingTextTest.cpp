@@ -1,6 +1,6 @@
 #include "config/SettingText.h"
 
-#include "support/HostTest.h"
+#include "support/HostFixture.h"
 
 #include <gtest/gtest.h>
 

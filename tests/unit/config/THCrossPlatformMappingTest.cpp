@@ -1,6 +1,6 @@
 #include "config/THCrossPlatformMapping.h"
 
-#include "config/ConfigTest.h"
+#include "config/SettingsFixture.h"
 
 #include <gmock/gmock.h>
 

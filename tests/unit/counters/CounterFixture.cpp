@@ -104,14 +104,14 @@ void EvidenceHelper::IncreaseLogging(std::string processName)
 
 void CounterFixture::SetUp()
 {
-    ConfigurationTest::SetUp();
+    ConfigurationFixture::SetUp();
     GetHelperSeam().mMake = [this] { return new EvidenceHelper(mRecord); };
 }
 
 void CounterFixture::TearDown()
 {
     EXPECT_EQ(mRecord.mHelpersAlive, 0) << "a helper was not given back";
-    ConfigurationTest::TearDown();
+    ConfigurationFixture::TearDown();
 }
 
 void CounterFixture::Run(const std::string& processName, int pid)

@@ -3,7 +3,7 @@
 #include "config/ConfigurationMgr.h"
 #include "counters/Counter.h"
 #include "counters/CounterMgr.h"
-#include "support/ConfigurationTest.h"
+#include "support/ConfigurationFixture.h"
 #include "support/HelperSeam.h"
 #include "support/ScriptedHelper.h"
 
@@ -103,7 +103,7 @@ public:
 };
 
 /** A test of counters: every helper that the program makes is an EvidenceHelper, and all are given back. */
-class CounterFixture : public ConfigurationTest
+class CounterFixture : public ConfigurationFixture
 {
 protected:
     void SetUp() override;

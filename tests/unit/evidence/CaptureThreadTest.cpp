@@ -1,5 +1,5 @@
 #include "config/ConfigurationMgr.h"
-#include "evidence/CaptureTest.h"
+#include "evidence/CaptureFixture.h"
 #include "evidence/SnapshotData.h"
 
 #include <gmock/gmock.h>
@@ -103,12 +103,12 @@ const StarterCase STARTERS[] = {
 };
 } // namespace
 
-class CaptureStarter : public CaptureTest, public testing::WithParamInterface<StarterCase>
+class CaptureStarter : public CaptureFixture, public testing::WithParamInterface<StarterCase>
 {
 protected:
     void SetUp() override
     {
-        CaptureTest::SetUp();
+        CaptureFixture::SetUp();
         if (!IsSkipped()) {
             ConfigurationMgr::GetInstance()->mCustomScriptPath = "/opt/script";
         }

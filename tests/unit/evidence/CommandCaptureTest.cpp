@@ -1,5 +1,5 @@
 #include "config/ConfigurationMgr.h"
-#include "evidence/CaptureTest.h"
+#include "evidence/CaptureFixture.h"
 #include "evidence/CommandRunData.h"
 
 #include <gmock/gmock.h>
@@ -14,12 +14,12 @@ namespace fs = std::filesystem;
 using testing::ElementsAre;
 using testing::IsEmpty;
 
-class CommandCapture : public CaptureTest
+class CommandCapture : public CaptureFixture
 {
 protected:
     void SetUp() override
     {
-        CaptureTest::SetUp();
+        CaptureFixture::SetUp();
         if (!IsSkipped()) {
             mHelper.reset(MakeHelper());
             mFile = MakeFolder() + "/file";

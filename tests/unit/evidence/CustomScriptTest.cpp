@@ -1,5 +1,5 @@
 #include "config/ConfigurationMgr.h"
-#include "evidence/CaptureTest.h"
+#include "evidence/CaptureFixture.h"
 #include "evidence/SnapshotData.h"
 
 #include <gmock/gmock.h>
@@ -14,12 +14,12 @@ namespace fs = std::filesystem;
 using testing::ElementsAre;
 using testing::IsEmpty;
 
-class CustomScript : public CaptureTest
+class CustomScript : public CaptureFixture
 {
 protected:
     void SetUp() override
     {
-        CaptureTest::SetUp();
+        CaptureFixture::SetUp();
         if (!IsSkipped()) {
             mHelper.reset(MakeHelper());
             mFile = Path("exampled", 4321, 1, "CPU", "CustomScript");

@@ -1,5 +1,5 @@
 #include "config/ConfigurationMgr.h"
-#include "evidence/CaptureTest.h"
+#include "evidence/CaptureFixture.h"
 #include "platform/THUEnv.h"
 
 #include <gmock/gmock.h>
@@ -46,7 +46,7 @@ struct NameCase
     std::string mPath; ///< below the folder
 };
 
-class GenerateFileNameTable : public CaptureTest, public testing::WithParamInterface<NameCase>
+class GenerateFileNameTable : public CaptureFixture, public testing::WithParamInterface<NameCase>
 {
 };
 
@@ -80,7 +80,7 @@ INSTANTIATE_TEST_SUITE_P(
                  "4321/Evidence1/4321_13-11_02.10.28_" + std::string(43, 'L') + ".Netstat"}),
     [](const auto& row) { return row.param.mName; });
 
-using EvidenceFolders = CaptureTest;
+using EvidenceFolders = CaptureFixture;
 
 TEST_F(EvidenceFolders, NamePutsDayBeforeMonthInTwoDigits)
 {
@@ -171,7 +171,7 @@ struct ObstacleCase
     bool mIsMarkerTried;
 };
 
-class EvidenceObstacle : public CaptureTest, public testing::WithParamInterface<ObstacleCase>
+class EvidenceObstacle : public CaptureFixture, public testing::WithParamInterface<ObstacleCase>
 {
 };
 

@@ -1,5 +1,5 @@
 #include "config/ConfigurationMgr.h"
-#include "evidence/CaptureTest.h"
+#include "evidence/CaptureFixture.h"
 
 #include <gmock/gmock.h>
 
@@ -11,12 +11,12 @@ namespace fs = std::filesystem;
 using testing::ElementsAre;
 
 /** The whole road of one breach with real threads, on scripted tools. */
-class EvidenceSet : public CaptureTest
+class EvidenceSet : public CaptureFixture
 {
 protected:
     void SetUp() override
     {
-        CaptureTest::SetUp();
+        CaptureFixture::SetUp();
         if (!IsSkipped()) {
             ConfigurationMgr::GetInstance()->mNumberOfReadings = 1;
             GetSeams().mSleep = [](unsigned) { return 0U; };

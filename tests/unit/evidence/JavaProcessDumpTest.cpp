@@ -1,5 +1,5 @@
 #include "config/ConfigurationMgr.h"
-#include "evidence/CaptureTest.h"
+#include "evidence/CaptureFixture.h"
 #include "evidence/SnapshotData.h"
 
 #include <gmock/gmock.h>
@@ -25,12 +25,12 @@ const std::string WEB_TEMP = "/usr/tarnv/wmc/webserver/temp";
 const std::string TEMP = "/usr/tarnv/tmp";
 } // namespace
 
-class JavaProcessDump : public CaptureTest
+class JavaProcessDump : public CaptureFixture
 {
 protected:
     void SetUp() override
     {
-        CaptureTest::SetUp();
+        CaptureFixture::SetUp();
         if (!IsSkipped()) {
             mHelper.reset(MakeHelper());
             SetUser(ROOT);

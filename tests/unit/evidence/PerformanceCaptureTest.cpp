@@ -1,5 +1,5 @@
 #include "config/ConfigurationMgr.h"
-#include "evidence/CaptureTest.h"
+#include "evidence/CaptureFixture.h"
 #include "evidence/CommandRunData.h"
 #include "evidence/SnapshotData.h"
 
@@ -45,12 +45,12 @@ const Commands PROCESS_COMMANDS = {
 };
 } // namespace
 
-class PerformanceCapture : public CaptureTest
+class PerformanceCapture : public CaptureFixture
 {
 protected:
     void SetUp() override
     {
-        CaptureTest::SetUp();
+        CaptureFixture::SetUp();
         if (!IsSkipped()) {
             mHelper.reset(MakeHelper());
             SetReadings(5, 1);

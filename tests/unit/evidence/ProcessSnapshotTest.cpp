@@ -1,5 +1,5 @@
 #include "config/ConfigurationMgr.h"
-#include "evidence/CaptureTest.h"
+#include "evidence/CaptureFixture.h"
 #include "evidence/SnapshotData.h"
 
 #include <gmock/gmock.h>
@@ -15,12 +15,12 @@ namespace fs = std::filesystem;
 using testing::ElementsAre;
 using testing::IsEmpty;
 
-class ProcessSnapshot : public CaptureTest
+class ProcessSnapshot : public CaptureFixture
 {
 protected:
     void SetUp() override
     {
-        CaptureTest::SetUp();
+        CaptureFixture::SetUp();
         if (!IsSkipped()) {
             mHelper.reset(MakeHelper());
             mGcore = MakeFolder() + "/gcore";

@@ -1,7 +1,7 @@
 #pragma once
 
 #include "config/ConfigurationMgr.h"
-#include "support/ConfigurationTest.h"
+#include "support/ConfigurationFixture.h"
 #include "support/HelperSeam.h"
 #include "support/ScriptedHelper.h"
 
@@ -21,14 +21,14 @@ inline std::ostream& operator<<(std::ostream& out, const LogLevel& levels)
 }
 
 /** A test of raised levels: the tool is played by a script, and each line that it was given is recorded. */
-class LogLevelFixture : public ConfigurationTest
+class LogLevelFixture : public ConfigurationFixture
 {
 protected:
     void SetUp() override
     {
         GetHelperSeam().mMake = [this] { return new ScriptedHelper<>(mScript); };
         mScript.mAnswer = [this](const std::string& line) { return Answer(line); };
-        ConfigurationTest::SetUp();
+        ConfigurationFixture::SetUp();
     }
 
     /** What the tool prints: a listing by target and level word, or what it says to a change. */

@@ -1,7 +1,7 @@
 #include "config/ConfigurationMgr.h"
 #include "platform/THUEnv.h"
 #include "platform/UnixHelperFunction.h"
-#include "support/ConfigurationTest.h"
+#include "support/ConfigurationFixture.h"
 #include "support/ScriptedHelper.h"
 
 #include <gmock/gmock.h>
@@ -23,7 +23,7 @@ namespace
 {
 const std::string NUL(1, '\0');
 
-class CommandExecution : public ConfigurationTest
+class CommandExecution : public ConfigurationFixture
 {
 protected:
     /** The output of a command that prints just these bytes. */

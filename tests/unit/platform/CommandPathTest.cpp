@@ -34,12 +34,12 @@ const Tool TOOLS[] = {
 };
 
 /** A host on which /bin is a folder of its own and neither it nor /usr/bin holds any of the tools. */
-class CommandPath : public ToolHostTest
+class CommandPath : public ToolHost
 {
 protected:
     void SetUp() override
     {
-        ToolHostTest::SetUp();
+        ToolHost::SetUp();
         if (IsSkipped()) {
             return;
         }

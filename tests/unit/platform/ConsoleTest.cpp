@@ -1,7 +1,7 @@
 #include "platform/Console.h"
 
 #include "support/ChildProcess.h"
-#include "support/HostTest.h"
+#include "support/HostFixture.h"
 
 #include <cerrno>
 #include <cstdio>

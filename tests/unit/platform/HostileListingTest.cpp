@@ -70,12 +70,12 @@ const ListingCase LISTINGS[] = {
     {"BinaryMatchOfTheFilter", "grep: (standard input): binary file matches\n", {{0, "(standard"}}, {}},
 };
 
-class HostileListing : public ScriptedPsTest
+class HostileListing : public ScriptedPsHost
 {
 protected:
     void SetUp() override
     {
-        ScriptedPsTest::SetUp();
+        ScriptedPsHost::SetUp();
         if (IsSkipped()) {
             return;
         }

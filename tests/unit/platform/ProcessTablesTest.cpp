@@ -13,12 +13,12 @@ namespace
 {
 constexpr int DAEMON_PID = 999;
 
-class ProcessTables : public ConfigurationTest
+class ProcessTables : public ConfigurationFixture
 {
 protected:
     void SetUp() override
     {
-        ConfigurationTest::SetUp();
+        ConfigurationFixture::SetUp();
         if (IsSkipped()) {
             return;
         }

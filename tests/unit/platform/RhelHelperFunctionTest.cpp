@@ -5,12 +5,12 @@
 
 namespace
 {
-class RhelHelper : public ScriptedPsTest
+class RhelHelper : public ScriptedPsHost
 {
 protected:
     void SetUp() override
     {
-        ScriptedPsTest::SetUp();
+        ScriptedPsHost::SetUp();
         if (!IsSkipped()) {
             mConfig->mMonitoredProcessNames = {"java", "exampled"};
         }

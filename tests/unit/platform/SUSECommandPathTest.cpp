@@ -2,7 +2,7 @@
 
 #include "platform/ToolHost.h"
 
-using SUSECommandPath = ToolHostTest;
+using SUSECommandPath = ToolHost;
 
 TEST_F(SUSECommandPath, TakesNetstatFromBinEvenWhenItLiesInUsrBin)
 {

@@ -40,12 +40,12 @@ constexpr Host HOSTS[] = {
 constexpr const char* TOOLS[] = {"awk", "cat", "egrep", "grep", "netstat", "ps", "wc"};
 constexpr int PID = 4711;
 
-class ShellLines : public ConfigurationTest, public testing::WithParamInterface<Host>
+class ShellLines : public ConfigurationFixture, public testing::WithParamInterface<Host>
 {
 protected:
     void SetUp() override
     {
-        ConfigurationTest::SetUp();
+        ConfigurationFixture::SetUp();
         if (IsSkipped()) {
             return;
         }

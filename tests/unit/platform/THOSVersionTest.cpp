@@ -23,11 +23,11 @@ const Release RELEASES[] = {
     {"AnotherDistribution", {"/etc/os-release", "/etc/suse-release", "/etc/SuSE-release.old"}, 2},
 };
 
-class THOSVersionRelease : public ToolHostTest, public testing::WithParamInterface<Release>
+class THOSVersionRelease : public ToolHost, public testing::WithParamInterface<Release>
 {
 };
 
-using THOSVersion = ToolHostTest;
+using THOSVersion = ToolHost;
 } // namespace
 
 TEST_P(THOSVersionRelease, IsToldByTheFirstFileThatExists)

@@ -1,6 +1,6 @@
 #pragma once
 
-#include "support/ConfigurationTest.h"
+#include "support/ConfigurationFixture.h"
 
 #include <algorithm>
 #include <filesystem>
@@ -61,7 +61,7 @@ private:
 };
 
 /** A host on which the test changes release files and tools. */
-class ToolHostTest : public HostTest
+class ToolHost : public HostFixture
 {
 protected:
     HostChanges mHost;
@@ -71,12 +71,12 @@ protected:
  * A host whose ps prints what the test wants, to the byte, whatever its arguments; the other tools are the
  * host's own.
  */
-class ScriptedPsTest : public ConfigurationTest
+class ScriptedPsHost : public ConfigurationFixture
 {
 protected:
     void SetUp() override
     {
-        ConfigurationTest::SetUp();
+        ConfigurationFixture::SetUp();
         if (IsSkipped()) {
             return;
         }

@@ -7,7 +7,7 @@
 
 namespace
 {
-using UnixFactoryMethods = ToolHostTest;
+using UnixFactoryMethods = ToolHost;
 
 /** True when the factory makes the kind for SUSE. */
 bool MakesSuseTools()

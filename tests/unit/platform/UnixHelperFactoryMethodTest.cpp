@@ -14,7 +14,7 @@ struct Factory
     std::function<HelperFunctionInterface*()> mMake;
 };
 
-class UnixHelperFactoryMethod : public ToolHostTest, public testing::WithParamInterface<Factory>
+class UnixHelperFactoryMethod : public ToolHost, public testing::WithParamInterface<Factory>
 {
 protected:
     /** True when the factory makes the helper of Red Hat. */

@@ -1,7 +1,7 @@
 // The file operations of UnixHelperFunction.
 
 #include "platform/UnixHelperFunction.h"
-#include "support/HostTest.h"
+#include "support/HostFixture.h"
 
 #include <cerrno>
 #include <cstring>
@@ -15,12 +15,12 @@
 
 namespace
 {
-class UnixHelperFiles : public HostTest
+class UnixHelperFiles : public HostFixture
 {
 protected:
     void SetUp() override
     {
-        HostTest::SetUp();
+        HostFixture::SetUp();
         if (IsSkipped()) {
             return;
         }

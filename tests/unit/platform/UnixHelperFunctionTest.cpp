@@ -2,8 +2,8 @@
 
 #include "config/ConfigurationMgr.h"
 #include "platform/CommandPath.h"
+#include "support/ConfigurationFixture.h"
 #include "support/ConfigurationSeam.h"
-#include "support/ConfigurationTest.h"
 #include "support/ScriptedHelper.h"
 
 #include <gmock/gmock.h>
@@ -21,7 +21,7 @@ using testing::IsEmpty;
 
 namespace
 {
-class UnixHelper : public ConfigurationTest
+class UnixHelper : public ConfigurationFixture
 {
 protected:
     HelperScript mScript;

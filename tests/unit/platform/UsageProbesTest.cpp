@@ -63,12 +63,12 @@ const Reading READINGS[] = {
     {"HugeLine", "4711 12.5 java " + std::string(1 << 20, 'a') + "\n", 12.5},
 };
 
-class UsageProbes : public ConfigurationTest
+class UsageProbes : public ConfigurationFixture
 {
 protected:
     void SetUp() override
     {
-        ConfigurationTest::SetUp();
+        ConfigurationFixture::SetUp();
         if (IsSkipped()) {
             return;
         }
@@ -85,7 +85,7 @@ class UsageProbesReading : public UsageProbes, public testing::WithParamInterfac
 {
 };
 
-class UsageProbesOnHost : public ScriptedPsTest, public testing::WithParamInterface<Probe>
+class UsageProbesOnHost : public ScriptedPsHost, public testing::WithParamInterface<Probe>
 {
 };
 } // namespace

@@ -1,6 +1,6 @@
 #include "support/ChildProcess.h"
 
-#include "support/HostTest.h"
+#include "support/HostFixture.h"
 #include "support/SystemSeams.h"
 
 #include <csignal>

@@ -29,7 +29,7 @@ namespace
 using testing::ElementsAre;
 using testing::IsEmpty;
 
-class ConfigurationStoreTest : public testing::Test
+class StoreReads : public testing::Test
 {
 protected:
     /** The text of a key, or "code N". */
@@ -56,14 +56,14 @@ protected:
     const std::string mLastVersion = "the last good version stays in force.";
 };
 
-TEST_F(ConfigurationStoreTest, ReadsNothingBeforeItIsAskedTo)
+TEST_F(StoreReads, ReadsNothingBeforeItIsAskedTo)
 {
     WriteTextFile(mPath, "A = 1\n");
     EXPECT_EQ(ReadText("A"), "code 228");
     EXPECT_EQ(mStore.GetVersion(), nullptr);
 }
 
-TEST_F(ConfigurationStoreTest, GivesTextsAndNumbers)
+TEST_F(StoreReads, GivesTextsAndNumbers)
 {
     WriteTextFile(mPath, "A = 12\nB = a b\nC =\nD = 2147483648\n");
     EXPECT_EQ(mStore.ReadIfNeeded(), 0);
@@ -79,14 +79,14 @@ TEST_F(ConfigurationStoreTest, GivesTextsAndNumbers)
     EXPECT_THAT(mReports, IsEmpty());
 }
 
-TEST_F(ConfigurationStoreTest, AnswersUnreadableWhileThereIsNoVersion)
+TEST_F(StoreReads, AnswersUnreadableWhileThereIsNoVersion)
 {
     EXPECT_EQ(mStore.ReadIfNeeded(), STORE_RC_UNREADABLE);
     EXPECT_EQ(ReadText("A"), "code 228");
     EXPECT_EQ(ReadNumber("A"), "code 228");
 }
 
-TEST_F(ConfigurationStoreTest, AnswersThreadsThatComeDuringTheFirstReadingAlike)
+TEST_F(StoreReads, AnswersThreadsThatComeDuringTheFirstReadingAlike)
 {
     WriteTextFile(mPath, "A = 1\n");
     std::vector<int> results(8, -1);
@@ -101,7 +101,7 @@ TEST_F(ConfigurationStoreTest, AnswersThreadsThatComeDuringTheFirstReadingAlike)
     EXPECT_EQ(ReadText("A"), "1");
 }
 
-TEST_F(ConfigurationStoreTest, GivesATextRoomForItsEnd)
+TEST_F(StoreReads, GivesATextRoomForItsEnd)
 {
     // Block sizes of the allocator end at 24, so that a text of 24 without its end would get no more.
     const std::string text(24, 'a');
@@ -114,7 +114,7 @@ TEST_F(ConfigurationStoreTest, GivesATextRoomForItsEnd)
     std::free(value);
 }
 
-TEST_F(ConfigurationStoreTest, CutsAReportAt1023Characters)
+TEST_F(StoreReads, CutsAReportAt1023Characters)
 {
     std::vector<std::string> reports;
     const std::string path = "/" + std::string(2000, 'a');
@@ -123,7 +123,7 @@ TEST_F(ConfigurationStoreTest, CutsAReportAt1023Characters)
     EXPECT_THAT(reports, ElementsAre(path.substr(0, 1023)));
 }
 
-TEST_F(ConfigurationStoreTest, FindsAFileThatAppears)
+TEST_F(StoreReads, FindsAFileThatAppears)
 {
     EXPECT_EQ(mStore.ReadIfNeeded(), STORE_RC_UNREADABLE);
     WriteTextFile(mPath, "A = 1\n");
@@ -131,7 +131,7 @@ TEST_F(ConfigurationStoreTest, FindsAFileThatAppears)
     EXPECT_EQ(ReadText("A"), "1");
 }
 
-TEST_F(ConfigurationStoreTest, TakesNoNewVersionUnlessForcedTo)
+TEST_F(StoreReads, TakesNoNewVersionUnlessForcedTo)
 {
     WriteTextFile(mPath, "A = 1\n");
     EXPECT_EQ(mStore.ReadIfNeeded(), 0);
@@ -142,7 +142,7 @@ TEST_F(ConfigurationStoreTest, TakesNoNewVersionUnlessForcedTo)
     EXPECT_EQ(ReadText("A"), "2");
 }
 
-TEST_F(ConfigurationStoreTest, ForgetsAKeyThatIsGone)
+TEST_F(StoreReads, ForgetsAKeyThatIsGone)
 {
     WriteTextFile(mPath, "A = 1\nB = 2\n");
     EXPECT_EQ(mStore.ReadAgain(), 0);
@@ -152,14 +152,14 @@ TEST_F(ConfigurationStoreTest, ForgetsAKeyThatIsGone)
     EXPECT_EQ(ReadText("B"), "3");
 }
 
-TEST_F(ConfigurationStoreTest, TakesAnEmptyFileAsAVersionWithoutKeys)
+TEST_F(StoreReads, TakesAnEmptyFileAsAVersionWithoutKeys)
 {
     WriteTextFile(mPath, "");
     EXPECT_EQ(mStore.ReadAgain(), 0);
     EXPECT_EQ(ReadText("A"), "code 227");
 }
 
-TEST_F(ConfigurationStoreTest, KeepsTheLastVersionWhenTheFileIsMissingForAMoment)
+TEST_F(StoreReads, KeepsTheLastVersionWhenTheFileIsMissingForAMoment)
 {
     WriteTextFile(mPath, "A = 1\n");
     EXPECT_EQ(mStore.ReadAgain(), 0);
@@ -173,7 +173,7 @@ TEST_F(ConfigurationStoreTest, KeepsTheLastVersionWhenTheFileIsMissingForAMoment
     EXPECT_THAT(mReports, IsEmpty());
 }
 
-TEST_F(ConfigurationStoreTest, KeepsTheLastVersionWhateverStandsInThePlaceOfTheFile)
+TEST_F(StoreReads, KeepsTheLastVersionWhateverStandsInThePlaceOfTheFile)
 {
     WriteTextFile(mPath, "A = 1\n");
     EXPECT_EQ(mStore.ReadAgain(), 0);
@@ -188,14 +188,14 @@ TEST_F(ConfigurationStoreTest, KeepsTheLastVersionWhateverStandsInThePlaceOfTheF
                                       mPath + " can't be read: it is larger than 16 MiB; " + mLastVersion));
 }
 
-TEST_F(ConfigurationStoreTest, ReportsEachForcedReadingThatFails)
+TEST_F(StoreReads, ReportsEachForcedReadingThatFails)
 {
     EXPECT_EQ(mStore.ReadAgain(), STORE_RC_UNREADABLE);
     EXPECT_EQ(mStore.ReadAgain(), STORE_RC_UNREADABLE);
     EXPECT_THAT(mReports, ElementsAre(mMissing + mNoVersion, mMissing + mNoVersion));
 }
 
-TEST_F(ConfigurationStoreTest, ReportsAFailureOfAFirstReadingOnlyWhenItIsNew)
+TEST_F(StoreReads, ReportsAFailureOfAFirstReadingOnlyWhenItIsNew)
 {
     EXPECT_EQ(mStore.ReadIfNeeded(), STORE_RC_UNREADABLE);
     EXPECT_EQ(mStore.ReadIfNeeded(), STORE_RC_UNREADABLE);
@@ -207,7 +207,7 @@ TEST_F(ConfigurationStoreTest, ReportsAFailureOfAFirstReadingOnlyWhenItIsNew)
                 ElementsAre(mPath + " can't be read: it is not a regular file; " + mNoVersion));
 }
 
-TEST_F(ConfigurationStoreTest, ReportsASkippedLineWithItsNumber)
+TEST_F(StoreReads, ReportsASkippedLineWithItsNumber)
 {
     WriteTextFile(mPath, std::string("A = 1\nnonsense\n= 2\nB = \0\nC = 3\n", 31));
     EXPECT_EQ(mStore.ReadAgain(), 0);
@@ -219,7 +219,7 @@ TEST_F(ConfigurationStoreTest, ReportsASkippedLineWithItsNumber)
     EXPECT_EQ(ReadText("C"), "3");
 }
 
-TEST_F(ConfigurationStoreTest, ReportsASkippedLineOnceWhileTheFileStaysAsItIs)
+TEST_F(StoreReads, ReportsASkippedLineOnceWhileTheFileStaysAsItIs)
 {
     WriteTextFile(mPath, "nonsense\n");
     EXPECT_EQ(mStore.ReadIfNeeded(), 0);
@@ -230,7 +230,7 @@ TEST_F(ConfigurationStoreTest, ReportsASkippedLineOnceWhileTheFileStaysAsItIs)
     EXPECT_THAT(mReports, IsEmpty());
 }
 
-TEST_F(ConfigurationStoreTest, ReportsNoSkippedLineAgainAfterAFailureInBetween)
+TEST_F(StoreReads, ReportsNoSkippedLineAgainAfterAFailureInBetween)
 {
     WriteTextFile(mPath, "nonsense\n");
     EXPECT_EQ(mStore.ReadAgain(), 0);
@@ -242,7 +242,7 @@ TEST_F(ConfigurationStoreTest, ReportsNoSkippedLineAgainAfterAFailureInBetween)
     EXPECT_THAT(mReports, IsEmpty());
 }
 
-TEST_F(ConfigurationStoreTest, ReportsSkippedLinesAnewWhenTheFileHasChanged)
+TEST_F(StoreReads, ReportsSkippedLinesAnewWhenTheFileHasChanged)
 {
     WriteTextFile(mPath, "nonsense\n");
     EXPECT_EQ(mStore.ReadAgain(), 0);
@@ -253,7 +253,7 @@ TEST_F(ConfigurationStoreTest, ReportsSkippedLinesAnewWhenTheFileHasChanged)
                                       mPath + ", line 3 is skipped: it has no equals sign."));
 }
 
-TEST_F(ConfigurationStoreTest, LetsAVersionLiveForAsLongAsItIsHeld)
+TEST_F(StoreReads, LetsAVersionLiveForAsLongAsItIsHeld)
 {
     WriteTextFile(mPath, "A = 1\n");
     EXPECT_EQ(mStore.ReadAgain(), 0);
@@ -264,7 +264,7 @@ TEST_F(ConfigurationStoreTest, LetsAVersionLiveForAsLongAsItIsHeld)
     EXPECT_EQ(mStore.GetVersion()->Find("A"), "2");
 }
 
-TEST_F(ConfigurationStoreTest, ReadsWhileItReports)
+TEST_F(StoreReads, ReadsWhileItReports)
 {
     // A reader on another thread must not wait for the system log.
     std::string seen;
@@ -279,7 +279,7 @@ TEST_F(ConfigurationStoreTest, ReadsWhileItReports)
     EXPECT_EQ(seen, "1");
 }
 
-TEST_F(ConfigurationStoreTest, KeepsTheLastVersionWhenMemoryRunsOutAnywhereInAReading)
+TEST_F(StoreReads, KeepsTheLastVersionWhenMemoryRunsOutAnywhereInAReading)
 {
     WriteTextFile(mPath, "A = 1\n");
     ASSERT_EQ(mStore.ReadAgain(), 0);
@@ -298,7 +298,7 @@ TEST_F(ConfigurationStoreTest, KeepsTheLastVersionWhenMemoryRunsOutAnywhereInARe
     EXPECT_GT(passes, 3);
 }
 
-TEST_F(ConfigurationStoreTest, ReportsThatMemoryRanOut)
+TEST_F(StoreReads, ReportsThatMemoryRanOut)
 {
     WriteTextFile(mPath, "A = a value that does not fit into the text object itself\n");
     mReports.reserve(1);

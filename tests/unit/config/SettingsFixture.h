@@ -1,6 +1,6 @@
 #pragma once
 
-#include "support/ConfigurationTest.h"
+#include "support/ConfigurationFixture.h"
 
 #include <gtest/gtest.h>
 
@@ -14,7 +14,7 @@
 using Lines = std::vector<std::string>;
 
 /** A test of the configuration, which looks at the diagnostic log and the console. */
-class ConfigTest : public ConfigurationTest
+class SettingsFixture : public ConfigurationFixture
 {
 protected:
     void SetUp() override;

@@ -1,4 +1,4 @@
-#include "config/ConfigTest.h"
+#include "config/SettingsFixture.h"
 
 #include "config/ConfigurationMgr.h"
 #include "platform/THUEnv.h"
@@ -9,22 +9,22 @@
 #include <sys/stat.h>
 #include <unistd.h>
 
-void ConfigTest::SetUp()
+void SettingsFixture::SetUp()
 {
-    HostTest::SetUp();
+    HostFixture::SetUp();
     if (!IsSkipped()) {
         StartAnew();
-        ConfigurationTest::SetUp();
+        ConfigurationFixture::SetUp();
     }
 }
 
-void ConfigTest::StartAnew()
+void SettingsFixture::StartAnew()
 {
     ForgetConfiguration();
     std::filesystem::remove_all(GetTHPerfMonLogPath());
 }
 
-void ConfigTest::SpoilLogFolder()
+void SettingsFixture::SpoilLogFolder()
 {
     std::filesystem::remove_all(GetTHPerfMonLogPath());
     WriteFile(GetTHPerfMonLogPath(), "not a folder");

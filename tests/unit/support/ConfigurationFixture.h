@@ -1,14 +1,15 @@
 #pragma once
 
-#include "support/HostTest.h"
+#include "support/HostFixture.h"
 
 class ConfigurationMgr;
 
 /**
- * A HostTest with a ConfigurationMgr of its own, as built, and an empty diagnostic log. At its end the object
- * is freed and every seam, the store and the record of the system log are as at the start of the program.
+ * A HostFixture with a ConfigurationMgr of its own, as built, and an empty diagnostic log. At its end the
+ * object is freed and every seam, the store and the record of the system log are as at the start of the
+ * program.
  */
-class ConfigurationTest : public HostTest
+class ConfigurationFixture : public HostFixture
 {
 protected:
     void SetUp() override;

@@ -1,4 +1,4 @@
-#include "support/ConfigurationTest.h"
+#include "support/ConfigurationFixture.h"
 
 #include "config/ConfigurationMgr.h"
 #include "counters/CounterMgr.h"
@@ -9,9 +9,9 @@
 #include <iostream>
 #include <random>
 
-void ConfigurationTest::SetUp()
+void ConfigurationFixture::SetUp()
 {
-    HostTest::SetUp();
+    HostFixture::SetUp();
     if (IsSkipped()) {
         return;
     }
@@ -20,7 +20,7 @@ void ConfigurationTest::SetUp()
     ForgetLog();
 }
 
-void ConfigurationTest::TearDown()
+void ConfigurationFixture::TearDown()
 {
     ForgetConfiguration();
     GetHelperSeam() = {};
@@ -28,7 +28,7 @@ void ConfigurationTest::TearDown()
     GetStore() = {};
 }
 
-void ConfigurationTest::ForgetConfiguration()
+void ConfigurationFixture::ForgetConfiguration()
 {
     const ConfigurationMgr* const config = ConfigurationMgr::mConfigMgr.exchange(nullptr);
     if (config == nullptr) {

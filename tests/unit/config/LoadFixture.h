@@ -1,10 +1,10 @@
 #pragma once
 
-#include "config/ConfigTest.h"
 #include "config/ConfigurationMgr.h"
+#include "config/SettingsFixture.h"
 
 /** A test of whole loads: the store has an evidence path, which is all that a load needs. */
-class LoadTest : public ConfigTest
+class LoadFixture : public SettingsFixture
 {
 protected:
     void SetUp() override;

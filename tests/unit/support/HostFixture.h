@@ -15,7 +15,7 @@ bool IsOnIsolatedHost();
  * A test that needs the fixed paths: it is skipped off an isolated host, and finds the product's folders
  * there, empty.
  */
-class HostTest : public testing::Test
+class HostFixture : public testing::Test
 {
 protected:
     void SetUp() override;

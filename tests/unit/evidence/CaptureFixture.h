@@ -2,7 +2,7 @@
 
 #include "evidence/CaptureThread.h"
 #include "support/HelperSeam.h"
-#include "support/HostTest.h"
+#include "support/HostFixture.h"
 #include "support/ScriptedHelper.h"
 
 #include <mutex>
@@ -19,7 +19,7 @@ std::string Section(const std::string& command, const std::string& output = "");
  * evidence number 1, quiet log. Threads that a capture starts are kept back for the test to run; so are the
  * shell lines of `system`, which succeed unless mSystemStatus says otherwise.
  */
-class CaptureTest : public HostTest
+class CaptureFixture : public HostFixture
 {
 protected:
     void SetUp() override;

@@ -5,7 +5,7 @@ import sys
 
 import pytest
 
-CHECKOUT = pathlib.Path(__file__).resolve().parents[2]
+CHECKOUT = pathlib.Path(__file__).resolve().parents[3]
 
 
 @pytest.fixture(name="library")
@@ -74,8 +74,8 @@ def make_run(library, monkeypatch, tmp_path, capsys):
     mutate = library("mutate")
 
     def run(killed, listed=""):
-        (tmp_path / "docs").mkdir()
-        (tmp_path / "docs/testing.md").write_text(listed)
+        (tmp_path / "script/lib").mkdir(parents=True)
+        (tmp_path / "script/lib/equivalent_mutants.txt").write_text(listed)
         (tmp_path / "a.cpp").write_text("x = a < b;\ny = 0;\n")
         monkeypatch.setattr(mutate, "ROOT", tmp_path)
         monkeypatch.setattr(mutate, "Build", lambda folder: None)
@@ -88,7 +88,7 @@ def make_run(library, monkeypatch, tmp_path, capsys):
     return run
 
 
-LISTED = "| `a.cpp` | `` x = a < b; `` | `` x = a <= b; `` | b is never a |\n"
+LISTED = "# A remark.\n\na.cpp\n- x = a < b;\n+ x = a <= b;\n  b is never a.\n"
 
 
 def test_a_change_that_every_test_passes_is_an_error(judged):
@@ -113,3 +113,22 @@ def test_a_listed_change_that_the_tests_notice_is_an_error(judged):
 
 def test_tests_that_fail_without_any_change_end_the_run(judged):
     assert judged(killed=["x"]) == ("script/mutate: a.cpp without any change is killed", [])
+
+
+@pytest.mark.parametrize("text", ["a.cpp\n- x\n+ y\n", "a.cpp\n+ y\n- x\n  Why.\n", "\0\xff", "a.cpp\n- x\n"])
+def test_a_row_without_its_form_ends_the_run(library, text):
+    with pytest.raises(SystemExit, match="not a row of source, before, after and reason"):
+        library("mutate").read_equivalents(text)
+
+
+def test_a_list_may_be_empty_or_hold_lines_like_those_of_its_form(library):
+    read = library("mutate").read_equivalents
+    assert read("") == read("# Nothing yet.\n") == set()
+    assert read("a.cpp\n- - x\n+ + - y\n  Why.\n\n\nb.cpp\n- \n+ ;\n  Why.\n") == {
+        ("a.cpp", "- x", "+ - y"), ("b.cpp", "", ";")}
+
+
+def test_every_row_of_the_list_has_its_form_and_names_a_source(library):
+    mutate = library("mutate")
+    rows = mutate.read_equivalents((CHECKOUT / mutate.EQUIVALENT).read_text())
+    assert {source for source, _, _ in rows} <= set(mutate.all_sources())

@@ -4,7 +4,7 @@ import subprocess
 
 import pytest
 
-SUMMARY = pathlib.Path(__file__).resolve().parents[2] / "script" / "lib" / "summary.py"
+SUMMARY = pathlib.Path(__file__).resolve().parents[3] / "script" / "lib" / "summary.py"
 GTEST_OUTPUT = """[ RUN      ] A.B
 a.cpp:4: Skipped
 no namespaces

@@ -5,7 +5,7 @@ import subprocess
 
 import pytest
 
-TOOL = pathlib.Path(__file__).resolve().parents[2] / "standalone" / "txlogcfg"
+TOOL = pathlib.Path(__file__).resolve().parents[3] / "standalone" / "txlogcfg"
 USAGE = """\
 usage: txlogcfg -p TH -o TARGET -l
        txlogcfg -a -p TH -o TARGET -s NAME=N [-s NAME=N]

@@ -1,4 +1,4 @@
-#include "evidence/CaptureTest.h"
+#include "evidence/CaptureFixture.h"
 
 #include "config/ConfigurationMgr.h"
 
@@ -15,9 +15,9 @@ std::string Section(const std::string& command, const std::string& output)
     return "\n\n" + rule + "\nCommand: " + command + "\n" + rule + "\n" + output;
 }
 
-void CaptureTest::SetUp()
+void CaptureFixture::SetUp()
 {
-    HostTest::SetUp();
+    HostFixture::SetUp();
     if (IsSkipped()) {
         return;
     }
@@ -42,7 +42,7 @@ void CaptureTest::SetUp()
     };
 }
 
-void CaptureTest::TearDown()
+void CaptureFixture::TearDown()
 {
     JoinThreads();
     GetSeams() = {};
@@ -51,7 +51,7 @@ void CaptureTest::TearDown()
     SetVerbose(0);
 }
 
-ScriptedHelper<>* CaptureTest::MakeHelper()
+ScriptedHelper<>* CaptureFixture::MakeHelper()
 {
     auto* const helper = new ScriptedHelper<>(mScript);
     CmdPath& tools = *helper->mCmdPath;
@@ -72,7 +72,7 @@ ScriptedHelper<>* CaptureTest::MakeHelper()
     return helper;
 }
 
-void CaptureTest::RunStarts()
+void CaptureFixture::RunStarts()
 {
     for (std::size_t next = 0; next < mStarts.size(); ++next) {
         const Start start = mStarts[next]; // a body may start more
@@ -81,7 +81,7 @@ void CaptureTest::RunStarts()
     mStarts.clear();
 }
 
-void CaptureTest::StartRealThreads()
+void CaptureFixture::StartRealThreads()
 {
     GetSeams().mPthreadCreate = [this](pthread_t* id, const pthread_attr_t*, ThreadFunction body,
                                        void* record) {
@@ -92,7 +92,7 @@ void CaptureTest::StartRealThreads()
     };
 }
 
-void CaptureTest::JoinThreads()
+void CaptureFixture::JoinThreads()
 {
     for (;;) {
         std::thread next;
@@ -108,7 +108,7 @@ void CaptureTest::JoinThreads()
     }
 }
 
-void CaptureTest::RefuseThreads()
+void CaptureFixture::RefuseThreads()
 {
     GetSeams().mPthreadCreate = [this](pthread_t*, const pthread_attr_t*, ThreadFunction body, void* record) {
         mStarts.push_back({body, record});
@@ -116,20 +116,20 @@ void CaptureTest::RefuseThreads()
     };
 }
 
-void CaptureTest::SetVerbose(int verbose)
+void CaptureFixture::SetVerbose(int verbose)
 {
     ConfigurationMgr::GetInstance()->mVerbose = verbose;
 }
 
-std::string CaptureTest::Path(const std::string& folder, int pid, int number, const std::string& label,
-                              const std::string& suffix) const
+std::string CaptureFixture::Path(const std::string& folder, int pid, int number, const std::string& label,
+                                 const std::string& suffix) const
 {
     const std::string pidText = std::to_string(pid);
     return mRoot + "/" + folder + "/" + pidText + "/Evidence" + std::to_string(number) + "/" + pidText +
            "_13-11_02.10.28_" + label + (suffix.empty() ? "" : "." + suffix);
 }
 
-std::vector<std::string> CaptureTest::GetEvidence() const
+std::vector<std::string> CaptureFixture::GetEvidence() const
 {
     std::vector<std::string> files;
     for (const fs::directory_entry& entry : fs::recursive_directory_iterator(mRoot)) {

@@ -1,31 +1,31 @@
-#include "config/LoadTest.h"
+#include "config/LoadFixture.h"
 
 #include <algorithm>
 #include <iterator>
 
-void LoadTest::SetUp()
+void LoadFixture::SetUp()
 {
-    ConfigTest::SetUp();
+    SettingsFixture::SetUp();
     if (!IsSkipped()) {
         mFolder = MakeFolder();
         GetStore().mValues["THHS_EVIDENCE_PATH"] = mFolder;
     }
 }
 
-void LoadTest::Load()
+void LoadFixture::Load()
 {
     ForgetLog();
     GetStore().mReads.clear();
     mConsole = CaptureConsole([this] { mResult = mConfig->ReadConfigurationFile(); });
 }
 
-void LoadTest::Load(const std::string& key, const std::string& value)
+void LoadFixture::Load(const std::string& key, const std::string& value)
 {
     GetStore().mValues[key] = value;
     Load();
 }
 
-Lines LoadTest::GetLog(const LogOfLoad& load) const
+Lines LoadFixture::GetLog(const LogOfLoad& load) const
 {
     Lines log = {READING};
     log.insert(log.end(), load.mBeforeJdkHome.begin(), load.mBeforeJdkHome.end());
@@ -43,7 +43,7 @@ Lines LoadTest::GetLog(const LogOfLoad& load) const
     return log;
 }
 
-Lines LoadTest::GetLogLinesWith(const std::string& text)
+Lines LoadFixture::GetLogLinesWith(const std::string& text)
 {
     const Lines log = GetLogLines();
     Lines found;

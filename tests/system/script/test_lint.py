@@ -4,7 +4,7 @@ import subprocess
 
 import pytest
 
-CHECK = pathlib.Path(__file__).resolve().parents[2] / "script" / "lib" / "lint_text.py"
+CHECK = pathlib.Path(__file__).resolve().parents[3] / "script" / "lib" / "lint_text.py"
 PAPER = "points at a paper that is not in this tree"
 HEADING = "points at a heading that is not in this tree"
 TASK = "points at a task that is not in this tree"

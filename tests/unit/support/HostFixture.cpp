@@ -1,4 +1,4 @@
-#include "support/HostTest.h"
+#include "support/HostFixture.h"
 
 #include "platform/THUEnv.h"
 
@@ -21,7 +21,7 @@ void WaitAMoment()
     (void)usleep(10000); // a signal may cut it short
 }
 
-void HostTest::SetUp()
+void HostFixture::SetUp()
 {
     if (!IsOnIsolatedHost()) {
         GTEST_SKIP() << "needs an isolated host: run it through script/host";
@@ -32,7 +32,7 @@ void HostTest::SetUp()
     }
 }
 
-std::vector<std::string> HostTest::GetLogLines()
+std::vector<std::string> HostFixture::GetLogLines()
 {
     // Matched alone, for the matcher recurses into the length of its text and lines may be huge.
     static const std::regex stamp("[0-9]{4}-[0-9]{2}-[0-9]{2} [0-9]{2}:[0-9]{2}:[0-9]{2}:[0-9]{3} - ");
@@ -47,12 +47,12 @@ std::vector<std::string> HostTest::GetLogLines()
     return lines;
 }
 
-void HostTest::ForgetLog()
+void HostFixture::ForgetLog()
 {
     std::filesystem::remove(GetTHPerfMonLogFilePath());
 }
 
-std::string HostTest::MakeFolder()
+std::string HostFixture::MakeFolder()
 {
     char path[] = "/tmp/test-XXXXXX";
     if (mkdtemp(path) == nullptr) {
