@@ -10,6 +10,7 @@ from host import product
 
 DAEMON = {"/usr/tarnv/tarnhaven/bin/thsentinel": 0o755}
 STANDALONE = {"/usr/tarnv/tarnhaven/bin/txlogcfg": 0o755, "/usr/tarnv/tarnhaven/lib/libthbase.so": None}
+COMPANION = {"/usr/local/bin/thsentinelctl": 0o755}
 EMPTY_FOLDERS = ["/usr/tarnv/tmp", "/usr/tarnv/tarnhaven/logs", "/usr/tarnv/wmc/webserver/temp"]
 SYSTEM_LIBRARIES = {"libstdc++.so.6", "libgcc_s.so.1", "libc.so.6", "libm.so.6", "ld-linux-x86-64.so.2",
                     "libpthread.so.0"}
@@ -43,25 +44,26 @@ def dynamic(path, tag):
 
 def test_the_tree_holds_the_program_its_library_and_the_empty_folders(installed):
     files = files_of(installed.staged)
-    assert files.keys() == DAEMON.keys() | STANDALONE.keys()
-    assert all(files[path] == mode for path, mode in {**DAEMON, **STANDALONE}.items() if mode is not None)
+    assert files.keys() == DAEMON.keys() | STANDALONE.keys() | COMPANION.keys()
+    assert all(files[path] == mode for path, mode in {**DAEMON, **STANDALONE, **COMPANION}.items()
+               if mode is not None)
     assert files[product.LIBRARY] in (0o644, 0o755)  # either is the habit of one distribution
 
 
 def test_the_tree_holds_no_other_folder_and_all_are_0755(installed):
     folders = folders_of(installed.staged)
-    expected = with_parents([*EMPTY_FOLDERS, *map(os.path.dirname, [*DAEMON, *STANDALONE])]) - {"/"}
+    expected = with_parents([*EMPTY_FOLDERS, *map(os.path.dirname, [*DAEMON, *STANDALONE, *COMPANION])]) - {"/"}
     assert folders == {path: 0o755 for path in expected}
     assert [path for path in EMPTY_FOLDERS if list(installed.at(path).iterdir())] == []
 
 
-def test_the_places_do_not_depend_on_the_prefix(installed, tmp_path):
+def test_the_companion_alone_follows_the_prefix(tmp_path):
     other = product.Product.install(tmp_path, "--prefix", "/opt/elsewhere")
-    assert files_of(other.staged).keys() == files_of(installed.staged).keys()
-    assert folders_of(other.staged) == folders_of(installed.staged)
+    assert files_of(other.staged).keys() == {*DAEMON, *STANDALONE, "/opt/elsewhere/bin/thsentinelctl"}
 
 
-@pytest.mark.parametrize("component, files", [("daemon", DAEMON), ("standalone", STANDALONE)])
+@pytest.mark.parametrize("component, files", [("daemon", DAEMON), ("standalone", STANDALONE),
+                                              ("ctl", COMPANION)])
 def test_each_component_installs_its_own_files_alone(tmp_path, component, files):
     part = product.Product.install(tmp_path, "--component", component)
     assert files_of(part.staged).keys() == files.keys()

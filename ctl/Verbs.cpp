@@ -1,0 +1,60 @@
+#include "Verbs.h"
+
+#include <exception>
+#include <iostream>
+
+#include <CLI/CLI.hpp>
+
+#include "base/Common.h"
+#include "base/ExitStatus.h"
+#include "base/PlainText.h"
+
+namespace ctl
+{
+
+namespace
+{
+
+constexpr const char* ABOUT =
+    "Asks, checks, verifies, reads and keeps what the Tarnhaven Health Sentinel watches and "
+    "writes, and never touches the daemon.";
+constexpr const char* STATUSES =
+    "Exit status: 0 good, 1 warnings, 2 errors, 3 can't tell, 64 wrong use; of status: "
+    "0 running,\n1 dead with a process id left, 3 stopped, 4 unknown.";
+
+int Parse(CLI::App& program, Common& common, int argumentCount, const char* const* arguments)
+{
+    try {
+        program.parse(argumentCount, arguments);
+        return common.status;
+    } catch (const CLI::ParseError& failure) {
+        return program.exit(failure) == 0 ? EXIT_GOOD : EXIT_WRONG_USE;
+    }
+}
+
+} // namespace
+
+std::span<const VerbRegistration> GetVerbs()
+{
+    return {};
+}
+
+int RunProgram(int argumentCount, const char* const* arguments)
+{
+    CLI::App program(ABOUT, "thsentinelctl");
+    Common common;
+    program.footer(STATUSES);
+    program.require_subcommand(1);
+    AddCommonOptions(program, common);
+    for (const VerbRegistration add : GetVerbs()) {
+        add(program, common);
+    }
+    try {
+        return Parse(program, common, argumentCount, arguments);
+    } catch (const std::exception& failure) {
+        std::cerr << "thsentinelctl: " << EscapeControls(failure.what()) << '\n';
+        return EXIT_CANT_TELL;
+    }
+}
+
+} // namespace ctl
