@@ -4,6 +4,9 @@
 #include <cstdint>
 #include <cstring>
 #include <ctime>
+#include <map>
+#include <mutex>
+#include <system_error>
 #include <utility>
 
 #include <fcntl.h>
@@ -48,11 +51,13 @@ struct Reading
     struct stat after = {};
 };
 
-/** A text for an error number, also for one that the C library doesn't know. */
+/** The system's text for an error number. It is never freed, since callers keep its address. */
 const char* Describe(int error)
 {
-    const char* const description = strerrordesc_np(error);
-    return description != nullptr ? description : "unknown error";
+    static std::mutex mutex;
+    static auto* const texts = new std::map<int, std::string>();
+    const std::lock_guard<std::mutex> lock(mutex);
+    return texts->try_emplace(error, std::generic_category().message(error)).first->second.c_str();
 }
 
 std::int64_t ToNanoseconds(const timespec& time)

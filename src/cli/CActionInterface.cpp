@@ -1,5 +1,6 @@
 #include "cli/CActionInterface.h"
 
+#include "cli/ReleaseMark.h"
 #include "platform/Console.h"
 
 #include <string>
@@ -28,7 +29,7 @@ bool CActionInterface::PrintHelp(char* programName)
 
 bool CActionInterface::PrintVersion()
 {
-    const std::string release = "\n@(#) Tarnhaven_9.1.0.1";
+    const std::string release = RELEASE_MARK;
     const std::size_t blank = release.find(' ');
     ConsolePuts((blank == std::string::npos ? release : release.substr(blank + 1)).c_str());
     return true;

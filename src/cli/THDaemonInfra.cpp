@@ -26,6 +26,7 @@ constexpr std::size_t LOCK_FILE_READ_SIZE = 4096;
 constexpr int LOG_MASK = 0x7f; // all priorities up to LOG_INFO
 constexpr int CREATION_BUDGET = 3;
 constexpr int EXIT_ON_SIGNAL = -1;
+const pthread_t MAIN_THREAD = pthread_self(); // static objects are made on it, and a fork keeps the id
 
 // A stop that meets the main thread at work could interrupt it with a lock in hand that the stop needs
 // itself. So the main thread takes stops only while it waits; one that comes earlier is kept until then. The
@@ -56,7 +57,7 @@ void TakeHeldStop()
 
 bool IsMainThread()
 {
-    return gettid() == getpid();
+    return pthread_equal(pthread_self(), MAIN_THREAD) != 0;
 }
 
 int OpenLockFile(const std::string& path)
@@ -155,7 +156,7 @@ void SignalHandler(int signal)
     // Another thread may be cancelled by the stop, or hold a lock that the stop waits for.
     if (!IsMainThread()) {
         gStopIsPassedOn = 1;
-        (void)tgkill(getpid(), getpid(), signal); // fails only when the process is ending already
+        (void)pthread_kill(MAIN_THREAD, signal); // fails only when the process is ending already
         return;
     }
     if (gStopsAreHeld != 0) {

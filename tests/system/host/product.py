@@ -6,10 +6,12 @@ build/dev of the checkout.
 import fcntl
 import os
 import pathlib
+import re
 import shutil
 import subprocess
 
 CHECKOUT = pathlib.Path(__file__).resolve().parents[3]
+RELEASE = re.search(r"project\(thsentinel VERSION (\S+)", (CHECKOUT / "CMakeLists.txt").read_text())[1]
 BASE = "/usr/tarnv"
 HOME = BASE + "/tarnhaven"
 PROGRAM = HOME + "/bin/thsentinel"

@@ -1,8 +1,10 @@
 """What the program says, word for word, and how the files it writes are taken apart for a comparison."""
 import re
 
+from . import product
+
 TITLE = "Tarnhaven Health Sentinel"
-VERSION = "Tarnhaven_9.1.0.1\n"
+VERSION = f"Tarnhaven_{product.RELEASE}\n"
 RULE = "-" * 82
 STAMP = re.compile(r"\d{4}-\d\d-\d\d \d\d:\d\d:\d\d:\d{3} - ")
 FILE_TIME = re.compile(r"/(-?\d+)_\d\d-\d\d_\d\d\.\d\d\.\d\d_")

@@ -8,7 +8,7 @@ import subprocess
 
 import pytest
 
-from host import layout, product
+from host import layout, product, texts
 
 pytestmark = [pytest.mark.skipif(not shutil.which(tool), reason=f"needs {tool}")
               for tool in ("g++", "readelf", "nm")]
@@ -121,7 +121,7 @@ LOGGING_UNITS = [
     "ConfigurationValueReaders", "CounterMgr", "CounterRegistry", "CustomScript", "EvidenceFolders",
     "IncreaseLogging", "JavaProcessDump", "MemoryCounterMgr", "MonitoringList", "PerformanceCapture",
     "ProcessSnapshot", "ProcessTables", "ResetLogging", "StaleCounterCleanup", "THJobPerfMonSvc"]
-RELEASE_MARK = b"\n@(#) Tarnhaven_9.1.0.1\0"
+RELEASE_MARK = f"\n@(#) {texts.VERSION[:-1]}\0".encode()
 
 
 @pytest.mark.parametrize("name", SLOTS)

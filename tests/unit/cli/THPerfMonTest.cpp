@@ -211,7 +211,8 @@ TEST_F(PerformingActions, PrintsTheHelpWithoutBanners)
 
 TEST_F(PerformingActions, PrintsTheVersionWithoutBanners)
 {
-    EXPECT_EQ(GetConsole([] { EXPECT_EQ(PerformAction(eActionVersion), 0); }), "Tarnhaven_9.1.0.1\n");
+    const std::string release = "Tarnhaven_" THSENTINEL_VERSION "\n";
+    EXPECT_EQ(GetConsole([] { EXPECT_EQ(PerformAction(eActionVersion), 0); }), release);
 }
 
 TEST_F(PerformingActions, AnswersAnyOtherValueWithStatus5AndNoWord)

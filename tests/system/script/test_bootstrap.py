@@ -6,7 +6,7 @@ import subprocess
 
 import pytest
 
-SCRIPT = pathlib.Path(__file__).resolve().parents[2] / "script" / "bootstrap"
+SCRIPT = pathlib.Path(__file__).resolve().parents[3] / "script" / "bootstrap"
 # The package manager of such a machine. It writes down what it installs, and has that from then on.
 TOOLS = {
     "id": "echo 0",
