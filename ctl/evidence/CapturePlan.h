@@ -1,0 +1,36 @@
+#pragma once
+
+#include "evidence/EvidenceName.h"
+
+#include <optional>
+#include <string>
+#include <vector>
+
+namespace ctl
+{
+
+/** What the settings make the daemon capture. The values here are those of a store without the keys. */
+struct CapturePlan
+{
+    bool wantsDump = false;
+    bool wantsNetwork = true;
+    bool wantsDisk = true;
+    std::optional<int> readings; ///< nothing if the settings can't be read
+    std::optional<int> interval; ///< seconds
+};
+
+/** A section that a capture writes. */
+struct PlannedSection
+{
+    std::string toolLine;    ///< as GetToolLine gives it, without the filter by process id
+    bool mayBeEmpty = false; ///< its tool may find nothing
+    bool isOptional = false; ///< a host may lack its tool
+};
+
+/** The sections of a capture of a process, in their order; empty for a kind that has none. */
+std::vector<PlannedSection> GetPlannedSections(FileKind kind, int pid);
+
+/** True if a watched name is that of a Java process, whose dump is a heap dump and a thread dump. */
+bool IsJavaName(const std::string& process);
+
+} // namespace ctl

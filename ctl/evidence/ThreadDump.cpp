@@ -1,0 +1,57 @@
+#include "evidence/ThreadDump.h"
+
+#include "evidence/DataScan.h"
+
+namespace ctl
+{
+namespace
+{
+constexpr std::string_view HEADER = "Full thread dump ";
+constexpr std::string_view TRAILER = "JNI global ref"; // "refs:" or "references:", by release
+constexpr std::string_view DEADLOCK = "Found one Java-level deadlock";
+constexpr std::string_view FOUND = "Found ";
+constexpr std::string_view COUNTED = " deadlock"; // "Found 1 deadlock.", "Found 2 deadlocks."
+
+bool StartsWith(std::string_view line, std::string_view text)
+{
+    return line.substr(0, text.size()) == text;
+}
+} // namespace
+
+void ThreadDumpCheck::TakeLine(std::string_view line)
+{
+    mHasText = mHasText || !line.empty();
+    mHasZeros = mHasZeros || line.find('\0') != std::string_view::npos;
+    if (StartsWith(line, HEADER)) {
+        mHasHeader = true;
+    } else if (StartsWith(line, TRAILER)) {
+        mHasTrailer = mHasHeader;
+    } else if (StartsWith(line, DEADLOCK)) {
+        mIsInDeadlock = true;
+    } else if (StartsWith(line, FOUND) && line.find(COUNTED) != std::string_view::npos) {
+        mIsInDeadlock = false;
+    }
+}
+
+std::string ThreadDumpCheck::Finish() const
+{
+    if (mHasZeros) {
+        return "holds zero bytes";
+    }
+    if (!mHasHeader) {
+        return mHasText ? "is no thread dump: it has no line \"Full thread dump\"" : "holds no text";
+    }
+    if (!mHasTrailer) {
+        return "is cut short: the line \"JNI global refs\" after the threads is missing";
+    }
+    return mIsInDeadlock ? "is cut short within its list of deadlocks" : "";
+}
+
+std::string CheckThreadDump(int file, std::uint64_t bytes)
+{
+    ThreadDumpCheck check;
+    ReadLines(file, 0, bytes, [&check](std::string_view line) { check.TakeLine(line); });
+    return check.Finish();
+}
+
+} // namespace ctl

@@ -1,0 +1,103 @@
+#include "evidence/CoreImage.h"
+
+#include "ctl/evidence/EvidenceFolder.h"
+
+#include <cstring>
+
+#include <gmock/gmock.h>
+
+#include <elf.h>
+
+using namespace ctl;
+using testing::HasSubstr;
+
+namespace
+{
+template <typename Record>
+std::string ToBytes(const Record& record)
+{
+    return std::string(reinterpret_cast<const char*>(&record), sizeof record);
+}
+
+/** A core image with one segment of memory, with the given number of bytes in the file. */
+std::string MakeCore(std::uint64_t memory)
+{
+    Elf64_Ehdr head = {};
+    std::memcpy(head.e_ident, ELFMAG, SELFMAG);
+    head.e_ident[EI_CLASS] = ELFCLASS64;
+    head.e_ident[EI_DATA] = ELFDATA2LSB;
+    head.e_type = ET_CORE;
+    head.e_phoff = sizeof head;
+    head.e_phentsize = sizeof(Elf64_Phdr);
+    head.e_phnum = 1;
+    Elf64_Phdr segment = {};
+    segment.p_type = PT_LOAD;
+    segment.p_offset = sizeof head + sizeof segment;
+    segment.p_vaddr = 0x10000;
+    segment.p_filesz = memory;
+    segment.p_memsz = memory;
+    return ToBytes(head) + ToBytes(segment);
+}
+
+CoreReport Check(const std::string& text, std::uint64_t bytes)
+{
+    const EvidenceFolder folder;
+    const std::string path = folder.Write("core", text);
+    std::filesystem::resize_file(path, bytes);
+    const int file = open(path.c_str(), O_RDONLY | O_CLOEXEC);
+    CoreReport report = CheckCoreHead(file, bytes);
+    close(file);
+    return report;
+}
+} // namespace
+
+TEST(CoreImage, IsWholeWithAllItsSegments)
+{
+    const std::string head = MakeCore(1000);
+    EXPECT_EQ(Check(head, head.size() + 1000).damage, "");
+}
+
+TEST(CoreImage, IsCutShortWithLess)
+{
+    const std::string head = MakeCore(1000);
+    EXPECT_EQ(Check(head, head.size() + 999).damage,
+              "is cut short: its head needs 1120 bytes, the file has 1119");
+}
+
+TEST(CoreImage, OfTerabytesIsReadByItsHead)
+{
+    const std::string head = MakeCore(1ULL << 42U);
+    EXPECT_EQ(Check(head, head.size() + (1ULL << 42U)).damage, "");
+}
+
+TEST(CoreImage, ThatWasNeverFinishedBeginsWithZeros)
+{
+    EXPECT_EQ(Check("", 5000).damage, "begins with zero bytes: it was never finished");
+}
+
+TEST(CoreImage, OfAnythingElseIsNone)
+{
+    EXPECT_EQ(Check("#!/bin/sh\n# a script\n", 21).damage, "is no core image: it has no ELF head");
+    std::string program = MakeCore(0);
+    program[EI_NIDENT] = ET_EXEC;
+    EXPECT_EQ(Check(program, program.size()).damage, "is no core image but another kind of ELF file");
+}
+
+TEST(CoreImage, WithAHostileHeadIsDamaged)
+{
+    Elf64_Ehdr head = {};
+    std::memcpy(head.e_ident, ELFMAG, SELFMAG);
+    head.e_ident[EI_CLASS] = ELFCLASS64;
+    head.e_ident[EI_DATA] = ELFDATA2LSB;
+    head.e_type = ET_CORE;
+    head.e_phoff = ~0ULL;
+    head.e_phentsize = sizeof(Elf64_Phdr);
+    head.e_phnum = PN_XNUM;
+    head.e_shoff = ~0ULL;
+    EXPECT_EQ(Check(ToBytes(head), sizeof head).damage, "is cut short within its head");
+    EXPECT_EQ(Check(MakeCore(10).substr(0, 40), 40).damage, "is cut short within its head");
+    std::string none = MakeCore(0);
+    none[offsetof(Elf64_Ehdr, e_phnum)] = 0;
+    EXPECT_EQ(Check(none, none.size()).damage, "has a damaged ELF head");
+    EXPECT_THAT(Check(MakeCore(~0ULL), 5000).damage, HasSubstr("is cut short: its head needs"));
+}

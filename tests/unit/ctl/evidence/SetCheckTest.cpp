@@ -1,0 +1,140 @@
+#include "evidence/SetCheck.h"
+
+#include "ctl/evidence/EvidenceFolder.h"
+
+#include <gmock/gmock.h>
+
+using namespace ctl;
+using testing::ElementsAre;
+using testing::IsEmpty;
+
+namespace
+{
+constexpr char STEM[] = "tbrd/4321/Evidence1/4321_13-11_02.10.28_CPU.";
+
+/** The state of a folder's one set, long after it was taken unless `now` says otherwise. */
+SetReport CheckOnly(const EvidenceFolder& folder, const CapturePlan& plan = {}, std::time_t later = 1'000'000)
+{
+    const EvidenceTree tree = FindEvidence(folder.GetPath());
+    EXPECT_EQ(tree.sets.size(), 1U);
+    CheckRules rules;
+    rules.plan = plan;
+    rules.depth = Depth::Whole;
+    Activity activity("/absent", tree.sets.at(0).time + later);
+    SetReport report = CheckSet(tree, tree.sets.at(0), rules, activity);
+    rules.depth = Depth::Ends;
+    EXPECT_EQ(CheckSet(tree, tree.sets.at(0), rules, activity).state, report.state);
+    return report;
+}
+} // namespace
+
+TEST(EvidenceSet, IsCompleteWithAllThatTheSettingsAskFor)
+{
+    const EvidenceFolder folder;
+    WriteStatistics(folder, "tbrd", 4321, 1, "13-11_02.10.28");
+    const SetReport report = CheckOnly(folder);
+    EXPECT_EQ(report.state, SetState::Complete);
+    EXPECT_THAT(report.problems, IsEmpty());
+}
+
+TEST(EvidenceSet, LacksTheDumpThatTheSettingsAskFor)
+{
+    const EvidenceFolder folder;
+    WriteStatistics(folder, "tbrd", 4321, 1, "13-11_02.10.28");
+    CapturePlan plan;
+    plan.wantsDump = true;
+    const SetReport report = CheckOnly(folder, plan);
+    EXPECT_EQ(report.state, SetState::Incomplete);
+    EXPECT_THAT(report.problems, ElementsAre("core: is missing"));
+}
+
+TEST(EvidenceSet, OfAJavaProcessLacksBothDumps)
+{
+    const EvidenceFolder folder;
+    WriteStatistics(folder, "adminconsole", 4321, 1, "13-11_02.10.28");
+    CapturePlan plan;
+    plan.wantsDump = true;
+    EXPECT_THAT(CheckOnly(folder, plan).problems, ElementsAre("hprof: is missing", "ThreadDump: is missing"));
+}
+
+TEST(EvidenceSet, WithoutWhatTheSettingsLeaveOutIsComplete)
+{
+    const EvidenceFolder folder;
+    folder.Write(std::string(STEM) + "MemoryPerf", MakeMemoryPerf(2));
+    folder.Write(std::string(STEM) + "ProcessData", MakeProcessData(4321));
+    CapturePlan plan;
+    plan.wantsNetwork = false;
+    plan.wantsDisk = false;
+    plan.readings = 2;
+    EXPECT_EQ(CheckOnly(folder, plan).state, SetState::Complete);
+    plan.readings = 3;
+    EXPECT_THAT(CheckOnly(folder, plan).problems,
+                ElementsAre("4321_13-11_02.10.28_CPU.MemoryPerf: holds 2 of 3 readings"));
+}
+
+TEST(EvidenceSet, GoesByTheReadingsOfItsTimeAndNotOfNow)
+{
+    const EvidenceFolder folder;
+    WriteStatistics(folder, "tbrd", 4321, 1, "13-11_02.10.28");
+    CapturePlan plan;
+    plan.readings = 50;
+    EXPECT_EQ(CheckOnly(folder, plan).state, SetState::Complete);
+}
+
+TEST(EvidenceSet, WithAFileOfNoByteIsIncomplete)
+{
+    const EvidenceFolder folder;
+    WriteStatistics(folder, "tbrd", 4321, 1, "13-11_02.10.28");
+    folder.Write(std::string(STEM) + "4321", "");
+    const SetReport report = CheckOnly(folder);
+    EXPECT_EQ(report.state, SetState::Incomplete);
+    EXPECT_THAT(report.problems, ElementsAre("4321_13-11_02.10.28_CPU.4321: holds no byte"));
+}
+
+TEST(EvidenceSet, OfAnEmptyFolderIsIncomplete)
+{
+    const EvidenceFolder folder;
+    std::filesystem::create_directories(folder.GetRoot() / "tbrd/4321/Evidence1");
+    EXPECT_THAT(CheckOnly(folder).problems, ElementsAre("the folder is empty"));
+}
+
+TEST(EvidenceSet, WithALinkInPlaceOfAFileIsIncomplete)
+{
+    const EvidenceFolder folder;
+    WriteStatistics(folder, "tbrd", 4321, 1, "13-11_02.10.28");
+    std::filesystem::create_symlink("/dev/zero", folder.GetRoot() / (std::string(STEM) + "hprof"));
+    const SetReport report = CheckOnly(folder);
+    EXPECT_EQ(report.state, SetState::Incomplete);
+    EXPECT_THAT(report.problems,
+                ElementsAre("ThreadDump: is missing",
+                            "4321_13-11_02.10.28_CPU.hprof: is a symbolic link and is not read"));
+}
+
+TEST(EvidenceSet, ThatIsShortIsInProgressWhileItsReadingsLast)
+{
+    const EvidenceFolder folder;
+    WriteStatistics(folder, "tbrd", 4321, 1, "13-11_02.10.28");
+    folder.Write(std::string(STEM) + "DiskPerf_iostat", MakeIostat(5, 50, 3));
+    folder.Write(std::string(STEM) + "DiskPerf_mpstat", MakeMpstat(5, 50, 3));
+    EXPECT_EQ(CheckOnly(folder, {}, 249).state, SetState::InProgress);
+    EXPECT_EQ(CheckOnly(folder, {}, 250).state, SetState::Incomplete);
+}
+
+TEST(EvidenceSet, WithAProblemThatTimeDoesNotMendIsIncompleteAtOnce)
+{
+    const EvidenceFolder folder;
+    WriteStatistics(folder, "tbrd", 4321, 1, "13-11_02.10.28");
+    folder.Write(std::string(STEM) + "DiskPerf_iostat", MakeIostat(5, 50, 3));
+    folder.Write(std::string(STEM) + "ProcessData", "");
+    EXPECT_EQ(CheckOnly(folder, {}, 9).state, SetState::InProgress) << "it may just have been made";
+    EXPECT_EQ(CheckOnly(folder, {}, 100).state, SetState::Incomplete);
+}
+
+TEST(EvidenceSet, WhoseDeletionWasInterruptedIsIncomplete)
+{
+    const EvidenceFolder folder;
+    WriteStatistics(folder, "tbrd", 4321, 1, "13-11_02.10.28");
+    folder.Write("tbrd/4321/Evidence1/.4321_13-11_02.10.28_CPU.deleting", "");
+    EXPECT_THAT(CheckOnly(folder).problems,
+                ElementsAre("a deletion of this set was interrupted; prune --delete ends it"));
+}
