@@ -1,8 +1,7 @@
 #include "Figures.h"
 
-#include "config/LogFileMtx.h"
-#include "config/LogLine.h"
-#include "config/THCrossPlatformMapping.h"
+#include "base/LogFileMtx.h"
+#include "base/LogLine.h"
 #include "platform/THUEnv.h"
 
 #include <cstdio>
@@ -19,8 +18,8 @@ constexpr double MICROSECONDS_PER_MILLISECOND = 1000.0;
 void WriteLines()
 {
     for (int line = 0; line < LINES; ++line) {
-        LogLine{logFileMtx}.Write("%s%s Service is monitoring the resources. %d\n",
-                                  GetCurrentTimeStamp().c_str(), "Tarnhaven Health Sentinel", line);
+        WriteLogLine(logFileMtx, "%s Service is monitoring the resources. %d\n", "Tarnhaven Health Sentinel",
+                     line);
     }
 }
 

@@ -1,7 +1,7 @@
 #include "cli/CActionInterface.h"
 
+#include "base/Console.h"
 #include "cli/ReleaseMark.h"
-#include "platform/Console.h"
 
 #include <string>
 

@@ -1,7 +1,7 @@
 #include "cli/THDaemonInfra.h"
 
+#include "base/Console.h"
 #include "cli/THJobPerfMonSvc.h"
-#include "platform/Console.h"
 #include "platform/THUEnv.h"
 #include "thbase.h"
 

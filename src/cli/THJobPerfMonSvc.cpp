@@ -1,14 +1,13 @@
 #include "cli/THJobPerfMonSvc.h"
 
+#include "base/BoundedText.h"
+#include "base/LogFileMtx.h"
+#include "base/LogLine.h"
+#include "base/ProgramNames.h"
 #include "cli/THDaemonInfra.h"
 #include "config/ConfigurationMgr.h"
 #include "config/ConfigurationValueReaders.h"
-#include "config/LogFileMtx.h"
-#include "config/LogLine.h"
-#include "config/THCrossPlatformMapping.h"
 #include "counters/CounterMgr.h"
-#include "platform/BoundedText.h"
-#include "platform/ProgramNames.h"
 #include "platform/UnixHelperFactoryMethod.h"
 #include "platform/UnixHelperFunction.h"
 #include "thbase.h"
@@ -49,14 +48,14 @@ std::string GetFailureText(int result)
 
 void LogServiceStopped()
 {
-    LogLine{logFileMtx}.Write("%s%s Service stopped.\n", GetCurrentTimeStamp().c_str(), TITLE);
+    WriteLogLine(logFileMtx, "%s Service stopped.\n", TITLE);
 }
 
 void ReportConfigurationFailure(int result)
 {
     const std::string text = GetFailureText(result);
     syslog(LOG_ERR, "%s", text.c_str());
-    LogLine{logFileMtx}.Write("%sError:%s\n", GetCurrentTimeStamp().c_str(), text.c_str());
+    WriteLogLine(logFileMtx, "Error:%s\n", text.c_str());
     LogServiceStopped();
 }
 
@@ -67,11 +66,10 @@ void ProbeMachine(ConfigurationMgr& config)
         return;
     }
     const int processors = helper->GetCPUCount();
-    LogLine{logFileMtx}.Write("%sNumber of CPUs = %d\n", GetCurrentTimeStamp().c_str(), processors);
+    WriteLogLine(logFileMtx, "Number of CPUs = %d\n", processors);
     config.mCPUCount = processors;
     const std::int64_t memory = helper->GetTotalSizeOfMemoryInKB();
-    LogLine{logFileMtx}.Write("%sTotal size of Memory = %ld\n", GetCurrentTimeStamp().c_str(),
-                              static_cast<long>(memory));
+    WriteLogLine(logFileMtx, "Total size of Memory = %ld\n", static_cast<long>(memory));
     config.mTotalMemoryInKB = memory;
 }
 
@@ -99,8 +97,7 @@ void MakePass(ConfigurationMgr& config)
     config.PopulateProcessIDAndProcessNameMap();
     AddCounters(*config.mCPUCounterMgr);
     AddCounters(*config.mMemoryCounterMgr);
-    LogLine{logFileMtx}.Write("%s%s Service is monitoring the resources.\n", GetCurrentTimeStamp().c_str(),
-                              TITLE);
+    WriteLogLine(logFileMtx, "%s Service is monitoring the resources.\n", TITLE);
     config.mCPUCounterMgr->HandleThresholdBreach();
     config.mMemoryCounterMgr->HandleThresholdBreach();
 }
@@ -116,7 +113,7 @@ int StartMonitoringActivity()
 {
     ConfigurationMgr* const config = ConfigurationMgr::GetInstance();
     config->mDaemonPid = getpid();
-    LogLine{logFileMtx}.Write("%s%s Service started\n", GetCurrentTimeStamp().c_str(), TITLE);
+    WriteLogLine(logFileMtx, "%s Service started\n", TITLE);
     const int result = config->ReadConfigurationFile();
     if (result != 0) {
         ReportConfigurationFailure(result);
@@ -154,11 +151,9 @@ int StopMonitoringActivity()
 {
     ConfigurationMgr* const config = ConfigurationMgr::GetInstance();
     syslog(LOG_INFO, "%s", FormatBounded(MESSAGE_SIZE, "%s Service stopped.", TITLE).c_str());
-    LogLine{logFileMtx}.Write("%sCleaning up the resources used by the service.\n",
-                              GetCurrentTimeStamp().c_str());
+    WriteLogLine(logFileMtx, "Cleaning up the resources used by the service.\n");
     config->CloseThreadHandles();
-    LogLine{logFileMtx}.Write("%sResetting the original log levels for the processes.\n",
-                              GetCurrentTimeStamp().c_str());
+    WriteLogLine(logFileMtx, "Resetting the original log levels for the processes.\n");
     config->ResetLogging();
     gRunDaemonLoop = false;
     LogServiceStopped();

@@ -1,7 +1,7 @@
 #include "cli/THPerfMon.h"
 
+#include "base/Console.h"
 #include "cli/UnixAction.h"
-#include "platform/Console.h"
 
 #include <cstdio>
 #include <memory>

@@ -1,9 +1,9 @@
 #include "cli/UnixAction.h"
 
+#include "base/Console.h"
+#include "base/ProgramNames.h"
 #include "cli/THDaemonInfra.h"
-#include "platform/Console.h"
 #include "platform/HelperFunctionInterface.h"
-#include "platform/ProgramNames.h"
 #include "platform/UnixHelperFactoryMethod.h"
 
 namespace

@@ -41,23 +41,23 @@ struct RevertingKey
     int mLowest; ///< both ends of the range are allowed
     int mHighest;
     int mDefault;
-    const char* mMessage;   ///< log line, for stamp, key, value and default; it need not use the last
-    const char* mAfterword; ///< second log line, for the stamp; null for none
+    const char* mMessage;   ///< log line, for key, value and default; it need not use the last
+    const char* mAfterword; ///< second log line; null for none
 };
 
 constexpr char NOT_A_SWITCH[] =
-    "%sInvalid value for %s : %d. Value should be either 0 or 1. Proceeding with default value of %d.\n";
+    "Invalid value for %s : %d. Value should be either 0 or 1. Proceeding with default value of %d.\n";
 
 constexpr RevertingKey CAPTURE_KEYS[] = {
     {THHS_DUMP_COUNT, &ConfigurationMgr::mMaxDumpCount, 1, 10, 3,
-     "%sInvalid value for %s : %d. Value should be greater between 1 and 10. "
+     "Invalid value for %s : %d. Value should be greater between 1 and 10. "
      "Proceeding with default value of %d.\n",
      nullptr},
     {THHS_CAPTURE_NETWORK_STAT, &ConfigurationMgr::mCaptureNetworkStat, 0, 1, 1,
-     "%sInvalid value for %s : %d. Value should be either 0 or 1. Proceeding with default value of %d\n",
+     "Invalid value for %s : %d. Value should be either 0 or 1. Proceeding with default value of %d\n",
      nullptr},
     {THHS_DEADLOCK_INTERVAL, &ConfigurationMgr::mDeadlockInterval, 1, INT_MAX, 60,
-     "%sInvalid value for %s : %d. Value should be greater than 0. Proceeding with default value of %d "
+     "Invalid value for %s : %d. Value should be greater than 0. Proceeding with default value of %d "
      "minutes. \n",
      nullptr},
     {THHS_INCREASE_LOG_LEVEL, &ConfigurationMgr::mIncreaseLogLevel, 0, 1, 0, NOT_A_SWITCH, nullptr},
@@ -68,15 +68,15 @@ constexpr RevertingKey CAPTURE_KEYS[] = {
 
 constexpr RevertingKey READING_KEYS[] = {
     {THHS_NUMBER_OF_READINGS, &ConfigurationMgr::mNumberOfReadings, 1, INT_MAX, 50,
-     "%sInvalid value for %s : %d. Value should be greater than 0. \n", nullptr},
+     "Invalid value for %s : %d. Value should be greater than 0. \n", nullptr},
     {THHS_READING_INTERVAL, &ConfigurationMgr::mReadingInterval, 1, INT_MAX, 5,
-     "%sInvalid value for %s : %d. Value should be greater than 0.\n", nullptr},
+     "Invalid value for %s : %d. Value should be greater than 0.\n", nullptr},
 };
 
 /** Read once the readings are known to fit into the poll interval. */
 constexpr RevertingKey SERVICE_KEYS[] = {
     {THHS_PURGE_OLD_EVIDENCE, &ConfigurationMgr::mPurgeOldEvidence, 0, 1, 0, NOT_A_SWITCH,
-     "%sMake sure that required evidences are copied before setting it to 1.\n"},
+     "Make sure that required evidences are copied before setting it to 1."},
     {THHS_CAPTURE_WITHOUT_THRESHOLD, &ConfigurationMgr::mCaptureWithoutThreshold, 0, 1, 0, NOT_A_SWITCH,
      nullptr},
 };

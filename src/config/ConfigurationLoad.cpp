@@ -1,15 +1,14 @@
+#include "base/BoundedText.h"
+#include "base/Console.h"
+#include "base/LogFileMtx.h"
+#include "base/LogLine.h"
 #include "config/ConfigurationKeys.h"
 #include "config/ConfigurationMgr.h"
 #include "config/ConfigurationValueReaders.h"
-#include "config/LogFileMtx.h"
-#include "config/LogLine.h"
 #include "config/MonitoringList.h"
 #include "config/ReadingPlan.h"
 #include "config/SettingText.h"
-#include "config/THCrossPlatformMapping.h"
 #include "counters/CounterMgr.h"
-#include "platform/BoundedText.h"
-#include "platform/Console.h"
 #include "platform/HelperFunctionInterface.h"
 #include "platform/THUEnv.h"
 
@@ -21,7 +20,7 @@ namespace
 void PrintAndLog(const std::string& message)
 {
     ConsolePuts(message.c_str());
-    LogLine{logFileMtx}.Write("%s%s\n", GetCurrentTimeStamp().c_str(), message.c_str());
+    WriteLogLine(logFileMtx, "%s\n", message.c_str());
 }
 
 int Refuse(const std::string& message)
@@ -98,10 +97,9 @@ bool ReadRevertingKeys(ConfigurationMgr& config, std::span<const RevertingKey> k
         }
         const int rejected = field;
         field = key.mDefault;
-        LogLine{logFileMtx}.Write(key.mMessage, GetCurrentTimeStamp().c_str(), key.mKey, rejected,
-                                  key.mDefault);
+        WriteLogLine(logFileMtx, key.mMessage, key.mKey, rejected, key.mDefault);
         if (key.mAfterword != nullptr) {
-            LogLine{logFileMtx}.Write(key.mAfterword, GetCurrentTimeStamp().c_str());
+            WriteLogLine(logFileMtx, "%s\n", key.mAfterword);
         }
         reverted = true;
     }
@@ -114,20 +112,18 @@ void FitReadings(ConfigurationMgr& config)
     if (config.mForceReadingInterval != 0 || FitsInto(plan, config.mPollInterval)) {
         return;
     }
-    LogLine{logFileMtx}.Write(
-        "%sInvalid combination of %s : %d and %s : %d and %s : %d. The product of %s and %s "
-        "should be less than the %s.\n",
-        GetCurrentTimeStamp().c_str(), THHS_READING_INTERVAL, config.mReadingInterval,
-        THHS_NUMBER_OF_READINGS, config.mNumberOfReadings, THHS_POLL_INTERVAL, config.mPollInterval,
-        THHS_READING_INTERVAL, THHS_NUMBER_OF_READINGS, THHS_POLL_INTERVAL);
+    WriteLogLine(logFileMtx,
+                 "Invalid combination of %s : %d and %s : %d and %s : %d. The product of %s and %s "
+                 "should be less than the %s.\n",
+                 THHS_READING_INTERVAL, config.mReadingInterval, THHS_NUMBER_OF_READINGS,
+                 config.mNumberOfReadings, THHS_POLL_INTERVAL, config.mPollInterval, THHS_READING_INTERVAL,
+                 THHS_NUMBER_OF_READINGS, THHS_POLL_INTERVAL);
     plan = FitTo(plan, config.mPollInterval);
     config.mReadingInterval = plan.mInterval;
     config.mNumberOfReadings = plan.mCount;
-    const char* const setTo = "%s%s is set to : %d, optimized based on the value of %s\n";
-    LogLine{logFileMtx}.Write(setTo, GetCurrentTimeStamp().c_str(), THHS_READING_INTERVAL, plan.mInterval,
-                              THHS_POLL_INTERVAL);
-    LogLine{logFileMtx}.Write(setTo, GetCurrentTimeStamp().c_str(), THHS_NUMBER_OF_READINGS, plan.mCount,
-                              THHS_POLL_INTERVAL);
+    const char* const setTo = "%s is set to : %d, optimized based on the value of %s\n";
+    WriteLogLine(logFileMtx, setTo, THHS_READING_INTERVAL, plan.mInterval, THHS_POLL_INTERVAL);
+    WriteLogLine(logFileMtx, setTo, THHS_NUMBER_OF_READINGS, plan.mCount, THHS_POLL_INTERVAL);
 }
 
 void ReadJdkHome(ConfigurationMgr& config)
@@ -135,11 +131,9 @@ void ReadJdkHome(ConfigurationMgr& config)
     int result = 0;
     (void)ReadStringValue(THHS_JDK_HOME, config.mJdkHome, result); // the field holds the text
     if (config.mJdkHome.empty()) {
-        LogLine{logFileMtx}.Write("%sJDK Home is not set. Java stack dump will not be captured.\n",
-                                  GetCurrentTimeStamp().c_str());
-    } else if (result == 0 && IsVerbose()) {
-        LogLine{logFileMtx}.Write("%sJDK Home is set to %s . \n", GetCurrentTimeStamp().c_str(),
-                                  config.mJdkHome.c_str());
+        WriteLogLine(logFileMtx, "JDK Home is not set. Java stack dump will not be captured.\n");
+    } else if (result == 0) {
+        WriteVerboseLine(logFileMtx, "JDK Home is set to %s . \n", config.mJdkHome.c_str());
     }
 }
 
@@ -180,9 +174,8 @@ int ReadEvidencePath(ConfigurationMgr& config)
             "Invalid value for %s : %s. Failed to create the evidences folder. %s will not start.",
             THHS_EVIDENCE_PATH, config.mEvidencePath.c_str(), GetTHPerfMonBinName().c_str()));
     }
-    LogLine{logFileMtx}.Write("%s%s is set to %s. Check the folder for collected logs.\n",
-                              GetCurrentTimeStamp().c_str(), THHS_EVIDENCE_PATH,
-                              config.mEvidencePath.c_str());
+    WriteLogLine(logFileMtx, "%s is set to %s. Check the folder for collected logs.\n", THHS_EVIDENCE_PATH,
+                 config.mEvidencePath.c_str());
     return 0;
 }
 
@@ -198,11 +191,11 @@ int ReadStoppingKeys(ConfigurationMgr& config)
 
 void LogSuccess(const ConfigurationMgr& config, bool reverted)
 {
-    LogLine{logFileMtx}.Write("%sConfiguration file successfully read.\n", GetCurrentTimeStamp().c_str());
-    LogLine{logFileMtx}.Write(
-        "%sProcesses will be monitored regularly after %d seconds. It can be modified by "
-        "changing %s value in Tarnhaven configuration.\n",
-        GetCurrentTimeStamp().c_str(), config.mPollInterval, THHS_POLL_INTERVAL);
+    WriteLogLine(logFileMtx, "Configuration file successfully read.\n");
+    WriteLogLine(logFileMtx,
+                 "Processes will be monitored regularly after %d seconds. It can be modified by "
+                 "changing %s value in Tarnhaven configuration.\n",
+                 config.mPollInterval, THHS_POLL_INTERVAL);
     if (reverted) {
         PrintAndLog(
             FormatBounded(MESSAGE_SIZE,
@@ -215,8 +208,7 @@ void LogSuccess(const ConfigurationMgr& config, bool reverted)
 
 int ConfigurationMgr::ReadConfigurationFile()
 {
-    LogLine{logFileMtx}.Write("%sReading the configuration from Tarnhaven configuration.\n",
-                              GetCurrentTimeStamp().c_str());
+    WriteLogLine(logFileMtx, "Reading the configuration from Tarnhaven configuration.\n");
     if (mHelper == nullptr) {
         return RC_CONFIG_NO_HELPER;
     }

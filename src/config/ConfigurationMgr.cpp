@@ -1,10 +1,9 @@
 #include "config/ConfigurationMgr.h"
 
+#include "base/LogFileMtx.h"
+#include "base/LogLine.h"
 #include "config/JavaProcessNames.h"
-#include "config/LogFileMtx.h"
-#include "config/LogLine.h"
 #include "config/SettingText.h"
-#include "config/THCrossPlatformMapping.h"
 #include "counters/CPUCounterMgr.h"
 #include "counters/DeadLockCounterMgr.h"
 #include "counters/MemoryCounterMgr.h"
@@ -111,10 +110,7 @@ int ConfigurationMgr::GetThreasholdValue(std::map<std::string, int> thresholds, 
     if (entry != thresholds.end()) {
         return entry->second;
     }
-    if (IsVerbose()) {
-        LogLine{logFileMtx}.Write("%sCould not find threshold value for process %s\n",
-                                  GetCurrentTimeStamp().c_str(), processName.c_str());
-    }
+    WriteVerboseLine(logFileMtx, "Could not find threshold value for process %s\n", processName.c_str());
     return -1;
 }
 
@@ -129,9 +125,9 @@ void ConfigurationMgr::PrintProcessNameAndProcessIDMap()
     if (!IsVerbose()) {
         return;
     }
-    LogLine{logFileMtx}.Write("%s\tKEY\tELEMENT\n", GetCurrentTimeStamp().c_str());
+    WriteLogLine(logFileMtx, "\tKEY\tELEMENT\n");
     for (const auto& [name, pid] : mProcessNameAndProcessIDMap) {
-        LogLine{logFileMtx}.Write("%s\t%s\t%d\n", GetCurrentTimeStamp().c_str(), name.c_str(), pid);
+        WriteLogLine(logFileMtx, "\t%s\t%d\n", name.c_str(), pid);
     }
 }
 

@@ -1,12 +1,11 @@
 #include "config/ConfigurationValueReaders.h"
 
-#include "config/LogFileMtx.h"
-#include "config/LogLine.h"
+#include "base/BoundedText.h"
+#include "base/LogFileMtx.h"
+#include "base/LogLine.h"
+#include "base/OwnedText.h"
 #include "config/SettingText.h"
-#include "config/THCrossPlatformMapping.h"
-#include "platform/BoundedText.h"
 #include "platform/HelperFunctionInterface.h"
-#include "platform/OwnedText.h"
 #include "platform/UnixHelperFactoryMethod.h"
 #include "thbase.h"
 
@@ -23,10 +22,7 @@ constexpr const char* FORBIDDEN_SEQUENCES[] = {"..\\", "../", "..", "*", ".?"};
 
 void LogNotDefined(const char* key)
 {
-    if (IsVerbose()) {
-        LogLine{logFileMtx}.Write("%s%s not defined in Tarnhaven configuration.\n",
-                                  GetCurrentTimeStamp().c_str(), key);
-    }
+    WriteVerboseLine(logFileMtx, "%s not defined in Tarnhaven configuration.\n", key);
 }
 
 bool IsAllowed(char character)
@@ -82,16 +78,15 @@ std::string ReadStringValue(const char* key, std::string& value, int& result)
 bool ValidateInputForSpecialChars(std::string text)
 {
     if (CheckForUnauthorizedStrings(text)) {
-        LogLine{logFileMtx}.Write(
-            "%sThere are unauthorized characters detected in the input. Returning Error.\n",
-            GetCurrentTimeStamp().c_str());
+        WriteLogLine(logFileMtx,
+                     "There are unauthorized characters detected in the input. Returning Error.\n");
         return false;
     }
     for (const char character : text) {
         if (!IsAllowed(character)) {
-            LogLine{logFileMtx}.Write(
-                "%sThere are non alpha numeric characters in the input '%c'. Returning Error.\n",
-                GetCurrentTimeStamp().c_str(), character);
+            WriteLogLine(logFileMtx,
+                         "There are non alpha numeric characters in the input '%c'. Returning Error.\n",
+                         character);
             return false;
         }
     }

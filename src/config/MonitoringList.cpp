@@ -1,12 +1,11 @@
 #include "config/MonitoringList.h"
 
+#include "base/BoundedText.h"
+#include "base/LogFileMtx.h"
+#include "base/LogLine.h"
 #include "config/ConfigurationKeys.h"
 #include "config/ConfigurationMgr.h"
 #include "config/ConfigurationValueReaders.h"
-#include "config/LogFileMtx.h"
-#include "config/LogLine.h"
-#include "config/THCrossPlatformMapping.h"
-#include "platform/BoundedText.h"
 #include "platform/HelperFunctionInterface.h"
 #include "platform/THUEnv.h"
 #include "platform/UnixHelperFactoryMethod.h"
@@ -121,14 +120,13 @@ void RecordProcess(const MonitoringList& list, const MonitoredProcess& process)
     }
     config->mMonitoredProcessNames.insert(name);
     if (list.mUnitLabel.empty()) {
-        LogLine{logFileMtx}.Write("%sProcess %s requested monitoring for %s conditions.\n",
-                                  GetCurrentTimeStamp().c_str(), AppendBinExt(name).c_str(),
-                                  list.mLabel.c_str());
+        WriteLogLine(logFileMtx, "Process %s requested monitoring for %s conditions.\n",
+                     AppendBinExt(name).c_str(), list.mLabel.c_str());
         return;
     }
-    LogLine{logFileMtx}.Write("%sProcess %s requested monitoring of %s threshold of %d %s.\n",
-                              GetCurrentTimeStamp().c_str(), AppendBinExt(name).c_str(), list.mLabel.c_str(),
-                              process.mThreshold, list.mUnitLabel.c_str());
+    WriteLogLine(logFileMtx, "Process %s requested monitoring of %s threshold of %d %s.\n",
+                 AppendBinExt(name).c_str(), list.mLabel.c_str(), process.mThreshold,
+                 list.mUnitLabel.c_str());
 }
 } // namespace
 
@@ -145,8 +143,7 @@ int ReadMapValue(const char* key, std::string messageStr, std::map<std::string, 
     std::vector<std::string> elements;
     GetVectorFromString(value, ",", elements);
     if (elements.empty()) {
-        LogLine{logFileMtx}.Write("%sUnable to read the %s data from Tarnhaven configuration file.\n",
-                                  GetCurrentTimeStamp().c_str(), key);
+        WriteLogLine(logFileMtx, "Unable to read the %s data from Tarnhaven configuration file.\n", key);
         return RC_CONFIG_INVALID;
     }
     MonitoringList list = {key, messageStr, "", *helper};

@@ -1,6 +1,6 @@
 #include "config/THCrossPlatformMapping.h"
 
-#include "platform/BoundedText.h"
+#include "base/BoundedText.h"
 #include "thbase.h"
 
 #include <ctime>

@@ -1,9 +1,8 @@
 #include "counters/CPUCounterMgr.h"
 
+#include "base/LogFileMtx.h"
+#include "base/LogLine.h"
 #include "config/ConfigurationMgr.h"
-#include "config/LogFileMtx.h"
-#include "config/LogLine.h"
-#include "config/THCrossPlatformMapping.h"
 #include "platform/UnixHelperFactoryMethod.h"
 #include "platform/UnixHelperFunction.h"
 
@@ -24,10 +23,8 @@ double CPUCounterMgr::ReadCounterIndexValue(Counter* counter)
     if (processors > 0) {
         usage /= static_cast<double>(processors);
     }
-    if (IsVerbose()) {
-        LogLine{logFileMtx}.Write(
-            "%sCPUCounterMgr::ReadCounterIndexValue Getting CPU for Process %s (Pid %d) %f.\n",
-            GetCurrentTimeStamp().c_str(), counter->mProcessName.c_str(), counter->mCounterIndex, usage);
-    }
+    WriteVerboseLine(logFileMtx,
+                     "CPUCounterMgr::ReadCounterIndexValue Getting CPU for Process %s (Pid %d) %f.\n",
+                     counter->mProcessName.c_str(), counter->mCounterIndex, usage);
     return usage;
 }

@@ -1,15 +1,15 @@
 #include "counters/CounterMgr.h"
 
+#include "base/BoundedText.h"
+#include "base/LogFileMtx.h"
+#include "base/LogLine.h"
+#include "base/ProgramNames.h"
 #include "config/ConfigurationKeys.h"
 #include "config/ConfigurationMgr.h"
 #include "config/JavaProcessNames.h"
-#include "config/LogFileMtx.h"
-#include "config/LogLine.h"
 #include "config/THCrossPlatformMapping.h"
 #include "counters/ReadingWindow.h"
-#include "platform/BoundedText.h"
 #include "platform/HelperFunctionInterface.h"
-#include "platform/ProgramNames.h"
 #include "platform/THUEnv.h"
 #include "platform/UnixHelperFactoryMethod.h"
 
@@ -88,14 +88,13 @@ void CounterMgr::HandleThresholdBreach()
 {
     const std::unique_ptr<HelperFunctionInterface> helper(GetHelperFunctionInstance());
     if (!helper) {
-        LogLine{logFileMtx}.Write("%sError: Failed to get the helper object.\n",
-                                  GetCurrentTimeStamp().c_str());
+        WriteLogLine(logFileMtx, "Error: Failed to get the helper object.\n");
         return;
     }
     const bool isUnitAbsolute =
         !helper->CompareIgnoreCase(ConfigurationMgr::GetInstance()->mMemoryUnit, MEMORY_UNIT_ABSOLUTE);
-    if (isUnitAbsolute && IsVerbose()) {
-        LogLine{logFileMtx}.Write("%sMemory unit is ABSOLUTE.\n", GetCurrentTimeStamp().c_str());
+    if (isUnitAbsolute) {
+        WriteVerboseLine(logFileMtx, "Memory unit is ABSOLUTE.\n");
     }
     for (const auto& [pid, counter] : mProcessIDAndCouterMap) {
         Evaluate(*helper, *counter, isUnitAbsolute);
@@ -110,15 +109,12 @@ void CounterMgr::Evaluate(HelperFunctionInterface& helper, Counter& counter, boo
         reading, TruncateReading(reading),
         ConfigurationMgr::GetInstance()->GetThreasholdValue(mProcessesRegisteredMonitoring, configuredName),
         configuredName, GetUnit(helper, isUnitAbsolute)};
-    if (IsVerbose()) {
-        LogLine{logFileMtx}.Write("%s%s usage for process %s(%d) : %.2lf %s\n", GetCurrentTimeStamp().c_str(),
-                                  mMessageStr.c_str(), AppendBinExt(configuredName).c_str(),
-                                  counter.mCounterIndex, reading, evaluation.mUnit.c_str());
-        LogLine{logFileMtx}.Write("%s%s threshold for process %s(%d) : %d %s\n",
-                                  GetCurrentTimeStamp().c_str(), mMessageStr.c_str(),
-                                  AppendBinExt(configuredName).c_str(), counter.mCounterIndex,
-                                  evaluation.mThreshold, evaluation.mUnit.c_str());
-    }
+    WriteVerboseLine(logFileMtx, "%s usage for process %s(%d) : %.2lf %s\n", mMessageStr.c_str(),
+                     AppendBinExt(configuredName).c_str(), counter.mCounterIndex, reading,
+                     evaluation.mUnit.c_str());
+    WriteVerboseLine(logFileMtx, "%s threshold for process %s(%d) : %d %s\n", mMessageStr.c_str(),
+                     AppendBinExt(configuredName).c_str(), counter.mCounterIndex, evaluation.mThreshold,
+                     evaluation.mUnit.c_str());
     MoveWindow(counter, evaluation);
     if (IsBreach(counter, evaluation.mValue, evaluation.mThreshold)) {
         Fire(helper, counter, evaluation);
@@ -139,16 +135,15 @@ void CounterMgr::MoveWindow(Counter& counter, const Evaluation& evaluation) cons
     }
     const auto average = static_cast<unsigned long>(counter.mRunningAverage);
     if (isCounted) {
-        LogLine{logFileMtx}.Write(
-            "%sSum : %lu %s, Reading# : %d, Running Average : %lu %s for %s for process %s(%d)\n",
-            GetCurrentTimeStamp().c_str(), static_cast<unsigned long>(counter.mSum), evaluation.mUnit.c_str(),
-            counter.mReadingNumber, average, evaluation.mUnit.c_str(), mMessageStr.c_str(),
-            AppendBinExt(evaluation.mConfiguredName).c_str(), counter.mCounterIndex);
+        WriteLogLine(logFileMtx,
+                     "Sum : %lu %s, Reading# : %d, Running Average : %lu %s for %s for process %s(%d)\n",
+                     static_cast<unsigned long>(counter.mSum), evaluation.mUnit.c_str(),
+                     counter.mReadingNumber, average, evaluation.mUnit.c_str(), mMessageStr.c_str(),
+                     AppendBinExt(evaluation.mConfiguredName).c_str(), counter.mCounterIndex);
     }
     // The name of the process tables and not the configured one: a Java counter shows as java here.
-    LogLine{logFileMtx}.Write("%sRunning Average : %lu for %s for process %s(%d)\n",
-                              GetCurrentTimeStamp().c_str(), average, mMessageStr.c_str(),
-                              AppendBinExt(counter.mProcessName).c_str(), counter.mCounterIndex);
+    WriteLogLine(logFileMtx, "Running Average : %lu for %s for process %s(%d)\n", average,
+                 mMessageStr.c_str(), AppendBinExt(counter.mProcessName).c_str(), counter.mCounterIndex);
 }
 
 void CounterMgr::Fire(HelperFunctionInterface& helper, Counter& counter, const Evaluation& evaluation) const
@@ -156,9 +151,8 @@ void CounterMgr::Fire(HelperFunctionInterface& helper, Counter& counter, const E
     ReportBreach(helper, counter, evaluation);
     const int maxDumpCount = ConfigurationMgr::GetInstance()->mMaxDumpCount;
     if (counter.mDumpCount >= maxDumpCount) {
-        LogLine{logFileMtx}.Write("%sDump count reached max allowed for process %s : %d\n",
-                                  GetCurrentTimeStamp().c_str(), AppendBinExt(counter.mProcessName).c_str(),
-                                  maxDumpCount);
+        WriteLogLine(logFileMtx, "Dump count reached max allowed for process %s : %d\n",
+                     AppendBinExt(counter.mProcessName).c_str(), maxDumpCount);
         return;
     }
     const std::string eventText = FormatBounded(
@@ -166,9 +160,8 @@ void CounterMgr::Fire(HelperFunctionInterface& helper, Counter& counter, const E
         "Dump Event : %s threshold detected by %s Service (Current Usage : %.2lf %s,  Threshold Set : %d %s)",
         mMessageStr.c_str(), TITLE, evaluation.mReading, evaluation.mUnit.c_str(), evaluation.mThreshold,
         evaluation.mUnit.c_str());
-    LogLine{logFileMtx}.Write("%sTaking Process Dump (Count #%d) for process %s (%d).\n",
-                              GetCurrentTimeStamp().c_str(), counter.mDumpCount + 1,
-                              AppendBinExt(counter.mProcessName).c_str(), counter.mCounterIndex);
+    WriteLogLine(logFileMtx, "Taking Process Dump (Count #%d) for process %s (%d).\n", counter.mDumpCount + 1,
+                 AppendBinExt(counter.mProcessName).c_str(), counter.mCounterIndex);
     StartCaptures(helper, counter, eventText);
     ++counter.mDumpCount; // whatever came of the captures
 }
@@ -186,7 +179,7 @@ void CounterMgr::ReportBreach(HelperFunctionInterface& helper, const Counter& co
         GetCurrentTimeStamp().c_str(), mMessageStr.c_str(), AppendBinExt(evaluation.mConfiguredName).c_str(),
         counter.mCounterIndex, evaluation.mThreshold, evaluation.mUnit.c_str(), evaluation.mReading,
         evaluation.mUnit.c_str());
-    LogLine{logFileMtx}.Write("%s\n", breachText.c_str());
+    WriteStampedLine(logFileMtx, breachText);
     if (!withoutThreshold) {
         helper.WriteLogToSystem(breachText, HelperFunctionInterface::THPM_SYS_LOG_WARNING);
     }

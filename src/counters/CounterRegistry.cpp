@@ -1,9 +1,8 @@
+#include "base/BoundedText.h"
+#include "base/LogFileMtx.h"
+#include "base/LogLine.h"
 #include "config/ConfigurationMgr.h"
-#include "config/LogFileMtx.h"
-#include "config/LogLine.h"
-#include "config/THCrossPlatformMapping.h"
 #include "counters/CounterMgr.h"
-#include "platform/BoundedText.h"
 #include "platform/HelperFunctionInterface.h"
 #include "platform/THUEnv.h"
 #include "platform/UnixHelperFactoryMethod.h"
@@ -39,8 +38,7 @@ void CounterMgr::AddCounterHelper(std::string processName, std::string counterNa
     CleanUpStaleCounters();
     const std::unique_ptr<HelperFunctionInterface> helper(GetHelperFunctionInstance());
     if (!helper) {
-        LogLine{logFileMtx}.Write("%sError: Failed to get the helper object.\n",
-                                  GetCurrentTimeStamp().c_str());
+        WriteLogLine(logFileMtx, "Error: Failed to get the helper object.\n");
         return;
     }
     const ConfigurationMgr* const config = ConfigurationMgr::GetInstance();
@@ -52,14 +50,11 @@ void CounterMgr::AddCounterHelper(std::string processName, std::string counterNa
         registration.mIsJava = true;
     }
     const auto [first, last] = config->mProcessNameAndProcessIDMap.equal_range(registration.mProcessName);
-    if (IsVerbose()) {
-        LogLine{logFileMtx}.Write("%sInside CounterMgr::AddCounterHelper() for %s processes.\n",
-                                  GetCurrentTimeStamp().c_str(), mMessageStr.c_str());
-        LogLine{logFileMtx}.Write("%sGetProcessNameAndProcessIDMap.count(%s) : %lu \n",
-                                  GetCurrentTimeStamp().c_str(),
-                                  AppendBinExt(registration.mProcessName).c_str(),
-                                  static_cast<unsigned long>(std::distance(first, last)));
-    }
+    WriteVerboseLine(logFileMtx, "Inside CounterMgr::AddCounterHelper() for %s processes.\n",
+                     mMessageStr.c_str());
+    WriteVerboseLine(logFileMtx, "GetProcessNameAndProcessIDMap.count(%s) : %lu \n",
+                     AppendBinExt(registration.mProcessName).c_str(),
+                     static_cast<unsigned long>(std::distance(first, last)));
     for (auto entry = first; entry != last; ++entry) {
         if (!AddCounter(*helper, registration, entry->second)) {
             return;
@@ -76,12 +71,11 @@ bool CounterMgr::AddCounter(HelperFunctionInterface& helper, const Registration&
     }
     std::unique_ptr<Counter> counter(new (std::nothrow) Counter);
     if (!counter) {
-        LogLine{logFileMtx}.Write("%sError: Failed to allocate memory for Counter object.\n",
-                                  GetCurrentTimeStamp().c_str());
+        WriteLogLine(logFileMtx, "Error: Failed to allocate memory for Counter object.\n");
         return false;
     }
     const std::string counterName = registration.GetCounterName(pid);
-    LogLine{logFileMtx}.Write("%sCounterName %s\n", GetCurrentTimeStamp().c_str(), counterName.c_str());
+    WriteLogLine(logFileMtx, "CounterName %s\n", counterName.c_str());
     counter->mIsActive = true;
     counter->mCounterIndex = pid;
     counter->mCounterName = counterName;
@@ -94,9 +88,8 @@ bool CounterMgr::AddCounter(HelperFunctionInterface& helper, const Registration&
         }
     }
     mProcessIDAndCouterMap.emplace(pid, counter.release());
-    LogLine{logFileMtx}.Write("%s%s counter added for process %s with PID - %d : %s\n",
-                              GetCurrentTimeStamp().c_str(), mMessageStr.c_str(),
-                              registration.mProcessName.c_str(), pid, counterName.c_str());
+    WriteLogLine(logFileMtx, "%s counter added for process %s with PID - %d : %s\n", mMessageStr.c_str(),
+                 registration.mProcessName.c_str(), pid, counterName.c_str());
     return true;
 }
 
@@ -107,10 +100,10 @@ bool CounterMgr::IsExpectedJavaProcess(HelperFunctionInterface& helper, const Re
     if (javaPid == pid) {
         return true;
     }
-    LogLine{logFileMtx}.Write(
-        "%sSkipping the add of counter as pid not matching with counter index. PID - %d : counter "
-        "Index %d\n",
-        GetCurrentTimeStamp().c_str(), javaPid, pid);
+    WriteLogLine(logFileMtx,
+                 "Skipping the add of counter as pid not matching with counter index. PID - %d : counter "
+                 "Index %d\n",
+                 javaPid, pid);
     return false;
 }
 
@@ -122,21 +115,20 @@ void CounterMgr::LogLookUp(const Registration& registration, int pid) const
     PrintProcessIDAndCouterMap();
     const auto entry = mProcessIDAndCouterMap.find(pid);
     const bool isFound = entry != mProcessIDAndCouterMap.end();
-    LogLine{logFileMtx}.Write("%sFinding process id %d inside mProcessIDAndCouterMap and %s.\n",
-                              GetCurrentTimeStamp().c_str(), pid, isFound ? "Found" : "Not Found");
+    WriteLogLine(logFileMtx, "Finding process id %d inside mProcessIDAndCouterMap and %s.\n", pid,
+                 isFound ? "Found" : "Not Found");
     if (isFound) {
-        LogLine{logFileMtx}.Write(
-            "%s%s counter already added for process %s with PID - %d with index : %d : %s\n",
-            GetCurrentTimeStamp().c_str(), mMessageStr.c_str(),
-            AppendBinExt(registration.mProcessName).c_str(), pid, entry->second->mCounterIndex,
-            entry->second->mCounterName.c_str());
+        WriteLogLine(logFileMtx,
+                     "%s counter already added for process %s with PID - %d with index : %d : %s\n",
+                     mMessageStr.c_str(), AppendBinExt(registration.mProcessName).c_str(), pid,
+                     entry->second->mCounterIndex, entry->second->mCounterName.c_str());
     }
 }
 
 void CounterMgr::PrintProcessIDAndCouterMap() const
 {
     for (const auto& [pid, counter] : mProcessIDAndCouterMap) {
-        LogLine{logFileMtx}.Write("%s<%d(For %s) : %s (index : %d) >\n", GetCurrentTimeStamp().c_str(), pid,
-                                  mMessageStr.c_str(), counter->mProcessName.c_str(), counter->mCounterIndex);
+        WriteLogLine(logFileMtx, "<%d(For %s) : %s (index : %d) >\n", pid, mMessageStr.c_str(),
+                     counter->mProcessName.c_str(), counter->mCounterIndex);
     }
 }

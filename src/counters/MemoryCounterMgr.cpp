@@ -1,9 +1,8 @@
 #include "counters/MemoryCounterMgr.h"
 
+#include "base/LogFileMtx.h"
+#include "base/LogLine.h"
 #include "config/ConfigurationKeys.h"
-#include "config/LogFileMtx.h"
-#include "config/LogLine.h"
-#include "config/THCrossPlatformMapping.h"
 #include "platform/UnixHelperFactoryMethod.h"
 #include "platform/UnixHelperFunction.h"
 
@@ -25,13 +24,11 @@ double MemoryCounterMgr::ReadCounterIndexValue(Counter* counter)
     const double usage =
         isAbsolute ? helper->GetMemoryUsageForProcessInMB(counter->mProcessName, counter->mCounterIndex)
                    : helper->GetMemoryUsageForProcessInPercent(counter->mProcessName, counter->mCounterIndex);
-    if (IsVerbose()) {
-        LogLine{logFileMtx}.Write(
-            isAbsolute
-                ? "%sMemoryCounterMgr::ReadCounterIndexValue Memory Usage : %.2lf MB for process %s .\n"
-                : "%sMemoryCounterMgr::ReadCounterIndexValue Memory Usage : %.2lf PERCENT of memory for "
-                  "process %s.\n",
-            GetCurrentTimeStamp().c_str(), usage, counter->mProcessName.c_str());
-    }
+    WriteVerboseLine(
+        logFileMtx,
+        isAbsolute ? "MemoryCounterMgr::ReadCounterIndexValue Memory Usage : %.2lf MB for process %s .\n"
+                   : "MemoryCounterMgr::ReadCounterIndexValue Memory Usage : %.2lf PERCENT of memory for "
+                     "process %s.\n",
+        usage, counter->mProcessName.c_str());
     return usage;
 }

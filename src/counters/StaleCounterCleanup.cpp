@@ -1,7 +1,6 @@
+#include "base/LogFileMtx.h"
+#include "base/LogLine.h"
 #include "config/ConfigurationMgr.h"
-#include "config/LogFileMtx.h"
-#include "config/LogLine.h"
-#include "config/THCrossPlatformMapping.h"
 #include "counters/CounterMgr.h"
 #include "platform/THUEnv.h"
 
@@ -15,14 +14,13 @@ void LogRemoval(int pid, const Counter& counter)
     if (!IsVerbose()) {
         return;
     }
-    LogLine{logFileMtx}.Write("%sProcessId (%d) is not alive. Removing performance counter (Index : %d) %s\n",
-                              GetCurrentTimeStamp().c_str(), pid, counter.mCounterIndex,
-                              counter.mCounterName.c_str());
-    LogLine{logFileMtx}.Write(
-        "%sRemoving from ProcessIDAndCouterMap Process %s (PID : %d) with Counter Index : %d "
-        "and Counter Name %s\n",
-        GetCurrentTimeStamp().c_str(), AppendBinExt(counter.mProcessName).c_str(), pid, counter.mCounterIndex,
-        counter.mCounterName.c_str());
+    WriteLogLine(logFileMtx, "ProcessId (%d) is not alive. Removing performance counter (Index : %d) %s\n",
+                 pid, counter.mCounterIndex, counter.mCounterName.c_str());
+    WriteLogLine(logFileMtx,
+                 "Removing from ProcessIDAndCouterMap Process %s (PID : %d) with Counter Index : %d "
+                 "and Counter Name %s\n",
+                 AppendBinExt(counter.mProcessName).c_str(), pid, counter.mCounterIndex,
+                 counter.mCounterName.c_str());
 }
 } // namespace
 

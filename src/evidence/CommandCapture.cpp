@@ -1,9 +1,8 @@
-#include "config/LogFileMtx.h"
-#include "config/LogLine.h"
-#include "config/THCrossPlatformMapping.h"
+#include "base/BoundedText.h"
+#include "base/LogFileMtx.h"
+#include "base/LogLine.h"
 #include "evidence/CaptureThread.h"
 #include "evidence/CommandRunData.h"
-#include "platform/BoundedText.h"
 #include "platform/CommandPath.h"
 #include "platform/UnixHelperFactoryMethod.h"
 #include "platform/UnixHelperFunction.h"
@@ -27,15 +26,9 @@ void UnixHelperFunction::CollectCommandData(std::string outputFile, std::string 
     }
     (void)EchoCommandToFile(line, outputFile); // the output is tried without a head too
     line = RedirectCommand(line, outputFile, true, false);
-    if (IsVerbose()) {
-        LogLine{logFileMtx}.Write("%sCollectCommandData : Command to execute : %s\n",
-                                  GetCurrentTimeStamp().c_str(), line.c_str());
-    }
+    WriteVerboseLine(logFileMtx, "CollectCommandData : Command to execute : %s\n", line.c_str());
     const int status = system(line.c_str());
-    if (IsVerbose()) {
-        LogLine{logFileMtx}.Write("%sCollectCommandData : command %s return the %d\n",
-                                  GetCurrentTimeStamp().c_str(), line.c_str(), status);
-    }
+    WriteVerboseLine(logFileMtx, "CollectCommandData : command %s return the %d\n", line.c_str(), status);
 }
 
 bool UnixHelperFunction::EchoCommandToFile(std::string command, std::string outputFile)
@@ -57,11 +50,11 @@ void UnixHelperFunction::CollectCommandDataInBackground(std::string outputFile, 
     const CaptureStart start = StartCaptureThread(
         *this, ThreadRunCommand, new CommandRunData{outputFile, commandPath, arguments, filterPid});
     if (!start.mIsRunning) {
-        LogLine{logFileMtx}.Write("%sError: Failed to create a thread to run the %s command \n",
-                                  GetCurrentTimeStamp().c_str(), commandPath.c_str());
-    } else if (IsVerbose()) {
-        LogLine{logFileMtx}.Write("%sThread (TID : %lld) created to run the %s command \n",
-                                  GetCurrentTimeStamp().c_str(), start.mThreadId, commandPath.c_str());
+        WriteLogLine(logFileMtx, "Error: Failed to create a thread to run the %s command \n",
+                     commandPath.c_str());
+    } else {
+        WriteVerboseLine(logFileMtx, "Thread (TID : %lld) created to run the %s command \n", start.mThreadId,
+                         commandPath.c_str());
     }
 }
 

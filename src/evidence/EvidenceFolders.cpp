@@ -1,8 +1,7 @@
+#include "base/BoundedText.h"
+#include "base/LogFileMtx.h"
+#include "base/LogLine.h"
 #include "config/ConfigurationMgr.h"
-#include "config/LogFileMtx.h"
-#include "config/LogLine.h"
-#include "config/THCrossPlatformMapping.h"
-#include "platform/BoundedText.h"
 #include "platform/THUEnv.h"
 #include "platform/UnixHelperFunction.h"
 #include "thbase.h"
@@ -38,8 +37,7 @@ void UnixHelperFunction::GenerateFileName(std::string folderName, int pid, std::
     const ConfigurationMgr* const config = ConfigurationMgr::GetInstance();
     const std::string root = config->mEvidencePath; // may change meanwhile, so it is taken once
     if (!HF_DoesFolderExist(root) && !HF_CreateDir(root, false)) {
-        LogLine{logFileMtx}.Write("%sError: Failed to create evidence folder %s\n",
-                                  GetCurrentTimeStamp().c_str(), root.c_str());
+        WriteLogLine(logFileMtx, "Error: Failed to create evidence folder %s\n", root.c_str());
         return;
     }
     std::string path = AppendPaths(root, folderName);
@@ -66,8 +64,7 @@ bool UnixHelperFunction::CreateTouchFile(std::string path)
 {
     const int descriptor = open(path.c_str(), O_RDWR | O_CREAT | O_CLOEXEC, MARKER_MODE);
     if (descriptor < 0) {
-        LogLine{logFileMtx}.Write("%sError: Failed to create touch file %s\n", GetCurrentTimeStamp().c_str(),
-                                  path.c_str());
+        WriteLogLine(logFileMtx, "Error: Failed to create touch file %s\n", path.c_str());
         return false;
     }
     (void)close(descriptor); // nothing was written
@@ -81,9 +78,9 @@ void UnixHelperFunction::RemoveDir(std::string folderName, int pid)
     const std::string path =
         AppendPaths(GetTHPerfMonLogPath(), folderName) + "/" + FormatBounded(PID_FOLDER_SIZE, "%d", pid);
     // The line tells of the attempt that failed, and success has none: that is meant too.
-    if (rmdir(path.c_str()) != 0 && IsVerbose()) {
-        LogLine{logFileMtx}.Write("%sCleaned up folders that are not required %s (PID : %d)\n",
-                                  GetCurrentTimeStamp().c_str(), path.c_str(), pid);
+    if (rmdir(path.c_str()) != 0) {
+        WriteVerboseLine(logFileMtx, "Cleaned up folders that are not required %s (PID : %d)\n", path.c_str(),
+                         pid);
     }
 }
 
@@ -96,13 +93,9 @@ std::string UnixHelperFunction::HF_CommandToCleanFolder(std::string path)
 void ConfigurationMgr::PurgeOldEvidence()
 {
     const std::string line = mHelper->HF_CommandToCleanFolder(mEvidencePath);
-    if (IsVerbose()) {
-        LogLine{logFileMtx}.Write("%sTrying to clean up older evidences. Command : %s\n",
-                                  GetCurrentTimeStamp().c_str(), line.c_str());
-    }
+    WriteVerboseLine(logFileMtx, "Trying to clean up older evidences. Command : %s\n", line.c_str());
     // Judged by standard output alone, on which rm says nothing even when it refuses.
-    if (mHelper->ExecuteCommand(line.c_str()).empty() && IsVerbose()) {
-        LogLine{logFileMtx}.Write("%sSuccessfully purged older evidences collected during last runs.\n",
-                                  GetCurrentTimeStamp().c_str());
+    if (mHelper->ExecuteCommand(line.c_str()).empty()) {
+        WriteVerboseLine(logFileMtx, "Successfully purged older evidences collected during last runs.\n");
     }
 }

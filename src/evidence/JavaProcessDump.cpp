@@ -1,9 +1,8 @@
-#include "config/LogFileMtx.h"
-#include "config/LogLine.h"
-#include "config/THCrossPlatformMapping.h"
+#include "base/BoundedText.h"
+#include "base/LogFileMtx.h"
+#include "base/LogLine.h"
 #include "evidence/CaptureThread.h"
 #include "evidence/SnapshotData.h"
-#include "platform/BoundedText.h"
 #include "platform/UnixHelperFactoryMethod.h"
 #include "platform/UnixHelperFunction.h"
 
@@ -46,10 +45,7 @@ bool RunLines(HelperFunctionInterface& helper, std::initializer_list<std::string
     for (const std::string& line : lines) {
         std::string output;
         if (helper.ExecuteCommandWithRc(line.c_str(), output) != 0) {
-            if (IsVerbose()) {
-                LogLine{logFileMtx}.Write("%sThreadJavaProcessDump failed to execute : %s\n",
-                                          GetCurrentTimeStamp().c_str(), line.c_str());
-            }
+            WriteVerboseLine(logFileMtx, "ThreadJavaProcessDump failed to execute : %s\n", line.c_str());
             return false;
         }
     }
@@ -58,20 +54,14 @@ bool RunLines(HelperFunctionInterface& helper, std::initializer_list<std::string
 
 bool TakeHeapDump(HelperFunctionInterface& helper, const SnapshotData& record)
 {
-    if (IsVerbose()) {
-        LogLine{logFileMtx}.Write("%sStarting to gather GC.heap_dump for PID : %d\n",
-                                  GetCurrentTimeStamp().c_str(), record.mPid);
-    }
+    WriteVerboseLine(logFileMtx, "Starting to gather GC.heap_dump for PID : %d\n", record.mPid);
     return RunLines(helper,
                     {record.mCommand, GetMoveLine(GetTemporaryHeapPath(record), record.mProcessName)});
 }
 
 bool TakeThreadDump(HelperFunctionInterface& helper, const SnapshotData& record)
 {
-    if (IsVerbose()) {
-        LogLine{logFileMtx}.Write("%sStarting to gather Thread Dump for PID : %d\n",
-                                  GetCurrentTimeStamp().c_str(), record.mPid);
-    }
+    WriteVerboseLine(logFileMtx, "Starting to gather Thread Dump for PID : %d\n", record.mPid);
     const std::string temporaryPath = GetTemporaryThreadPath(record);
     std::string destination;
     helper.GenerateFileName(record.mJavaProcessName, record.mPid, record.mCounterType, destination,
@@ -95,13 +85,12 @@ bool UnixHelperFunction::CreateJavaProcessDump(std::string javaProcessName, std:
     record->mCommand = GetJcmdLine(*record, "GC.heap_dump", GetTemporaryHeapPath(*record));
     const CaptureStart start = StartCaptureThread(*this, ThreadJavaProcessDump, record);
     if (!start.mIsRunning) {
-        LogLine{logFileMtx}.Write(
-            "%sError: Failed to create a thread to take a java process snapshot for PID : %d\n",
-            GetCurrentTimeStamp().c_str(), pid);
-    } else if (IsVerbose()) {
-        LogLine{logFileMtx}.Write(
-            "%sThread (TID : %lld) created to take a java process snapshot for PID : %d\n",
-            GetCurrentTimeStamp().c_str(), start.mThreadId, pid);
+        WriteLogLine(logFileMtx,
+                     "Error: Failed to create a thread to take a java process snapshot for PID : %d\n", pid);
+    } else {
+        WriteVerboseLine(logFileMtx,
+                         "Thread (TID : %lld) created to take a java process snapshot for PID : %d\n",
+                         start.mThreadId, pid);
     }
     return start.mIsRunning;
 }
@@ -113,9 +102,8 @@ void* ThreadJavaProcessDump(void* data)
             const bool hasHeap = TakeHeapDump(helper, record);
             // Tried whatever came of the heap dump; one of the two is a success.
             const bool hasThreads = TakeThreadDump(helper, record);
-            if ((hasHeap || hasThreads) && IsVerbose()) {
-                LogLine{logFileMtx}.Write("%sThreadJavaProcessDump executed successfully.\n",
-                                          GetCurrentTimeStamp().c_str());
+            if ((hasHeap || hasThreads)) {
+                WriteVerboseLine(logFileMtx, "ThreadJavaProcessDump executed successfully.\n");
             }
         });
 }

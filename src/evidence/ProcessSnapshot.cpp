@@ -1,9 +1,8 @@
-#include "config/LogFileMtx.h"
-#include "config/LogLine.h"
-#include "config/THCrossPlatformMapping.h"
+#include "base/BoundedText.h"
+#include "base/LogFileMtx.h"
+#include "base/LogLine.h"
 #include "evidence/CaptureThread.h"
 #include "evidence/SnapshotData.h"
-#include "platform/BoundedText.h"
 #include "platform/CommandPath.h"
 #include "platform/UnixHelperFactoryMethod.h"
 #include "platform/UnixHelperFunction.h"
@@ -17,13 +16,13 @@ bool UnixHelperFunction::CreateProcessDump(std::string processName, int pid, std
     record->mCommand = eventText;
     const CaptureStart start = StartCaptureThread(*this, ThreadTakeSnapshot, record);
     if (!start.mIsRunning) {
-        LogLine{logFileMtx}.Write(
-            "%sError: Failed to create a thread to take a process snapshot for %s (PID : %d)\n",
-            GetCurrentTimeStamp().c_str(), processName.c_str(), pid);
-    } else if (IsVerbose()) {
-        LogLine{logFileMtx}.Write(
-            "%sThread (TID : %lld) created to take a process snapshot for %s (PID : %d)\n",
-            GetCurrentTimeStamp().c_str(), start.mThreadId, processName.c_str(), pid);
+        WriteLogLine(logFileMtx,
+                     "Error: Failed to create a thread to take a process snapshot for %s (PID : %d)\n",
+                     processName.c_str(), pid);
+    } else {
+        WriteVerboseLine(logFileMtx,
+                         "Thread (TID : %lld) created to take a process snapshot for %s (PID : %d)\n",
+                         start.mThreadId, processName.c_str(), pid);
     }
     return start.mIsRunning;
 }
@@ -49,9 +48,9 @@ int UnixHelperFunction::TakeMemorySnapshotAndDump(std::string processName, int p
     GenerateFileName(processName, pid, counterLabel, dumpPath, "");
     const std::string& gcore = mCmdPath->mGcore;
     if (!HF_IsFileExist(gcore)) {
-        LogLine{logFileMtx}.Write(
-            "%sTakeMemorySnapshotAndDump (TID: %lld) Error:%s file not found to generate the dump\n",
-            GetCurrentTimeStamp().c_str(), threadId, gcore.c_str());
+        WriteLogLine(logFileMtx,
+                     "TakeMemorySnapshotAndDump (TID: %lld) Error:%s file not found to generate the dump\n",
+                     threadId, gcore.c_str());
         RemoveDir(processName, pid);
         return 0;
     }
@@ -59,12 +58,12 @@ int UnixHelperFunction::TakeMemorySnapshotAndDump(std::string processName, int p
     const std::string line = gcore + " -o " + dumpPath + " " + FormatBounded(PID_TEXT_SIZE, "%d", pid);
     std::string output;
     if (ExecuteCommandWithRc(line.c_str(), output) == 0) {
-        LogLine{logFileMtx}.Write("%sTakeMemorySnapshotAndDump (TID: %lld) Dump has generated for pid %d\n",
-                                  GetCurrentTimeStamp().c_str(), threadId, pid);
+        WriteLogLine(logFileMtx, "TakeMemorySnapshotAndDump (TID: %lld) Dump has generated for pid %d\n",
+                     threadId, pid);
     } else {
-        LogLine{logFileMtx}.Write(
-            "%sTakeMemorySnapshotAndDump (TID : %lld) Error: Failed to generate the dump for pid %d\n",
-            GetCurrentTimeStamp().c_str(), threadId, pid);
+        WriteLogLine(logFileMtx,
+                     "TakeMemorySnapshotAndDump (TID : %lld) Error: Failed to generate the dump for pid %d\n",
+                     threadId, pid);
         RemoveDir(processName, pid);
     }
     return 0;

@@ -1,7 +1,6 @@
+#include "base/LogFileMtx.h"
+#include "base/LogLine.h"
 #include "config/ConfigurationMgr.h"
-#include "config/LogFileMtx.h"
-#include "config/LogLine.h"
-#include "config/THCrossPlatformMapping.h"
 #include "logcontrol/processToLogIdMap.h"
 #include "platform/THUEnv.h"
 #include "platform/UnixHelperFunction.h"
@@ -52,18 +51,14 @@ void ReadLevels(UnixHelperFunction& helper, const std::string& tool, const std::
                                       listing); // the listing tells
     if (!listing.empty()) {
         levels.mDebugLevel = ReadLevel(listing);
-        if (IsVerbose()) {
-            LogLine{logFileMtx}.Write("%sOriginal DebugLevel for process %s is : %d.\n",
-                                      GetCurrentTimeStamp().c_str(), target.c_str(), levels.mDebugLevel);
-        }
+        WriteVerboseLine(logFileMtx, "Original DebugLevel for process %s is : %d.\n", target.c_str(),
+                         levels.mDebugLevel);
     }
     listing = helper.ExecuteCommand(GetListLine(tool, target, "Diag").c_str());
     if (!listing.empty()) {
         levels.mDiagnosticLevel = ReadLevel(listing);
-        if (IsVerbose()) {
-            LogLine{logFileMtx}.Write("%sOriginal DiagnosticLevel for process %s is : %d.\n",
-                                      GetCurrentTimeStamp().c_str(), target.c_str(), levels.mDiagnosticLevel);
-        }
+        WriteVerboseLine(logFileMtx, "Original DiagnosticLevel for process %s is : %d.\n", target.c_str(),
+                         levels.mDiagnosticLevel);
     }
 }
 
@@ -71,9 +66,9 @@ void Raise(UnixHelperFunction& helper, const std::string& tool, const std::strin
 {
     const std::string line = tool + " -a -p TH -o " + target + " -s DebugLevel=6 -s DiagnosticLevel=6";
     // A tool that says nothing counts as good as one that does; only the line is left out.
-    if (!helper.ExecuteCommand(line.c_str()).empty() && IsVerbose()) {
-        LogLine{logFileMtx}.Write("%smDiagnosticLevel and  DebugLevel for the process %s set to 6.\n",
-                                  GetCurrentTimeStamp().c_str(), target.c_str());
+    if (!helper.ExecuteCommand(line.c_str()).empty()) {
+        WriteVerboseLine(logFileMtx, "mDiagnosticLevel and  DebugLevel for the process %s set to 6.\n",
+                         target.c_str());
     }
 }
 } // namespace

@@ -1,8 +1,7 @@
+#include "base/BoundedText.h"
+#include "base/LogFileMtx.h"
+#include "base/LogLine.h"
 #include "config/ConfigurationMgr.h"
-#include "config/LogFileMtx.h"
-#include "config/LogLine.h"
-#include "config/THCrossPlatformMapping.h"
-#include "platform/BoundedText.h"
 #include "platform/HelperFunctionInterface.h"
 #include "platform/THUEnv.h"
 
@@ -25,11 +24,12 @@ void ConfigurationMgr::ResetLogging()
     const std::string tool = GetDoubleQuatedPath(GetTxlogCfgPath());
     for (const auto& [target, levels] : saved) {
         const std::string output = mHelper->ExecuteCommand(GetRestoreLine(tool, target, levels).c_str());
-        if (!output.empty() && IsVerbose()) {
-            LogLine{logFileMtx}.Write(
-                "%smDiagnosticLevel and  DebugLevel for the process %s have been reset to original "
+        if (!output.empty()) {
+            WriteVerboseLine(
+                logFileMtx,
+                "mDiagnosticLevel and  DebugLevel for the process %s have been reset to original "
                 "values.\n",
-                GetCurrentTimeStamp().c_str(), AppendBinExt(target).c_str());
+                AppendBinExt(target).c_str());
         }
     }
 }

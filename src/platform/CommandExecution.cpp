@@ -1,6 +1,5 @@
-#include "config/LogFileMtx.h"
-#include "config/LogLine.h"
-#include "config/THCrossPlatformMapping.h"
+#include "base/LogFileMtx.h"
+#include "base/LogLine.h"
 #include "platform/UnixHelperFunction.h"
 
 #include <algorithm>
@@ -37,10 +36,10 @@ void LogOutcome(const std::string& output, int status)
     if (!IsVerbose()) {
         return;
     }
-    LogLine{logFileMtx}.Write("%sOutput:%s\n", GetCurrentTimeStamp().c_str(), output.c_str());
+    WriteLogLine(logFileMtx, "Output:%s\n", output.c_str());
     // A child that a signal killed has no return code.
     if (WIFEXITED(status)) {
-        LogLine{logFileMtx}.Write("%sReturnCode:%d\n", GetCurrentTimeStamp().c_str(), WEXITSTATUS(status));
+        WriteLogLine(logFileMtx, "ReturnCode:%d\n", WEXITSTATUS(status));
     }
 }
 } // namespace
@@ -48,9 +47,7 @@ void LogOutcome(const std::string& output, int status)
 int UnixHelperFunction::ExecuteCommandWithRc(const char* command, std::string& output)
 {
     output = "";
-    if (IsVerbose()) {
-        LogLine{logFileMtx}.Write("%sCmd:%s\n", GetCurrentTimeStamp().c_str(), command);
-    }
+    WriteVerboseLine(logFileMtx, "Cmd:%s\n", command);
     FILE* const pipe = popen(command, "r");
     if (pipe == nullptr) {
         return errno;

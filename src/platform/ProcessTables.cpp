@@ -1,8 +1,7 @@
+#include "base/BoundedText.h"
+#include "base/LogFileMtx.h"
+#include "base/LogLine.h"
 #include "config/ConfigurationMgr.h"
-#include "config/LogFileMtx.h"
-#include "config/LogLine.h"
-#include "config/THCrossPlatformMapping.h"
-#include "platform/BoundedText.h"
 #include "platform/CommandPath.h"
 #include "platform/THUEnv.h"
 #include "platform/UnixHelperFunction.h"
@@ -28,9 +27,9 @@ bool ReadListedProcess(UnixHelperFunction& helper, const std::string& listingLin
     process.mName = helper.GetProcName(line, 1, " ");
     const std::string directory = helper.GetProcDir(line, 1, " ");
     // Only a note: a process from outside the product's tree stays in the tables.
-    if (directory.find(GetTHBasePath()) == std::string::npos && IsVerbose()) {
-        LogLine{logFileMtx}.Write("%s%s(%d) process is running with basename\n",
-                                  GetCurrentTimeStamp().c_str(), process.mName.c_str(), process.mPid);
+    if (directory.find(GetTHBasePath()) == std::string::npos) {
+        WriteVerboseLine(logFileMtx, "%s(%d) process is running with basename\n", process.mName.c_str(),
+                         process.mPid);
     }
     return process.mPid != ConfigurationMgr::GetInstance()->mDaemonPid;
 }
@@ -112,10 +111,8 @@ void UnixHelperFunction::PopulateProcessNameAndProcessIDMap(std::multimap<std::s
         if (monitored.count(process.mName) == 0 || HoldsPair(table, process)) {
             return;
         }
-        if (IsVerbose()) {
-            LogLine{logFileMtx}.Write("%sInserting in to multimap processNameAndIDMap <%s : %d> \n",
-                                      GetCurrentTimeStamp().c_str(), process.mName.c_str(), process.mPid);
-        }
+        WriteVerboseLine(logFileMtx, "Inserting in to multimap processNameAndIDMap <%s : %d> \n",
+                         process.mName.c_str(), process.mPid);
         table.emplace(process.mName, process.mPid);
     });
 }
@@ -124,10 +121,8 @@ void UnixHelperFunction::PopulateProcessIDAndProcessNameMap(std::map<int, std::s
 {
     table.clear();
     ForEachListedProcess(*this, GetPidProcNamePairsOutput(), [&](const ListedProcess& process) {
-        if (IsVerbose()) {
-            LogLine{logFileMtx}.Write("%sInserting in to multimap processIDAndNameMap <%s : %d> \n",
-                                      GetCurrentTimeStamp().c_str(), process.mName.c_str(), process.mPid);
-        }
+        WriteVerboseLine(logFileMtx, "Inserting in to multimap processIDAndNameMap <%s : %d> \n",
+                         process.mName.c_str(), process.mPid);
         table.emplace(process.mPid, process.mName); // an id that is there keeps its first name
     });
 }

@@ -1,6 +1,6 @@
 #include "platform/RhelHelperFunction.h"
 
-#include "platform/BoundedText.h"
+#include "base/BoundedText.h"
 #include "platform/CommandPath.h"
 #include "platform/THUEnv.h"
 

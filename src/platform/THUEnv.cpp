@@ -1,7 +1,7 @@
 #include "platform/THUEnv.h"
 
-#include "platform/BoundedText.h"
-#include "platform/ProgramNames.h"
+#include "base/BoundedText.h"
+#include "base/ProgramNames.h"
 #include "thbase.h"
 
 #include <ctime>

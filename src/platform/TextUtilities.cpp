@@ -1,6 +1,6 @@
 #include "platform/TextUtilities.h"
 
-#include "platform/OwnedText.h"
+#include "base/OwnedText.h"
 #include "platform/UnixHelperFunction.h"
 
 #include <algorithm>

@@ -1,9 +1,9 @@
 #include "platform/UnixHelperFunction.h"
 
+#include "base/Console.h"
 #include "config/ConfigurationKeys.h"
 #include "config/ConfigurationMgr.h"
 #include "platform/CommandPath.h"
-#include "platform/Console.h"
 #include "platform/THUEnv.h"
 #include "platform/UnixFactoryMethods.h"
 

@@ -1,4 +1,4 @@
-#include "platform/BoundedText.h"
+#include "base/BoundedText.h"
 #include "platform/CommandPath.h"
 #include "platform/THUEnv.h"
 #include "platform/UnixHelperFunction.h"

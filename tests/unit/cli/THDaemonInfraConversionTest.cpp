@@ -1,7 +1,7 @@
 #include "DaemonHost.h"
 #include "LockHolder.h"
 #include "cli/THDaemonInfra.h"
-#include "platform/Console.h"
+#include "base/Console.h"
 #include "support/ConfigurationSeam.h"
 
 #include <gmock/gmock.h>

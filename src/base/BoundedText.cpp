@@ -1,4 +1,4 @@
-#include "platform/BoundedText.h"
+#include "base/BoundedText.h"
 
 #include <cstdarg>
 #include <cstdio>

@@ -1,4 +1,4 @@
-#include "config/LogLine.h"
+#include "base/LogLine.h"
 
 #include "config/ConfigurationMgr.h"
 #include "config/ConfigurationValueReaders.h"
@@ -23,6 +23,11 @@ namespace
 mutex firstUnit;
 mutex secondUnit;
 
+void WriteLine(mutex& unit, const std::string& text)
+{
+    WriteLogLine(unit, "%s\n", text.c_str());
+}
+
 class LogLines : public SettingsFixture
 {
 protected:
@@ -30,11 +35,6 @@ protected:
     {
         GetStore().mLocalTime = MakeLocalTime(year, month, day, hour, minute, second);
         GetSeams().mGettimeofday = [](struct timeval* now) { *now = {0, 45000}; };
-    }
-
-    static void WriteLine(mutex& unit, const std::string& text)
-    {
-        LogLine{unit}.Write("%s%s\n", GetCurrentTimeStamp().c_str(), text.c_str());
     }
 };
 
@@ -71,7 +71,7 @@ TEST_F(LogLines, IsAStampAndTheTextInTheFileOfTheDay)
                                                 "2026-11-13 02:07:28:045 - second\n");
 }
 
-TEST_F(LogLines, GoesBehindWhatStandsInTheFile)
+TEST_F(LogLines, IsAppendedToWhatTheFileHolds)
 {
     Freeze(2026, 11, 13, 2, 7, 28);
     WriteFile(GetTHPerfMonLogFilePath(), "from another run, without line end");
@@ -83,8 +83,8 @@ TEST_F(LogLines, GoesBehindWhatStandsInTheFile)
 TEST_F(LogLines, KeepsTabsAndBytesOfEveryKind)
 {
     Freeze(2026, 11, 13, 2, 7, 28);
-    LogLine{firstUnit}.Write("%s\tKEY\tELEMENT\n", GetCurrentTimeStamp().c_str());
-    LogLine{firstUnit}.Write("%s'%c' %%s %d\n", GetCurrentTimeStamp().c_str(), '\0', -1);
+    WriteLogLine(firstUnit, "\tKEY\tELEMENT\n");
+    WriteLogLine(firstUnit, "'%c' %%s %d\n", '\0', -1);
     WriteLine(firstUnit, "\xff\x01%n%s");
     EXPECT_EQ(ReadFile(GetTHPerfMonLogFilePath()), "2026-11-13 02:07:28:045 - \tKEY\tELEMENT\n"
                                                    "2026-11-13 02:07:28:045 - '\0' %s -1\n"
@@ -126,16 +126,31 @@ TEST_F(LogLines, PreparesTheFolderBeforeTheFirstLine)
     EXPECT_EQ(GetLogLines(), Lines{"the very first"});
 }
 
-TEST_F(LogLines, IsBehindItsOwnOpenFileWhenTheArgumentsAreGathered)
+TEST_F(LogLines, IsStampedOnceItsFileIsOpen)
 {
     bool wasThere = false;
-    const auto gather = [&] {
+    GetSeams().mGettimeofday = [&wasThere](struct timeval* now) {
+        *now = {0, 0};
         wasThere = std::filesystem::exists(GetTHPerfMonLogFilePath());
-        return "text";
     };
-    LogLine{firstUnit}.Write("%s%s\n", GetCurrentTimeStamp().c_str(), gather());
+    WriteLine(firstUnit, "text");
     EXPECT_TRUE(wasThere);
     EXPECT_EQ(GetLogLines(), Lines{"text"});
+}
+
+TEST_F(LogLines, CarriesNoSecondStampWhenItBringsItsOwn)
+{
+    Freeze(2026, 11, 13, 2, 7, 28);
+    WriteStampedLine(firstUnit, "2025-01-01 00:00:00:000 - %s");
+    EXPECT_EQ(ReadFile(GetTHPerfMonLogFilePath()), "2025-01-01 00:00:00:000 - %s\n");
+}
+
+TEST_F(LogLines, IsLeftOutWhenItIsVerboseAndTheGateIsShut)
+{
+    WriteVerboseLine(firstUnit, "%s\n", "unwanted");
+    mConfig->mVerbose = 1;
+    WriteVerboseLine(firstUnit, "%s\n", "wanted");
+    EXPECT_EQ(GetLogLines(), Lines{"wanted"});
 }
 
 TEST_F(LogLines, LeavesNoFileOpen)
@@ -226,7 +241,7 @@ TEST_F(LogLines, IsLostQuietlyWithoutItsFolder)
     SpoilLogFolder();
     const std::string console = CaptureConsole([] {
         WriteLine(firstUnit, "lost");
-        WriteLine(firstUnit, "lost with the lock given back");
+        WriteLine(firstUnit, "lost, and the lock is free");
     });
     EXPECT_EQ(console, "");
     EXPECT_EQ(ReadFile(GetTHPerfMonLogPath()), "not a folder");
@@ -260,27 +275,29 @@ TEST_F(LogLines, LeavesResultsAsTheyAreWhenItIsLost)
     EXPECT_EQ(mConfig->GetThreasholdValue({}, "tbrd"), -1);
 }
 
-const char* WaitForTheCancellation()
+/** Writes a line whose writer is cancelled in the middle of it, then waits to be gone. */
+void* WriteWhileCancelled(void* /*argument*/)
 {
-    for (;;) {
-        pthread_testcancel();
-    }
-}
-
-void* WriteUntilCancelled(void* /*argument*/)
-{
-    LogLine{firstUnit}.Write("%s%s\n", GetCurrentTimeStamp().c_str(), WaitForTheCancellation());
+    GetSeams().mGettimeofday = [](struct timeval* now) {
+        *now = {0, 0};
+        (void)pthread_cancel(pthread_self());
+    };
+    WriteLine(firstUnit, "whole");
+    pthread_testcancel();
+    WriteLine(firstUnit, "never");
     return nullptr;
 }
 
-TEST_F(LogLines, GivesTheLockBackWhenItsThreadIsCancelled)
+TEST_F(LogLines, IsFinishedAndItsLockFreeWhenItsThreadIsCancelled)
 {
+    const std::ptrdiff_t before = CountOpenFiles();
     pthread_t writer = {};
-    ASSERT_EQ(pthread_create(&writer, nullptr, WriteUntilCancelled, nullptr), 0);
-    ASSERT_EQ(pthread_cancel(writer), 0);
+    ASSERT_EQ(pthread_create(&writer, nullptr, WriteWhileCancelled, nullptr), 0);
     ASSERT_EQ(pthread_join(writer, nullptr), 0);
+    GetSeams().mGettimeofday = nullptr;
+    EXPECT_EQ(CountOpenFiles(), before);
     WriteLine(firstUnit, "after it");
-    EXPECT_EQ(GetLogLines(), Lines{"after it"});
+    EXPECT_EQ(GetLogLines(), (Lines{"whole", "after it"}));
 }
 
 constexpr std::size_t CANCELLED_TEXT_SIZE = 20000;
@@ -289,7 +306,7 @@ void* WriteForGood(void* /*argument*/)
 {
     const std::string text(CANCELLED_TEXT_SIZE, 'a');
     for (;;) {
-        LogLine{firstUnit}.Write("%s%s\n", GetCurrentTimeStamp().c_str(), text.c_str());
+        WriteLogLine(firstUnit, "%s\n", text.c_str());
     }
 }
 

@@ -1,4 +1,4 @@
-#include "platform/Console.h"
+#include "base/Console.h"
 
 #include "support/ChildProcess.h"
 #include "support/HostFixture.h"

@@ -1,4 +1,4 @@
-#include "platform/Console.h"
+#include "base/Console.h"
 
 #include <cstdarg>
 #include <cstdio>
