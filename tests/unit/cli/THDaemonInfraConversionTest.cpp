@@ -1,7 +1,7 @@
 #include "DaemonHost.h"
 #include "LockHolder.h"
-#include "cli/THDaemonInfra.h"
 #include "base/Console.h"
+#include "cli/THDaemonInfra.h"
 #include "support/ConfigurationSeam.h"
 
 #include <gmock/gmock.h>
