@@ -1,22 +1,16 @@
 """Heap and thread dumps of Java processes, taken by a real JDK from real processes of a user of their own."""
-import pathlib
-import subprocess
-
 import pytest
 
-from host import product
+from host import java, product
+from host.java import JDK, USER, WEB_TEMP, as_user
 
-JDK = "/usr/lib/jvm/default-java"
-USER = "tarnweb"
 PLANTED = '"planted thread of the console"'
-WEB_TEMP = "/usr/tarnv/wmc/webserver/temp"
 TEMP = "/usr/tarnv/tmp"
 STORE = {"THHS_MONITOR_MEMORY": "adminconsole:0", "THHS_CAPTURE_PROCESS_DUMP": 1, "THHS_DUMP_COUNT": 1,
          "THHS_JDK_HOME": JDK, "THHS_VERBOSE": 1}
 SUCCESS = "ThreadJavaProcessDump executed successfully."
 FAILED = "ThreadJavaProcessDump failed to execute : "
 STATISTICS = ["MemoryPerf", "Netstat", "DiskPerf_iostat", "DiskPerf_mpstat", "ProcessData"]
-CLASSES = {"adminconsole": ["tarn.thx.AdminConsole"], "thwmc": ["-Dthwmc=1", "tarn.thx.WebManagement"]}
 
 # Walks over the records of a heap dump: says its header, how its last record is tagged, and whether that ends
 # the file.
@@ -44,13 +38,7 @@ SIMULTANEOUS = f"""
 @pytest.fixture(name="classes", scope="session")
 def _classes(tmp_path_factory):
     """The compiled Java programs: name to bytes as text."""
-    if not pathlib.Path(JDK, "bin/jcmd").exists():
-        pytest.skip(f"no JDK at {JDK}: install default-jdk-headless")
-    folder = tmp_path_factory.mktemp("classes")
-    source = pathlib.Path(__file__).with_name("AdminConsole.java")
-    subprocess.run([f"{JDK}/bin/javac", "-d", folder, source], check=True)
-    return {str(path.relative_to(folder)): path.read_bytes().decode("utf-8", "surrogateescape")
-            for path in folder.rglob("*.class")}
+    return java.compile_programs(tmp_path_factory.mktemp("classes"))
 
 
 @pytest.fixture(name="make_java_host")
@@ -59,26 +47,15 @@ def _make_java_host(make_host, classes):
 
     def make(**store):
         host = make_host(real_tools=True, cpus=None, store={**STORE, **store})
-        for path, text in classes.items():
-            host.put(f"/opt/console/{path}", text)
-        if host.run("/usr/bin/setpriv", "--reuid", "1", "true").status != 0:
-            pytest.skip("a host of an ordinary user has no other users")
-        host.shell(f"useradd --create-home --shell /bin/sh {USER} && chown {USER} {WEB_TEMP}")
+        java.put_programs(host, classes)
         return host
 
     return make
 
 
-def as_user(host, user, *arguments):
-    """The arguments that run a program as that user, in the process that is started for it."""
-    ids = [host.shell(f"id -{kind} {user}").strip() for kind in "ug"]
-    return ["/usr/bin/setpriv", "--reuid", ids[0], "--regid", ids[1], "--clear-groups", *arguments]
-
-
 def a_java_process(host, name="adminconsole", user=USER):
     """Starts one of the two Java programs as a user, waits until it answers, and gives its process id."""
-    pid = host.spawn(*as_user(host, user, f"{JDK}/bin/java", "-Xmx32m", "-Xshare:auto", "-cp", "/opt/console",
-                              *CLASSES[name]))
+    pid = host.spawn(*java.program(host, name, user))
     ready = [*as_user(host, user, f"{JDK}/bin/jcmd"), str(pid), "Thread.print"]
     host.until(lambda: PLANTED in host.run(*ready).output, f"the Java process {pid} runs")
     return pid
@@ -206,7 +183,7 @@ def test_two_java_processes_of_one_user_share_the_temporary_thread_dump(make_jav
     host = make_java_host(THHS_MONITOR_MEMORY="adminconsole:0,thwmc:0")
     host.folder("/run/printed", 0o777)
     replace_jcmd(host, SIMULTANEOUS)
-    pids = {name: a_java_process(host, name) for name in CLASSES}
+    pids = {name: a_java_process(host, name) for name in java.CLASSES}
     host.start()
     host.log_says(SUCCESS, times=2)
     for name, pid in pids.items():

@@ -12,6 +12,7 @@ DAEMON = {"/usr/tarnv/tarnhaven/bin/thsentinel": 0o755}
 STANDALONE = {"/usr/tarnv/tarnhaven/bin/txlogcfg": 0o755, "/usr/tarnv/tarnhaven/lib/libthbase.so": None}
 COMPANION = {"/usr/local/bin/thsentinelctl": 0o755}
 EMPTY_FOLDERS = ["/usr/tarnv/tmp", "/usr/tarnv/tarnhaven/logs", "/usr/tarnv/wmc/webserver/temp"]
+EVIDENCE = "/var/lib/thsentinel/evidence"
 SYSTEM_LIBRARIES = {"libstdc++.so.6", "libgcc_s.so.1", "libc.so.6", "libm.so.6", "ld-linux-x86-64.so.2",
                     "libpthread.so.0"}
 
@@ -50,11 +51,12 @@ def test_the_tree_holds_the_program_its_library_and_the_empty_folders(installed)
     assert files[product.LIBRARY] in (0o644, 0o755)  # either is the habit of one distribution
 
 
-def test_the_tree_holds_no_other_folder_and_all_are_0755(installed):
+def test_the_tree_holds_no_other_folder_and_the_evidence_is_for_root_alone(installed):
     folders = folders_of(installed.staged)
-    expected = with_parents([*EMPTY_FOLDERS, *map(os.path.dirname, [*DAEMON, *STANDALONE, *COMPANION])]) - {"/"}
-    assert folders == {path: 0o755 for path in expected}
-    assert [path for path in EMPTY_FOLDERS if list(installed.at(path).iterdir())] == []
+    programs = map(os.path.dirname, [*DAEMON, *STANDALONE, *COMPANION])
+    expected = with_parents([*EMPTY_FOLDERS, EVIDENCE, *programs]) - {"/"}
+    assert folders == {path: 0o700 if path == EVIDENCE else 0o755 for path in expected}
+    assert [path for path in [*EMPTY_FOLDERS, EVIDENCE] if list(installed.at(path).iterdir())] == []
 
 
 def test_the_companion_alone_follows_the_prefix(tmp_path):

@@ -1,118 +1,11 @@
 """The unit for systemd, under a real systemd that is process 1 of a host of its own."""
-import os
-import pathlib
 import signal
-import uuid
+import subprocess
+import time
 
 import pytest
 
-from host import product
-
-UNIT = product.CHECKOUT / "packaging" / "thsentinel.service"
-MANAGER = "/lib/systemd/systemd"
-# Of the unit only the waiting before a restart is shortened, and the host needs none of a machine's other units.
-SHORTENED = """\
-[Unit]
-DefaultDependencies=no
-[Service]
-RestartSec=200ms
-"""
-# Where the host sees the control groups of the machine. The manager gets one of them as the root of its own, and
-# that one is removed with all below it when the test ends.
-GROUPS = "/tmp/groups"
-OWN_GROUP = (f"mkdir {GROUPS} && mount -t cgroup2 cgroup2 {GROUPS} && "
-             f"own={GROUPS}$(sed -n s/^0:://p /proc/self/cgroup)/thsentinel-test-{{name}} && mkdir $own && echo $own")
-# The manager becomes process 1 of one more process namespace.
-BECOME_MANAGER = (f"mount -t cgroup2 cgroup2 /sys/fs/cgroup && exec env container=test {MANAGER} --system "
-                  "--unit=idle.target --show-status=no --log-target=null --default-standard-output=null "
-                  "--default-standard-error=null")
-START_MANAGER = ("echo $$ >{group}/cgroup.procs && exec unshare --pid --fork --mount --cgroup --mount-proc --kill-child "
-                 f"/bin/dash -c '{BECOME_MANAGER}'")
-
-
-def why_no_manager():
-    if os.geteuid() != 0:
-        return "a service manager of its own needs the superuser"
-    if not pathlib.Path(MANAGER).exists():
-        return f"there is no {MANAGER} (package systemd)"
-    if not pathlib.Path("/sys/fs/cgroup").is_dir():
-        return "there are no control groups"
-    return None
-
-
-class Managed:
-    """A host with a running service manager that knows the unit."""
-
-    def __init__(self, host):
-        self.host = host
-        host.put("/etc/systemd/system/thsentinel.service", UNIT.read_text())
-        host.put("/etc/systemd/system/thsentinel.service.d/test.conf", SHORTENED)
-        host.put("/etc/systemd/system/idle.target", "[Unit]\nDescription=Nothing\n")
-        made = host.run("/bin/dash", "-c", OWN_GROUP.format(name=uuid.uuid4().hex))
-        if made.status != 0:
-            pytest.skip(f"no control groups for a service manager: {made.errors.strip()}")
-        self.group = made.output.strip()
-        self.starter = host.spawn("/bin/dash", "-c", START_MANAGER.format(group=self.group))
-        host.until(self.answers, "the service manager answers")
-
-    def close(self):
-        """Ends all that is in the control groups and removes them from the machine."""
-        self.host.kill(self.starter)
-        self.host.shell(f"for list in $(find {self.group} -name cgroup.procs); do kill -9 $(cat $list); done; true")
-        self.host.until(lambda: "populated 0" in self.host.get(f"{self.group}/cgroup.events"), "no process is left")
-        self.host.shell(f"find {self.group} -depth -type d -exec rmdir {{}} +")
-
-    def answers(self):
-        running = self.host.process_of(self.starter)
-        assert running and running["state"] != "Z", self.host.wait(self.starter)
-        managers = [one for one in self.host.processes() if one["arguments"][:1] == [MANAGER]]
-        if not managers:
-            return False
-        # It answers only to who is in its own namespace.
-        self.beside_manager = ["/usr/bin/nsenter", f"--target={managers[0]['pid']}", "--pid", "--mount"]
-        return self.systemctl("show", "--property=Version").status == 0
-
-    def systemctl(self, *words):
-        return self.host.run(*self.beside_manager, "/usr/bin/systemctl", *words)
-
-    def start(self):
-        return self.systemctl("start", "thsentinel")
-
-    def state(self):
-        """(active state, result, restarts) of the service."""
-        names = ("ActiveState", "Result", "NRestarts")
-        shown = self.show(*names)
-        return tuple(shown[name] for name in names)
-
-    def show(self, *names):
-        output = self.systemctl("show", "thsentinel", *[f"--property={name}" for name in names]).output
-        return dict(line.split("=", 1) for line in output.splitlines())
-
-    def main_pid(self):
-        return int(self.show("MainPID")["MainPID"])
-
-    def reaches(self, *state):
-        self.host.until(lambda: self.state() == state, f"the service is {state}, not {self.state()}")
-
-    def kill_daemon(self, number):
-        (daemon,) = self.host.daemons()
-        self.host.kill(daemon["pid"], number)
-
-
-@pytest.fixture
-def managed(make_host, plain_build):
-    reason = why_no_manager()
-    if reason:
-        pytest.skip(reason)
-    services = []
-
-    def make(**store):
-        services.append(Managed(make_host(store=store)))
-        return services[-1]
-
-    yield make
-    for one in services:
-        one.close()
+from host import Process, manager, product
 
 
 def test_a_started_service_is_the_daemon_of_the_run_lock_file(managed):
@@ -159,14 +52,64 @@ def test_settings_that_turn_bad_end_the_service_for_good(managed):
     assert service.host.daemons() == []
 
 
-def test_settings_that_are_bad_at_the_start_end_after_a_few_attempts(managed):
+def test_settings_that_are_bad_at_the_start_are_not_tried_again(managed):
     service = managed(THHS_POLL_INTERVAL="0")
     assert service.start().status != 0
-    service.host.until(lambda: service.state()[:2] == ("failed", "exit-code") and service.state()[2] == "5",
-                       "the attempts end")
-    assert service.show("SubState") == {"SubState": "failed"}
-    # The foreground says why, and nothing else was started.
+    assert service.state() == ("failed", "exit-code", "0")
     assert service.host.daemons() == []
+
+
+def test_a_daemon_that_keeps_crashing_is_given_up_after_five_starts(managed):
+    service = managed()
+    service.start()
+    for restarts in range(1, 5):
+        service.kill_daemon(signal.SIGABRT)
+        service.reaches("active", "success", str(restarts))
+    service.kill_daemon(signal.SIGABRT)
+    service.reaches("failed", service.state()[1], "5")
+    assert service.show("SubState") == {"SubState": "failed"}
+    assert service.host.daemons() == []
+
+
+def test_a_restart_leaves_another_daemon_running(managed):
+    service = managed()
+    service.start()
+    before = service.main_pid()
+    assert service.systemctl("restart", "thsentinel").status == 0
+    assert service.state() == ("active", "success", "0")
+    assert service.main_pid() == service.host.daemon_pid() != before
+    assert len(service.host.daemons()) == 1
+
+
+def test_a_stop_that_is_slow_to_restore_levels_is_waited_for(managed):
+    slow = "#!/bin/dash\nsleep 3\nprintf 'DebugLevel = 1\\nDiagnosticLevel = 1\\n'\n"
+    service = managed(description={"processes": [Process(4321, "/opt/exampled", rss=90 * 1024)]},
+                      THHS_INCREASE_LOG_LEVEL="1", THHS_CAPTURE_WITHOUT_THRESHOLD="1",
+                      THHS_MONITOR_MEMORY="exampled:1")
+    service.host.put("/usr/tarnv/tarnhaven/bin/txlogcfg", slow, 0o755)
+    service.start()
+    service.host.after_pass(1)
+    begun = time.monotonic()
+    assert service.systemctl("stop", "thsentinel").status == 0
+    assert time.monotonic() - begun > 3
+    assert service.state() == ("inactive", "success", "0")
+    assert service.host.daemons() == []
+
+
+def test_logs_and_evidence_of_the_service_are_for_root_alone(managed):
+    service = managed(description={"processes": [Process(4321, "/opt/exampled", rss=90 * 1024)]},
+                      THHS_CAPTURE_WITHOUT_THRESHOLD="1", THHS_MONITOR_MEMORY="exampled:1")
+    service.start()
+    service.host.after_pass(2)
+    tree = [*service.host.ask("tree", "/evidence/thsentinel"), *service.host.ask("tree", product.LOGS)]
+    assert len(tree) > 5
+    assert [one for one in tree if one[2] & 0o077] == []
+
+
+def test_the_unit_leaves_little_exposed():
+    verdict = subprocess.run(["systemd-analyze", "security", "--offline=yes", "--threshold=40", manager.UNIT],
+                             capture_output=True, text=True, check=False)
+    assert verdict.returncode == 0, verdict.stdout[-200:]
 
 
 def sleepers(host):
