@@ -64,7 +64,7 @@ set(CPACK_DEBIAN_BASE_PACKAGE_CONTROL_EXTRA "${deb}/base/preinst;${deb}/base/pos
 
 set(CPACK_DEBIAN_COMPANION_PACKAGE_NAME thsentinel-ctl)
 set(CPACK_DEBIAN_COMPANION_DESCRIPTION "${description_companion}")
-set(CPACK_DEBIAN_COMPANION_PACKAGE_DEPENDS "thsentinel-standalone (= ${PROJECT_VERSION}) | tarnhaven-base")
+# It looks for the base library when it needs it: copies of settings and evidence are read on any host.
 set(CPACK_DEBIAN_COMPANION_PACKAGE_RECOMMENDS thsentinel)
 
 # ---- rpm -------------------------------------------------------------------------------------------------------------
@@ -112,7 +112,6 @@ set(CPACK_RPM_BASE_POST_TRANS_SCRIPT_FILE ${rpm}/base.posttrans)
 
 set(CPACK_RPM_COMPANION_PACKAGE_NAME thsentinel-ctl)
 set(CPACK_RPM_COMPANION_PACKAGE_SUMMARY "Companion program of the Tarnhaven Health Sentinel for operators")
-set(CPACK_RPM_COMPANION_PACKAGE_REQUIRES "tarnhaven-base")
 
 foreach(group IN ITEMS main base companion)
   string(TOUPPER ${group} upper)
