@@ -8,6 +8,7 @@
 #include "base/Common.h"
 #include "base/ExitStatus.h"
 #include "base/PlainText.h"
+#include "evidence/EvidenceVerbs.h"
 
 namespace ctl
 {
@@ -36,7 +37,11 @@ int Parse(CLI::App& program, Common& common, int argumentCount, const char* cons
 
 std::span<const VerbRegistration> GetVerbs()
 {
-    return {};
+    static constexpr VerbRegistration VERBS[] = {
+        AddListVerb,
+        AddVerifyVerb,
+    };
+    return VERBS;
 }
 
 int RunProgram(int argumentCount, const char* const* arguments)

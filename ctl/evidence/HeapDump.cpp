@@ -140,7 +140,8 @@ std::string CheckHeapDumpRecords(int file, std::uint64_t bytes)
     return walk.Finish();
 }
 
-std::string CheckWholeHeapDump(int file, std::uint64_t bytes)
+std::string CheckWholeHeapDump(int file, std::uint64_t bytes,
+                               const std::function<void(std::string_view)>& seen)
 {
     HeapDumpWalk walk;
     std::uint64_t next = 0;
@@ -148,6 +149,9 @@ std::string CheckWholeHeapDump(int file, std::uint64_t bytes)
         walk.PassOver(offset - next);
         walk.Take(block);
         next = offset + block.size();
+        if (seen) {
+            seen(block);
+        }
     });
     if (!scan.failure.empty()) {
         return scan.failure;

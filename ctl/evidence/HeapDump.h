@@ -1,6 +1,7 @@
 #pragma once
 
 #include <cstdint>
+#include <functional>
 #include <string>
 #include <string_view>
 
@@ -43,7 +44,9 @@ private:
 /** Walks over an open heap dump and reads no more than the heads of its records. */
 std::string CheckHeapDumpRecords(int file, std::uint64_t bytes);
 
-/** Reads all of an open heap dump and walks over it. */
-std::string CheckWholeHeapDump(int file, std::uint64_t bytes);
+/** Reads all of an open heap dump and walks over it. `seen` gets each block that was read; it may be empty.
+ */
+std::string CheckWholeHeapDump(int file, std::uint64_t bytes,
+                               const std::function<void(std::string_view)>& seen = {});
 
 } // namespace ctl

@@ -178,8 +178,16 @@ private:
             return;
         }
         CheckContents(opened.file.Get(), bytes, file);
-        if (mRules.progress) {
+        // The large kinds show their progress while they are read.
+        if (mRules.progress && file.kind != FileKind::Core && file.kind != FileKind::HeapDump) {
             mRules.progress(bytes);
+        }
+    }
+
+    void ShowProgress(std::string_view block) const
+    {
+        if (mRules.progress) {
+            mRules.progress(block.size());
         }
     }
 
@@ -190,8 +198,10 @@ private:
             CheckCore(opened, bytes, file);
             break;
         case FileKind::HeapDump:
-            AddIfAny(file, mRules.depth == Depth::Whole ? CheckWholeHeapDump(opened, bytes)
-                                                        : CheckHeapDumpRecords(opened, bytes));
+            AddIfAny(file, mRules.depth == Depth::Whole
+                               ? CheckWholeHeapDump(opened, bytes,
+                                                    [this](std::string_view block) { ShowProgress(block); })
+                               : CheckHeapDumpRecords(opened, bytes));
             break;
         case FileKind::ThreadDump:
             CheckText(opened, bytes, file);
@@ -220,7 +230,9 @@ private:
             mReport.notes.push_back(file.name + ": " + note);
         }
         if (mRules.depth == Depth::Whole) {
-            AddUnreadable(file, ReadData(opened, bytes, [](std::uint64_t, std::string_view) {}));
+            AddUnreadable(file, ReadData(opened, bytes, [this](std::uint64_t, std::string_view block) {
+                              ShowProgress(block);
+                          }));
         }
     }
 

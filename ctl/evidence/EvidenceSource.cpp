@@ -1,0 +1,176 @@
+#include "evidence/EvidenceSource.h"
+
+#include "ConfigurationStore.h"
+#include "StoreText.h"
+#include "base/Common.h"
+#include "config/ReadingPlan.h"
+
+#include <algorithm>
+#include <cstdlib>
+#include <filesystem>
+#include <memory>
+#include <stdexcept>
+
+namespace ctl
+{
+namespace
+{
+constexpr char STORE_PATH[] = "/usr/tarnv/tarnhaven/master.conf";
+constexpr char EVIDENCE_PATH_KEY[] = "THHS_EVIDENCE_PATH";
+constexpr int DEFAULT_POLL_INTERVAL = 600;
+
+/** An integer key as the daemon takes it: its default for what is missing, no number or out of range. */
+int ReadNumber(const SettingReader& read, const std::string& key, int lowest, int highest, int byDefault)
+{
+    const std::optional<std::string> text = read(key);
+    const std::optional<int> number = text ? ParseStoreNumber(*text) : std::nullopt;
+    return number && *number >= lowest && *number <= highest ? *number : byDefault;
+}
+
+constexpr int HIGHEST = std::numeric_limits<int>::max();
+constexpr int LOWEST = std::numeric_limits<int>::min();
+
+struct TextDeleter
+{
+    void operator()(char* text) const { std::free(text); }
+};
+
+/** Opens a store and reads it. Returns a reader that keeps it; null if it can't be read. */
+SettingReader OpenStore(const std::string& path)
+{
+    const auto store = std::make_shared<ConfigurationStore>(path, [](const char*) {}); // nothing is logged
+    if (store->ReadIfNeeded() != 0) {
+        return nullptr;
+    }
+    return [store](const std::string& key) -> std::optional<std::string> {
+        char* value = nullptr;
+        if (store->GetText(key, value) != 0) {
+            return std::nullopt;
+        }
+        const std::unique_ptr<char, TextDeleter> owner(value);
+        return std::string(value);
+    };
+}
+
+/** A name as it would stand in an id: without the way to the root and without a slash at the end. */
+std::string MakeRelative(const EvidenceTree& tree, const std::string& name)
+{
+    std::string path = std::filesystem::path(name).lexically_normal().string();
+    const std::string absolute = std::filesystem::absolute(name).lexically_normal().string();
+    const std::string root = tree.root + "/";
+    if (absolute.compare(0, root.size(), root) == 0) {
+        path = absolute.substr(root.size());
+    }
+    while (!path.empty() && path.back() == '/') {
+        path.pop_back();
+    }
+    return path;
+}
+
+bool IsBelow(const std::string& id, const std::string& name)
+{
+    return id.size() > name.size() && id.compare(0, name.size(), name) == 0 && id[name.size()] == '/';
+}
+
+bool Fits(const EvidenceSet& set, const std::string& name)
+{
+    const std::string id = set.GetId();
+    if (id == name || IsBelow(id, name)) {
+        return true;
+    }
+    return std::any_of(set.files.begin(), set.files.end(), [&](const EvidenceFile& file) {
+        return (std::filesystem::path(set.folder) / file.name).lexically_normal() == name;
+    });
+}
+} // namespace
+
+CapturePlan MakeCapturePlan(const SettingReader& read)
+{
+    CapturePlan plan;
+    plan.wantsDump = ReadNumber(read, "THHS_CAPTURE_PROCESS_DUMP", 0, 1, 0) == 1;
+    plan.wantsNetwork = ReadNumber(read, "THHS_CAPTURE_NETWORK_STAT", 0, 1, 1) == 1;
+    plan.wantsDisk = ReadNumber(read, "THHS_CAPTURE_DISK_IO", 0, 1, 1) == 1;
+    ReadingPlan readings = {ReadNumber(read, "THHS_READING_INTERVAL", 1, HIGHEST, 5),
+                            ReadNumber(read, "THHS_NUMBER_OF_READINGS", 1, HIGHEST, 50)};
+    const int poll = ReadNumber(read, "THHS_POLL_INTERVAL", 1, HIGHEST, DEFAULT_POLL_INTERVAL);
+    const bool isForced = ReadNumber(read, "_FORCE_READING_INTERVAL_", LOWEST, HIGHEST, 0) != 0;
+    if (!isForced && !FitsInto(readings, poll)) {
+        readings = FitTo(readings, poll);
+    }
+    plan.readings = readings.mCount;
+    plan.interval = readings.mInterval;
+    return plan;
+}
+
+EvidenceSource OpenEvidence(const Common& common)
+{
+    const std::string path = common.store.empty() ? STORE_PATH : common.store;
+    const SettingReader read = OpenStore(path);
+    EvidenceSource source;
+    if (read) {
+        source.plan = MakeCapturePlan(read);
+    } else {
+        source.storeFailure = path + " can't be read";
+    }
+    std::string directory = common.evidence;
+    if (directory.empty()) {
+        directory = read ? read(EVIDENCE_PATH_KEY).value_or("") : "";
+    }
+    if (directory.empty()) {
+        throw std::runtime_error(read ? path + " names no evidence folder; give --evidence DIR"
+                                      : source.storeFailure + "; give --evidence DIR");
+    }
+    source.tree = FindEvidence(directory);
+    if (!source.tree.failure.empty()) {
+        throw std::runtime_error(source.tree.failure);
+    }
+    return source;
+}
+
+std::vector<std::size_t> SelectSets(const EvidenceTree& tree, const std::string& name)
+{
+    const std::string wanted = MakeRelative(tree, name);
+    std::vector<std::size_t> places;
+    for (std::size_t place = 0; place < tree.sets.size(); ++place) {
+        if (Fits(tree.sets[place], wanted)) {
+            places.push_back(place);
+        }
+    }
+    return places;
+}
+
+std::vector<std::size_t> SelectSets(const EvidenceTree& tree, const std::vector<std::string>& names)
+{
+    std::vector<bool> isSelected(tree.sets.size(), names.empty());
+    for (const std::string& name : names) {
+        const std::vector<std::size_t> places = SelectSets(tree, name);
+        if (places.empty()) {
+            throw std::runtime_error("no evidence set fits " + name + "; see thsentinelctl list");
+        }
+        for (const std::size_t place : places) {
+            isSelected[place] = true;
+        }
+    }
+    std::vector<std::size_t> selected;
+    for (std::size_t place = 0; place < isSelected.size(); ++place) {
+        if (isSelected[place]) {
+            selected.push_back(place);
+        }
+    }
+    return selected;
+}
+
+std::size_t SelectOneSet(const EvidenceTree& tree, const std::string& name)
+{
+    const std::vector<std::size_t> places = SelectSets(tree, std::vector<std::string>{name});
+    if (places.size() > 1) {
+        std::string text = name + " stands for " + std::to_string(places.size()) + " sets; give one of them:";
+        for (const std::size_t place : places) {
+            text += " " + tree.sets[place].GetId();
+        }
+        throw std::runtime_error(text);
+    }
+    return places.front();
+}
+
+} // namespace ctl

@@ -1,0 +1,17 @@
+#pragma once
+
+namespace CLI
+{
+class App;
+}
+
+namespace ctl
+{
+
+struct Common;
+
+/** The verbs about evidence, as Verbs.h wants them. */
+void AddListVerb(CLI::App& program, Common& common);
+void AddVerifyVerb(CLI::App& program, Common& common);
+
+} // namespace ctl
