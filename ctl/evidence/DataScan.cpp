@@ -34,8 +34,10 @@ Stretch FindData(int file, std::uint64_t from, std::uint64_t bytes)
 {
     const off_t begin = lseek(file, ToOffset(from), SEEK_DATA);
     if (begin < 0) {
-        // ENXIO: no data up to the end. Anything else: the file system has no holes to tell of.
-        return errno == ENXIO ? Stretch{bytes, bytes} : Stretch{from, bytes};
+        // ENXIO: no data up to the end of the file, which may have come closer meanwhile. Anything else: the
+        // file system doesn't show holes.
+        const bool isHole = errno == ENXIO && lseek(file, 0, SEEK_END) >= ToOffset(bytes);
+        return isHole ? Stretch{bytes, bytes} : Stretch{from, bytes};
     }
     const off_t end = lseek(file, begin, SEEK_HOLE);
     const auto dataBegin = std::min(static_cast<std::uint64_t>(begin), bytes);
@@ -69,21 +71,58 @@ bool ReadStretch(int file, const Stretch& stretch, std::vector<char>& buffer, co
     }
     return true;
 }
-} // namespace
 
-DataScan ReadData(int file, std::uint64_t bytes, const BlockTaker& take)
+DataScan ReadRange(int file, std::uint64_t begin, std::uint64_t end, const BlockTaker& take)
 {
     DataScan scan;
     std::vector<char> buffer(BLOCK);
-    (void)posix_fadvise(file, 0, 0, POSIX_FADV_SEQUENTIAL); // only advice
-    for (std::uint64_t offset = 0; offset < bytes;) {
-        const Stretch stretch = FindData(file, offset, bytes);
+    for (std::uint64_t offset = begin; offset < end;) {
+        const Stretch stretch = FindData(file, offset, end);
         if (!ReadStretch(file, stretch, buffer, take, scan)) {
             break;
         }
         offset = stretch.end;
     }
     return scan;
+}
+
+/** Cuts blocks into lines. */
+class LineCutter
+{
+public:
+    explicit LineCutter(const LineTaker& take) : mTake(take) {}
+
+    void Take(std::string_view block)
+    {
+        while (!block.empty()) {
+            const std::size_t end = block.find('\n');
+            mLine.append(block.substr(0, std::min(end, LONGEST_LINE - mLine.size())));
+            if (end == std::string_view::npos) {
+                return;
+            }
+            mTake(mLine);
+            mLine.clear();
+            block.remove_prefix(end + 1);
+        }
+    }
+
+    void Finish() const
+    {
+        if (!mLine.empty()) {
+            mTake(mLine);
+        }
+    }
+
+private:
+    const LineTaker& mTake;
+    std::string mLine;
+};
+} // namespace
+
+DataScan ReadData(int file, std::uint64_t bytes, const BlockTaker& take)
+{
+    (void)posix_fadvise(file, 0, 0, POSIX_FADV_SEQUENTIAL); // only advice
+    return ReadRange(file, 0, bytes, take);
 }
 
 std::string ReadAt(int file, std::uint64_t offset, std::size_t size)
@@ -101,30 +140,13 @@ std::string ReadAt(int file, std::uint64_t offset, std::size_t size)
     return data;
 }
 
-void ReadLines(int file, std::uint64_t offset, std::uint64_t bytes, const LineTaker& take)
+DataScan ReadLines(int file, std::uint64_t offset, std::uint64_t bytes, const LineTaker& take)
 {
-    std::string line;
-    const std::uint64_t end = offset + bytes;
-    while (offset < end) {
-        const std::string block = ReadAt(file, offset, std::min<std::uint64_t>(BLOCK, end - offset));
-        if (block.empty()) {
-            break;
-        }
-        for (std::size_t from = 0; from < block.size();) {
-            const std::size_t lineEnd = block.find('\n', from);
-            const std::size_t stop = lineEnd == std::string::npos ? block.size() : lineEnd;
-            line.append(block, from, std::min(stop - from, LONGEST_LINE - line.size()));
-            if (lineEnd != std::string::npos) {
-                take(line);
-                line.clear();
-            }
-            from = stop + 1;
-        }
-        offset += block.size();
-    }
-    if (!line.empty()) {
-        take(line);
-    }
+    LineCutter cutter(take);
+    DataScan scan = ReadRange(file, offset, offset + bytes,
+                              [&cutter](std::uint64_t, std::string_view block) { cutter.Take(block); });
+    cutter.Finish();
+    return scan;
 }
 
 } // namespace ctl

@@ -35,7 +35,7 @@ std::string ReadAt(int file, std::uint64_t offset, std::size_t size);
 /** Takes one line without its line end. A line is cut at 64 KiB; the rest of it is passed over. */
 using LineTaker = std::function<void(std::string_view line)>;
 
-/** Reads the lines of a stretch of an open file. */
-void ReadLines(int file, std::uint64_t offset, std::uint64_t bytes, const LineTaker& take);
+/** Reads the lines of a stretch of an open file; holes are passed over as if they weren't there. */
+DataScan ReadLines(int file, std::uint64_t offset, std::uint64_t bytes, const LineTaker& take);
 
 } // namespace ctl

@@ -141,8 +141,9 @@ void CheckSamples(int file, const SectionFile& found, FileKind kind, SectionRepo
         return;
     }
     SampleCount count;
-    ReadLines(file, section->offset, section->bytes,
-              [&count](std::string_view text) { count.TakeLine(text); });
+    // What can't be read was found before.
+    (void)ReadLines(file, section->offset, section->bytes,
+                    [&count](std::string_view text) { count.TakeLine(text); });
     const int samples = kind == FileKind::Iostat ? count.GetIostatSamples() : count.GetMpstatSamples();
     if (samples < line->count) {
         report.damages.push_back("holds " + std::to_string(samples) + " of " + std::to_string(line->count) +

@@ -50,8 +50,9 @@ std::string ThreadDumpCheck::Finish() const
 std::string CheckThreadDump(int file, std::uint64_t bytes)
 {
     ThreadDumpCheck check;
-    ReadLines(file, 0, bytes, [&check](std::string_view line) { check.TakeLine(line); });
-    return check.Finish();
+    const DataScan scan =
+        ReadLines(file, 0, bytes, [&check](std::string_view line) { check.TakeLine(line); });
+    return scan.failure.empty() ? check.Finish() : scan.failure;
 }
 
 } // namespace ctl
