@@ -121,9 +121,9 @@ endforeach()
 
 # ---- Components ------------------------------------------------------------------------------------------------------
 
-set(with_companion "")
+set(companion "")
 if(TARGET thsentinelctl)
-  set(with_companion TRUE)
+  set(companion "ctl ctl_extra ctl_\${kind}")
 endif()
 configure_file(ComponentsOfGenerator.cmake.in ${CMAKE_CURRENT_BINARY_DIR}/ComponentsOfGenerator.cmake @ONLY)
 

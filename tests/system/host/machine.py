@@ -30,19 +30,20 @@ class Host:
     """An isolated host that is driven through its agent; it and all its processes end with close()."""
 
     def __init__(self, tree, distribution="none", store=None, defaults=True, processes=(), cpus=1, tools=None,
-                 real_tools=False, without=(), evidence="/evidence", system_log=True):
+                 real_tools=False, without=(), evidence="/evidence", system_log=True, share=()):
         """Makes the host as it is described.
 
         distribution: "redhat", "oracle", "suse", "none", "several"; store: keys that are set besides the
         defaults below, or taken out where the value is None; processes: what the scripted ps lists; cpus: how
         many processors /proc/cpuinfo shows (None: the machine's own); tools: Tool by name, where the scripted
         answer is to differ; real_tools: nothing is scripted; without: tools that are missing; evidence: the
-        folder that THHS_EVIDENCE_PATH names; system_log: whether somebody listens at /dev/log.
+        folder that THHS_EVIDENCE_PATH names; system_log: whether somebody listens at /dev/log; share: further
+        folders of the machine that the host sees.
         """
         self.product = tree
         self.evidence_path = evidence
         self.store = {}
-        self._begin()
+        self._begin(share)
         self.ask("copy", str(tree.at(product.BASE)), product.BASE)
         self.ask("folder", evidence, 0o755)
         for name in RELEASE_FILES[distribution]:
@@ -62,11 +63,13 @@ class Host:
         if system_log:
             self.ask("listen")
 
-    def _begin(self):
+    def _begin(self, share):
         agent = os.path.join(os.path.dirname(__file__), "agent.py")
         command = [str(product.CHECKOUT / "script/host"), "--share", str(self.product.staged)]
         if self.product.build.exists():
             command += ["--share", str(self.product.build)]
+        for folder in share:
+            command += ["--share", str(folder)]
         command += ["--cwd", "/", "--", "/usr/bin/python3", "-I", "-S", agent]
         self.process = subprocess.Popen(command, stdin=subprocess.PIPE, stdout=subprocess.PIPE)
 

@@ -46,11 +46,13 @@ def why_no_manager():
 class Managed:
     """A host with a running service manager that knows the unit."""
 
-    def __init__(self, host):
+    def __init__(self, host, packaged=False):
+        """packaged: the unit and what it runs are there already, or come later."""
         self.host = host
-        host.put("/etc/systemd/system/thsentinel.service", UNIT.read_text())
+        if not packaged:
+            host.put("/etc/systemd/system/thsentinel.service", UNIT.read_text())
+            host.put("/usr/lib/thsentinel/daemon-control", CONTROL.read_text(), 0o755)
         host.put("/etc/systemd/system/thsentinel.service.d/test.conf", SHORTENED)
-        host.put("/usr/lib/thsentinel/daemon-control", CONTROL.read_text(), 0o755)
         for unit in MASKED:
             host.shell(f"ln -sf /dev/null /etc/systemd/system/{unit}")
         host.put("/etc/systemd/system/idle.target", "[Unit]\nDescription=Nothing\n")
@@ -78,8 +80,12 @@ class Managed:
         self.beside_manager = ["/usr/bin/nsenter", f"--target={managers[0]['pid']}", "--pid", "--mount"]
         return self.systemctl("show", "--property=Version").status == 0
 
+    def run(self, *arguments):
+        """Runs a program to its end where the manager sees it."""
+        return self.host.run(*self.beside_manager, *arguments)
+
     def systemctl(self, *words):
-        return self.host.run(*self.beside_manager, "/usr/bin/systemctl", *words)
+        return self.run("/usr/bin/systemctl", *words)
 
     def spawn(self, *arguments):
         """Starts a program where the daemon sees it."""
