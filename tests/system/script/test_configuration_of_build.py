@@ -20,7 +20,7 @@ def configure(tmp_path):
     def run(*options, source=product.CHECKOUT):
         build = tmp_path / "build"
         done = subprocess.run(["cmake", "-S", source, "-B", build, "-G", "Ninja", *options], timeout=120,
-                              cwd=product.CHECKOUT, capture_output=True, text=True, check=False)
+                              cwd=tmp_path, capture_output=True, text=True, check=False)
         assert done.returncode == 0, done.stderr
         calls = json.loads((build / "compile_commands.json").read_text())
         return {call["file"].removeprefix(f"{product.CHECKOUT}/"): call["command"] for call in calls}
