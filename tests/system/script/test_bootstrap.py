@@ -39,7 +39,7 @@ def machine(tmp_path):
 
 
 @pytest.mark.parametrize("purpose, rows", [
-    ("build", ["build"]), ("demo", ["build", "demo"]), ("test", ["build", "demo", "test"]),
+    ("build", ["build"]), ("demo", ["build", "demo"]), ("test", ["build", "demo", "test", "package"]),
     ("lint", ["build", "lint"]),
 ])
 def test_every_package_of_a_purpose_is_installed_whatever_line_it_stands_on(machine, purpose, rows):
