@@ -146,13 +146,16 @@ void ConfigurationStore::ReportFailure(const char* failure, bool reportSameFailu
 
 void ConfigurationStore::ReportSkippedLines(const StoreVersion& version) const
 {
-    ForEachStoreLine(version.GetText(), [this](const StoreLine& storeLine) {
-        const char* const reason = GetSkipReason(storeLine.kind);
-        if (reason != nullptr) {
-            char line[REPORT_SIZE];
-            (void)std::snprintf(line, sizeof line, "%s, line %zu is skipped: %s.", mPath.c_str(),
-                                storeLine.number, reason);
-            mReporter(line);
-        }
-    });
+    char line[REPORT_SIZE];
+    for (const StoreLine& storeLine : version.GetNamedSkippedLines()) {
+        (void)std::snprintf(line, sizeof line, "%s, line %zu is skipped: %s.", mPath.c_str(),
+                            storeLine.number, GetSkipReason(storeLine.kind));
+        mReporter(line);
+    }
+    const std::size_t others = version.GetOtherSkippedLines();
+    if (others > 0) {
+        (void)std::snprintf(line, sizeof line, "%s, %zu more %s skipped.", mPath.c_str(), others,
+                            others == 1 ? "line is" : "lines are");
+        mReporter(line);
+    }
 }

@@ -6,18 +6,24 @@ namespace
 {
 
 constexpr std::string_view BYTE_ORDER_MARK = "\xEF\xBB\xBF";
-constexpr std::string_view BLANKS = " \t";
+
+bool IsBlank(char byte)
+{
+    return byte == ' ' || byte == '\t';
+}
 
 std::string_view TrimBlanks(std::string_view text)
 {
-    const std::size_t first = text.find_first_not_of(BLANKS);
-    if (first == std::string_view::npos) {
-        return text.substr(0, 0);
+    while (!text.empty() && IsBlank(text.front())) {
+        text.remove_prefix(1);
     }
-    return text.substr(first, text.find_last_not_of(BLANKS) - first + 1);
+    while (!text.empty() && IsBlank(text.back())) {
+        text.remove_suffix(1);
+    }
+    return text;
 }
 
-/** Cuts the first line off `rest` and gives it without its end. */
+/** Removes the first line from `rest` and returns it without its end. */
 std::string_view CutLine(std::string_view& rest)
 {
     const std::size_t end = rest.find('\n');
@@ -31,14 +37,14 @@ std::string_view CutLine(std::string_view& rest)
 
 void Classify(std::string_view text, StoreLine& line)
 {
-    // First of all, for a NUL in a comment tells of a damaged file as much as one in a value.
+    // Checked first: a NUL byte in a comment shows a damaged file just as one in a value does.
     if (text.find('\0') != std::string_view::npos) {
         line.kind = StoreLineKind::NulByte;
         return;
     }
     const std::string_view content = TrimBlanks(text);
     if (content.empty() || content.front() == '#') {
-        return; // an empty line, as it was made
+        return; // StoreLine is an empty line by default
     }
     const std::size_t equalsSign = content.find('=');
     if (equalsSign == std::string_view::npos) {
@@ -83,8 +89,7 @@ const char* GetSkipReason(StoreLineKind kind) noexcept
 
 std::optional<int> ParseStoreNumber(std::string_view text) noexcept
 {
-    // The number parser knows the minus sign only, so a plus sign is taken off here, unless a minus sign
-    // follows it.
+    // from_chars accepts a minus sign only, so a plus sign is removed here, unless a minus sign follows it.
     if (text.starts_with('+') && !text.starts_with("+-")) {
         text.remove_prefix(1);
     }

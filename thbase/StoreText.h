@@ -12,10 +12,10 @@ enum class StoreLineKind
     Empty,        ///< blank, or a comment
     NoEqualsSign, ///< skipped: no "=" in it
     EmptyKey,     ///< skipped: nothing before the "="
-    NulByte       ///< skipped: holds a NUL byte, also in a comment or behind the "="
+    NulByte       ///< skipped: holds a NUL byte, also in a comment or after the "="
 };
 
-/** One line of the store, taken apart. The views point into the text that was parsed. */
+/** One parsed line of the store. The views point into the text that was parsed. */
 struct StoreLine
 {
     std::size_t number = 0; ///< counted from 1
@@ -25,17 +25,16 @@ struct StoreLine
 };
 
 /**
- * Takes a whole store text apart and calls `visit` for each of its lines, in order. A byte order mark of
- * UTF-8 at the start belongs to no line. Raises nothing itself; what `visit` raises goes through. Any
- * thread.
+ * Parses a whole store text and calls `visit` for each of its lines, in order. A byte order mark of UTF-8 at
+ * the start belongs to no line. Raises only what `visit` raises. Any thread.
  */
 void ForEachStoreLine(std::string_view text, const std::function<void(const StoreLine&)>& visit);
 
-/** Says why a line of this kind is skipped, for the system log; null for an entry and an empty line. */
+/** The reason why a line of this kind is skipped, for the system log; null for an entry and an empty line. */
 const char* GetSkipReason(StoreLineKind kind) noexcept;
 
 /**
- * Reads an optional sign and decimal digits as a number of 32 bits. Nothing if the text holds anything else,
- * is empty, or the number doesn't fit.
+ * Parses an optional sign and decimal digits as a number of 32 bits. Returns nothing if the text holds
+ * anything else, is empty, or the number doesn't fit.
  */
 std::optional<int> ParseStoreNumber(std::string_view text) noexcept;

@@ -17,6 +17,7 @@
 #include <gtest/gtest.h>
 
 #include "AllocationFailure.h"
+#include "RepeatText.h"
 #include "StoreAnswer.h"
 #include "StoreFile.h"
 #include "StoreVersion.h"
@@ -217,6 +218,37 @@ TEST_F(StoreReads, ReportsASkippedLineWithItsNumber)
     EXPECT_EQ(ReadText("A"), "1");
     EXPECT_EQ(ReadText("B"), "code 227");
     EXPECT_EQ(ReadText("C"), "3");
+}
+
+/** The complaints about lines 1 to `last` of a store. */
+std::vector<std::string> GetComplaints(const std::string& path, int last)
+{
+    std::vector<std::string> complaints;
+    for (int number = 1; number <= last; ++number) {
+        complaints.push_back(path + ", line " + std::to_string(number) +
+                             " is skipped: it has no equals sign.");
+    }
+    return complaints;
+}
+
+TEST_F(StoreReads, NamesTwentySkippedLines)
+{
+    WriteTextFile(mPath, RepeatText("nonsense\n", 20));
+    EXPECT_EQ(mStore.ReadAgain(), 0);
+    EXPECT_EQ(mReports, GetComplaints(mPath, 20));
+}
+
+TEST_F(StoreReads, CountsTheSkippedLinesAfterTheTwentieth)
+{
+    WriteTextFile(mPath, RepeatText("nonsense\n", 21));
+    EXPECT_EQ(mStore.ReadAgain(), 0);
+    std::vector<std::string> expected = GetComplaints(mPath, 20);
+    expected.push_back(mPath + ", 1 more line is skipped.");
+    EXPECT_EQ(TakeReports(), expected);
+    WriteTextFile(mPath, RepeatText("nonsense\n", 1'000'000));
+    EXPECT_EQ(mStore.ReadAgain(), 0);
+    expected.back() = mPath + ", 999980 more lines are skipped.";
+    EXPECT_EQ(mReports, expected);
 }
 
 TEST_F(StoreReads, ReportsASkippedLineOnceWhileTheFileStaysAsItIs)

@@ -1,8 +1,14 @@
 #include "StoreVersion.h"
 
+#include <cstdint>
+#include <functional>
 #include <string>
+#include <unordered_map>
+#include <utility>
 
 #include <gtest/gtest.h>
+
+#include "RepeatText.h"
 
 namespace
 {
@@ -36,6 +42,39 @@ TEST(StoreVersion, CountsTheLastOfAKeyThatComesTwice)
     const StoreVersion version("A = 1\nB = 2\nA = 3\n");
     EXPECT_EQ(version.Find("A"), "3");
     EXPECT_EQ(version.Find("B"), "2");
+}
+
+/** Two keys whose hashes have the same low 32 bits, which are what a version compares first. */
+std::pair<std::string, std::string> FindKeysOfOneHash()
+{
+    std::unordered_map<std::uint32_t, std::string> seen;
+    for (int number = 0;; ++number) {
+        std::string key = "KEY_" + std::to_string(number);
+        const auto hash = static_cast<std::uint32_t>(std::hash<std::string_view>()(key));
+        const auto [place, isNew] = seen.try_emplace(hash, key);
+        if (!isNew) {
+            return {place->second, std::move(key)};
+        }
+    }
+}
+
+TEST(StoreVersion, TellsKeysOfOneHashApart)
+{
+    const auto [first, second] = FindKeysOfOneHash();
+    const StoreVersion version(first + " = 1\n" + second + " = 2\n");
+    EXPECT_EQ(version.Find(first), "1");
+    EXPECT_EQ(version.Find(second), "2");
+    EXPECT_EQ(StoreVersion(first + " = 1\n").Find(second), std::nullopt);
+}
+
+TEST(StoreVersion, NamesTheFirstTwentySkippedLinesAndCountsTheOthers)
+{
+    const StoreVersion version("A = 1\n" + RepeatText("= 2\nB = 3\n", 25));
+    ASSERT_EQ(version.GetNamedSkippedLines().size(), 20u);
+    EXPECT_EQ(version.GetNamedSkippedLines().front().number, 2u);
+    EXPECT_EQ(version.GetNamedSkippedLines().back().number, 40u);
+    EXPECT_EQ(version.GetNamedSkippedLines().back().kind, StoreLineKind::EmptyKey);
+    EXPECT_EQ(version.GetOtherSkippedLines(), 5u);
 }
 
 TEST(StoreVersion, LetsAnEmptyValueBeTheLast)
