@@ -1,16 +1,15 @@
 #include "BoundedScan.h"
 
+#include "ScanConversion.h"
+
 #include <cstring>
 #include <limits>
 
-#include "ScanConversion.h"
-
 namespace
 {
-
 constexpr unsigned NO_DIGIT = 255;
 
-// Of its own, so that the locale of the program has no say.
+// Not isspace: the locale of the program must not change what a blank is.
 bool IsBlank(int byte)
 {
     return byte == ' ' || (byte >= '\t' && byte <= '\r');
@@ -70,9 +69,8 @@ void StoreInteger(char* place, std::size_t size, std::uint64_t bits)
 
 std::size_t GetRemaining(const ScanConversion& conversion)
 {
-    return conversion.width == 0 ? std::numeric_limits<std::size_t>::max() : conversion.width;
+    return conversion.mWidth == 0 ? std::numeric_limits<std::size_t>::max() : conversion.mWidth;
 }
-
 } // namespace
 
 BoundedScan::BoundedScan(std::FILE* stream, std::va_list arguments) noexcept : mStream(stream)
@@ -96,7 +94,7 @@ int BoundedScan::Run(const char* format) noexcept
     return outcome == Outcome::InputEnded && mConversions == 0 ? -1 : mConversions;
 }
 
-/** Does one step of the format and moves `format` behind it; null where the format can't be read on. */
+/** Performs one step of the format and moves `format` past it; null if the rest of the format is invalid. */
 BoundedScan::Outcome BoundedScan::RunDirective(const char*& format) noexcept
 {
     if (IsBlank(*format)) {
@@ -114,7 +112,7 @@ BoundedScan::Outcome BoundedScan::RunDirective(const char*& format) noexcept
 
 BoundedScan::Outcome BoundedScan::Convert(const ScanConversion& conversion) noexcept
 {
-    switch (conversion.kind) {
+    switch (conversion.mKind) {
     case '%':
         SkipBlanks();
         return MatchByte('%');
@@ -133,8 +131,8 @@ BoundedScan::Outcome BoundedScan::Convert(const ScanConversion& conversion) noex
 BoundedScan::Outcome BoundedScan::ConvertNumber(const ScanConversion& conversion) noexcept
 {
     Destination destination{};
-    if (!TakeDestination(conversion, conversion.numberSize, destination) ||
-        (!conversion.isSuppressed && destination.size != conversion.numberSize)) {
+    if (!TakeDestination(conversion, conversion.mNumberSize, destination) ||
+        (!conversion.mIsSuppressed && destination.mSize != conversion.mNumberSize)) {
         return Outcome::Mismatched;
     }
     SkipBlanks();
@@ -144,33 +142,33 @@ BoundedScan::Outcome BoundedScan::ConvertNumber(const ScanConversion& conversion
     std::size_t remaining = GetRemaining(conversion);
     Number number;
     if (Peek() == '-' || Peek() == '+') {
-        number.isNegative = Peek() == '-';
+        number.mIsNegative = Peek() == '-';
         --remaining;
         Skip();
     }
     const bool isNumber = ReadDigits(conversion, remaining, number);
-    const std::uint64_t limit = GetLimit(conversion.kind, conversion.numberSize, number.isNegative);
-    if (!isNumber || number.isTooLarge || number.magnitude > limit) {
+    const std::uint64_t limit = GetLimit(conversion.mKind, conversion.mNumberSize, number.mIsNegative);
+    if (!isNumber || number.mIsTooLarge || number.mMagnitude > limit) {
         return Outcome::Mismatched;
     }
-    if (!conversion.isSuppressed) {
-        const std::uint64_t bits = number.isNegative ? 0 - number.magnitude : number.magnitude;
-        StoreInteger(destination.place, destination.size, bits);
+    if (!conversion.mIsSuppressed) {
+        const std::uint64_t bits = number.mIsNegative ? 0 - number.mMagnitude : number.mMagnitude;
+        StoreInteger(destination.mPlace, destination.mSize, bits);
     }
     CountConversion(conversion);
     return Outcome::Matched;
 }
 
 /**
- * Reads "0" or "0x" as the conversion allows. Gives the base of the digits behind it; `hasDigit` tells
- * whether a whole number has been read already.
+ * Reads "0" or "0x" as the conversion allows. Returns the base of the digits that follow; `hasDigit` is set
+ * if a whole number has been read already.
  */
 unsigned BoundedScan::ReadPrefix(const ScanConversion& conversion, std::size_t& remaining,
                                  bool& hasDigit) noexcept
 {
-    const bool isByPrefix = conversion.kind == 'i';
-    const unsigned plainBase = conversion.kind == 'x' ? 16 : conversion.kind == 'o' ? 8 : 10;
-    if ((!isByPrefix && conversion.kind != 'x') || remaining == 0 || Peek() != '0') {
+    const bool isByPrefix = conversion.mKind == 'i';
+    const unsigned plainBase = conversion.mKind == 'x' ? 16 : conversion.mKind == 'o' ? 8 : 10;
+    if ((!isByPrefix && conversion.mKind != 'x') || remaining == 0 || Peek() != '0') {
         return plainBase;
     }
     Skip();
@@ -179,15 +177,15 @@ unsigned BoundedScan::ReadPrefix(const ScanConversion& conversion, std::size_t& 
     if (remaining > 0 && (Peek() == 'x' || Peek() == 'X')) {
         Skip();
         --remaining;
-        hasDigit = false; // the x asks for a digit behind it, and can't be put back
+        hasDigit = false; // a digit must follow the x, which can't be put back
         return 16;
     }
     return isByPrefix ? 8 : plainBase;
 }
 
 /**
- * Reads all digits within the width, also those of a number that has grown too large. False if there is
- * none.
+ * Reads all digits within the width, also those of a number that is too large already. Returns false if there
+ * is no digit.
  */
 bool BoundedScan::ReadDigits(const ScanConversion& conversion, std::size_t remaining, Number& number) noexcept
 {
@@ -195,9 +193,9 @@ bool BoundedScan::ReadDigits(const ScanConversion& conversion, std::size_t remai
     const unsigned base = ReadPrefix(conversion, remaining, hasDigit);
     for (; remaining > 0 && GetDigit(Peek()) < base; --remaining) {
         const unsigned digit = GetDigit(Peek());
-        number.isTooLarge = number.isTooLarge ||
-                            number.magnitude > (std::numeric_limits<std::uint64_t>::max() - digit) / base;
-        number.magnitude = number.magnitude * base + digit;
+        number.mIsTooLarge = number.mIsTooLarge ||
+                             number.mMagnitude > (std::numeric_limits<std::uint64_t>::max() - digit) / base;
+        number.mMagnitude = number.mMagnitude * base + digit;
         hasDigit = true;
         Skip();
     }
@@ -210,12 +208,12 @@ BoundedScan::Outcome BoundedScan::ConvertText(const ScanConversion& conversion) 
     if (!TakeDestination(conversion, 1, destination)) {
         return Outcome::Mismatched;
     }
-    const bool isWord = conversion.kind == 's';
+    const bool isWord = conversion.mKind == 's';
     if (isWord) {
         SkipBlanks();
     }
     const auto belongs = [&](int byte) {
-        return isWord ? !IsBlank(byte) : conversion.set[static_cast<std::size_t>(byte)];
+        return isWord ? !IsBlank(byte) : conversion.mSet[static_cast<std::size_t>(byte)];
     };
     const int first = Peek();
     if (first == EOF || !belongs(first)) {
@@ -228,12 +226,12 @@ BoundedScan::Outcome BoundedScan::ConvertText(const ScanConversion& conversion) 
             break;
         }
         Skip();
-        if (length + 1 < destination.size) {
-            destination.place[length++] = static_cast<char>(byte);
+        if (length + 1 < destination.mSize) {
+            destination.mPlace[length++] = static_cast<char>(byte);
         }
     }
-    if (!conversion.isSuppressed) {
-        destination.place[length] = '\0';
+    if (!conversion.mIsSuppressed) {
+        destination.mPlace[length] = '\0';
     }
     CountConversion(conversion);
     return Outcome::Matched;
@@ -241,7 +239,7 @@ BoundedScan::Outcome BoundedScan::ConvertText(const ScanConversion& conversion) 
 
 BoundedScan::Outcome BoundedScan::ConvertBytes(const ScanConversion& conversion) noexcept
 {
-    const std::size_t count = conversion.width == 0 ? 1 : conversion.width;
+    const std::size_t count = conversion.mWidth == 0 ? 1 : conversion.mWidth;
     Destination destination{};
     if (!TakeDestination(conversion, count, destination)) {
         return Outcome::Mismatched;
@@ -252,8 +250,8 @@ BoundedScan::Outcome BoundedScan::ConvertBytes(const ScanConversion& conversion)
             return Outcome::InputEnded;
         }
         Skip();
-        if (!conversion.isSuppressed) {
-            destination.place[index] = static_cast<char>(byte);
+        if (!conversion.mIsSuppressed) {
+            destination.mPlace[index] = static_cast<char>(byte);
         }
     }
     CountConversion(conversion);
@@ -263,13 +261,13 @@ BoundedScan::Outcome BoundedScan::ConvertBytes(const ScanConversion& conversion)
 BoundedScan::Outcome BoundedScan::StoreCount(const ScanConversion& conversion) noexcept
 {
     Destination destination{};
-    if (!TakeDestination(conversion, conversion.numberSize, destination) ||
-        (!conversion.isSuppressed && destination.size != conversion.numberSize) ||
-        mBytesRead > GetLimit(conversion.kind, conversion.numberSize, false)) {
+    if (!TakeDestination(conversion, conversion.mNumberSize, destination) ||
+        (!conversion.mIsSuppressed && destination.mSize != conversion.mNumberSize) ||
+        mBytesRead > GetLimit(conversion.mKind, conversion.mNumberSize, false)) {
         return Outcome::Mismatched;
     }
-    if (!conversion.isSuppressed) {
-        StoreInteger(destination.place, destination.size, mBytesRead);
+    if (!conversion.mIsSuppressed) {
+        StoreInteger(destination.mPlace, destination.mSize, mBytesRead);
     }
     return Outcome::Matched;
 }
@@ -285,24 +283,24 @@ BoundedScan::Outcome BoundedScan::MatchByte(int expected) noexcept
 }
 
 /**
- * Takes the pointer and the size of a conversion from the arguments; none for a suppressed one. False if
- * there is no room for `least` bytes.
+ * Takes the pointer and the size of a conversion from the arguments; a suppressed one has none. Returns false
+ * without room for `least` bytes.
  */
 bool BoundedScan::TakeDestination(const ScanConversion& conversion, std::size_t least,
                                   Destination& destination) noexcept
 {
-    if (conversion.isSuppressed) {
+    if (conversion.mIsSuppressed) {
         return true;
     }
-    destination.place = static_cast<char*>(va_arg(mArguments, void*));
+    destination.mPlace = static_cast<char*>(va_arg(mArguments, void*));
     const int size = va_arg(mArguments, int);
-    destination.size = size > 0 ? static_cast<std::size_t>(size) : 0;
-    return destination.place != nullptr && destination.size >= least;
+    destination.mSize = size > 0 ? static_cast<std::size_t>(size) : 0;
+    return destination.mPlace != nullptr && destination.mSize >= least;
 }
 
 void BoundedScan::CountConversion(const ScanConversion& conversion) noexcept
 {
-    mConversions += conversion.isSuppressed ? 0 : 1;
+    mConversions += conversion.mIsSuppressed ? 0 : 1;
 }
 
 /** The next byte, which stays in the stream; EOF at its end. */
@@ -315,7 +313,7 @@ int BoundedScan::Peek() noexcept
 
 void BoundedScan::Skip() noexcept
 {
-    (void)getc_unlocked(mStream); // the byte that Peek has shown
+    (void)getc_unlocked(mStream); // the byte that Peek returned
     ++mBytesRead;
 }
 

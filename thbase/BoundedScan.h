@@ -8,8 +8,8 @@
 struct ScanConversion;
 
 /**
- * One run of T_fscanf: its stream, its arguments and how far it has come. The object serves one call and one
- * thread; the stream is locked while it runs. It raises nothing and allocates nothing.
+ * One run of T_fscanf: its stream, its arguments and its progress. An object serves one call on one thread;
+ * it holds the lock of the stream for its whole life. It raises nothing and allocates nothing.
  */
 class BoundedScan
 {
@@ -20,11 +20,12 @@ public:
     BoundedScan(const BoundedScan&) = delete;
     BoundedScan& operator=(const BoundedScan&) = delete;
 
-    /** Does what thbase.h says of T_fscanf. Gives the number of conversions done, or -1. */
+    /** Performs the scan that thbase.h describes under T_fscanf. Returns the number of conversions done, or
+     * -1. */
     int Run(const char* format) noexcept;
 
 private:
-    /** How a step of the scan ended. Only Matched lets the scan go on. */
+    /** How a step of the scan ended. The scan goes on after Matched only. */
     enum class Outcome
     {
         Matched,
@@ -32,19 +33,19 @@ private:
         InputEnded  ///< nothing was left to read
     };
 
-    /** Where a conversion puts its result; null and 0 for a suppressed one. */
+    /** Where a conversion stores its result; null and 0 for a suppressed one. */
     struct Destination
     {
-        char* place;
-        std::size_t size;
+        char* mPlace;
+        std::size_t mSize;
     };
 
     /** The digits of a number, with their sign. */
     struct Number
     {
-        std::uint64_t magnitude = 0;
-        bool isNegative = false;
-        bool isTooLarge = false;
+        std::uint64_t mMagnitude = 0;
+        bool mIsNegative = false;
+        bool mIsTooLarge = false;
     };
 
     Outcome RunDirective(const char*& format) noexcept;

@@ -3,10 +3,9 @@
 #include <pthread.h>
 
 /**
- * Holds back the cancellation of the calling thread while it lives. The library opens, reads and closes
- * files under locks; a thread that was cancelled there would leave through frames that must not be left by
- * unwinding. A cancellation that arrives meanwhile takes effect at the thread's next cancellation point
- * after it.
+ * Defers the cancellation of the calling thread while the object lives. The library opens, reads and closes
+ * files under locks; a cancellation there would unwind frames that don't allow it. A cancellation that
+ * arrives meanwhile takes effect at the thread's next cancellation point after the object is gone.
  */
 class CancellationHold
 {

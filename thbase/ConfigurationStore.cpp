@@ -1,5 +1,10 @@
 #include "ConfigurationStore.h"
 
+#include "StoreFile.h"
+#include "StoreText.h"
+#include "StoreVersion.h"
+#include "thbase.h"
+
 #include <cstdio>
 #include <cstdlib>
 #include <cstring>
@@ -9,17 +14,10 @@
 
 #include <syslog.h>
 
-#include "StoreFile.h"
-#include "StoreText.h"
-#include "StoreVersion.h"
-#include "thbase.h"
-
 namespace
 {
-
 constexpr std::size_t REPORT_SIZE = 1024;
 constexpr const char* OUT_OF_MEMORY = "memory ran out";
-
 } // namespace
 
 ConfigurationStore::ConfigurationStore(std::string path, Reporter reporter)
@@ -101,7 +99,7 @@ int ConfigurationStore::Read(bool reportSameFailure)
     try {
         failure = TakeNewVersion();
     } catch (const std::bad_alloc&) {
-        // The version in force is untouched; the failure is reported from a buffer on the stack.
+        // The version in force is unchanged. The report needs no memory: its buffer is on the stack.
     }
     if (failure == nullptr) {
         return 0;
@@ -110,19 +108,19 @@ int ConfigurationStore::Read(bool reportSameFailure)
     return failure == OUT_OF_MEMORY ? STORE_RC_NO_MEMORY : STORE_RC_UNREADABLE;
 }
 
-/** Reads the file and puts the version in force, unless it is the one that is. Gives null or the failure. */
+/** Reads the file and puts its text in force, unless it already is. Returns null or the failure. */
 const char* ConfigurationStore::TakeNewVersion()
 {
     const std::shared_ptr<const StoreVersion> former = GetVersion();
     const std::string* const known = former != nullptr ? &former->GetText() : nullptr;
     StoreFileContent content = ReadStoreFile(mPath.c_str(), known);
-    if (content.failure != nullptr) {
-        return content.failure;
+    if (content.mFailure != nullptr) {
+        return content.mFailure;
     }
-    if (known != nullptr && content.text == *known) {
+    if (known != nullptr && content.mText == *known) {
         return nullptr;
     }
-    const auto version = std::make_shared<const StoreVersion>(std::move(content.text));
+    const auto version = std::make_shared<const StoreVersion>(std::move(content.mText));
     {
         const std::lock_guard<std::mutex> lock(mVersionMutex);
         mVersion = version;
@@ -149,7 +147,7 @@ void ConfigurationStore::ReportSkippedLines(const StoreVersion& version) const
     char line[REPORT_SIZE];
     for (const StoreLine& storeLine : version.GetNamedSkippedLines()) {
         (void)std::snprintf(line, sizeof line, "%s, line %zu is skipped: %s.", mPath.c_str(),
-                            storeLine.number, GetSkipReason(storeLine.kind));
+                            storeLine.mNumber, GetSkipReason(storeLine.mKind));
         mReporter(line);
     }
     const std::size_t others = version.GetOtherSkippedLines();

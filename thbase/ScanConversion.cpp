@@ -6,16 +6,15 @@
 
 namespace
 {
-
 constexpr std::size_t WIDTH_LIMIT = 0x7fffffff;
 
 struct LengthLetters
 {
-    std::string_view letters;
-    std::size_t size; ///< bytes of the type
+    std::string_view mLetters;
+    std::size_t mSize; ///< bytes of the type
 };
 
-// Longer letters before their own beginnings.
+// A longer word comes before its own beginning.
 constexpr LengthLetters LENGTHS[] = {
     {"hh", sizeof(char)},    {"h", sizeof(short)},       {"ll", sizeof(long long)},     {"l", sizeof(long)},
     {"j", sizeof(intmax_t)}, {"z", sizeof(std::size_t)}, {"t", sizeof(std::ptrdiff_t)},
@@ -26,7 +25,7 @@ bool IsDigit(char letter)
     return letter >= '0' && letter <= '9';
 }
 
-/** Reads the width, if there is one. Gives the place behind it, or null if it is 0 or beyond all measure. */
+/** Parses the width, if there is one. Returns the place after it, or null if it is 0 or above WIDTH_LIMIT. */
 const char* ParseWidth(const char* text, std::size_t& width)
 {
     if (!IsDigit(*text)) {
@@ -44,9 +43,9 @@ const char* ParseWidth(const char* text, std::size_t& width)
 const char* ParseLength(const char* text, std::size_t& size)
 {
     for (const LengthLetters& length : LENGTHS) {
-        if (std::strncmp(text, length.letters.data(), length.letters.size()) == 0) {
-            size = length.size;
-            return text + length.letters.size();
+        if (std::strncmp(text, length.mLetters.data(), length.mLetters.size()) == 0) {
+            size = length.mSize;
+            return text + length.mLetters.size();
         }
     }
     return text;
@@ -57,7 +56,7 @@ std::size_t ToIndex(char letter)
     return static_cast<unsigned char>(letter);
 }
 
-/** Reads the set behind "[". Gives the place behind its "]", or null if there is none. */
+/** Parses the set after "[". Returns the place after its "]", or null if there is none. */
 const char* ParseSet(const char* text, std::bitset<256>& set)
 {
     const bool isInverted = *text == '^';
@@ -83,28 +82,27 @@ const char* ParseSet(const char* text, std::bitset<256>& set)
     }
     return text + 1;
 }
-
 } // namespace
 
 const char* ParseScanConversion(const char* text, ScanConversion& conversion) noexcept
 {
     conversion = ScanConversion();
     if (*text == '*') {
-        conversion.isSuppressed = true;
+        conversion.mIsSuppressed = true;
         ++text;
     }
-    text = ParseWidth(text, conversion.width);
+    text = ParseWidth(text, conversion.mWidth);
     if (text == nullptr) {
         return nullptr;
     }
-    const char* const afterLength = ParseLength(text, conversion.numberSize);
+    const char* const afterLength = ParseLength(text, conversion.mNumberSize);
     const bool hasLength = afterLength != text;
     text = afterLength;
-    conversion.kind = *text == 'X' ? 'x' : *text;
-    // A length letter before a text or the percent sign would mean wide characters, or nothing at all.
+    conversion.mKind = *text == 'X' ? 'x' : *text;
+    // Before a text or the percent sign, a length letter would ask for wide characters or mean nothing.
     const char* const allowed = hasLength ? "diuxon" : "diuxonsc[%";
-    if (conversion.kind == '\0' || std::strchr(allowed, conversion.kind) == nullptr) {
+    if (conversion.mKind == '\0' || std::strchr(allowed, conversion.mKind) == nullptr) {
         return nullptr;
     }
-    return conversion.kind == '[' ? ParseSet(text + 1, conversion.set) : text + 1;
+    return conversion.mKind == '[' ? ParseSet(text + 1, conversion.mSet) : text + 1;
 }

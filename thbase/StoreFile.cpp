@@ -15,13 +15,12 @@
 
 namespace
 {
-
 constexpr int READINGS = 16;
 constexpr std::int64_t NANOSECONDS_PER_SECOND = 1'000'000'000;
 
-// Between two readings that must agree. The time stamps of a file move in the steps of the kernel's clock
-// tick, 10 ms at most, so two writes within one step leave the same stamps; and a file that is being cut to
-// nothing shows its new size some milliseconds before its new stamps.
+// Between two readings that must agree. The time stamps of a file advance by the kernel's clock tick, 10 ms
+// at most, so two writes within one tick leave the same stamps; and a file that is being truncated shows its
+// new size some milliseconds before its new stamps.
 constexpr timespec PAUSE = {0, 30'000'000};
 
 /** The descriptor of an open file. */
@@ -32,7 +31,7 @@ public:
     ~Descriptor()
     {
         if (mDescriptor >= 0) {
-            (void)close(mDescriptor); // it was only read from, so there is nothing to lose
+            (void)close(mDescriptor); // the file was only read, so an error loses nothing
         }
     }
     Descriptor(const Descriptor&) = delete;
@@ -46,9 +45,9 @@ private:
 /** One reading of the file: the bytes, and the stamps before and after. */
 struct Reading
 {
-    StoreFileContent content;
-    struct stat before = {};
-    struct stat after = {};
+    StoreFileContent mContent;
+    struct stat mBefore = {};
+    struct stat mAfter = {};
 };
 
 /** The system's text for an error number. It is never freed, since callers keep its address. */
@@ -67,8 +66,8 @@ std::int64_t ToNanoseconds(const timespec& time)
 
 bool IsUnchanged(const struct stat& one, const struct stat& other)
 {
-    // The time of the last status change moves with every write and can't be set back, unlike that of the
-    // last write.
+    // The time of the last status change advances with every write. Unlike that of the last write it can't be
+    // set by a program.
     return one.st_dev == other.st_dev && one.st_ino == other.st_ino && one.st_size == other.st_size &&
            ToNanoseconds(one.st_mtim) == ToNanoseconds(other.st_mtim) &&
            ToNanoseconds(one.st_ctim) == ToNanoseconds(other.st_ctim);
@@ -77,8 +76,8 @@ bool IsUnchanged(const struct stat& one, const struct stat& other)
 /** True if the file has not changed from before the one reading to after the other. */
 bool IsSameReading(const Reading& former, const Reading& reading)
 {
-    return IsUnchanged(former.before, former.after) && IsUnchanged(former.after, reading.before) &&
-           IsUnchanged(reading.before, reading.after) && former.content.text == reading.content.text;
+    return IsUnchanged(former.mBefore, former.mAfter) && IsUnchanged(former.mAfter, reading.mBefore) &&
+           IsUnchanged(reading.mBefore, reading.mAfter) && former.mContent.mText == reading.mContent.mText;
 }
 
 const char* CheckKind(const struct stat& status)
@@ -92,11 +91,11 @@ const char* CheckKind(const struct stat& status)
     return nullptr;
 }
 
-/** Reads up to the end of the file, or one byte past the limit. Gives null or the failure. */
+/** Reads to the end of the file, or one byte past the limit. Returns null or the failure. */
 const char* ReadBytes(int descriptor, std::size_t expectedSize, std::string& text)
 {
     constexpr std::size_t GROWTH = 65536;
-    text.resize(expectedSize + 1); // one more, so that the end of the file shows without another round
+    text.resize(expectedSize + 1); // one more, so that the end of the file is seen without growing
     std::size_t length = 0;
     while (length <= STORE_FILE_LIMIT) {
         const ssize_t count = read(descriptor, text.data() + length, text.size() - length);
@@ -129,24 +128,23 @@ Reading ReadOnce(const char* path, const std::function<void()>& afterReading)
 {
     Reading reading;
     const Descriptor file(OpenForReading(path));
-    if (file.Get() < 0 || fstat(file.Get(), &reading.before) != 0) {
-        reading.content.failure = Describe(errno);
+    if (file.Get() < 0 || fstat(file.Get(), &reading.mBefore) != 0) {
+        reading.mContent.mFailure = Describe(errno);
         return reading;
     }
-    reading.content.failure = CheckKind(reading.before);
-    if (reading.content.failure == nullptr) {
-        const auto size = static_cast<std::size_t>(reading.before.st_size);
-        reading.content.failure = ReadBytes(file.Get(), size, reading.content.text);
+    reading.mContent.mFailure = CheckKind(reading.mBefore);
+    if (reading.mContent.mFailure == nullptr) {
+        const auto size = static_cast<std::size_t>(reading.mBefore.st_size);
+        reading.mContent.mFailure = ReadBytes(file.Get(), size, reading.mContent.mText);
     }
     if (afterReading) {
         afterReading();
     }
-    if (reading.content.failure == nullptr && fstat(file.Get(), &reading.after) != 0) {
-        reading.content.failure = Describe(errno);
+    if (reading.mContent.mFailure == nullptr && fstat(file.Get(), &reading.mAfter) != 0) {
+        reading.mContent.mFailure = Describe(errno);
     }
     return reading;
 }
-
 } // namespace
 
 StoreFileContent ReadStoreFile(const char* path, const std::string* known,
@@ -155,15 +153,16 @@ StoreFileContent ReadStoreFile(const char* path, const std::string* known,
     Reading former;
     for (int number = 0; number < READINGS; ++number) {
         if (number > 0) {
-            (void)nanosleep(&PAUSE, nullptr); // cut short by a signal, it only makes for an earlier look
+            (void)nanosleep(&PAUSE,
+                            nullptr); // a signal that ends it early only makes the next reading earlier
         }
         Reading reading = ReadOnce(path, afterReading);
-        if (reading.content.failure != nullptr) {
-            return std::move(reading.content);
+        if (reading.mContent.mFailure != nullptr) {
+            return std::move(reading.mContent);
         }
-        const bool isKnown = known != nullptr && reading.content.text == *known;
+        const bool isKnown = known != nullptr && reading.mContent.mText == *known;
         if (isKnown || (number > 0 && IsSameReading(former, reading))) {
-            return std::move(reading.content);
+            return std::move(reading.mContent);
         }
         former = std::move(reading);
     }

@@ -4,7 +4,6 @@
 
 namespace
 {
-
 constexpr std::string_view BYTE_ORDER_MARK = "\xEF\xBB\xBF";
 
 bool IsBlank(char byte)
@@ -39,7 +38,7 @@ void Classify(std::string_view text, StoreLine& line)
 {
     // Checked first: a NUL byte in a comment shows a damaged file just as one in a value does.
     if (text.find('\0') != std::string_view::npos) {
-        line.kind = StoreLineKind::NulByte;
+        line.mKind = StoreLineKind::NulByte;
         return;
     }
     const std::string_view content = TrimBlanks(text);
@@ -48,14 +47,13 @@ void Classify(std::string_view text, StoreLine& line)
     }
     const std::size_t equalsSign = content.find('=');
     if (equalsSign == std::string_view::npos) {
-        line.kind = StoreLineKind::NoEqualsSign;
+        line.mKind = StoreLineKind::NoEqualsSign;
         return;
     }
-    line.key = TrimBlanks(content.substr(0, equalsSign));
-    line.value = TrimBlanks(content.substr(equalsSign + 1));
-    line.kind = line.key.empty() ? StoreLineKind::EmptyKey : StoreLineKind::Entry;
+    line.mKey = TrimBlanks(content.substr(0, equalsSign));
+    line.mValue = TrimBlanks(content.substr(equalsSign + 1));
+    line.mKind = line.mKey.empty() ? StoreLineKind::EmptyKey : StoreLineKind::Entry;
 }
-
 } // namespace
 
 void ForEachStoreLine(std::string_view text, const std::function<void(const StoreLine&)>& visit)
@@ -65,7 +63,7 @@ void ForEachStoreLine(std::string_view text, const std::function<void(const Stor
     }
     for (std::size_t number = 1; !text.empty(); ++number) {
         StoreLine line;
-        line.number = number;
+        line.mNumber = number;
         Classify(CutLine(text), line);
         visit(line);
     }

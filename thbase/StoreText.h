@@ -18,10 +18,10 @@ enum class StoreLineKind
 /** One parsed line of the store. The views point into the text that was parsed. */
 struct StoreLine
 {
-    std::size_t number = 0; ///< counted from 1
-    StoreLineKind kind = StoreLineKind::Empty;
-    std::string_view key;   ///< of an entry: without the blanks and tabs around it, not empty
-    std::string_view value; ///< of an entry: without the blanks and tabs around it, perhaps empty
+    std::size_t mNumber = 0; ///< counted from 1
+    StoreLineKind mKind = StoreLineKind::Empty;
+    std::string_view mKey;   ///< of an entry: without the blanks and tabs around it, not empty
+    std::string_view mValue; ///< of an entry: without the blanks and tabs around it, perhaps empty
 };
 
 /**

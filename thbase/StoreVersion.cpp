@@ -7,12 +7,10 @@
 
 namespace
 {
-
 std::uint32_t GetHash(std::string_view key)
 {
     return static_cast<std::uint32_t>(std::hash<std::string_view>()(key));
 }
-
 } // namespace
 
 StoreVersion::StoreVersion(std::string text) : mText(std::move(text))
@@ -22,11 +20,11 @@ StoreVersion::StoreVersion(std::string text) : mText(std::move(text))
 
 void StoreVersion::Take(const StoreLine& line)
 {
-    if (line.kind == StoreLineKind::Entry) {
-        mEntries.push_back({GetPlace(line.key), static_cast<std::uint32_t>(line.key.size()),
-                            GetPlace(line.value), static_cast<std::uint32_t>(line.value.size())});
-        mKeyHashes.push_back(GetHash(line.key));
-    } else if (GetSkipReason(line.kind) == nullptr) {
+    if (line.mKind == StoreLineKind::Entry) {
+        mEntries.push_back({GetPlace(line.mKey), static_cast<std::uint32_t>(line.mKey.size()),
+                            GetPlace(line.mValue), static_cast<std::uint32_t>(line.mValue.size())});
+        mKeyHashes.push_back(GetHash(line.mKey));
+    } else if (GetSkipReason(line.mKind) == nullptr) {
         return;
     } else if (mNamedSkippedLines.size() < NAMED_SKIPPED_LINES) {
         mNamedSkippedLines.push_back(line);
@@ -42,7 +40,7 @@ std::uint32_t StoreVersion::GetPlace(std::string_view part) const noexcept
 
 std::string_view StoreVersion::GetKey(const Entry& entry) const noexcept
 {
-    return std::string_view(mText).substr(entry.keyPlace, entry.keySize);
+    return std::string_view(mText).substr(entry.mKeyPlace, entry.mKeySize);
 }
 
 std::optional<std::string_view> StoreVersion::Find(std::string_view key) const
@@ -52,7 +50,7 @@ std::optional<std::string_view> StoreVersion::Find(std::string_view key) const
     for (auto found = mKeyHashes.rbegin(); (found = std::find(found, end, hash)) != end; ++found) {
         const Entry& entry = mEntries[static_cast<std::size_t>(std::distance(found, end)) - 1];
         if (GetKey(entry) == key) {
-            return std::string_view(mText).substr(entry.valuePlace, entry.valueSize);
+            return std::string_view(mText).substr(entry.mValuePlace, entry.mValueSize);
         }
     }
     return std::nullopt;

@@ -1,13 +1,13 @@
 #pragma once
 
+#include "StoreText.h"
+
 #include <cstddef>
 #include <cstdint>
 #include <optional>
 #include <string>
 #include <string_view>
 #include <vector>
-
-#include "StoreText.h"
 
 /** The number of skipped lines that a version names; it counts the rest. */
 constexpr std::size_t NAMED_SKIPPED_LINES = 20;
@@ -44,10 +44,10 @@ private:
     /** A key and its value as places in mText, which is far smaller than 4 GiB. */
     struct Entry
     {
-        std::uint32_t keyPlace;
-        std::uint32_t keySize;
-        std::uint32_t valuePlace;
-        std::uint32_t valueSize;
+        std::uint32_t mKeyPlace;
+        std::uint32_t mKeySize;
+        std::uint32_t mValuePlace;
+        std::uint32_t mValueSize;
     };
 
     void Take(const StoreLine& line);
@@ -55,8 +55,8 @@ private:
     std::string_view GetKey(const Entry& entry) const noexcept;
 
     const std::string mText;
-    // Two plain arrays and no map: a largest store has two million keys, and to link them into a map takes
-    // seconds, while a load looks for some twenty of them.
+    // Two arrays instead of a map: a store of 16 MiB can hold two million keys. A map of them takes seconds
+    // to build, and a load looks up some twenty of them.
     std::vector<std::uint32_t> mKeyHashes; ///< of each entry, in the order of the lines
     std::vector<Entry> mEntries;           ///< the same order
     std::vector<StoreLine> mNamedSkippedLines;

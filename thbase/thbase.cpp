@@ -1,4 +1,4 @@
-// The library is compiled with hidden names; what the header declares is what it shows.
+// The library is compiled with hidden names; it exports what the header declares.
 #pragma GCC visibility push(default)
 #include "thbase.h"
 #pragma GCC visibility pop
@@ -13,12 +13,11 @@
 
 namespace
 {
-
 constexpr const char* MASTER_CONFIGURATION_PATH = "/usr/tarnv/tarnhaven/master.conf";
 
 /**
- * The one store of the process. It is never destroyed: the program may leave through exit while other
- * threads still read it. Raises std::bad_alloc at the first call; the next call tries again.
+ * The only store of the process. It is never destroyed: the program may call exit while other threads still
+ * read it. Raises std::bad_alloc at the first call; the next call tries again.
  */
 ConfigurationStore& GetMasterStore()
 {
@@ -26,7 +25,7 @@ ConfigurationStore& GetMasterStore()
     return *store;
 }
 
-/** Runs `body` with cancellation held back, and turns what it raises into a result code. */
+/** Runs `body` with cancellation deferred, and converts what it raises to a result code. */
 template <typename Body>
 int RunForC(const Body& body) noexcept
 {
@@ -40,7 +39,7 @@ int RunForC(const Body& body) noexcept
     }
 }
 
-/** Reads one value through `read`, once the arguments have been found good. */
+/** Checks the arguments, then reads one value through `read`. */
 template <typename Value, typename Reader>
 int ReadValue(void* handle, const char* key, Value* value, const Reader& read) noexcept
 {
@@ -52,13 +51,12 @@ int ReadValue(void* handle, const char* key, Value* value, const Reader& read) n
         return read(store);
     });
 }
-
 } // namespace
 
 void* get_master_config_ptr(void)
 {
     void* handle = nullptr;
-    (void)RunForC( // whether the file could be read, the reads tell
+    (void)RunForC( // a file that can't be read is reported by the reads
         [&] {
             handle = &GetMasterStore();
             return GetMasterStore().ReadIfNeeded();

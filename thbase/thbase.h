@@ -6,12 +6,12 @@
  *
  * Every call may be made from any thread at any time, also at the same time as any other call. No call raises
  * an exception, writes to standard output or standard error, or is a cancellation point: a thread that is
- * cancelled inside a call finishes the call first. What the library has to say goes to the system log, as
- * facility LOG_USER and priority LOG_WARNING, under the identity that the program has opened.
+ * cancelled inside a call finishes the call first. The library reports to the system log, with facility
+ * LOG_USER and priority LOG_WARNING, under the identity that the program has opened.
  *
- * The store is the text file /usr/tarnv/tarnhaven/master.conf, one `KEY = VALUE` a line; docs/store.md tells
- * its format. The library holds one whole version of it in memory, and a read sees that version and no
- * mixture.
+ * The store is the text file /usr/tarnv/tarnhaven/master.conf, one `KEY = VALUE` a line; docs/store.md
+ * describes its format. The library holds one whole version of it in memory, and a read never sees a mixture
+ * of two versions.
  */
 
 #include <stdio.h> /* NOLINT(modernize-deprecated-headers): in plain C it has no other name */
@@ -29,7 +29,7 @@ extern "C" {
 #define STORE_RC_NO_MEMORY 230    /* memory ran out; nothing has changed */
 
 /*
- * Gives the handle of the master configuration. The first call reads the file; while no version of it has
+ * Returns the handle of the master configuration. The first call reads the file; while no version of it has
  * been read, each call tries again, and a failure with a new reason puts one line into the system log.
  *
  * Returns the handle, which is the same at every call and stays valid until the process ends; the caller
@@ -85,7 +85,7 @@ struct tm* T_localtime(const time_t* time, struct tm* result);
 /* clang-format off */
 /*
  * A bounded scan: fscanf, with the size of each destination. Each conversion that stores something takes two
- * arguments: the pointer, and behind it the byte size of its destination as an int, as in
+ * arguments: the pointer, then the byte size of its destination as an int, as in
  * T_fscanf(file, "%d %s", &number, 4, name, (int)sizeof name). Nothing is ever written past that size.
  *
  * Conversions. Blanks before them are skipped, but not before %c, %[ and %n.
@@ -95,8 +95,8 @@ struct tm* T_localtime(const time_t* time, struct tm* result);
  *                      included, is not converted.
  *   %s                 a word of non-blanks.
  *   %[abc] %[^a-z]     bytes of the set, or not of the set; a range counts, and a ] comes first.
- *                      %s and %[ write a NUL behind the text. A text that is too long is cut to size - 1
- *                      bytes; the rest of it is read and dropped, so that the scan goes on behind it.
+ *                      %s and %[ write a NUL after the text. A text that is too long is cut to size - 1
+ *                      bytes; the rest of it is read and dropped, so that the scan goes on after it.
  *   %c                 one byte, or as many as the width says, with no NUL; the size must be no less.
  *   %n                 the count of bytes read so far, sized like %d. It is no conversion in the result.
  *   %%                 the percent sign.

@@ -41,8 +41,8 @@ TEST(ExampleStore, HasNoLineThatIsSkipped)
     ASSERT_FALSE(text.empty());
     int entries = 0;
     ForEachStoreLine(TakeOffCommentSigns(text), [&](const StoreLine& line) {
-        EXPECT_EQ(GetSkipReason(line.kind), nullptr) << line.number;
-        entries += line.kind == StoreLineKind::Entry ? 1 : 0;
+        EXPECT_EQ(GetSkipReason(line.mKind), nullptr) << line.mNumber;
+        entries += line.mKind == StoreLineKind::Entry ? 1 : 0;
     });
     EXPECT_EQ(entries, 20); // each key once
 }

@@ -32,10 +32,10 @@ TEST_P(ScanConversionGood, IsTakenApart)
     ScanConversion conversion;
     const char* const rest = ParseScanConversion(GetParam().text.c_str(), conversion);
     ASSERT_NE(rest, nullptr);
-    EXPECT_EQ(conversion.kind, GetParam().kind);
-    EXPECT_EQ(conversion.isSuppressed, GetParam().isSuppressed);
-    EXPECT_EQ(conversion.width, GetParam().width);
-    EXPECT_EQ(conversion.numberSize, GetParam().numberSize);
+    EXPECT_EQ(conversion.mKind, GetParam().kind);
+    EXPECT_EQ(conversion.mIsSuppressed, GetParam().isSuppressed);
+    EXPECT_EQ(conversion.mWidth, GetParam().width);
+    EXPECT_EQ(conversion.mNumberSize, GetParam().numberSize);
     EXPECT_EQ(rest, GetParam().rest);
 }
 
@@ -96,8 +96,8 @@ std::string GetSet(const char* text)
     const char* const rest = ParseScanConversion(text, conversion);
     EXPECT_STREQ(rest, "|") << text;
     std::string bytes;
-    for (std::size_t byte = 0; byte < conversion.set.size(); ++byte) {
-        if (conversion.set[byte]) {
+    for (std::size_t byte = 0; byte < conversion.mSet.size(); ++byte) {
+        if (conversion.mSet[byte]) {
             bytes += static_cast<char>(byte);
         }
     }
@@ -160,9 +160,9 @@ TEST(ScanConversion, ForgetsTheConversionBefore)
     ScanConversion conversion;
     ASSERT_NE(ParseScanConversion("*5[a]", conversion), nullptr);
     ASSERT_NE(ParseScanConversion("d", conversion), nullptr);
-    EXPECT_FALSE(conversion.isSuppressed);
-    EXPECT_EQ(conversion.width, 0u);
-    EXPECT_TRUE(conversion.set.none());
+    EXPECT_FALSE(conversion.mIsSuppressed);
+    EXPECT_EQ(conversion.mWidth, 0u);
+    EXPECT_TRUE(conversion.mSet.none());
 }
 
 } // namespace

@@ -34,16 +34,16 @@ TEST_F(StoreFile, GivesTheWholeTextToTheByte)
     const std::string text("A = 1\r\n\0\xFF no end", 17);
     WriteTextFile(mPath, text);
     const StoreFileContent content = ReadStoreFile(mPath.c_str());
-    EXPECT_EQ(content.failure, nullptr);
-    EXPECT_EQ(content.text, text);
+    EXPECT_EQ(content.mFailure, nullptr);
+    EXPECT_EQ(content.mText, text);
 }
 
 TEST_F(StoreFile, GivesAnEmptyTextForAnEmptyFile)
 {
     WriteTextFile(mPath, "");
     const StoreFileContent content = ReadStoreFile(mPath.c_str());
-    EXPECT_EQ(content.failure, nullptr);
-    EXPECT_EQ(content.text, "");
+    EXPECT_EQ(content.mFailure, nullptr);
+    EXPECT_EQ(content.mText, "");
 }
 
 TEST_F(StoreFile, ReadsAFileOfExactly16Mebibytes)
@@ -51,14 +51,14 @@ TEST_F(StoreFile, ReadsAFileOfExactly16Mebibytes)
     const std::string text(STORE_FILE_LIMIT, 'x');
     WriteTextFile(mPath, text);
     const StoreFileContent content = ReadStoreFile(mPath.c_str());
-    EXPECT_EQ(content.failure, nullptr);
-    EXPECT_TRUE(content.text == text);
+    EXPECT_EQ(content.mFailure, nullptr);
+    EXPECT_TRUE(content.mText == text);
 }
 
 TEST_F(StoreFile, RefusesAFileOfOneByteMore)
 {
     WriteTextFile(mPath, std::string(STORE_FILE_LIMIT + 1, 'x'));
-    EXPECT_STREQ(ReadStoreFile(mPath.c_str()).failure, "it is larger than 16 MiB");
+    EXPECT_STREQ(ReadStoreFile(mPath.c_str()).mFailure, "it is larger than 16 MiB");
 }
 
 TEST_F(StoreFile, RefusesAnEnormousFileWithoutReadingIt)
@@ -66,7 +66,7 @@ TEST_F(StoreFile, RefusesAnEnormousFileWithoutReadingIt)
     WriteTextFile(mPath, "");
     std::filesystem::resize_file(mPath, std::uintmax_t{1} << 40);
     bool wasCompared = false;
-    EXPECT_STREQ(ReadStoreFile(mPath.c_str(), nullptr, [&] { wasCompared = true; }).failure,
+    EXPECT_STREQ(ReadStoreFile(mPath.c_str(), nullptr, [&] { wasCompared = true; }).mFailure,
                  "it is larger than 16 MiB");
     EXPECT_TRUE(wasCompared);
 }
@@ -75,31 +75,31 @@ TEST_F(StoreFile, FollowsALinkToAFile)
 {
     WriteTextFile(mFolder / "target", "A = 1\n");
     std::filesystem::create_symlink("target", mPath);
-    EXPECT_EQ(ReadStoreFile(mPath.c_str()).text, "A = 1\n");
+    EXPECT_EQ(ReadStoreFile(mPath.c_str()).mText, "A = 1\n");
 }
 
 TEST_F(StoreFile, ReadsToTheEndOfAFileThatTellsNoSize)
 {
     const StoreFileContent content = ReadStoreFile("/proc/self/cmdline");
-    EXPECT_EQ(content.failure, nullptr);
-    EXPECT_FALSE(content.text.empty());
+    EXPECT_EQ(content.mFailure, nullptr);
+    EXPECT_FALSE(content.mText.empty());
 }
 
 TEST_F(StoreFile, RefusesAFolder)
 {
-    EXPECT_STREQ(ReadStoreFile(mFolder.GetPath().c_str()).failure, "it is not a regular file");
+    EXPECT_STREQ(ReadStoreFile(mFolder.GetPath().c_str()).mFailure, "it is not a regular file");
 }
 
 TEST_F(StoreFile, RefusesAFifoWithoutWaitingForItsWriter)
 {
     ASSERT_EQ(mkfifo(mPath.c_str(), 0600), 0);
-    EXPECT_STREQ(ReadStoreFile(mPath.c_str()).failure, "it is not a regular file");
+    EXPECT_STREQ(ReadStoreFile(mPath.c_str()).mFailure, "it is not a regular file");
 }
 
 TEST_F(StoreFile, RefusesADeviceWithoutReadingIt)
 {
-    EXPECT_STREQ(ReadStoreFile("/dev/zero").failure, "it is not a regular file");
-    EXPECT_STREQ(ReadStoreFile("/dev/null").failure, "it is not a regular file");
+    EXPECT_STREQ(ReadStoreFile("/dev/zero").mFailure, "it is not a regular file");
+    EXPECT_STREQ(ReadStoreFile("/dev/null").mFailure, "it is not a regular file");
 }
 
 TEST_F(StoreFile, RefusesASocket)
@@ -110,17 +110,17 @@ TEST_F(StoreFile, RefusesASocket)
     std::memcpy(address.sun_path, mPath.c_str(), mPath.size() + 1);
     const int descriptor = socket(AF_UNIX, SOCK_DGRAM | SOCK_CLOEXEC, 0);
     ASSERT_EQ(bind(descriptor, reinterpret_cast<const sockaddr*>(&address), sizeof address), 0);
-    EXPECT_STREQ(ReadStoreFile(mPath.c_str()).failure, "No such device or address");
+    EXPECT_STREQ(ReadStoreFile(mPath.c_str()).mFailure, "No such device or address");
     close(descriptor);
 }
 
 TEST_F(StoreFile, NamesTheReasonWhenThereIsNoFile)
 {
-    EXPECT_STREQ(ReadStoreFile(mPath.c_str()).failure, "No such file or directory");
+    EXPECT_STREQ(ReadStoreFile(mPath.c_str()).mFailure, "No such file or directory");
     std::filesystem::create_symlink("nowhere", mPath);
-    EXPECT_STREQ(ReadStoreFile(mPath.c_str()).failure, "No such file or directory");
+    EXPECT_STREQ(ReadStoreFile(mPath.c_str()).mFailure, "No such file or directory");
     WriteTextFile(mFolder / "file", "");
-    EXPECT_STREQ(ReadStoreFile((mFolder / "file/master.conf").c_str()).failure, "Not a directory");
+    EXPECT_STREQ(ReadStoreFile((mFolder / "file/master.conf").c_str()).mFailure, "Not a directory");
 }
 
 TEST_F(StoreFile, NamesTheReasonWhenThereIsNoPermission)
@@ -133,7 +133,7 @@ TEST_F(StoreFile, NamesTheReasonWhenThereIsNoPermission)
         if (geteuid() == 0 && setuid(NOBODY) != 0) {
             std::exit(CANNOT_RUN);
         }
-        EXPECT_STREQ(ReadStoreFile(mPath.c_str()).failure, "Permission denied");
+        EXPECT_STREQ(ReadStoreFile(mPath.c_str()).mFailure, "Permission denied");
         // Not through exit: what runs there may write files, and this process may not any more.
         std::_Exit(testing::Test::HasFailure() ? 1 : 0);
     });
@@ -146,7 +146,7 @@ TEST_F(StoreFile, NamesTheReasonWhenThereIsNoPermission)
 TEST_F(StoreFile, NamesTheReasonWhenTheReadingItselfFails)
 {
     // Nothing lies at the first address of a process.
-    EXPECT_STREQ(ReadStoreFile("/proc/self/mem").failure, "Input/output error");
+    EXPECT_STREQ(ReadStoreFile("/proc/self/mem").mFailure, "Input/output error");
 }
 
 TEST_F(StoreFile, LeavesNoDescriptorBehind)
@@ -158,9 +158,9 @@ TEST_F(StoreFile, LeavesNoDescriptorBehind)
     };
     const int before = getNextDescriptor();
     WriteTextFile(mPath, "A = 1\n");
-    EXPECT_EQ(ReadStoreFile(mPath.c_str()).failure, nullptr);
-    EXPECT_NE(ReadStoreFile(mFolder.GetPath().c_str()).failure, nullptr);
-    EXPECT_NE(ReadStoreFile("/dev/zero").failure, nullptr);
+    EXPECT_EQ(ReadStoreFile(mPath.c_str()).mFailure, nullptr);
+    EXPECT_NE(ReadStoreFile(mFolder.GetPath().c_str()).mFailure, nullptr);
+    EXPECT_NE(ReadStoreFile("/dev/zero").mFailure, nullptr);
     EXPECT_EQ(getNextDescriptor(), before);
 }
 
@@ -169,9 +169,9 @@ TEST_F(StoreFile, ReadsANewTextTwice)
     WriteTextFile(mPath, "A = 1\n");
     const std::string known = "A = 2\n";
     int readings = 0;
-    EXPECT_EQ(ReadStoreFile(mPath.c_str(), nullptr, [&] { ++readings; }).text, "A = 1\n");
+    EXPECT_EQ(ReadStoreFile(mPath.c_str(), nullptr, [&] { ++readings; }).mText, "A = 1\n");
     EXPECT_EQ(readings, 2);
-    EXPECT_EQ(ReadStoreFile(mPath.c_str(), &known, [&] { ++readings; }).text, "A = 1\n");
+    EXPECT_EQ(ReadStoreFile(mPath.c_str(), &known, [&] { ++readings; }).mText, "A = 1\n");
     EXPECT_EQ(readings, 4);
 }
 
@@ -180,7 +180,7 @@ TEST_F(StoreFile, ReadsTheKnownTextOnce)
     WriteTextFile(mPath, "A = 1\n");
     const std::string known = "A = 1\n";
     int readings = 0;
-    EXPECT_EQ(ReadStoreFile(mPath.c_str(), &known, [&] { ++readings; }).text, "A = 1\n");
+    EXPECT_EQ(ReadStoreFile(mPath.c_str(), &known, [&] { ++readings; }).mText, "A = 1\n");
     EXPECT_EQ(readings, 1);
 }
 
@@ -193,7 +193,7 @@ TEST_F(StoreFile, DoesNotTakeAFileThatIsEmptyForAMoment)
             WriteTextFile(mPath, "A = 1\n");
         }
     };
-    EXPECT_EQ(ReadStoreFile(mPath.c_str(), nullptr, fillOnce).text, "A = 1\n");
+    EXPECT_EQ(ReadStoreFile(mPath.c_str(), nullptr, fillOnce).mText, "A = 1\n");
     EXPECT_EQ(readings, 3);
 }
 
@@ -206,7 +206,7 @@ TEST_F(StoreFile, ReadsAFileAgainThatGrewMeanwhile)
             std::ofstream(mPath, std::ios::app) << "B = 2\n";
         }
     };
-    EXPECT_EQ(ReadStoreFile(mPath.c_str(), nullptr, growOnce).text, "A = 1\nB = 2\n");
+    EXPECT_EQ(ReadStoreFile(mPath.c_str(), nullptr, growOnce).mText, "A = 1\nB = 2\n");
     EXPECT_EQ(readings, 3);
 }
 
@@ -219,7 +219,7 @@ TEST_F(StoreFile, ReadsAFileAgainThatShrankMeanwhile)
             std::filesystem::resize_file(mPath, 6);
         }
     };
-    EXPECT_EQ(ReadStoreFile(mPath.c_str(), nullptr, shrinkOnce).text, "A = 1\n");
+    EXPECT_EQ(ReadStoreFile(mPath.c_str(), nullptr, shrinkOnce).mText, "A = 1\n");
     EXPECT_EQ(readings, 3);
 }
 
@@ -232,7 +232,7 @@ TEST_F(StoreFile, ReadsAFileAgainThatWasRewrittenInTheSameLength)
             WriteTextFile(mPath, "A = 2\n");
         }
     };
-    EXPECT_EQ(ReadStoreFile(mPath.c_str(), nullptr, rewriteOnce).text, "A = 2\n");
+    EXPECT_EQ(ReadStoreFile(mPath.c_str(), nullptr, rewriteOnce).mText, "A = 2\n");
     EXPECT_EQ(readings, 3);
 }
 
@@ -246,7 +246,7 @@ TEST_F(StoreFile, ReadsAFileAgainThatWasRewrittenWithTheSameText)
             WriteTextFile(mPath, "A = 1\n");
         }
     };
-    EXPECT_EQ(ReadStoreFile(mPath.c_str(), nullptr, rewriteOnce).text, "A = 1\n");
+    EXPECT_EQ(ReadStoreFile(mPath.c_str(), nullptr, rewriteOnce).mText, "A = 1\n");
     EXPECT_EQ(readings, 3);
 }
 
@@ -259,7 +259,7 @@ TEST_F(StoreFile, GivesOneWholeVersionOfAFileThatIsReplacedMeanwhile)
             ReplaceTextFile(mPath, "A = 2\nB = 2\n");
         }
     };
-    EXPECT_EQ(ReadStoreFile(mPath.c_str(), nullptr, replaceOnce).text, "A = 2\nB = 2\n");
+    EXPECT_EQ(ReadStoreFile(mPath.c_str(), nullptr, replaceOnce).mText, "A = 2\nB = 2\n");
 }
 
 TEST_F(StoreFile, GivesUpOnAFileThatNeverRests)
@@ -270,7 +270,7 @@ TEST_F(StoreFile, GivesUpOnAFileThatNeverRests)
         WriteTextFile(mPath, "A = " + std::string(++readings % 2 == 0 ? "1" : "11") + "\n");
     };
     const auto start = std::chrono::steady_clock::now();
-    EXPECT_STREQ(ReadStoreFile(mPath.c_str(), nullptr, rewriteAlways).failure,
+    EXPECT_STREQ(ReadStoreFile(mPath.c_str(), nullptr, rewriteAlways).mFailure,
                  "it keeps changing while it is read");
     EXPECT_EQ(readings, 16);
     EXPECT_GE(std::chrono::steady_clock::now() - start, std::chrono::milliseconds(15 * 30));
@@ -280,7 +280,7 @@ TEST_F(StoreFile, NamesTheReasonOfTheReadingThatFailed)
 {
     WriteTextFile(mPath, "A = 1\n");
     const auto remove = [&] { std::filesystem::remove(mPath); };
-    EXPECT_STREQ(ReadStoreFile(mPath.c_str(), nullptr, remove).failure, "No such file or directory");
+    EXPECT_STREQ(ReadStoreFile(mPath.c_str(), nullptr, remove).mFailure, "No such file or directory");
 }
 
 } // namespace

@@ -14,11 +14,11 @@ namespace
 /** One line as a text: "3 KEY|value" for an entry, "3 empty", or "3 skipped: reason". */
 std::string Describe(const StoreLine& line)
 {
-    const std::string number = std::to_string(line.number) + " ";
-    if (line.kind == StoreLineKind::Entry) {
-        return number + std::string(line.key) + "|" + std::string(line.value);
+    const std::string number = std::to_string(line.mNumber) + " ";
+    if (line.mKind == StoreLineKind::Entry) {
+        return number + std::string(line.mKey) + "|" + std::string(line.mValue);
     }
-    const char* const reason = GetSkipReason(line.kind);
+    const char* const reason = GetSkipReason(line.mKind);
     return number + (reason == nullptr ? "empty"s : "skipped: "s + reason);
 }
 

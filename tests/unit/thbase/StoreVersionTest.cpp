@@ -71,9 +71,9 @@ TEST(StoreVersion, NamesTheFirstTwentySkippedLinesAndCountsTheOthers)
 {
     const StoreVersion version("A = 1\n" + RepeatText("= 2\nB = 3\n", 25));
     ASSERT_EQ(version.GetNamedSkippedLines().size(), 20u);
-    EXPECT_EQ(version.GetNamedSkippedLines().front().number, 2u);
-    EXPECT_EQ(version.GetNamedSkippedLines().back().number, 40u);
-    EXPECT_EQ(version.GetNamedSkippedLines().back().kind, StoreLineKind::EmptyKey);
+    EXPECT_EQ(version.GetNamedSkippedLines().front().mNumber, 2u);
+    EXPECT_EQ(version.GetNamedSkippedLines().back().mNumber, 40u);
+    EXPECT_EQ(version.GetNamedSkippedLines().back().mKind, StoreLineKind::EmptyKey);
     EXPECT_EQ(version.GetOtherSkippedLines(), 5u);
 }
 
