@@ -1,5 +1,4 @@
 #include <climits>
-#include <filesystem>
 #include <fstream>
 #include <iterator>
 #include <optional>
@@ -16,8 +15,7 @@ namespace
 
 std::string ReadExample()
 {
-    const std::filesystem::path project = std::filesystem::path(__FILE__).parent_path() / "../../..";
-    std::ifstream file(project / "packaging/master.conf.example", std::ios::binary);
+    std::ifstream file(EXAMPLE_STORE, std::ios::binary);
     return {std::istreambuf_iterator<char>(file), {}};
 }
 
