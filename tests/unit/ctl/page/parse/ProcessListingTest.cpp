@@ -1,0 +1,59 @@
+#include "page/parse/ProcessListing.h"
+
+#include <gtest/gtest.h>
+
+#include "ctl/page/parse/Feed.h"
+
+namespace ctl
+{
+namespace
+{
+
+constexpr const char* LISTING = R"(  PID %MEM   RSS    VSZ    SZ  SIZE COMMAND
+    2  0.0     0      0     0     0 [kthreadd]
+    3  0.0     0      0     0     0  \_ [pool_workqueue_release]
+ 4321 12.5 412345 998877 249719 55555 /usr/tarnv/tarnhaven/bin/tbrd -d
+ 4330  0.1  1200   5000  1250   300  |   \_ sh -c echo \_ odd
+)";
+
+ProcessListing ReadListing(std::string_view text)
+{
+    ProcessListingParser parser;
+    Feed(parser, text);
+    return parser.Get();
+}
+
+TEST(ProcessListing, ReadsItsColumns)
+{
+    const ProcessListing listing = ReadListing(LISTING);
+    ASSERT_EQ(listing.mProcesses.size(), 4u);
+    const ProcessRow& row = listing.mProcesses[2];
+    EXPECT_EQ(row.mPid, 4321);
+    EXPECT_EQ(row.mMemory, 12.5);
+    EXPECT_EQ(row.mResident, 412345);
+    EXPECT_EQ(row.mVirtual, 998877);
+    EXPECT_EQ(row.mCommand, "/usr/tarnv/tarnhaven/bin/tbrd -d");
+}
+
+TEST(ProcessListing, LeavesTheBranchesOfTheTreeOut)
+{
+    const ProcessListing listing = ReadListing(LISTING);
+    EXPECT_EQ(listing.mProcesses[1].mCommand, "[pool_workqueue_release]");
+    EXPECT_EQ(listing.mProcesses[3].mCommand, "sh -c echo \\_ odd");
+}
+
+TEST(ProcessListing, KeepsACommandThatLooksLikeABranch)
+{
+    EXPECT_EQ(StripTree("grep \\_ x"), "grep \\_ x");
+    EXPECT_EQ(StripTree(""), "");
+}
+
+TEST(ProcessListing, IsEmptyForHostileText)
+{
+    for (const std::string& text : HOSTILE_TEXTS) {
+        EXPECT_LE(ReadListing(text).mProcesses.size(), 1u) << text.substr(0, 40);
+    }
+}
+
+} // namespace
+} // namespace ctl
