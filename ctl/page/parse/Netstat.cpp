@@ -10,6 +10,7 @@ namespace
 constexpr std::size_t STATE_COLUMN = 5;
 constexpr std::size_t MOST_PEERS = 10000;
 constexpr std::size_t MOST_STATES = 32;
+constexpr std::size_t LONGEST_STATE = 32;
 constexpr std::size_t MOST_TROUBLES = 100;
 
 bool IsInternet(std::string_view protocol)
@@ -68,19 +69,28 @@ void SocketParser::TakeLine(std::string_view line)
     ++mListing.mSocketCount;
     const bool hasState = mWords.size() > STATE_COLUMN && IsState(mWords[STATE_COLUMN]);
     const auto state = hasState ? mWords[STATE_COLUMN] : std::string_view("-");
-    auto& states = mListing.mStates[std::string(FamilyOf(mWords.front()))];
-    if (states.size() < MOST_STATES || states.contains(std::string(state))) {
-        ++states[std::string(state)];
+    const auto program = std::find_if(mWords.begin(), mWords.end(), IsProgram);
+    const auto name = program == mWords.end() ? std::string_view() : *program;
+    TakeState(mWords.front(), state);
+    if (mPid != 0 && name.starts_with(std::to_string(mPid) + "/")) {
+        ++mListing.mStatesOfProcess[std::string(state.substr(0, LONGEST_STATE))];
     }
     if (state == "CLOSE_WAIT") {
-        TakeCloseWait(mWords[4], ReadNumber(mWords[1]).value_or(0));
+        TakeCloseWait(mWords[4], name, ReadNumber(mWords[1]).value_or(0));
     }
 }
 
-void SocketParser::TakeCloseWait(std::string_view foreign, double unread)
+void SocketParser::TakeState(std::string_view protocol, std::string_view state)
 {
-    const auto program = std::find_if(mWords.begin(), mWords.end(), IsProgram);
-    const auto name = program == mWords.end() ? std::string_view() : *program;
+    auto& states = mListing.mStates[std::string(FamilyOf(protocol).substr(0, LONGEST_STATE))];
+    const std::string name(state.substr(0, LONGEST_STATE));
+    if (states.size() < MOST_STATES || states.contains(name)) {
+        ++states[name];
+    }
+}
+
+void SocketParser::TakeCloseWait(std::string_view foreign, std::string_view name, double unread)
+{
     const auto address = WithoutPort(foreign);
     auto& peers = mListing.mCloseWait;
     auto peer = std::find_if(peers.begin(), peers.end(), [&](const SocketListing::Peer& known) {

@@ -24,7 +24,8 @@ struct SocketListing
         double mUnread = 0; ///< bytes in the receive queues
     };
 
-    std::vector<Peer> mCloseWait; ///< by peer and program
+    std::vector<Peer> mCloseWait;                ///< by peer and program
+    std::map<std::string, int> mStatesOfProcess; ///< internet sockets of the process asked for, by state
     int mSocketCount = 0;
     int mUnixSockets = 0;
 };
@@ -34,12 +35,17 @@ struct SocketListing
 class SocketParser
 {
 public:
+    /** `pid` is the process whose sockets are counted apart; 0 for none. */
+    explicit SocketParser(int pid = 0) : mPid(pid) {}
+
     void TakeLine(std::string_view line);
     const SocketListing& Get() const { return mListing; }
 
 private:
-    void TakeCloseWait(std::string_view foreign, double unread);
+    void TakeState(std::string_view protocol, std::string_view state);
+    void TakeCloseWait(std::string_view foreign, std::string_view program, double unread);
 
+    const int mPid;
     SocketListing mListing;
     std::vector<std::string_view> mWords;
 };

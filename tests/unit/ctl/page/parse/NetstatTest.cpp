@@ -50,6 +50,13 @@ TEST(Sockets, InCloseWaitAreGroupedByPeerAndProgram)
     EXPECT_EQ(listing.mCloseWait[1].mForeign, "fe80::9");
 }
 
+TEST(Sockets, OfTheProcessAreCountedApart)
+{
+    SocketParser parser(432);
+    Feed(parser, "tcp 0 0 a:1 b:2 ESTABLISHED 4321/tbrd\ntcp 0 0 a:1 b:2 ESTABLISHED 432/tbrd\n");
+    EXPECT_EQ(parser.Get().mStatesOfProcess, (std::map<std::string, int>{{"ESTABLISHED", 1}}));
+}
+
 TEST(Sockets, WithUserAndTimerColumnsAreRead)
 {
     const SocketListing listing = ReadSockets(

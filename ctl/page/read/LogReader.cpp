@@ -1,0 +1,176 @@
+#include "page/read/LogReader.h"
+
+#include "base/SafeFile.h"
+#include "page/read/SectionLines.h"
+#include "page/read/WallClock.h"
+
+#include <algorithm>
+#include <array>
+#include <cstdio>
+#include <ctime>
+
+#include <unistd.h>
+
+namespace ctl
+{
+
+namespace
+{
+/** A breach in capture mode comes on every pass; no reader looks at more. */
+constexpr std::size_t MOST_EVENTS = 2000;
+constexpr std::size_t MOST_READINGS = 20000;
+/** The first capture stamps its name in the second of the breach or soon after. */
+constexpr Wall BREACH_BEFORE_SET = 120;
+/** How far apart the lines of different sources may stand in the file. */
+constexpr Wall DISORDER = 60;
+
+bool IsOfCounter(const LogEvent& event, const ReportData& data)
+{
+    return event.mPid == data.mPid && (event.mLabel == "CPU" ? "cpu" : "memory") == data.mResource;
+}
+
+/** True if an event belongs on the timeline: of the process, of nobody in particular after the set began. */
+bool IsOfSet(const LogEvent& event, const ReportData& data)
+{
+    switch (event.mKind) {
+    case LogEventKind::Breach:
+    case LogEventKind::CaptureWithoutLimit:
+        return IsOfCounter(event, data);
+    case LogEventKind::SetsUsedUp:
+        return event.mName == data.mProcess;
+    case LogEventKind::ServiceStarted:
+    case LogEventKind::ServiceStopped:
+        return true;
+    case LogEventKind::CaptureDone:
+    case LogEventKind::JavaDumpDone:
+    case LogEventKind::JavaDumpFailed:
+    case LogEventKind::CoreToolMissing:
+    case LogEventKind::LevelRead:
+    case LogEventKind::LevelRaised:
+    case LogEventKind::LevelReset:
+    case LogEventKind::Error:
+        return event.mWall >= data.mWall - 1;
+    default:
+        return event.mPid == data.mPid;
+    }
+}
+
+void Add(LogEvent&& event, ReportData& data)
+{
+    if (event.mKind == LogEventKind::Reading) {
+        if (IsOfCounter(event, data) && data.mReadings.size() < MOST_READINGS) {
+            data.mReadings.push_back(std::move(event));
+        }
+    } else if (event.mKind == LogEventKind::Limit || event.mKind == LogEventKind::Average) {
+        return; // follow from the reading and the breach
+    } else if (IsOfSet(event, data) && data.mEvents.size() < MOST_EVENTS) {
+        data.mEvents.push_back(std::move(event));
+    }
+}
+
+/** The breach nearest to the beginning of the set, no later than a second after it. */
+void FindBreach(ReportData& data)
+{
+    for (const LogEvent& event : data.mEvents) {
+        const bool isBreach =
+            event.mKind == LogEventKind::Breach || event.mKind == LogEventKind::CaptureWithoutLimit;
+        if (isBreach && event.mWall >= data.mWall - BREACH_BEFORE_SET && event.mWall <= data.mWall + 1) {
+            data.mBreach = event;
+        }
+    }
+}
+
+void ReadLog(int file, std::uint64_t bytes, ReportData& data)
+{
+    const Wall from = data.mWall - LOG_BEFORE;
+    const Wall to = data.mWall + LOG_AFTER;
+    const std::uint64_t offset = FindLogOffset(file, bytes, from - DISORDER);
+    bool isPast = false;
+    const auto take = [&](std::string_view line) {
+        const auto stamp = ParseLogStamp(line);
+        isPast = isPast || (stamp && stamp->mWall > to + DISORDER);
+        if (!stamp || stamp->mWall < from || stamp->mWall > to) {
+            return;
+        }
+        if (auto event = ParseLogLine(line)) {
+            Add(std::move(*event), data);
+        }
+    };
+    const bool isWhole = ForEachLine(file, offset, bytes - offset, take, &isPast);
+    if (!isWhole) {
+        data.mNotes.emplace_back("The log could not be read to its end.");
+    }
+}
+
+/** Time of the first whole line with a stamp after an offset; nothing if the next block has none. */
+std::optional<Wall> StampAfter(int file, std::uint64_t offset)
+{
+    std::array<char, 65536> block = {};
+    const ssize_t count = pread(file, block.data(), block.size(), static_cast<off_t>(offset));
+    std::string_view text(block.data(), static_cast<std::size_t>(std::max<ssize_t>(count, 0)));
+    for (auto end = text.find('\n'); end != std::string_view::npos; end = text.find('\n')) {
+        text.remove_prefix(end + 1);
+        if (const auto stamp = ParseLogStamp(text.substr(0, text.find('\n')))) {
+            return stamp->mWall;
+        }
+    }
+    return std::nullopt;
+}
+} // namespace
+
+std::uint64_t FindLogOffset(int file, std::uint64_t bytes, Wall wall)
+{
+    constexpr std::uint64_t NEAR = 65536;
+    std::uint64_t low = 0;
+    std::uint64_t high = bytes;
+    while (high - low > NEAR) {
+        const std::uint64_t middle = low + (high - low) / 2;
+        const auto stamp = StampAfter(file, middle);
+        if (!stamp) {
+            high = middle; // a long line without a stamp: looking earlier costs time, never lines
+        } else if (*stamp < wall) {
+            low = middle;
+        } else {
+            high = middle;
+        }
+    }
+    return low;
+}
+
+std::string GetLogName(Wall wall)
+{
+    const std::time_t seconds = wall;
+    std::tm day = {};
+    std::array<char, 64> name = {};
+    if (gmtime_r(&seconds, &day) != nullptr) {
+        (void)snprintf(name.data(), name.size(), "root.%02d%02d%02d_00001.log", day.tm_mon + 1, day.tm_mday,
+                       day.tm_year % 100);
+    }
+    return name.data();
+}
+
+void ReadLogs(const std::string& folder, ReportData& data)
+{
+    const OpenedFile directory = OpenFolder(AT_FDCWD, folder);
+    if (!directory.IsOpen()) {
+        data.mNotes.push_back("The folder of the logs, " + folder + ", can't be read: " + directory.failure +
+                              ".");
+        return;
+    }
+    const Wall firstDay = (data.mWall - LOG_BEFORE) / SECONDS_OF_DAY;
+    const Wall lastDay = (data.mWall + LOG_AFTER) / SECONDS_OF_DAY;
+    for (Wall day = firstDay; day <= lastDay; ++day) {
+        const OpenedFile log = OpenRegularFile(directory.file.Get(), GetLogName(day * SECONDS_OF_DAY));
+        if (log.IsOpen()) {
+            data.mHasLog = data.mHasLog || day == data.mWall / SECONDS_OF_DAY;
+            ReadLog(log.file.Get(), static_cast<std::uint64_t>(log.status.st_size), data);
+        }
+    }
+    FindBreach(data);
+    if (!data.mHasLog) {
+        data.mNotes.push_back("There is no log of that day in " + folder +
+                              ": reading, limit and timeline are not known.");
+    }
+}
+
+} // namespace ctl

@@ -1,0 +1,19 @@
+#pragma once
+
+#include "evidence/EvidenceTree.h"
+#include "page/read/ReportData.h"
+
+#include <ctime>
+#include <string>
+
+namespace ctl
+{
+
+/**
+ * Reads an evidence set for a report: every text file of it whole, and the memory map of an earlier set of
+ * the same process. Cores and heap dumps are listed. What is missing or can't be read is noted, never an
+ * error.
+ */
+ReportData ReadSet(const EvidenceTree& tree, const EvidenceSet& set, std::time_t now);
+
+} // namespace ctl
