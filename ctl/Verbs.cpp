@@ -9,6 +9,7 @@
 #include "base/ExitStatus.h"
 #include "base/PlainText.h"
 #include "evidence/EvidenceVerbs.h"
+#include "page/ReportVerb.h"
 
 namespace ctl
 {
@@ -40,6 +41,7 @@ std::span<const VerbRegistration> GetVerbs()
     static constexpr VerbRegistration VERBS[] = {
         AddListVerb,
         AddVerifyVerb,
+        AddReportVerb,
     };
     return VERBS;
 }

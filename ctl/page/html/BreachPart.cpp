@@ -12,7 +12,7 @@ namespace
 constexpr std::size_t WINDOW = 5;
 
 /** "95.00 % of this machine's processors" */
-std::string DescribeAmount(const LogEvent& breach, double amount, int digits)
+std::string DescribeAmount(const TimelineEvent& breach, double amount, int digits)
 {
     if (breach.mUnit == "MB") {
         return FormatPlain(amount, digits) + " MB of memory";
@@ -21,7 +21,7 @@ std::string DescribeAmount(const LogEvent& breach, double amount, int digits)
            (breach.mLabel == "CPU" ? "processors" : "memory");
 }
 
-std::string DescribeExcess(const LogEvent& breach)
+std::string DescribeExcess(const TimelineEvent& breach)
 {
     const double excess = breach.mReading - breach.mLimit;
     std::string text =
@@ -33,10 +33,10 @@ std::string DescribeExcess(const LogEvent& breach)
 }
 
 /** The last readings before the breach, which are its window; empty when the log doesn't have them. */
-std::vector<LogEvent> WindowOf(const ReportData& data)
+std::vector<TimelineEvent> WindowOf(const ReportData& data)
 {
-    std::vector<LogEvent> window;
-    for (const LogEvent& reading : data.mReadings) {
+    std::vector<TimelineEvent> window;
+    for (const TimelineEvent& reading : data.mReadings) {
         if (reading.mWall <= data.mBreach->mWall) {
             window.push_back(reading);
         }
@@ -53,7 +53,7 @@ void WriteWindow(Html& html, const ReportData& data)
     }
     std::string values;
     double sum = 0;
-    for (const LogEvent& reading : window) {
+    for (const TimelineEvent& reading : window) {
         values += (values.empty() ? "" : ", ") + FormatPlain(reading.mReading, 2);
         sum += reading.mReading;
     }
@@ -68,7 +68,7 @@ void WriteFacts(Html& html, const ReportData& data)
         html.Markup("<dt>When</dt><dd>")
             .Text(FormatWall(data.mBreach->mWall))
             .Markup(", local time of the host</dd>");
-        if (data.mBreach->mKind == LogEventKind::Breach) {
+        if (data.mBreach->mKind == TimelineKind::Breach) {
             html.Markup("<dt>By how much</dt><dd>").Text(DescribeExcess(*data.mBreach) + ".").Markup("</dd>");
         }
         WriteWindow(html, data);
@@ -111,9 +111,9 @@ std::string DescribeBreach(const ReportData& data)
         return "breached its limit of " + std::string(data.mResource == "cpu" ? "processor time" : "memory") +
                "; the log that says by how much is not there";
     }
-    const LogEvent& breach = *data.mBreach;
+    const TimelineEvent& breach = *data.mBreach;
     const std::string used = "used " + DescribeAmount(breach, breach.mReading, 2);
-    if (breach.mKind == LogEventKind::CaptureWithoutLimit) {
+    if (breach.mKind == TimelineKind::CaptureWithoutLimit) {
         return used + "; the settings take evidence whatever the limit";
     }
     return used + "; its limit is " + FormatPlain(breach.mLimit, 0) + (breach.mUnit == "MB" ? " MB" : " %");

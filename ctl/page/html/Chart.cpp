@@ -21,7 +21,7 @@ constexpr double BOTTOM = 26;
  * stretch. */
 constexpr std::size_t MOST_POINTS = 600;
 constexpr int MARKS_UP = 4;
-constexpr int MARKS_ALONG = 6;
+constexpr Wall MARKS_ALONG = 6;
 
 struct Scale
 {
@@ -117,9 +117,10 @@ void WriteGrid(Html& html, const Chart& chart, const Scale& scale)
         WriteLabel(html, "up", LEFT - 6, scale.Y(value) + 4, FormatValue(value, chart.mUnit));
     }
     const Wall span = scale.mLast - scale.mFirst;
-    for (int mark = 0; mark <= MARKS_ALONG; ++mark) {
-        const Wall wall = scale.mFirst + span * mark / MARKS_ALONG;
-        const auto cssClass = mark == 0 ? "along first" : mark == MARKS_ALONG ? "along last" : "along";
+    const Wall marks = std::min<Wall>(MARKS_ALONG, span);
+    for (Wall mark = 0; mark <= marks; ++mark) {
+        const Wall wall = scale.mFirst + span * mark / marks;
+        const auto cssClass = mark == 0 ? "along first" : mark == marks ? "along last" : "along";
         WriteLabel(html, cssClass, scale.X(wall), HEIGHT - 8, FormatWallClock(wall));
     }
 }

@@ -51,6 +51,9 @@ std::string FormatKilobytes(double kilobytes)
     if (kilobytes < 0) {
         return UNKNOWN;
     }
+    if (kilobytes == 0) {
+        return "0";
+    }
     constexpr std::array UNITS = {" KiB", " MiB", " GiB", " TiB", " PiB"};
     std::size_t unit = 0;
     while (kilobytes >= 1000 && unit + 1 < UNITS.size()) {

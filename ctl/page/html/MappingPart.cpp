@@ -82,7 +82,7 @@ void WriteByName(Html& html, const ReportData& data)
     }
     const Mapping& total = report.mTotal;
     html.Row(
-        {TextCell("All " + FormatCount(static_cast<double>(count), "name")),
+        {TextCell("All " + FormatPlain(static_cast<double>(count), 0)),
          NumberCell(report.mHasResident ? FormatKilobytes(total.mResident) : "not known"),
          NumberCell(report.mHasResident ? FormatKilobytes(total.mPrivate) : "not known"),
          NumberCell(report.mHasResident ? FormatKilobytes(total.mSwap) : "not known"),

@@ -87,7 +87,7 @@ void WriteProcesses(Html& html, const ReportData& data)
         WriteRows(html, data, growing, false);
     }
     html.Paragraph(
-        FormatCount(static_cast<double>(data.mProcesses.size()), "process id") + " were seen in all.",
+        "Process ids seen in all: " + FormatPlain(static_cast<double>(data.mProcesses.size()), 0) + ".",
         "aside");
     html.EndPart();
 }

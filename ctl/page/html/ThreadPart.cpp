@@ -23,12 +23,37 @@ std::string JoinNames(const std::vector<std::string>& names, std::size_t count)
                          : text;
 }
 
+/** True for what a thread stands in while it waits, whoever made it wait. */
+bool IsOfSystem(std::string_view frame)
+{
+    for (const std::string_view begin : {"__", "pthread_", "futex", "??", "jdk.internal.misc.Unsafe.park",
+                                         "java.util.concurrent.locks.", "java.lang.Object.wait"}) {
+        if (frame.starts_with(begin)) {
+            return true;
+        }
+    }
+    return frame.find("(libc.so") != std::string_view::npos ||
+           frame.find("(libc-") != std::string_view::npos ||
+           frame.find("(libpthread") != std::string_view::npos;
+}
+
+/** The innermost function and, when that is a wait of the system, the first one of the program itself. */
+void WriteHeadline(Html& html, const std::vector<std::string>& frames)
+{
+    html.Element("code", frames.empty() ? "no frames" : frames.front());
+    const auto own = std::find_if_not(frames.begin(), frames.end(), IsOfSystem);
+    if (own != frames.begin() && own != frames.end()) {
+        html.Markup(" called from ").Element("code", *own);
+    }
+}
+
 void WriteGroup(Html& html, const StackGroup& group, bool isOpen)
 {
     html.Markup(isOpen ? "\n<details open><summary><b>" : "\n<details><summary><b>");
     html.Text(FormatCount(static_cast<double>(group.mThreadCount), "thread")).Markup("</b> ");
     html.Text(group.mState).Markup(group.mState.empty() ? "" : " ");
-    html.Element("code", group.mFrames.empty() ? "no frames" : group.mFrames.front()).Markup("</summary>");
+    WriteHeadline(html, group.mFrames);
+    html.Markup("</summary>");
     html.Paragraph(JoinNames(group.mThreads, group.mThreadCount), "aside");
     html.Markup("<ol class=\"stack\" start=\"0\">");
     for (const std::string& frame : group.mFrames) {

@@ -13,32 +13,32 @@ constexpr std::size_t MOST_EVENT_ROWS = 60;
 
 struct EventText
 {
-    LogEventKind mKind;
+    TimelineKind mKind;
     const char* mClass;
     const char* mText; ///< {n} name, {d} detail, {c} number, {r} reading, {t} limit
 };
 
 constexpr EventText EVENT_TEXTS[] = {
-    {LogEventKind::Breach, "bad", "Limit exceeded: {r}, limit {t}"},
-    {LogEventKind::CaptureWithoutLimit, "watch", "Evidence taken whatever the limit: reading {r}"},
-    {LogEventKind::SetTaken, "", "Evidence set {c} begins"},
-    {LogEventKind::SetsUsedUp, "watch", "No more sets for {n}: all {c} are taken"},
-    {LogEventKind::CoreDone, "", "The core tool ended well (see the files for whether the core is whole)"},
-    {LogEventKind::CoreFailed, "bad", "The core could not be taken"},
-    {LogEventKind::CoreToolMissing, "bad", "No core: there is no{d}"},
-    {LogEventKind::CaptureStarted, "", "Capture begins: {d}"},
-    {LogEventKind::CaptureDone, "", "Capture ended: {d}"},
-    {LogEventKind::JavaDumpDone, "", "A Java dump reached the evidence"},
-    {LogEventKind::JavaDumpFailed, "bad", "A Java dump failed: {d}"},
-    {LogEventKind::LevelRead, "", "Log level of {n} before: {c}"},
-    {LogEventKind::LevelRaised, "", "Log levels of {n} raised to 6"},
-    {LogEventKind::LevelReset, "", "Log levels of {n} put back"},
-    {LogEventKind::ServiceStarted, "", "The daemon started"},
-    {LogEventKind::ServiceStopped, "watch", "The daemon stopped"},
-    {LogEventKind::Error, "bad", "Error:{d}"},
+    {TimelineKind::Breach, "bad", "Limit exceeded: {r}, limit {t}"},
+    {TimelineKind::CaptureWithoutLimit, "watch", "Evidence taken whatever the limit: reading {r}"},
+    {TimelineKind::SetTaken, "", "Evidence set {c} begins"},
+    {TimelineKind::SetsUsedUp, "watch", "No more sets for {n}: all {c} are taken"},
+    {TimelineKind::CoreDone, "", "The core tool ended well (see the files for whether the core is whole)"},
+    {TimelineKind::CoreFailed, "bad", "The core could not be taken"},
+    {TimelineKind::CoreToolMissing, "bad", "No core: there is no{d}"},
+    {TimelineKind::CaptureStarted, "", "Capture begins: {d}"},
+    {TimelineKind::CaptureDone, "", "Capture ended: {d}"},
+    {TimelineKind::JavaDumpDone, "", "A Java dump reached the evidence"},
+    {TimelineKind::JavaDumpFailed, "bad", "A Java dump failed: {d}"},
+    {TimelineKind::LevelRead, "", "Log level of {n} before: {c}"},
+    {TimelineKind::LevelRaised, "", "Log levels of {n} raised to 6"},
+    {TimelineKind::LevelReset, "", "Log levels of {n} put back"},
+    {TimelineKind::ServiceStarted, "", "The daemon started"},
+    {TimelineKind::ServiceStopped, "watch", "The daemon stopped"},
+    {TimelineKind::Error, "bad", "Error:{d}"},
 };
 
-std::string ValueOf(const LogEvent& event, char place)
+std::string ValueOf(const TimelineEvent& event, char place)
 {
     switch (place) {
     case 'n':
@@ -54,7 +54,7 @@ std::string ValueOf(const LogEvent& event, char place)
     }
 }
 
-std::string TextOf(const LogEvent& event, std::string_view pattern)
+std::string TextOf(const TimelineEvent& event, std::string_view pattern)
 {
     std::string text;
     for (auto open = pattern.find('{'); open != std::string_view::npos; open = pattern.find('{')) {
@@ -64,7 +64,7 @@ std::string TextOf(const LogEvent& event, std::string_view pattern)
     return text.append(pattern);
 }
 
-void WriteEvent(Html& html, const ReportData& data, const LogEvent& event)
+void WriteEvent(Html& html, const ReportData& data, const TimelineEvent& event)
 {
     const auto row = std::find_if(std::begin(EVENT_TEXTS), std::end(EVENT_TEXTS),
                                   [&](const EventText& text) { return text.mKind == event.mKind; });
@@ -80,7 +80,7 @@ void WriteEvent(Html& html, const ReportData& data, const LogEvent& event)
 /** The events nearest to the breach, when there are more than a table shows. */
 void WriteEvents(Html& html, const ReportData& data)
 {
-    const auto isBefore = [&](const LogEvent& event) { return event.mWall < data.mWall - 1; };
+    const auto isBefore = [&](const TimelineEvent& event) { return event.mWall < data.mWall - 1; };
     const auto begin =
         static_cast<std::size_t>(std::count_if(data.mEvents.begin(), data.mEvents.end(), isBefore));
     const std::size_t first = begin > MOST_EVENT_ROWS / 4 ? begin - MOST_EVENT_ROWS / 4 : 0;
@@ -108,7 +108,7 @@ void WriteReadings(Html& html, const ReportData& data)
         -1,
         data.mBreach ? data.mBreach->mLimit : -1,
         data.mBreach ? data.mBreach->mWall : data.mWall};
-    for (const LogEvent& reading : data.mReadings) {
+    for (const TimelineEvent& reading : data.mReadings) {
         chart.mTimes.push_back(reading.mWall);
         chart.mSeries[0].mValues.push_back(reading.mReading);
     }

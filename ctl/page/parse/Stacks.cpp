@@ -59,6 +59,26 @@ std::string_view PlaceOf(std::string_view frame)
     return {};
 }
 
+/** "worker (4359)" of a thread with a name and an id of the kernel, else what the listing calls it. */
+std::string ThreadLabel(std::string_view head)
+{
+    constexpr std::string_view KERNEL = "(LWP ";
+    const auto id = head.find(KERNEL);
+    if (id == std::string_view::npos) {
+        return std::string(head.substr(0, LONGEST_THREAD));
+    }
+    const auto number = head.substr(id + KERNEL.size(), head.find(')', id) - id - KERNEL.size());
+    const auto open = head.find('"', id);
+    const auto close = head.rfind('"');
+    if (open == std::string_view::npos || close == open) {
+        return "thread " + std::string(number.substr(0, LONGEST_THREAD));
+    }
+    return std::string(head.substr(open + 1, std::min(close - open - 1, LONGEST_THREAD)))
+        .append(" (")
+        .append(number.substr(0, LONGEST_THREAD))
+        .append(")");
+}
+
 bool IsThreadHead(std::string_view line)
 {
     return (line.starts_with("Thread ") && line.find(" (") != std::string_view::npos) ||
@@ -93,7 +113,7 @@ void StackParser::BeginThread(std::string_view name)
     if (name.ends_with(':')) {
         name.remove_suffix(1);
     }
-    mThread = name.substr(0, LONGEST_THREAD);
+    mThread = ThreadLabel(name);
     mHasThread = true;
 }
 

@@ -24,44 +24,44 @@ constexpr Wall BREACH_BEFORE_SET = 120;
 /** How far apart the lines of different sources may stand in the file. */
 constexpr Wall DISORDER = 60;
 
-bool IsOfCounter(const LogEvent& event, const ReportData& data)
+bool IsOfCounter(const TimelineEvent& event, const ReportData& data)
 {
     return event.mPid == data.mPid && (event.mLabel == "CPU" ? "cpu" : "memory") == data.mResource;
 }
 
 /** True if an event belongs on the timeline: of the process, of nobody in particular after the set began. */
-bool IsOfSet(const LogEvent& event, const ReportData& data)
+bool IsOfSet(const TimelineEvent& event, const ReportData& data)
 {
     switch (event.mKind) {
-    case LogEventKind::Breach:
-    case LogEventKind::CaptureWithoutLimit:
+    case TimelineKind::Breach:
+    case TimelineKind::CaptureWithoutLimit:
         return IsOfCounter(event, data);
-    case LogEventKind::SetsUsedUp:
+    case TimelineKind::SetsUsedUp:
         return event.mName == data.mProcess;
-    case LogEventKind::ServiceStarted:
-    case LogEventKind::ServiceStopped:
+    case TimelineKind::ServiceStarted:
+    case TimelineKind::ServiceStopped:
         return true;
-    case LogEventKind::CaptureDone:
-    case LogEventKind::JavaDumpDone:
-    case LogEventKind::JavaDumpFailed:
-    case LogEventKind::CoreToolMissing:
-    case LogEventKind::LevelRead:
-    case LogEventKind::LevelRaised:
-    case LogEventKind::LevelReset:
-    case LogEventKind::Error:
+    case TimelineKind::CaptureDone:
+    case TimelineKind::JavaDumpDone:
+    case TimelineKind::JavaDumpFailed:
+    case TimelineKind::CoreToolMissing:
+    case TimelineKind::LevelRead:
+    case TimelineKind::LevelRaised:
+    case TimelineKind::LevelReset:
+    case TimelineKind::Error:
         return event.mWall >= data.mWall - 1;
     default:
         return event.mPid == data.mPid;
     }
 }
 
-void Add(LogEvent&& event, ReportData& data)
+void Add(TimelineEvent&& event, ReportData& data)
 {
-    if (event.mKind == LogEventKind::Reading) {
+    if (event.mKind == TimelineKind::Reading) {
         if (IsOfCounter(event, data) && data.mReadings.size() < MOST_READINGS) {
             data.mReadings.push_back(std::move(event));
         }
-    } else if (event.mKind == LogEventKind::Limit || event.mKind == LogEventKind::Average) {
+    } else if (event.mKind == TimelineKind::Limit || event.mKind == TimelineKind::Average) {
         return; // follow from the reading and the breach
     } else if (IsOfSet(event, data) && data.mEvents.size() < MOST_EVENTS) {
         data.mEvents.push_back(std::move(event));
@@ -71,9 +71,9 @@ void Add(LogEvent&& event, ReportData& data)
 /** The breach nearest to the beginning of the set, no later than a second after it. */
 void FindBreach(ReportData& data)
 {
-    for (const LogEvent& event : data.mEvents) {
+    for (const TimelineEvent& event : data.mEvents) {
         const bool isBreach =
-            event.mKind == LogEventKind::Breach || event.mKind == LogEventKind::CaptureWithoutLimit;
+            event.mKind == TimelineKind::Breach || event.mKind == TimelineKind::CaptureWithoutLimit;
         if (isBreach && event.mWall >= data.mWall - BREACH_BEFORE_SET && event.mWall <= data.mWall + 1) {
             data.mBreach = event;
         }
@@ -87,12 +87,12 @@ void ReadLog(int file, std::uint64_t bytes, ReportData& data)
     const std::uint64_t offset = FindLogOffset(file, bytes, from - DISORDER);
     bool isPast = false;
     const auto take = [&](std::string_view line) {
-        const auto stamp = ParseLogStamp(line);
+        const auto stamp = ParseTimelineStamp(line);
         isPast = isPast || (stamp && stamp->mWall > to + DISORDER);
         if (!stamp || stamp->mWall < from || stamp->mWall > to) {
             return;
         }
-        if (auto event = ParseLogLine(line)) {
+        if (auto event = ParseTimelineLine(line)) {
             Add(std::move(*event), data);
         }
     };
@@ -110,7 +110,7 @@ std::optional<Wall> StampAfter(int file, std::uint64_t offset)
     std::string_view text(block.data(), static_cast<std::size_t>(std::max<ssize_t>(count, 0)));
     for (auto end = text.find('\n'); end != std::string_view::npos; end = text.find('\n')) {
         text.remove_prefix(end + 1);
-        if (const auto stamp = ParseLogStamp(text.substr(0, text.find('\n')))) {
+        if (const auto stamp = ParseTimelineStamp(text.substr(0, text.find('\n')))) {
             return stamp->mWall;
         }
     }
@@ -166,6 +166,10 @@ void ReadLogs(const std::string& folder, ReportData& data)
             ReadLog(log.file.Get(), static_cast<std::uint64_t>(log.status.st_size), data);
         }
     }
+    // Each source of the daemon writes its lines by itself, so neighbours may stand in either order.
+    std::stable_sort(
+        data.mEvents.begin(), data.mEvents.end(),
+        [](const TimelineEvent& left, const TimelineEvent& right) { return left.mWall < right.mWall; });
     FindBreach(data);
     if (!data.mHasLog) {
         data.mNotes.push_back("There is no log of that day in " + folder +

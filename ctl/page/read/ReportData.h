@@ -1,6 +1,5 @@
 #pragma once
 
-#include "log/LogEvent.h"
 #include "page/parse/Iostat.h"
 #include "page/parse/JavaThreads.h"
 #include "page/parse/Mappings.h"
@@ -8,6 +7,7 @@
 #include "page/parse/Mpstat.h"
 #include "page/parse/Netstat.h"
 #include "page/parse/Stacks.h"
+#include "page/read/TimelineEvent.h"
 
 #include <cstdint>
 #include <map>
@@ -104,11 +104,11 @@ struct ReportData
     std::string mKernel;
     int mProcessors = 0; ///< 0 if no tool said it
 
-    std::optional<LogEvent> mBreach;
-    std::vector<LogEvent>
+    std::optional<TimelineEvent> mBreach;
+    std::vector<TimelineEvent>
         mEvents; ///< of this process around the set, in their order, readings not among them
-    std::vector<LogEvent> mReadings; ///< readings of this counter around the set
-    bool mHasLog = false;            ///< a log of the set's day was read
+    std::vector<TimelineEvent> mReadings; ///< readings of this counter around the set
+    bool mHasLog = false;                 ///< a log of the set's day was read
 
     std::vector<HostSample> mSamples;
     std::map<int, ProcessSummary> mProcesses;

@@ -37,7 +37,8 @@ Thread 1 (Thread 0x7f09dd3fe6c2 (LWP 11804)):
     EXPECT_EQ(report.mGroups[0].mThreadCount, 2u);
     EXPECT_EQ(report.mGroups[0].mFrames,
               (std::vector<std::string>{"__poll (poll.c:29)", "Serve(int) (libserve.so)"}));
-    EXPECT_EQ(report.mGroups[0].mThreads[0], "Thread 3 (Thread 0x7f09dd3fe6c0 (LWP 11806) \"worker\")");
+    EXPECT_EQ(report.mGroups[0].mThreads[0], "worker (11806)");
+    EXPECT_EQ(report.mGroups[1].mThreads[0], "thread 11804");
     EXPECT_EQ(report.mGroups[1].mFrames, std::vector<std::string>{"main (main.cpp:7)"});
 }
 

@@ -10,7 +10,7 @@ namespace ctl
 {
 
 /** What a line of the diagnostic log reports. Those marked verbose are there only with THHS_VERBOSE at 1. */
-enum class LogEventKind
+enum class TimelineKind
 {
     Reading,             ///< verbose: a reading of a counter
     Limit,               ///< verbose: the limit that the reading is held against
@@ -35,9 +35,9 @@ enum class LogEventKind
 };
 
 /** A line of the log as far as it is understood. What a kind doesn't have is 0 or empty. */
-struct LogEvent
+struct TimelineEvent
 {
-    LogEventKind mKind = LogEventKind::Error;
+    TimelineKind mKind = TimelineKind::Error;
     std::int64_t mWall = 0; ///< local time as the line shows it, in seconds as if it were UTC
     int mMilliseconds = 0;  ///< may belong to the neighbouring second
     std::string mLabel;     ///< "CPU" or "Memory"
@@ -52,17 +52,17 @@ struct LogEvent
 };
 
 /** The time at the head of a line, and where the text after it begins; nothing for a line without one. */
-struct LogStamp
+struct TimelineStamp
 {
     std::int64_t mWall = 0;
     int mMilliseconds = 0;
     std::string_view mText;
 };
 
-std::optional<LogStamp> ParseLogStamp(std::string_view line);
+std::optional<TimelineStamp> ParseTimelineStamp(std::string_view line);
 
 /** What a line of the log reports; nothing for a line of another sort, and for a line that is not whole. */
-std::optional<LogEvent> ParseLogLine(std::string_view line);
+std::optional<TimelineEvent> ParseTimelineLine(std::string_view line);
 
 /** Local time of an instant in seconds as if it were UTC, by the time zone of this process. */
 std::int64_t ToWall(std::time_t instant);

@@ -1,0 +1,138 @@
+#include "page/ReportVerb.h"
+
+#include "base/Common.h"
+#include "base/Document.h"
+#include "base/ExitStatus.h"
+#include "base/PlainText.h"
+#include "base/Progress.h"
+#include "evidence/EvidenceSource.h"
+#include "evidence/SetCheck.h"
+#include "page/OutputFile.h"
+#include "page/html/Findings.h"
+#include "page/html/Page.h"
+#include "page/html/Parts.h"
+#include "page/read/LogReader.h"
+#include "page/read/SetReader.h"
+
+#include <algorithm>
+#include <iostream>
+#include <memory>
+#include <stdexcept>
+
+#include <CLI/CLI.hpp>
+
+namespace ctl
+{
+
+namespace
+{
+constexpr VerbText REPORT = {"report", "Makes one page of an evidence set, for the browser or for paper",
+                             "thsentinelctl report --last -o report.html\n"
+                             "thsentinelctl report tbrd/4321/Evidence1 -o report.html --log copies/logs"};
+
+/** Where the daemon logs, on a host that has one. */
+constexpr const char* LOG_FOLDER = "/usr/tarnv/tarnhaven/logs/thsentinel";
+
+struct ReportOptions
+{
+    std::string mSet;
+    bool mTakesLast = false;
+    std::string mOutput;
+};
+
+std::size_t ChooseSet(const EvidenceTree& tree, const ReportOptions& options)
+{
+    if (!options.mTakesLast) {
+        return SelectOneSet(tree, options.mSet);
+    }
+    if (tree.sets.empty()) {
+        throw std::runtime_error("there is no evidence set below " + tree.root);
+    }
+    return tree.sets.size() - 1; // they are sorted by time
+}
+
+void AddCheck(const EvidenceSource& source, const EvidenceSet& set, ReportData& data)
+{
+    CheckRules rules;
+    rules.plan = source.plan;
+    rules.depth = Depth::Ends;
+    Activity activity;
+    SetReport report = CheckSet(source.tree, set, rules, activity);
+    data.mState = GetStateName(report.state);
+    data.mProblems = std::move(report.problems);
+    data.mNotes.insert(data.mNotes.end(), report.notes.begin(), report.notes.end());
+}
+
+/** Two breaches of the minute before midnight and after it are one walk over two logs. */
+ReportData ReadAll(const Common& common, const EvidenceSource& source, const EvidenceSet& set)
+{
+    Progress progress("reading", 0);
+    progress.SetDetail(set.GetId());
+    ReportData data = ReadSet(source.tree, set, std::time(nullptr));
+    ReadLogs(common.log.empty() ? LOG_FOLDER : common.log, data);
+    if (!source.storeFailure.empty()) {
+        data.mNotes.push_back("The settings are not known (" + source.storeFailure +
+                              "), so completeness was held against the defaults.");
+    }
+    AddCheck(source, set, data);
+    return data;
+}
+
+void PrintResult(const Common& common, const ReportOptions& options, const ReportData& data,
+                 std::size_t bytes)
+{
+    if (common.json) {
+        Json document = BeginDocument("report");
+        document["set"] = ToJson(data.mSetId);
+        document["output"] = ToJson(options.mOutput);
+        document["bytes"] = bytes;
+        document["state"] = data.mState;
+        document["findings"] = Json::array();
+        for (const Finding& finding : FindWhatStandsOut(data)) {
+            document["findings"].push_back(ToJson(finding.mText));
+        }
+        PrintDocument(document);
+        return;
+    }
+    std::cout << EscapeControls(data.mProcess) << " (" << data.mPid << ") "
+              << EscapeControls(DescribeBreach(data)) << ".\n";
+    for (const Finding& finding : FindWhatStandsOut(data)) {
+        std::cout << "  " << EscapeControls(finding.mText) << '\n';
+    }
+    std::cout << "Written: " << EscapeControls(options.mOutput) << '\n';
+}
+
+int Report(const Common& common, const ReportOptions& options)
+{
+    const EvidenceSource source = OpenEvidence(common);
+    const EvidenceSet& set = source.tree.sets[ChooseSet(source.tree, options)];
+    const ReportData data = ReadAll(common, source, set);
+    const std::string page = WritePage(data);
+    WriteOutputFile(options.mOutput, page);
+    if (options.mOutput != "-") {
+        PrintResult(common, options, data, page.size());
+    }
+    return data.mState == GetStateName(SetState::Complete) ? EXIT_GOOD : EXIT_WARNINGS;
+}
+} // namespace
+
+void AddReportVerb(CLI::App& program, Common& common)
+{
+    CLI::App& verb = AddVerb(program, REPORT);
+    const auto options = std::make_shared<ReportOptions>();
+    auto* const last = verb.add_flag("--last", options->mTakesLast, "The latest set");
+    auto* const set =
+        verb.add_option("SET", options->mSet, "Id of the set, the beginning of one, or its path");
+    set->excludes(last);
+    verb.add_option("-o,--output", options->mOutput, "The file to write; - for standard output")
+        ->type_name("FILE")
+        ->required();
+    SetAction(verb, common, [&common, options] {
+        if (options->mSet.empty() && !options->mTakesLast) {
+            throw CLI::RequiredError("SET or --last");
+        }
+        return Report(common, *options);
+    });
+}
+
+} // namespace ctl
