@@ -1,4 +1,5 @@
 #include <climits>
+#include <filesystem>
 #include <fstream>
 #include <iterator>
 #include <optional>
