@@ -28,31 +28,32 @@ constexpr int CREATION_BUDGET = 3;
 constexpr int EXIT_ON_SIGNAL = -1;
 const pthread_t MAIN_THREAD = pthread_self(); // static objects are made on it, and a fork keeps the id
 
-// A stop that meets the main thread at work could interrupt it with a lock in hand that the stop needs
-// itself. So the main thread takes stops only while it waits; one that comes earlier is kept until then. The
-// same keeps a second stop from interrupting the first.
-volatile sig_atomic_t gStopsAreHeld = 0;
-volatile sig_atomic_t gHeldStop = 0;
+/** What a stop does that meets the main thread. */
+enum eStopTreatment : int
+{
+    STOPS_ARE_TAKEN,   ///< all of its work: the main thread waits, with no lock in hand
+    STOPS_END_AT_ONCE, ///< it ends the process: the main thread is at work, and there is nothing to tear down
+                       ///< yet
+    STOPS_ARE_KEPT     ///< nothing before the main thread waits, whose locks the tear-down may need
+};
+
+volatile sig_atomic_t gStopTreatment = STOPS_ARE_TAKEN;
+volatile sig_atomic_t gKeptStop = 0;
 volatile sig_atomic_t gStopIsPassedOn = 0; // by a thread that the signal met, to the main thread
 
-void HoldStops()
+/** For the main thread at work. */
+void SetStopTreatmentOfWork()
 {
-    gStopsAreHeld = 1;
+    gStopTreatment = bThreadInitialized ? STOPS_ARE_KEPT : STOPS_END_AT_ONCE;
 }
 
-void ReleaseStops()
+/** Takes a stop that was kept, and from then on those that come. */
+void TakeStops()
 {
-    gStopsAreHeld = 0;
-    if (gHeldStop != 0) {
-        SignalHandler(gHeldStop);
+    gStopTreatment = STOPS_ARE_TAKEN;
+    if (gKeptStop != 0) {
+        SignalHandler(gKeptStop);
     }
-}
-
-/** Takes a stop that was kept. */
-void TakeHeldStop()
-{
-    ReleaseStops();
-    HoldStops();
 }
 
 bool IsMainThread()
@@ -99,11 +100,14 @@ void CreateWorker(ServiceThreadStatus& status, int& budget)
     if (bThreadInitialized) {
         return;
     }
+    gStopTreatment = STOPS_ARE_KEPT; // until it is known whether there is something to tear down
     if (pthread_create(&gTID, nullptr, ServiceWorkerThread, &status) == 0) {
         bThreadInitialized = true;
-    } else {
-        --budget;
+        return;
     }
+    --budget;
+    TakeStops();
+    SetStopTreatmentOfWork();
 }
 
 void RunWorker()
@@ -136,12 +140,12 @@ int RunDaemon(const char* processName, const char* runFileName)
     openlog(processName, LOG_PID | LOG_CONS | LOG_PERROR, LOG_USER);
     syslog(LOG_INFO, "===== Daemon Entry Point =====\n");
     const int result = StartMonitoringActivity();
-    TakeHeldStop();
     if (result != 0) {
         return result;
     }
     RunWorker();
-    TakeHeldStop(); // a later one meets a process that is ending anyway
+    TakeStops();
+    SetStopTreatmentOfWork(); // one that is kept from now on meets a process that is ending anyway
     syslog(LOG_INFO, "===== Daemon Exit Point =====\n");
     closelog();
     return 0;
@@ -156,14 +160,19 @@ void SignalHandler(int signal)
     // Another thread may be cancelled by the stop, or hold a lock that the stop waits for.
     if (!IsMainThread()) {
         gStopIsPassedOn = 1;
-        (void)pthread_kill(MAIN_THREAD, signal); // fails only when the process is ending already
+        // Never as SIGINT, which is ignored while a capture runs a shell line. Fails only when the process is
+        // ending.
+        (void)pthread_kill(MAIN_THREAD, SIGTERM);
         return;
     }
-    if (gStopsAreHeld != 0) {
-        gHeldStop = signal;
+    if (gStopTreatment == STOPS_ARE_KEPT) {
+        gKeptStop = signal;
         return;
     }
-    HoldStops();
+    if (gStopTreatment == STOPS_END_AT_ONCE) {
+        _exit(EXIT_ON_SIGNAL); // exit isn't safe at the place that the signal met
+    }
+    gStopTreatment = STOPS_ARE_KEPT; // a second stop doesn't interrupt the first
     gStopTheDaemon = 1;
     if (bThreadInitialized) {
         (void)StopMonitoringActivity(); // always 0
@@ -180,9 +189,9 @@ bool IsStopUnderWay()
 
 void WaitTakingStops(unsigned int seconds)
 {
-    ReleaseStops();
+    TakeStops();
     (void)sleep(seconds); // SIGHUP cuts it short
-    HoldStops();
+    SetStopTreatmentOfWork();
 }
 
 void GetTouchFilePath(std::string name, std::string& path)
@@ -303,7 +312,7 @@ int ConvertProcessToDaemon(const char* processName, const char* runFileName)
         return DAEMON_RC_LOCK_HELD;
     }
     SetBlockSingles();
-    HoldStops();
+    SetStopTreatmentOfWork();
     RegisterForNewSingleHandler();
     const pid_t child = fork();
     if (child == 0) {
@@ -311,7 +320,6 @@ int ConvertProcessToDaemon(const char* processName, const char* runFileName)
     }
     if (child < 0) {
         ConsolePuts("Error: Failed to fork the process");
-        TakeHeldStop();
         return DAEMON_RC_FORK_FAILED;
     }
     return DAEMON_RC_PARENT;

@@ -36,8 +36,8 @@ extern std::int32_t gUUIDFd;        ///< descriptor of the lock file that was op
 
 /**
  * Stops the daemon on SIGTERM and SIGINT: restores, cancels the worker and ends the process with status 255.
- * Any other signal is ignored. The work is always done on the main thread; another thread passes the signal
- * on to it.
+ * Before there is a worker nothing is to be restored, and the process ends at once. Any other signal is
+ * ignored. The work is always done on the main thread; another thread passes the signal on to it.
  */
 void SignalHandler(int signal);
 
@@ -45,7 +45,7 @@ void SignalHandler(int signal);
 bool IsStopUnderWay();
 
 /**
- * Waits, and meanwhile takes stops, which the main thread keeps at all other times once it has the handler:
+ * Waits, and meanwhile takes stops. At all other times the main thread keeps them once there is a worker, so
  * the program waits between its actions through this and not by sleep alone. SIGHUP cuts the wait short.
  */
 void WaitTakingStops(unsigned int seconds);

@@ -6,6 +6,7 @@
 
 #include <gmock/gmock.h>
 
+#include <cerrno>
 #include <csignal>
 #include <cstdio>
 
@@ -291,27 +292,30 @@ TEST_F(DaemonSignals, DoNotInterruptAStopThatIsInProgress)
     EXPECT_EQ(GetLogLines(), Join({START_LINES, PASS_LINES, STOP_LINES}));
 }
 
-TEST_F(DaemonSignals, WaitForTheStartToEndAndTearNothingDown)
-{
-    ChildProcess daemon([] {
-        GetConfigurationSeam().mRead = [] { return raise(SIGTERM); };
-        return BecomeDaemon();
-    });
-    EXPECT_EQ(daemon.Wait(), STATUS_OF_STOP);
-    EXPECT_THAT(daemon.GetSystemLog(), ElementsAre(ENTRY, STARTED));
-    EXPECT_EQ(GetLogLines(), START_LINES); // and no pass
-}
-
-TEST_F(DaemonSignals, CountForMoreThanAFailedStart)
+TEST_F(DaemonSignals, EndADaemonAtOnceThatReadsItsSettings)
 {
     ChildProcess daemon([] {
         GetConfigurationSeam().mRead = [] {
             (void)raise(SIGTERM);
-            return 15;
+            WriteFile(WOKEN, "");
+            return 0;
         };
         return BecomeDaemon();
     });
     EXPECT_EQ(daemon.Wait(), STATUS_OF_STOP);
+    EXPECT_FALSE(IsThereAFile(WOKEN));
+    EXPECT_THAT(GetLogLines(), ElementsAre(START_LINES.front()));
+}
+
+TEST_F(DaemonSignals, EndADaemonAtOnceThatFailsToStartItsWorker)
+{
+    ChildProcess daemon([] {
+        GetSeams().mPthreadCreate = [](auto...) { return raise(SIGINT), EAGAIN; };
+        GetSeams().mSleep = [](unsigned /*seconds*/) { return 0U; };
+        return BecomeDaemon();
+    });
+    EXPECT_EQ(daemon.Wait(), STATUS_OF_STOP);
+    EXPECT_EQ(GetLogLines(), START_LINES);
 }
 
 TEST_F(DaemonSignals, FindTheWorkerThatIsJustBeingMade)
@@ -375,28 +379,43 @@ TEST_F(DaemonSignals, EndAForegroundProcessInItsWaitAndTearNothingDown)
     EXPECT_THAT(GetLogLines(), IsEmpty());
 }
 
-TEST_F(DaemonSignals, EndAForegroundProcessThatWasAboutToFork)
+TEST_F(DaemonSignals, EndAForegroundProcessThatIsAboutToForkBeforeThereIsAChild)
 {
     ChildProcess foreground([] {
         GetSeams().mFork = [] {
             (void)raise(SIGINT);
+            WriteFile(WOKEN, "");
             return pid_t(4321);
         };
         return PerformAction(eActionStart);
     });
     EXPECT_EQ(foreground.Wait(), STATUS_OF_STOP);
-    EXPECT_THAT(foreground.GetSystemLog(), IsEmpty());
+    EXPECT_FALSE(IsThereAFile(WOKEN));
 }
 
-TEST_F(DaemonSignals, LeaveTheForegroundProcessAtWorkUntilItWaits)
+TEST_F(DaemonSignals, EndAForegroundProcessAtOnceThatHasMadeItsLastCheck)
 {
     ChildProcess foreground([] {
+        GetSeams().mFork = [] { return pid_t(4321); };
         (void)ConvertProcessToDaemon("thsentinel", THHS_RUN_LOCK_NAME);
-        (void)raise(SIGTERM);
-        (void)printf("worked on");
-        WaitTakingStops(1);
-        return 0;
+        (void)CheckTheDaemonRuning("thsentinel", THHS_RUN_LOCK_NAME);
+        return raise(SIGTERM);
     });
     EXPECT_EQ(foreground.Wait(), STATUS_OF_STOP);
-    EXPECT_EQ(foreground.GetOutput(), "worked on");
+}
+
+TEST_F(DaemonSignals, ReachTheMainThreadFromTheWorkerWhileAnInterruptIsIgnored)
+{
+    ChildProcess daemon([this] {
+        mScript.mShell.mAnswer = [](const std::string&) {
+            if (gettid() != getpid()) {
+                (void)signal(SIGINT, SIG_IGN); // as it is while a capture runs a shell line
+                SignalHandler(SIGINT);         // which came just before
+            }
+            return "";
+        };
+        return BecomeDaemon();
+    });
+    EXPECT_EQ(daemon.Wait(), STATUS_OF_STOP);
+    EXPECT_EQ(GetLogLinesBesidesPasses(), Join({START_LINES, STOP_LINES}));
 }
