@@ -5,6 +5,7 @@
 /**
  * The lock under which a source unit writes its lines of the diagnostic log. Each unit that includes this
  * header has its own: lines of different units aren't held apart by it, only by the append mode of the file.
- * Include it in sources that log, never in a header.
+ * Include it in sources that log, never in a header. Intentional: it is never destroyed, as captures write
+ * their lines to the last moment of the process.
  */
-static mutex logFileMtx;
+static mutex& logFileMtx = *new mutex;

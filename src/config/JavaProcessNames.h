@@ -2,6 +2,9 @@
 
 #include <string>
 
-/** Configured names of the Java processes; each source unit that needs them has its own. */
-static const std::string ADMIN_CONSOLE_JAVA = "adminconsole";
-static const std::string WEB_MANAGEMENT_JAVA = "thwmc";
+/**
+ * Configured names of the Java processes; each source unit that needs them has its own. Intentional: they are
+ * never destroyed, as threads may use them to the last moment of the process.
+ */
+static const std::string& ADMIN_CONSOLE_JAVA = *new std::string("adminconsole");
+static const std::string& WEB_MANAGEMENT_JAVA = *new std::string("thwmc");

@@ -25,9 +25,9 @@ constexpr std::size_t BREACH_TEXT_SIZE = 2048;
 constexpr std::size_t EVENT_TEXT_SIZE = 512;
 
 // Handed to the captures, which take no counters by name yet.
-const std::vector<std::string> memorycounters;
-const std::vector<std::string> networkCounters;
-const std::vector<std::string> diskCounters;
+const std::vector<std::string>& memorycounters = *new std::vector<std::string>;
+const std::vector<std::string>& networkCounters = *new std::vector<std::string>;
+const std::vector<std::string>& diskCounters = *new std::vector<std::string>;
 
 const std::string& GetConfiguredName(const Counter& counter)
 {

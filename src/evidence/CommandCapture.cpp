@@ -8,6 +8,7 @@
 #include "platform/UnixHelperFunction.h"
 
 #include <cstdlib>
+#include <vector>
 
 namespace
 {
@@ -38,8 +39,12 @@ bool UnixHelperFunction::EchoCommandToFile(std::string command, std::string outp
         return false;
     }
     const std::string rule(RULE_LENGTH, '-');
-    // A full disk loses the head as it will lose the output.
-    (void)fprintf(file, "\n\n%s\nCommand: %s\n%s\n", rule.c_str(), command.c_str(), rule.c_str());
+    const std::string head = "\n\n" + rule + "\nCommand: " + command.c_str() + "\n" + rule + "\n";
+    // Written by the close: the end of the process may wait for a stream that is being written, but not for
+    // one that is being closed.
+    std::vector<char> buffer(head.size() + 1);
+    (void)setvbuf(file, buffer.data(), _IOFBF, buffer.size());
+    (void)fputs(head.c_str(), file); // a full disk loses the head as it will lose the output
     (void)fclose(file);
     return true;
 }

@@ -2,7 +2,7 @@
 
 #include "platform/TextUtilities.h"
 
-const LogIdEntry processToLogIdMap[] = {
+const LogIdEntry* const processToLogIdMap = new LogIdEntry[]{
     {"thwmc", {485, 495}},
     {"tbrd", {119, 128}},
     {"", {}},

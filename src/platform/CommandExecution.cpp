@@ -2,33 +2,61 @@
 #include "base/LogLine.h"
 #include "platform/UnixHelperFunction.h"
 
-#include <algorithm>
 #include <cerrno>
 #include <cstdio>
-#include <iterator>
+#include <string_view>
 
 #include <sys/wait.h>
+#include <unistd.h>
 
 namespace
 {
-constexpr int READ_BUFFER_SIZE = 8096;
+constexpr std::size_t READ_BUFFER_SIZE = 8096;
+constexpr std::size_t LONGEST_PIECE = READ_BUFFER_SIZE - 1;
 
-std::string ReadToEnd(FILE* pipe)
+/** The output of a command: lines, of which a long one counts as several pieces. A piece ends at its first
+ * NUL. */
+class CommandOutput
 {
-    std::string output;
-    char buffer[READ_BUFFER_SIZE] = {};
-    while (feof(pipe) == 0) {
-        if (fgets(buffer, READ_BUFFER_SIZE, pipe) == nullptr && ferror(pipe) != 0) {
-            if (errno != EINTR) {
-                break; // an error that stays would never come to the end of the pipe
+public:
+    void Append(std::string_view bytes)
+    {
+        for (const char byte : bytes) {
+            mIsCut |= byte == '\0';
+            if (!mIsCut) {
+                mText += byte;
             }
-            clearerr(pipe);
+            if (++mPieceLength == LONGEST_PIECE || byte == '\n') {
+                mPieceLength = 0;
+                mIsCut = false;
+            }
         }
-        // A signal in the middle of a line leaves in the buffer what was read of it.
-        output += buffer;
-        std::fill(std::begin(buffer), std::end(buffer), '\0');
     }
-    return output;
+
+    const std::string& GetText() const { return mText; }
+
+private:
+    std::string mText;
+    std::size_t mPieceLength = 0;
+    bool mIsCut = false; ///< the rest of the piece is dropped
+};
+
+/**
+ * Reads from the descriptor, past the stream: a thread in the middle of a read on a stream holds the lock of
+ * that, and the end of the process, which may take the locks of all streams, would wait for the tool.
+ */
+std::string ReadToEnd(int pipe)
+{
+    CommandOutput output;
+    char buffer[READ_BUFFER_SIZE];
+    for (;;) {
+        const ssize_t length = read(pipe, buffer, sizeof buffer);
+        if (length > 0) {
+            output.Append({buffer, static_cast<std::size_t>(length)});
+        } else if (length == 0 || errno != EINTR) {
+            return output.GetText(); // an error that stays would never come to the end of the pipe
+        }
+    }
 }
 
 void LogOutcome(const std::string& output, int status)
@@ -52,7 +80,7 @@ int UnixHelperFunction::ExecuteCommandWithRc(const char* command, std::string& o
     if (pipe == nullptr) {
         return errno;
     }
-    output = ReadToEnd(pipe);
+    output = ReadToEnd(fileno(pipe));
     const int status = pclose(pipe);
     LogOutcome(output, status);
     return status;
