@@ -2,10 +2,12 @@
 
 #include "base/Console.h"
 #include "cli/THJobPerfMonSvc.h"
+#include "logcontrol/LevelRaise.h"
 #include "platform/THUEnv.h"
 #include "thbase.h"
 
 #include <algorithm>
+#include <chrono>
 #include <csignal>
 #include <cstdio>
 #include <cstdlib>
@@ -27,6 +29,7 @@ constexpr int LOG_MASK = 0x7f; // all priorities up to LOG_INFO
 constexpr int CREATION_BUDGET = 3;
 constexpr int EXIT_ON_SIGNAL = -1;
 const pthread_t MAIN_THREAD = pthread_self(); // static objects are made on it, and a fork keeps the id
+constexpr useconds_t MICROSECONDS_BETWEEN_LOOKS = 10000;
 
 /** What a stop does that meets the main thread. */
 enum eStopTreatment : int
@@ -53,6 +56,17 @@ void TakeStops()
     gStopTreatment = STOPS_ARE_TAKEN;
     if (gKeptStop != 0) {
         SignalHandler(gKeptStop);
+    }
+}
+
+/** The second that a stop gives the worker; another signal cuts it short, unless a level is just being
+ * raised. */
+void WaitForWorker()
+{
+    const auto end = std::chrono::steady_clock::now() + std::chrono::seconds(1);
+    (void)sleep(1);
+    while (IsMetRaiseInProgress() && std::chrono::steady_clock::now() < end) {
+        (void)usleep(MICROSECONDS_BETWEEN_LOOKS);
     }
 }
 
@@ -176,7 +190,8 @@ void SignalHandler(int signal)
     gStopTheDaemon = 1;
     if (bThreadInitialized) {
         (void)StopMonitoringActivity(); // always 0
-        (void)sleep(1);
+        WaitForWorker();
+        RestoreMetTarget();
         (void)pthread_cancel(gTID); // the worker may have ended by itself
     }
     exit(EXIT_ON_SIGNAL);

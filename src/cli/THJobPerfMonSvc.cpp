@@ -8,6 +8,7 @@
 #include "config/ConfigurationMgr.h"
 #include "config/ConfigurationValueReaders.h"
 #include "counters/CounterMgr.h"
+#include "logcontrol/LevelRaise.h"
 #include "platform/UnixHelperFactoryMethod.h"
 #include "platform/UnixHelperFunction.h"
 #include "thbase.h"
@@ -113,6 +114,7 @@ int StartMonitoringActivity()
 {
     ConfigurationMgr* const config = ConfigurationMgr::GetInstance();
     config->mDaemonPid = getpid();
+    AllowRaises();
     WriteLogLine(logFileMtx, "%s Service started\n", TITLE);
     const int result = config->ReadConfigurationFile();
     if (result != 0) {
@@ -149,6 +151,7 @@ void* ServiceWorkerThread(void* arg)
 
 int StopMonitoringActivity()
 {
+    ForbidRaises();
     ConfigurationMgr* const config = ConfigurationMgr::GetInstance();
     syslog(LOG_INFO, "%s", FormatBounded(MESSAGE_SIZE, "%s Service stopped.", TITLE).c_str());
     WriteLogLine(logFileMtx, "Cleaning up the resources used by the service.\n");

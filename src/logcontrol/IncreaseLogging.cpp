@@ -1,6 +1,7 @@
 #include "base/LogFileMtx.h"
 #include "base/LogLine.h"
 #include "config/ConfigurationMgr.h"
+#include "logcontrol/LevelRaise.h"
 #include "logcontrol/processToLogIdMap.h"
 #include "platform/THUEnv.h"
 #include "platform/UnixHelperFunction.h"
@@ -76,7 +77,7 @@ void Raise(UnixHelperFunction& helper, const std::string& tool, const std::strin
 void UnixHelperFunction::IncreaseLogging(std::string processName)
 {
     const std::string tool = GetTxlogCfgPath();
-    std::map<std::string, LogLevel>& saved = ConfigurationMgr::GetInstance()->mLogLevelMap;
+    SavedLevels& saved = ConfigurationMgr::GetInstance()->mLogLevelMap;
     if (saved.count(processName) != 0) {
         return;
     }
@@ -91,8 +92,10 @@ void UnixHelperFunction::IncreaseLogging(std::string processName)
         if (levels.mDebugLevel == UNKNOWN_LEVEL || levels.mDiagnosticLevel == UNKNOWN_LEVEL) {
             continue;
         }
-        // Saved before the raise: a raise that fails still leaves a target to restore.
-        saved[target] = levels;
+        const LevelRaise raise(saved, target, levels);
+        if (!raise.IsAllowed()) {
+            return;
+        }
         Raise(*this, tool, target);
     }
 }

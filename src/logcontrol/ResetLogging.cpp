@@ -2,6 +2,7 @@
 #include "base/LogFileMtx.h"
 #include "base/LogLine.h"
 #include "config/ConfigurationMgr.h"
+#include "logcontrol/LevelRaise.h"
 #include "platform/HelperFunctionInterface.h"
 #include "platform/THUEnv.h"
 
@@ -15,21 +16,34 @@ std::string GetRestoreLine(const std::string& tool, const std::string& target, c
            " -s DebugLevel=" + FormatBounded(LEVEL_TEXT_SIZE, "%d", levels.mDebugLevel) +
            " -s DiagnosticLevel=" + FormatBounded(LEVEL_TEXT_SIZE, "%d", levels.mDiagnosticLevel);
 }
+
+void Restore(HelperFunctionInterface& helper, const std::string& target, const LogLevel& levels)
+{
+    const std::string tool = GetDoubleQuatedPath(GetTxlogCfgPath());
+    const std::string output = helper.ExecuteCommand(GetRestoreLine(tool, target, levels).c_str());
+    if (!output.empty()) {
+        WriteVerboseLine(logFileMtx,
+                         "mDiagnosticLevel and  DebugLevel for the process %s have been reset to original "
+                         "values.\n",
+                         AppendBinExt(target).c_str());
+    }
+}
 } // namespace
 
 void ConfigurationMgr::ResetLogging()
 {
     // The entries stay, so a second call restores once more.
-    const std::map<std::string, LogLevel> saved = mLogLevelMap;
-    const std::string tool = GetDoubleQuatedPath(GetTxlogCfgPath());
-    for (const auto& [target, levels] : saved) {
-        const std::string output = mHelper->ExecuteCommand(GetRestoreLine(tool, target, levels).c_str());
-        if (!output.empty()) {
-            WriteVerboseLine(
-                logFileMtx,
-                "mDiagnosticLevel and  DebugLevel for the process %s have been reset to original "
-                "values.\n",
-                AppendBinExt(target).c_str());
-        }
+    for (const auto& [target, levels] : CopySavedLevels(mLogLevelMap)) {
+        Restore(*mHelper, target, levels);
+    }
+}
+
+void RestoreMetTarget()
+{
+    const ConfigurationMgr& config = *ConfigurationMgr::GetInstance();
+    const SavedLevels saved = CopySavedLevels(config.mLogLevelMap);
+    const auto entry = saved.find(GetMetTarget());
+    if (entry != saved.end()) {
+        Restore(*config.mHelper, entry->first, entry->second);
     }
 }

@@ -1,0 +1,52 @@
+#pragma once
+
+#include "logcontrol/LogLevel.h"
+
+#include <map>
+#include <string>
+
+/**
+ * Raises of log levels against the stop that restores them.
+ *
+ * The worker raises one target after the other, and a stop restores them on another thread. Each level that
+ * is raised is among those that the stop restores, and nothing is raised once a stop has begun. The tool that
+ * raises may still be at work when the stop restores its target, and may come later; so that target is
+ * restored again. All functions: any thread.
+ */
+
+using SavedLevels = std::map<std::string, LogLevel>;
+
+/** For the beginning of a service. */
+void AllowRaises();
+
+/** For the beginning of a stop: from now on no raise begins. */
+void ForbidRaises();
+
+/** The raise of one target, for as long as the object lives. */
+class LevelRaise
+{
+public:
+    /** Saves the levels of the target, unless raises are forbidden. */
+    LevelRaise(SavedLevels& saved, const std::string& target, const LogLevel& levels);
+    ~LevelRaise();
+    LevelRaise(const LevelRaise&) = delete;
+    LevelRaise& operator=(const LevelRaise&) = delete;
+
+    /** Whether the target may be raised; its levels are saved then. */
+    bool IsAllowed() const { return mIsAllowed; }
+
+private:
+    bool mIsAllowed;
+};
+
+/** The saved levels, for a restore. A raise that is in progress now counts as met. */
+SavedLevels CopySavedLevels(const SavedLevels& saved);
+
+/** Whether the raise that a restore has met is still in progress. */
+bool IsMetRaiseInProgress();
+
+/** The target of the raise that a restore has met; empty when it met none. */
+std::string GetMetTarget();
+
+/** Restores the target of the raise that a restore has met, if any, once more. */
+void RestoreMetTarget();
