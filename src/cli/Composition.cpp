@@ -1,5 +1,6 @@
 #include "base/LogLine.h"
 #include "config/ConfigurationMgr.h"
+#include "config/SharedSetting.h"
 
 /** The place where the parts of the program are put together. */
 
@@ -13,7 +14,7 @@ void PrepareLog()
 
 bool AreVerboseLinesWritten()
 {
-    return ConfigurationMgr::GetInstance()->mVerbose == 1;
+    return GetSharedNumber(ConfigurationMgr::GetInstance()->mVerbose) == 1;
 }
 } // namespace
 

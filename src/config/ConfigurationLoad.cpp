@@ -7,7 +7,7 @@
 #include "config/ConfigurationValueReaders.h"
 #include "config/MonitoringList.h"
 #include "config/ReadingPlan.h"
-#include "config/SettingText.h"
+#include "config/SharedSetting.h"
 #include "counters/CounterMgr.h"
 #include "platform/HelperFunctionInterface.h"
 #include "platform/THUEnv.h"
@@ -34,7 +34,7 @@ int ReadMemoryUnit(ConfigurationMgr& config)
     int result = 0;
     (void)ReadStringValue(THHS_MEMORY_UNIT, config.mMemoryUnit, result); // the field holds the text
     if (result == RC_CONFIG_NOT_DEFINED) {
-        AssignSettingText(config.mMemoryUnit, MEMORY_UNIT_ABSOLUTE);
+        config.mMemoryUnit = MEMORY_UNIT_ABSOLUTE;
         return 0;
     }
     if (result != 0) {
@@ -96,7 +96,7 @@ bool ReadRevertingKeys(ConfigurationMgr& config, std::span<const RevertingKey> k
             continue;
         }
         const int rejected = field;
-        field = key.mDefault;
+        SetSharedNumber(field, key.mDefault);
         WriteLogLine(logFileMtx, key.mMessage, key.mKey, rejected, key.mDefault);
         if (key.mAfterword != nullptr) {
             WriteLogLine(logFileMtx, "%s\n", key.mAfterword);
@@ -119,8 +119,8 @@ void FitReadings(ConfigurationMgr& config)
                  config.mNumberOfReadings, THHS_POLL_INTERVAL, config.mPollInterval, THHS_READING_INTERVAL,
                  THHS_NUMBER_OF_READINGS, THHS_POLL_INTERVAL);
     plan = FitTo(plan, config.mPollInterval);
-    config.mReadingInterval = plan.mInterval;
-    config.mNumberOfReadings = plan.mCount;
+    SetSharedNumber(config.mReadingInterval, plan.mInterval);
+    SetSharedNumber(config.mNumberOfReadings, plan.mCount);
     const char* const setTo = "%s is set to : %d, optimized based on the value of %s\n";
     WriteLogLine(logFileMtx, setTo, THHS_READING_INTERVAL, plan.mInterval, THHS_POLL_INTERVAL);
     WriteLogLine(logFileMtx, setTo, THHS_NUMBER_OF_READINGS, plan.mCount, THHS_POLL_INTERVAL);
@@ -137,9 +137,9 @@ void ReadJdkHome(ConfigurationMgr& config)
     }
 }
 
-int CheckEvidencePath(const ConfigurationMgr& config, int readerResult)
+int CheckEvidencePath(const ConfigurationMgr& config, const std::string& path, int readerResult)
 {
-    if (config.mEvidencePath.empty()) {
+    if (path.empty()) {
         return Refuse(
             FormatBounded(MESSAGE_SIZE,
                           "%s is not set. It is a mandatory value. Please specify the path on the file "
@@ -149,34 +149,44 @@ int CheckEvidencePath(const ConfigurationMgr& config, int readerResult)
     if (readerResult != 0) {
         return readerResult;
     }
-    if (!config.mHelper->HF_DoesFolderExist(config.mEvidencePath)) {
+    if (!config.mHelper->HF_DoesFolderExist(path)) {
         return Refuse(FormatBounded(
             MESSAGE_SIZE, "Invalid value for %s : %s. Specified folder does not exist. %s will not start.",
-            THHS_EVIDENCE_PATH, config.mEvidencePath.c_str(), GetTHPerfMonBinName().c_str()));
+            THHS_EVIDENCE_PATH, path.c_str(), GetTHPerfMonBinName().c_str()));
+    }
+    return 0;
+}
+
+/** Makes the folder below the path, which becomes the path. */
+int MakeEvidenceRoot(const ConfigurationMgr& config, std::string& path)
+{
+    path += "/" + GetTHPerfMonBinName();
+    if (!config.mHelper->HF_DoesFolderExist(path) && !config.mHelper->HF_CreateDir(path, false)) {
+        return Refuse(FormatBounded(
+            MESSAGE_SIZE,
+            "Invalid value for %s : %s. Failed to create the evidences folder. %s will not start.",
+            THHS_EVIDENCE_PATH, path.c_str(), GetTHPerfMonBinName().c_str()));
     }
     return 0;
 }
 
 int ReadEvidencePath(ConfigurationMgr& config)
 {
+    // Read and checked apart from the setting, so that a capture finds the path of this load or of the one
+    // before.
+    std::string path;
     int readerResult = 0;
-    (void)ReadStringValue(THHS_EVIDENCE_PATH, config.mEvidencePath, readerResult); // the field holds the text
-    const int result = CheckEvidencePath(config, readerResult);
-    if (result != 0) {
-        return result;
+    (void)ReadStringValue(THHS_EVIDENCE_PATH, path, readerResult); // fills the text as well
+    int result = CheckEvidencePath(config, path, readerResult);
+    if (result == 0) {
+        result = MakeEvidenceRoot(config, path);
     }
-    config.mEvidencePath += "/";
-    config.mEvidencePath += GetTHPerfMonBinName();
-    if (!config.mHelper->HF_DoesFolderExist(config.mEvidencePath) &&
-        !config.mHelper->HF_CreateDir(config.mEvidencePath, false)) {
-        return Refuse(FormatBounded(
-            MESSAGE_SIZE,
-            "Invalid value for %s : %s. Failed to create the evidences folder. %s will not start.",
-            THHS_EVIDENCE_PATH, config.mEvidencePath.c_str(), GetTHPerfMonBinName().c_str()));
+    PublishSharedText(config.mEvidencePath, path); // one that was refused too
+    if (result == 0) {
+        WriteLogLine(logFileMtx, "%s is set to %s. Check the folder for collected logs.\n", THHS_EVIDENCE_PATH,
+                     path.c_str());
     }
-    WriteLogLine(logFileMtx, "%s is set to %s. Check the folder for collected logs.\n", THHS_EVIDENCE_PATH,
-                 config.mEvidencePath.c_str());
-    return 0;
+    return result;
 }
 
 /** The keys without which the service can't run; the first bad one ends the load. */

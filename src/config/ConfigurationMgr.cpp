@@ -3,7 +3,6 @@
 #include "base/LogFileMtx.h"
 #include "base/LogLine.h"
 #include "config/JavaProcessNames.h"
-#include "config/SettingText.h"
 #include "counters/CPUCounterMgr.h"
 #include "counters/DeadLockCounterMgr.h"
 #include "counters/MemoryCounterMgr.h"
@@ -34,12 +33,8 @@ ConfigurationMgr* ConfigurationMgr::GetInstance()
 // behind it.
 ConfigurationMgr::ConfigurationMgr()
     : mPollInterval(600), mCaptureNetworkStat(1), mDeadlockInterval(60), mIncreaseLogLevel(0),
-      mCaptureProcessDump(0), mAlwaysDump(0), mHelper(GetHelperFunctionInstance())
+      mCaptureProcessDump(0), mAlwaysDump(0), mMemoryUnit("ABSOLUTE"), mHelper(GetHelperFunctionInstance())
 {
-    for (std::string* const setting : {&mMemoryUnit, &mEvidencePath, &mCustomScriptPath, &mJdkHome}) {
-        PrepareSettingText(*setting);
-    }
-    AssignSettingText(mMemoryUnit, "ABSOLUTE");
     InitializeLogFile();
     mCPUCount = 1;
     mTotalMemoryInKB = 1048576;

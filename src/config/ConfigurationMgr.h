@@ -17,9 +17,9 @@ struct SnapshotData;
  * The one object that all subsystems share: every setting, the process tables, the counter managers and the
  * few values that pass between the threshold logic and the captures.
  *
- * It is built at the first GetInstance() and never destroyed. Its fields are read and written directly and
- * without a lock: only the thread of a load writes settings, and capture threads that read them meanwhile may
- * find a text empty.
+ * It is built at the first GetInstance() and never destroyed. Its fields are read and written directly. Only
+ * the thread of a load writes settings. Captures read numbers without a lock, and the one text that they
+ * need, mEvidencePath, through CopySharedText.
  */
 class ConfigurationMgr
 {

@@ -4,7 +4,7 @@
 #include "base/LogFileMtx.h"
 #include "base/LogLine.h"
 #include "base/OwnedText.h"
-#include "config/SettingText.h"
+#include "config/SharedSetting.h"
 #include "platform/HelperFunctionInterface.h"
 #include "platform/UnixHelperFactoryMethod.h"
 #include "thbase.h"
@@ -38,7 +38,7 @@ int ReadIntegerValue(const char* key, int& value)
     int number = 0;
     switch (thconfGetKeyValPairAsInt(get_master_config_ptr(), key, &number)) {
     case 0:
-        value = number;
+        SetSharedNumber(value, number);
         return 0;
     case STORE_RC_NOT_FOUND:
         LogNotDefined(key);
@@ -56,7 +56,7 @@ int ReadIntegerValue(const char* key, int& value)
 std::string ReadStringValue(const char* key, std::string& value, int& result)
 {
     result = RC_CONFIG_NOT_DEFINED;
-    AssignSettingText(value, "");
+    value = "";
     char* text = nullptr;
     const int storeResult = thconfGetKeyValPair(get_master_config_ptr(), key, &text);
     if (storeResult == STORE_RC_NOT_FOUND || text == nullptr) {
@@ -64,7 +64,7 @@ std::string ReadStringValue(const char* key, std::string& value, int& result)
         return "";
     }
     const OwnedText owned(text);
-    AssignSettingText(value, text);
+    value = text;
     if (!ValidateInputForSpecialChars(value)) {
         LogAndPrint(logFileMtx,
                     FormatBounded(MESSAGE_SIZE, "There are invalid characters in the input for %s.", key));

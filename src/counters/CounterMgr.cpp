@@ -7,6 +7,7 @@
 #include "config/ConfigurationKeys.h"
 #include "config/ConfigurationMgr.h"
 #include "config/JavaProcessNames.h"
+#include "config/SharedSetting.h"
 #include "config/THCrossPlatformMapping.h"
 #include "counters/ReadingWindow.h"
 #include "platform/HelperFunctionInterface.h"
@@ -193,7 +194,9 @@ void CounterMgr::StartCaptures(HelperFunctionInterface& helper, const Counter& c
     const int pid = counter.mCounterIndex;
     const std::string java = counter.mIsJavaProcess ? counter.mJavaProcessName : "";
     // The number is stored anew before each capture, since captures read it when they name their files.
-    const auto numberEvidence = [&] { config->mCurrentEvidenceNumber = counter.mDumpCount + 1; };
+    const auto numberEvidence = [&] {
+        SetSharedNumber(config->mCurrentEvidenceNumber, counter.mDumpCount + 1);
+    };
     numberEvidence();
     if (config->mCaptureProcessDump != 0) {
         StartDump(helper, counter, eventText);

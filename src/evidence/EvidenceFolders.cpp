@@ -2,6 +2,7 @@
 #include "base/LogFileMtx.h"
 #include "base/LogLine.h"
 #include "config/ConfigurationMgr.h"
+#include "config/SharedSetting.h"
 #include "platform/THUEnv.h"
 #include "platform/UnixHelperFunction.h"
 #include "thbase.h"
@@ -35,7 +36,7 @@ void UnixHelperFunction::GenerateFileName(std::string folderName, int pid, std::
 {
     const std::string fileName = GetEvidenceFileName(pid, counterLabel);
     const ConfigurationMgr* const config = ConfigurationMgr::GetInstance();
-    const std::string root = config->mEvidencePath; // may change meanwhile, so it is taken once
+    const std::string root = CopySharedText(config->mEvidencePath); // a load may replace it meanwhile
     if (!HF_DoesFolderExist(root) && !HF_CreateDir(root, false)) {
         WriteLogLine(logFileMtx, "Error: Failed to create evidence folder %s\n", root.c_str());
         return;
@@ -49,8 +50,8 @@ void UnixHelperFunction::GenerateFileName(std::string folderName, int pid, std::
         return;
     }
     (void)CreateTouchFile(AppendPaths(path, "evidence.lock")); // a marker that nothing relies on
-    path =
-        AppendPaths(path, FormatBounded(EVIDENCE_FOLDER_SIZE, "Evidence%d", config->mCurrentEvidenceNumber));
+    path = AppendPaths(path, FormatBounded(EVIDENCE_FOLDER_SIZE, "Evidence%d",
+                                           GetSharedNumber(config->mCurrentEvidenceNumber)));
     if (!HF_CreateDir(path, false)) {
         return;
     }

@@ -2,6 +2,7 @@
 #include "base/LogFileMtx.h"
 #include "base/LogLine.h"
 #include "config/ConfigurationMgr.h"
+#include "config/SharedSetting.h"
 #include "evidence/CaptureThread.h"
 #include "evidence/SnapshotData.h"
 #include "platform/CommandPath.h"
@@ -181,8 +182,8 @@ void UnixHelperFunction::ExecuteMemStat(std::string processName, int pid, std::s
                                         std::string javaProcessName)
 {
     // Taken once: a reload in the middle of the readings doesn't change them.
-    const int interval = ConfigurationMgr::GetInstance()->mReadingInterval;
-    const int count = ConfigurationMgr::GetInstance()->mNumberOfReadings;
+    const int interval = GetSharedNumber(ConfigurationMgr::GetInstance()->mReadingInterval);
+    const int count = GetSharedNumber(ConfigurationMgr::GetInstance()->mNumberOfReadings);
     std::string file;
     GenerateFileName(GetFolderName(processName, javaProcessName), pid, counterLabel, file, "MemoryPerf");
     for (int reading = 1; reading <= count; ++reading) {
@@ -194,8 +195,8 @@ void UnixHelperFunction::ExecuteMemStat(std::string processName, int pid, std::s
 void UnixHelperFunction::ExecuteDiskStat(std::string processName, int pid, std::string counterLabel,
                                          std::string javaProcessName)
 {
-    const int interval = ConfigurationMgr::GetInstance()->mReadingInterval;
-    const int count = ConfigurationMgr::GetInstance()->mNumberOfReadings;
+    const int interval = GetSharedNumber(ConfigurationMgr::GetInstance()->mReadingInterval);
+    const int count = GetSharedNumber(ConfigurationMgr::GetInstance()->mNumberOfReadings);
     const std::string& folderName = GetFolderName(processName, javaProcessName);
     std::string iostatFile;
     std::string mpstatFile;
