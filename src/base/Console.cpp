@@ -1,5 +1,6 @@
 #include "base/Console.h"
 
+#include <csignal>
 #include <cstdarg>
 #include <cstdio>
 
@@ -31,10 +32,16 @@ void ConsolePuts(const char* text)
 void CloseStandardStreams()
 {
     bConsoleClosed = true;
-    // What can't be written any more is lost; there is nobody left to tell.
+    // What can't be written any more is lost. A reader of standard output that has gone must not end this
+    // process.
+    struct sigaction ignored = {};
+    ignored.sa_handler = SIG_IGN;
+    struct sigaction former = {};
+    (void)sigaction(SIGPIPE, &ignored, &former);
     (void)fclose(stdin);
     (void)fclose(stdout);
     (void)fclose(stderr);
+    (void)sigaction(SIGPIPE, &former, nullptr);
 }
 
 void OccupyFreeStandardDescriptors()

@@ -27,7 +27,7 @@ void WriteLine(mutex& unitMutex, bool hasStamp, const char* format, va_list argu
     // the process would still write out.
     const CancellationHold uncancelled;
     const MutexHold hold(unitMutex);
-    FILE* const file = fopen64(GetTHPerfMonLogFilePath().c_str(), "a+");
+    FILE* const file = fopen64(GetTHPerfMonLogFilePath().c_str(), "a+e");
     if (file == nullptr) {
         return;
     }

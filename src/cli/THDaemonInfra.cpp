@@ -96,6 +96,14 @@ bool ReadLockFile(const std::string& path, std::string& content)
     return true;
 }
 
+/** Takes away what the starter's terminal is called: the tools would cut their lines by it. */
+void ForgetTerminal()
+{
+    for (const char* const name : {"COLUMNS", "LINES"}) {
+        (void)unsetenv(name); // fails for malformed names only
+    }
+}
+
 void WritePid(const char* runFileName)
 {
     std::string path;
@@ -148,6 +156,7 @@ int RunDaemon(const char* processName, const char* runFileName)
         exit(EXIT_SUCCESS);
     }
     WritePid(runFileName);
+    ForgetTerminal();
     CloseStandardStreams();
     OccupyFreeStandardDescriptors();
     (void)setlogmask(LOG_MASK); // the former mask isn't needed again

@@ -124,7 +124,8 @@ bool UnixHelperFunction::HF_OpenFileInMode(FILE** file, std::string path, std::s
     if (file == nullptr) {
         return false;
     }
-    *file = fopen(path.c_str(), mode.c_str());
+    // With close-on-exec, or a tool that another thread starts meanwhile would have the file too.
+    *file = fopen(path.c_str(), (mode + "e").c_str());
     return *file != nullptr;
 }
 
