@@ -183,8 +183,8 @@ int ReadEvidencePath(ConfigurationMgr& config)
     }
     PublishSharedText(config.mEvidencePath, path); // one that was refused too
     if (result == 0) {
-        WriteLogLine(logFileMtx, "%s is set to %s. Check the folder for collected logs.\n", THHS_EVIDENCE_PATH,
-                     path.c_str());
+        WriteLogLine(logFileMtx, "%s is set to %s. Check the folder for collected logs.\n",
+                     THHS_EVIDENCE_PATH, path.c_str());
     }
     return result;
 }

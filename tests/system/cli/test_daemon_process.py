@@ -20,6 +20,36 @@ def start_from(host, folder, mask):
     return host.get("/run/starter")
 
 
+# Says how wide its lines are to be.
+WIDTH_OF_PS = """#!/bin/dash
+echo "${COLUMNS-unset} ${LINES-unset} ${OTHER-unset}" >>/run/widths
+"""
+
+
+def test_the_tools_of_the_daemon_know_no_width_of_the_terminal_of_its_starter(make_host):
+    host = make_host(store=LONG)
+    host.put("/usr/bin/ps", WIDTH_OF_PS, 0o755)
+    host.start(environment={"COLUMNS": "40", "LINES": "10", "OTHER": "kept"})
+    host.log_says(texts.MONITORING)
+    assert set(host.get("/run/widths").splitlines()) == {"unset unset kept"}
+
+
+def test_a_daemon_starts_where_addresses_are_few(make_host, plain_build):
+    host = make_host(store=LONG)
+    result = host.run("/bin/dash", "-c", f"ulimit -v 70000; {product.PROGRAM} -start; exit $?")
+    assert result == (0, texts.begun("start") * 2 + texts.IS_RUNNING + texts.done("start"), "")
+    host.log_says(texts.MONITORING)
+
+
+def test_a_daemon_outlives_a_reader_of_the_banner_that_has_gone(make_host):
+    """The starter itself may not: it has something left to say at its end."""
+    host = make_host(store=LONG)
+    host.run("/bin/dash", "-c", "mkfifo /run/pipe; exec 3<>/run/pipe 4>/run/pipe 3<&-; "
+             f"{product.PROGRAM} -start >&4 4>&-; exit 0")
+    host.log_says(texts.MONITORING)
+    assert [one["pid"] for one in host.daemons()] == [host.daemon_pid()]
+
+
 def group_and_session(line):
     return line.rpartition(")")[2].split()[2:4]
 

@@ -106,7 +106,7 @@ def test_a_stop_ends_a_daemon_at_once_that_hangs_in_a_tool_of_its_start(make_hos
     host.kill(pid, number)
     host.until(lambda: host.process_of(pid)["state"] == "Z", "the daemon ends", SOON)
     host.put("/run/go")
-    assert host.wait(starter) == (8, texts.begun("start") + texts.NOT_STARTED + texts.failed("start"), "")
+    assert host.wait(starter) == (8, texts.begun("start") * 2 + texts.NOT_STARTED + texts.failed("start"), "")
     assert host.status_of(pid) == 255
     assert host.log() == log == host.log_of_start()[:len(log)]
     assert host.system_log() == [texts.ENTRY]

@@ -14,7 +14,10 @@
 #include <sstream>
 #include <thread>
 
+#include <fcntl.h>
 #include <unistd.h>
+
+extern "C" FILE* __real_fopen64(const char* path, const char* mode);
 
 using namespace std::string_literals;
 
@@ -69,6 +72,21 @@ TEST_F(LogLines, IsAStampAndTheTextInTheFileOfTheDay)
     WriteLine(secondUnit, "second");
     EXPECT_EQ(ReadLog("root.111326_00001.log"), "2026-11-13 02:07:28:045 - first\n"
                                                 "2026-11-13 02:07:28:045 - second\n");
+}
+
+TEST_F(LogLines, OpensTheFileForAppendingAndKeepsItFromTheProgramsThatAreStarted)
+{
+    std::string opened;
+    int flags = 0;
+    GetSeams().mFopen64 = [&](const char* path, const char* mode) {
+        FILE* const file = __real_fopen64(path, mode);
+        opened = path + " "s + mode;
+        flags = fcntl(fileno(file), F_GETFD);
+        return file;
+    };
+    WriteLine(firstUnit, "text");
+    EXPECT_EQ(opened, GetTHPerfMonLogFilePath() + " a+e");
+    EXPECT_EQ(flags, FD_CLOEXEC);
 }
 
 TEST_F(LogLines, IsAppendedToWhatTheFileHolds)

@@ -7,6 +7,7 @@
 #include <cstring>
 #include <filesystem>
 
+#include <fcntl.h>
 #include <sys/socket.h>
 #include <sys/stat.h>
 #include <sys/sysmacros.h>
@@ -100,6 +101,14 @@ TEST_F(UnixHelperFiles, OpensAFileInTheGivenMode)
     ASSERT_TRUE(mHelper.HF_OpenFileInMode(&file, mFile, "w"));
     EXPECT_EQ(fclose(file), 0);
     EXPECT_EQ(ReadFile(mFile), "");
+}
+
+TEST_F(UnixHelperFiles, KeepsAnOpenFileFromTheProgramsThatAreStarted)
+{
+    FILE* file = nullptr;
+    ASSERT_TRUE(mHelper.HF_OpenFileInMode(&file, mFile, "a+"));
+    EXPECT_EQ(fcntl(fileno(file), F_GETFD), FD_CLOEXEC);
+    EXPECT_EQ(fclose(file), 0);
 }
 
 TEST_F(UnixHelperFiles, OpensNothingIntoNull)

@@ -11,6 +11,12 @@ SystemSeams& GetSeams()
 
 extern "C" {
 
+FILE* __real_fopen64(const char* path, const char* mode);
+FILE* __wrap_fopen64(const char* path, const char* mode)
+{
+    return GetSeams().mFopen64 ? GetSeams().mFopen64(path, mode) : __real_fopen64(path, mode);
+}
+
 pid_t __real_fork(void);
 pid_t __wrap_fork(void)
 {

@@ -15,6 +15,7 @@
  */
 struct SystemSeams
 {
+    std::function<FILE*(const char*, const char*)> mFopen64;
     std::function<pid_t()> mFork;
     std::function<pid_t()> mGetppid;
     std::function<uid_t()> mGetuid;
