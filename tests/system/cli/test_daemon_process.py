@@ -236,3 +236,63 @@ def test_a_stopped_daemon_sleeps_a_second_behind_its_last_line_and_ends(make_hos
     host.remove("/run/held")
     assert host.status_of(pid) == 255
     assert len(sleeps_of(host, pid)) == before + 1
+
+
+# Notes the calls by which the daemon leaves its terminal and by which it reaches the system log.
+CALLS = """
+#define _GNU_SOURCE
+#include <dlfcn.h>
+#include <fcntl.h>
+#include <stdio.h>
+#include <unistd.h>
+
+static void Note(const char* call, const char* of)
+{
+    char line[64];
+    int length = snprintf(line, sizeof line, "%s %s\\n", call, of);
+    int file = open("/run/calls", O_WRONLY | O_CREAT | O_APPEND | O_CLOEXEC, 0644);
+    if (write(file, line, length) != length)
+        _exit(127);
+    close(file);
+}
+
+int fclose(FILE* stream)
+{
+    int (*real)(FILE*) = dlsym(RTLD_NEXT, "fclose");
+    if (stream == stdin || stream == stdout || stream == stderr)
+        Note("close", stream == stdin ? "stdin" : stream == stdout ? "stdout" : "stderr");
+    return real(stream);
+}
+
+int setlogmask(int mask)
+{
+    int (*real)(int) = dlsym(RTLD_NEXT, "setlogmask");
+    Note("setlogmask", mask == 0x7f ? "up to info" : "other");
+    return real(mask);
+}
+
+void openlog(const char* identity, int options, int facility)
+{
+    void (*real)(const char*, int, int) = dlsym(RTLD_NEXT, "openlog");
+    Note("openlog", identity);
+    real(identity, options, facility);
+}
+
+void closelog(void)
+{
+    void (*real)(void) = dlsym(RTLD_NEXT, "closelog");
+    Note("closelog", "");
+    real();
+}
+"""
+
+
+def test_the_streams_are_closed_in_order_before_the_system_log_is_set_up_which_is_closed_last(make_host, interpose):
+    """The daemon ends by its settings, as a stop leaves the system log open."""
+    host = make_host()
+    host.start(environment=interpose(host, CALLS))
+    host.configure(THHS_POLL_INTERVAL=0)
+    host.until_gone()
+    assert host.get("/run/calls").splitlines() == [
+        "close stdin", "close stdout", "close stderr", "setlogmask up to info", "openlog thsentinel", "closelog "]
+    assert host.system_log()[-1] == texts.EXIT
