@@ -34,10 +34,9 @@ constexpr useconds_t MICROSECONDS_BETWEEN_LOOKS = 10000;
 /** What a stop does that meets the main thread. */
 enum eStopTreatment : int
 {
-    STOPS_ARE_TAKEN,   ///< all of its work: the main thread waits, with no lock in hand
-    STOPS_END_AT_ONCE, ///< it ends the process: the main thread is at work, and there is nothing to tear down
-                       ///< yet
-    STOPS_ARE_KEPT     ///< nothing before the main thread waits, whose locks the tear-down may need
+    STOPS_ARE_TAKEN,   ///< all of its work: the main thread waits and holds no lock
+    STOPS_END_AT_ONCE, ///< it ends the process: the main thread works, with nothing to tear down yet
+    STOPS_ARE_KEPT     ///< nothing until the main thread waits: it may hold a lock that the stop needs
 };
 
 volatile sig_atomic_t gStopTreatment = STOPS_ARE_TAKEN;
@@ -59,8 +58,7 @@ void TakeStops()
     }
 }
 
-/** The second that a stop gives the worker; another signal cuts it short, unless a level is just being
- * raised. */
+/** The second that a stop gives the worker. Another signal cuts it short, unless a level is being raised. */
 void WaitForWorker()
 {
     const auto end = std::chrono::steady_clock::now() + std::chrono::seconds(1);
@@ -183,9 +181,8 @@ void SignalHandler(int signal)
     // Another thread may be cancelled by the stop, or hold a lock that the stop waits for.
     if (!IsMainThread()) {
         gStopIsPassedOn = 1;
-        // Never as SIGINT, which is ignored while a capture runs a shell line. Fails only when the process is
-        // ending.
-        (void)pthread_kill(MAIN_THREAD, SIGTERM);
+        // Never as SIGINT, which is ignored while a capture runs a shell line.
+        (void)pthread_kill(MAIN_THREAD, SIGTERM); // fails only when the process is ending already
         return;
     }
     if (gStopTreatment == STOPS_ARE_KEPT) {
