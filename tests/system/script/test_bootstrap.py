@@ -10,6 +10,7 @@ SCRIPT = pathlib.Path(__file__).resolve().parents[3] / "script" / "bootstrap"
 # The package manager of such a machine. It writes down what it installs, and has that from then on.
 TOOLS = {
     "id": "echo 0",
+    "apt-cache": 'for name; do [ -e "$name" ] && exit 100; done; exit 0',
     "dpkg-query": 'while read -r name; do echo "$name installed"; done <installed',
     "apt-get": 'case " $* " in *" install "*) shift 4; [ -e broken ] || printf "%s\\n" "$@" >>installed ;; esac',
 }
@@ -45,6 +46,13 @@ def machine(tmp_path):
 def test_every_package_of_a_purpose_is_installed_whatever_line_it_stands_on(machine, purpose, rows):
     wanted = {word for row in rows for word in words_of(row)}
     assert machine(f"--{purpose}") == (0, sorted(wanted), "")
+
+
+def test_what_a_release_lacks_is_left_out_where_less_is_built_without_it(machine, tmp_path):
+    (tmp_path / "rpmlint").touch()
+    status, installed, said = machine("--package")
+    assert status == 0 and "rpmlint" not in installed and "lintian" in installed
+    assert said == "script/bootstrap: this release has no rpmlint, so the check of RPM packages is left out\n"
 
 
 def test_nothing_is_installed_twice(machine):
