@@ -1,6 +1,7 @@
 #include "cli/THPerfMon.h"
 
 #include "base/Console.h"
+#include "cli/OptionTable.h"
 #include "cli/UnixAction.h"
 
 #include <cstdio>
@@ -13,18 +14,6 @@ char THHS_NAME[PROGRAM_NAME_SIZE] = {};
 namespace
 {
 constexpr int STATUS_INVALID = 5;
-
-struct OptionWord
-{
-    const char* mWord;
-    eCommandActions mAction;
-};
-
-constexpr OptionWord OPTION_WORDS[] = {
-    {"-install", eActionInstall}, {"-uninstall", eActionUninstall},    {"-start", eActionStart},
-    {"-terminate", eActionStop},  {"-list_config", eActionListConfig}, {"-help", eActionHelp},
-    {"-version", eActionVersion},
-};
 
 /** An action that stands between banners. */
 struct BannerAction

@@ -1,0 +1,84 @@
+"""The manual pages and completions as the build makes them: sound, of this release, and at one with the program."""
+import pathlib
+import re
+import subprocess
+
+import pytest
+
+from host import missing_tools, packages, product
+
+BUILD = product.build_folder()
+PAGES = ["thsentinel.8", "thsentinel.conf.5", "thsentinel-evidence.5"]
+# What mandoc says about the machine and not about the page.
+OF_THE_MACHINE = ("outdated mandoc.db lacks", "referenced manual not found")
+
+
+def page(name):
+    return (BUILD / "man" / name).read_text()
+
+
+def filled(folder, mark):
+    """The lines that a table of the program gives for a mark of a template."""
+    template, result = folder / "template", folder / "result"
+    template.write_text(f"%{mark}%\n")
+    subprocess.run([BUILD / "packaging/fill_tables", template, result], check=True)
+    return result.read_text().splitlines()
+
+
+@pytest.fixture(name="options")
+def _options(tmp_path):
+    """The words of the command line from the program's own table."""
+    return re.findall(r"'(-\w+):", "\n".join(filled(tmp_path, "OPTIONS_ZSH")))
+
+
+@pytest.mark.parametrize("name", PAGES)
+def test_mandoc_has_no_complaint_about_a_page(name):
+    if missing_tools(["mandoc"]):
+        pytest.skip("not installed: mandoc")
+    said = subprocess.run(["mandoc", "-Tlint", BUILD / "man" / name], capture_output=True, text=True, check=False)
+    lines = (said.stdout + said.stderr).splitlines()
+    assert [line for line in lines if not any(text in line for text in OF_THE_MACHINE)] == []
+
+
+@pytest.mark.parametrize("name", PAGES)
+def test_a_page_names_the_release(name):
+    assert f"This page describes release {packages.VERSION}." in page(name)
+
+
+def test_the_daemons_page_describes_every_option_and_no_other(options):
+    described = re.findall(r"^\.It Fl (\w+)", page("thsentinel.8"), re.MULTILINE)
+    assert sorted(f"-{word}" for word in described) == sorted(options)
+
+
+def complete(script):
+    """What bash offers after the words that a line of the script sets."""
+    source = BUILD / "packaging/thsentinel.bash"
+    done = subprocess.run(["bash", "-c", f". {source}; {script}; _thsentinel; printf '%s\\n' \"${{COMPREPLY[@]}}\""],
+                          capture_output=True, text=True, check=True)
+    return done.stdout.split()
+
+
+def test_bash_offers_every_option_once_and_nothing_after_it(options):
+    assert complete("COMP_WORDS=(thsentinel ''); COMP_CWORD=1") == options
+    assert complete("COMP_WORDS=(thsentinel -st); COMP_CWORD=1") == ["-start"]
+    assert complete("COMP_WORDS=(thsentinel -start ''); COMP_CWORD=2") == []
+
+
+def test_zsh_offers_every_option_with_its_meaning(options):
+    if missing_tools(["zsh"]):
+        pytest.skip("not installed: zsh")
+    source = BUILD / "packaging/thsentinel.zsh"
+    offered = 'function _describe() { print -rl -- ${(P)3} }; CURRENT=$1; . ' + str(source)
+    done = subprocess.run(["zsh", "-f", "-c", offered, "zsh", "2"], capture_output=True, text=True, check=True)
+    assert [line.partition(":")[0] for line in done.stdout.splitlines()] == options
+    assert all(line.partition(":")[2] for line in done.stdout.splitlines())
+    later = subprocess.run(["zsh", "-f", "-c", offered, "zsh", "3"], capture_output=True, text=True, check=False)
+    assert later.stdout == ""
+
+
+def test_an_unknown_mark_of_a_template_is_refused(tmp_path):
+    template = pathlib.Path(tmp_path, "template")
+    template.write_text("100 %\n# %NO_SUCH_TABLE%\n")
+    done = subprocess.run([BUILD / "packaging/fill_tables", template, tmp_path / "result"], capture_output=True,
+                          text=True, check=False)
+    assert (done.returncode, done.stderr) == (1, "fill_tables: unknown mark: # %NO_SUCH_TABLE%\n")
