@@ -133,6 +133,16 @@ showEvidence() {
     grep -a -o -m 1 'Marker of the busy process' "$core" || fail "the core image is not of the busy process"
 }
 
+# The companion is built where its packages are there.
+makeReport() {
+    if [ ! -x "$buildDir/ctl/thsentinelctl" ]; then
+        echo "thsentinelctl is not built: no report"
+        return 0
+    fi
+    echo '$ thsentinelctl report --last -o report.html'
+    "$buildDir/ctl/thsentinelctl" report --last -o "$leftBehind/report.html" || [ $? -eq 1 ] || fail "the report"
+}
+
 processIsGone() {
     ! kill -0 "$1" 2>/dev/null
 }
@@ -171,4 +181,6 @@ levelsAre 1 || fail "the log levels were not restored"
 showLevels
 kill "$busyPid"
 cp -r --sparse=always "$evidence/." "$leftBehind/" || fail "the evidence could not be kept"
+heading "The report"
+makeReport
 heading "The evidence is left in ${leftBehind##*/}/"

@@ -29,9 +29,23 @@ bool IsOfCounter(const TimelineEvent& event, const ReportData& data)
     return event.mPid == data.mPid && (event.mLabel == "CPU" ? "cpu" : "memory") == data.mResource;
 }
 
-/** True if an event belongs on the timeline: of the process, of nobody in particular after the set began. */
-bool IsOfSet(const TimelineEvent& event, const ReportData& data)
+/** True for lines that name neither a process nor an id: they belong to the set that began last before them.
+ */
+bool NamesNobody(TimelineKind kind)
 {
+    constexpr TimelineKind NAMELESS[] = {
+        TimelineKind::CaptureDone,     TimelineKind::JavaDumpDone, TimelineKind::JavaDumpFailed,
+        TimelineKind::CoreToolMissing, TimelineKind::LevelRead,    TimelineKind::LevelRaised,
+    };
+    return std::find(std::begin(NAMELESS), std::end(NAMELESS), kind) != std::end(NAMELESS);
+}
+
+/** True if an event belongs on the timeline. `lastSetPid` is the process of the set that began last. */
+bool IsOfSet(const TimelineEvent& event, const ReportData& data, int lastSetPid)
+{
+    if (NamesNobody(event.mKind)) {
+        return event.mWall >= data.mWall - 1 && lastSetPid == data.mPid;
+    }
     switch (event.mKind) {
     case TimelineKind::Breach:
     case TimelineKind::CaptureWithoutLimit:
@@ -41,12 +55,6 @@ bool IsOfSet(const TimelineEvent& event, const ReportData& data)
     case TimelineKind::ServiceStarted:
     case TimelineKind::ServiceStopped:
         return true;
-    case TimelineKind::CaptureDone:
-    case TimelineKind::JavaDumpDone:
-    case TimelineKind::JavaDumpFailed:
-    case TimelineKind::CoreToolMissing:
-    case TimelineKind::LevelRead:
-    case TimelineKind::LevelRaised:
     case TimelineKind::LevelReset:
     case TimelineKind::Error:
         return event.mWall >= data.mWall - 1;
@@ -55,15 +63,16 @@ bool IsOfSet(const TimelineEvent& event, const ReportData& data)
     }
 }
 
-void Add(TimelineEvent&& event, ReportData& data)
+void Add(TimelineEvent&& event, ReportData& data, int& lastSetPid)
 {
+    lastSetPid = event.mKind == TimelineKind::SetTaken ? event.mPid : lastSetPid;
     if (event.mKind == TimelineKind::Reading) {
         if (IsOfCounter(event, data) && data.mReadings.size() < MOST_READINGS) {
             data.mReadings.push_back(std::move(event));
         }
     } else if (event.mKind == TimelineKind::Limit || event.mKind == TimelineKind::Average) {
         return; // follow from the reading and the breach
-    } else if (IsOfSet(event, data) && data.mEvents.size() < MOST_EVENTS) {
+    } else if (IsOfSet(event, data, lastSetPid) && data.mEvents.size() < MOST_EVENTS) {
         data.mEvents.push_back(std::move(event));
     }
 }
@@ -86,6 +95,7 @@ void ReadLog(int file, std::uint64_t bytes, ReportData& data)
     const Wall to = data.mWall + LOG_AFTER;
     const std::uint64_t offset = FindLogOffset(file, bytes, from - DISORDER);
     bool isPast = false;
+    int lastSetPid = 0;
     const auto take = [&](std::string_view line) {
         const auto stamp = ParseTimelineStamp(line);
         isPast = isPast || (stamp && stamp->mWall > to + DISORDER);
@@ -93,7 +103,7 @@ void ReadLog(int file, std::uint64_t bytes, ReportData& data)
             return;
         }
         if (auto event = ParseTimelineLine(line)) {
-            Add(std::move(*event), data);
+            Add(std::move(*event), data, lastSetPid);
         }
     };
     const bool isWhole = ForEachLine(file, offset, bytes - offset, take, &isPast);

@@ -61,6 +61,17 @@ TEST_F(LogReaderFixture, KeepsTheReadingsOfItsCounterAlone)
     EXPECT_EQ(mData.mReadings[0].mReading, 91);
 }
 
+TEST_F(LogReaderFixture, GivesLinesWithoutANameToTheSetThatBeganLast)
+{
+    WriteLog("2026-11-13 02:07:28:000 - Taking Process Dump (Count #1) for process tbrd (66).\n"
+             "2026-11-13 02:07:30:000 - Network Performance data collected successfully.\n"
+             "2026-11-13 02:17:28:000 - Taking Process Dump (Count #1) for process other (7).\n"
+             "2026-11-13 02:17:30:000 - Process specific data collected successfully.\n");
+    Read();
+    ASSERT_EQ(mData.mEvents.size(), 2u);
+    EXPECT_EQ(mData.mEvents[1].mDetail, "Network Performance");
+}
+
 TEST_F(LogReaderFixture, ReadsTheLogOfTheDayBeforeToo)
 {
     mData.mWall = SET - 2 * 3600; // seven minutes after midnight

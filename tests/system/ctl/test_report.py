@@ -1,0 +1,139 @@
+"""`report`: one page of a set, on the command line and in a browser."""
+import os
+import pathlib
+import re
+import stat
+import subprocess
+import sys
+
+import pytest
+
+from host import browser, companion, product
+
+SOURCES = pathlib.Path(__file__).resolve().parents[3]
+SERIES = bytes.fromhex("1f6f9f")  # the first line of each chart, on light ground
+ELSEWHERE = "http" "://192.0.2.1/x"  # an address that nobody has
+LARGEST_PAGE = 3 << 20
+MOST_MEMORY = 64 << 10
+
+
+@pytest.fixture(autouse=True)
+def _needs_companion():
+    if companion.program() is None:
+        pytest.skip("thsentinelctl is not built")
+
+
+def make_sample(folder, *more):
+    subprocess.run([sys.executable, SOURCES / "script/lib/sample_evidence.py", folder, *more], check=True)
+    return folder
+
+
+@pytest.fixture(scope="module")
+def sample(tmp_path_factory):
+    return make_sample(tmp_path_factory.mktemp("sample"), "--processes", "60", "--samples", "12")
+
+
+def report(sample, page, *more):
+    return companion.run("report", *more, "--evidence", sample, "--log", sample / "logs", "--store", "/absent",
+                         "-o", page)
+
+
+@pytest.fixture(scope="module")
+def page(sample, tmp_path_factory):
+    target = tmp_path_factory.mktemp("page") / "report.html"
+    assert report(sample, target, "--last").status == 0
+    return target
+
+
+def needs_browser():
+    if browser.program() is None:
+        pytest.skip("chromium is not installed")
+
+
+def test_the_last_set_is_said_in_words_and_written_for_its_owner_alone(sample, tmp_path):
+    done = report(sample, tmp_path / "page.html", "--last")
+    assert done.status == 0
+    assert done.output.splitlines()[0] == ("tbrd (4321) used 48.50 % of this machine's processors; "
+                                           "its limit is 25 %.")
+    assert done.output.splitlines()[-1] == f"Written: {tmp_path}/page.html"
+    assert stat.S_IMODE(os.stat(tmp_path / "page.html").st_mode) == 0o600
+    assert os.listdir(tmp_path) == ["page.html"]
+
+
+def test_a_set_is_chosen_by_its_name_and_the_outcome_is_a_document(sample, tmp_path):
+    done = report(sample, tmp_path / "page.html", "adminconsole", "--json")
+    assert done.status == 1
+    assert done.document["schema"] == "thsentinelctl.report/1"
+    assert done.document["set"] == "adminconsole/5000/Evidence1/memory-20261113T014028"
+    assert done.document["state"] == "incomplete"
+    assert done.document["bytes"] == os.path.getsize(tmp_path / "page.html")
+    assert "Java threads are deadlocked: they wait for each other for ever." in done.document["findings"]
+
+
+def test_standard_output_holds_the_page_alone(sample):
+    done = report(sample, "-", "--last")
+    assert done.output.startswith("<!DOCTYPE html>")
+    assert done.output.endswith("</html>\n")
+
+
+def test_wrong_use_and_what_cannot_be_written_have_their_own_status(sample, tmp_path):
+    assert companion.run("report", "--last", "--evidence", sample).status == 64
+    assert companion.run("report", "-o", tmp_path / "page.html", "--evidence", sample).status == 64
+    done = report(sample, tmp_path / "absent/page.html", "--last")
+    assert done.status == 3
+    assert done.errors == f"thsentinelctl: {tmp_path}/absent/page.html can't be written: No such file or directory\n"
+    done = report(tmp_path, tmp_path / "page.html", "--last")
+    assert done.status == 3
+    assert os.listdir(tmp_path) == []
+
+
+def test_a_set_without_its_files_and_its_log_is_a_page_that_says_so(tmp_path):
+    folder, stem = companion.write_set(tmp_path)
+    for path in folder.iterdir():
+        path.write_bytes(b"\0\xff" * 5000 if path.suffix == ".Netstat" else b"")
+    done = companion.run("report", "--last", "--evidence", tmp_path, "--log", "/absent", "-o", tmp_path / "page.html")
+    assert done.status == 1
+    text = (tmp_path / "page.html").read_text()
+    assert "The folder of the logs, /absent, can&#39;t be read: No such file or directory." in text
+    assert "The set has no memory statistics." in text
+    assert f"{stem}.MemoryPerf: holds no byte" in text
+
+
+def test_a_default_set_makes_a_page_of_modest_size_with_modest_memory(tmp_path):
+    make_sample(tmp_path / "sample")
+    (tmp_path / "run").mkdir()
+    done = companion.run_measured(tmp_path / "run", "report", "--last", "--evidence", tmp_path / "sample", "--log",
+                                  tmp_path / "sample/logs", "-o", tmp_path / "page.html")
+    assert done.status == 0
+    assert os.path.getsize(tmp_path / "page.html") < LARGEST_PAGE
+    if not product.is_built_with("-fsanitize="):
+        assert done.peak < MOST_MEMORY
+
+
+def test_the_page_draws_its_charts_without_a_complaint_or_a_request(page, tmp_path):
+    needs_browser()
+    visit = browser.Visit(tmp_path, page)
+    assert visit.console == []
+    assert visit.requests == set()
+    charts = re.findall(r'<figure class="chart[^"]*"', visit.document)
+    assert len(charts) == 8
+    assert set(charts) == {'<figure class="chart is-live"'}
+    assert visit.document.count("<canvas") >= len(charts)
+    # The same look at a page that was tampered with finds both.
+    bad = tmp_path / "bad.html"
+    text = page.read_text().replace("</main>", f'</main><img src="{ELSEWHERE}"><script>1</script>')
+    bad.write_text(text)
+    assert len(browser.Visit(tmp_path, bad).console) == 2
+    bad.write_text(re.sub('<meta http-equiv="Content-Security-Policy"[^>]*>', "", text))
+    assert browser.Visit(tmp_path, bad).requests == {ELSEWHERE}
+
+
+def test_the_page_is_whole_without_scripts_and_on_paper(page, tmp_path):
+    needs_browser()
+    plain = tmp_path / "plain.html"
+    plain.write_text(re.sub("<script>.*?</script>", "", page.read_text(), flags=re.S))
+    plain.write_text(re.sub(r'<section id="(?!timeline).*?</section>', "", plain.read_text(), flags=re.S))
+    assert browser.colours(tmp_path, plain, 900, 1200).get(SERIES, 0) > 300
+    paper = browser.print_to_pdf(tmp_path, page)
+    assert paper.startswith(b"%PDF")
+    assert len(re.findall(rb"/Type\s*/Page\b", paper)) >= 6
