@@ -1,4 +1,5 @@
 """The hosts of the system tests, see the package host."""
+import fcntl
 import subprocess
 
 import pytest
@@ -15,20 +16,30 @@ def why_no_hosts():
     return None if probe.returncode == 0 else probe.stderr.strip() or f"status {probe.returncode}"
 
 
+@pytest.fixture(scope="session", name="shared")
+def folder_of_all_test_processes(tmp_path_factory):
+    """A folder that the test processes of a session have in common."""
+    own = tmp_path_factory.getbasetemp()
+    return own.parent if own.name.startswith("popen-") else own
+
+
 @pytest.fixture(scope="session")
-def hosts_possible():
-    """Skips the tests that need a host where there can be none."""
-    reason = why_no_hosts()
-    if reason:
+def hosts_possible(shared):
+    """Skips the tests that need a host where there can be none; the first test process finds out for all."""
+    with open(shared / "hosts", "a+", encoding="utf-8") as answer:
+        fcntl.flock(answer, fcntl.LOCK_EX)
+        answer.seek(0)
+        reason = answer.read()
+        if not reason:
+            reason = why_no_hosts() or "possible"
+            answer.write(reason)
+    if reason != "possible":
         pytest.skip(reason)
 
 
 @pytest.fixture(scope="session")
-def installed(tmp_path_factory):
+def installed(shared):
     """The staged tree of the whole installation, one for all test processes of the session."""
-    shared = tmp_path_factory.getbasetemp()
-    if shared.name.startswith("popen-"):  # one of several test processes
-        shared = shared.parent
     return product.Product.install(shared / "staged")
 
 
