@@ -10,6 +10,8 @@ INIT = "/etc/init.d/thsentinel"
 CONTROL = "/usr/lib/thsentinel/daemon-control"
 DEFAULT_EVIDENCE = "/var/lib/thsentinel/evidence"
 BREACH = {"THHS_MONITOR_MEMORY": "exampled:1", "THHS_CAPTURE_WITHOUT_THRESHOLD": 1, "THHS_DUMP_COUNT": 1}
+PRODUCT = ("Package: tarnhaven\nVersion: 1\nArchitecture: all\nMaintainer: x <x@x>\nProvides: tarnhaven-base\n"
+           "Conflicts: tarnhaven-base\nDescription: the product\n")
 LISTED = [Process(4321, "/opt/exampled", rss=90 * 1024)]
 
 
@@ -202,13 +204,28 @@ def test_a_file_of_the_product_is_never_overwritten(bare, debs, file):
 
 def test_the_product_can_bring_the_base_library(bare, debs):
     host = bare()
-    host.put("/tmp/product/DEBIAN/control", "Package: tarnhaven\nVersion: 1\nArchitecture: all\nMaintainer: x <x@x>\n"
-             "Provides: tarnhaven-base\nConflicts: tarnhaven-base\nDescription: the product\n")
+    host.put("/tmp/product/DEBIAN/control", PRODUCT)
     host.shell("dpkg-deb -b /tmp/product /tmp/product.deb")
     dpkg(host, "-i", "/tmp/product.deb", packages.path_of(debs, MAIN))
     said = dpkg(host, "-i", packages.path_of(debs, BASE), status=1)
     assert "conflicting packages" in said
     assert version(host, MAIN) == f"{packages.VERSION} installed"
+
+
+def test_the_product_takes_the_place_of_the_base_library_and_the_daemon_goes_on(bare, debs):
+    host = bare()
+    install(host, debs)
+    host.run(INIT, "start")
+    before = host.daemon_pid()
+    host.put("/tmp/product/DEBIAN/control", PRODUCT + "Replaces: tarnhaven-base\n")
+    host.shell(f"mkdir -p /tmp/product{product.HOME}/lib && cp {product.LIBRARY} /tmp/product{product.LIBRARY}"
+               " && dpkg-deb -b /tmp/product /tmp/product.deb")
+    # dpkg alone refuses; apt first takes the package away that is in conflict.
+    result = host.run("/usr/bin/apt-get", "-y", "install", "/tmp/product.deb")
+    assert result.status == 0, result
+    assert version(host, MAIN) == f"{packages.VERSION} installed"
+    assert [one["pid"] for one in host.daemons()] == [host.daemon_pid()] != [before]
+    assert host.shell(f"dpkg-query -S {product.LIBRARY}") == f"tarnhaven: {product.LIBRARY}\n"
 
 
 def test_a_full_disk_during_an_upgrade_leaves_the_old_version_at_work(bare, debs, tmp_path):

@@ -106,6 +106,17 @@ def test_logs_and_evidence_of_the_service_are_for_root_alone(managed):
     assert [one for one in tree if one[2] & 0o077] == []
 
 
+def test_the_unit_lets_evidence_lie_anywhere_but_among_the_systems_own_files(managed):
+    service = managed()
+    service.start()
+    for folder in ("/home/someone/evidence", "/tmp/evidence", "/var/tmp/evidence", "/srv/evidence", "/opt/evidence",
+                   "/usr/local/evidence", "/usr/tarnv/evidence", "/new/evidence"):
+        service.host.folder(folder)
+        service.host.configure(THHS_EVIDENCE_PATH=folder)
+        service.host.log_says(f"THHS_EVIDENCE_PATH is set to {folder}/thsentinel. Check the folder for collected logs.")
+    assert service.state() == ("active", "success", "0")
+
+
 def test_the_unit_leaves_little_exposed():
     verdict = subprocess.run(["systemd-analyze", "security", "--offline=yes", "--threshold=40", manager.UNIT],
                              capture_output=True, text=True, check=False)
