@@ -75,10 +75,15 @@ void WriteStampedLine(mutex& unitMutex, const std::string& text)
     WriteAsItIs(unitMutex, "%s\n", text.c_str());
 }
 
-void LogAndPrint(mutex& unitMutex, const std::string& message)
+void ReportMessage(mutex& unitMutex, MessageOrder order, const std::string& message)
 {
+    if (order == MessageOrder::ConsoleFirst) {
+        ConsolePuts(message.c_str());
+    }
     WriteLogLine(unitMutex, "%s\n", message.c_str());
-    ConsolePuts(message.c_str());
+    if (order == MessageOrder::LogFirst) {
+        ConsolePuts(message.c_str());
+    }
 }
 
 bool IsVerbose()

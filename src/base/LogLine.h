@@ -29,8 +29,14 @@ extern const LogGate LOG_GATE;
 /** Writes a text that begins with a stamp of its own, and adds the line feed. */
 void WriteStampedLine(mutex& unitMutex, const std::string& text);
 
-/** Writes a message as a line under the unit's lock, then prints it. Any thread. */
-void LogAndPrint(mutex& unitMutex, const std::string& message);
+enum class MessageOrder
+{
+    LogFirst,
+    ConsoleFirst
+};
+
+/** Writes a message as a line and prints it on the console, in the order that is asked for. */
+void ReportMessage(mutex& unitMutex, MessageOrder order, const std::string& message);
 
 /** True when verbose lines are written; for work that only such lines need. */
 bool IsVerbose();

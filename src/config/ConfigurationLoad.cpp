@@ -1,32 +1,59 @@
 #include "base/BoundedText.h"
-#include "base/Console.h"
 #include "base/LogFileMtx.h"
 #include "base/LogLine.h"
-#include "config/ConfigurationKeys.h"
 #include "config/ConfigurationMgr.h"
+#include "config/ConfigurationTexts.h"
 #include "config/ConfigurationValueReaders.h"
+#include "config/KeyTable.h"
 #include "config/MonitoringList.h"
 #include "config/ReadingPlan.h"
+#include "config/Refusal.h"
 #include "config/SharedSetting.h"
 #include "counters/CounterMgr.h"
 #include "platform/HelperFunctionInterface.h"
 #include "platform/THUEnv.h"
+#include "platform/TextUtilities.h"
 
 #include <span>
 
 namespace
 {
-// Here the console comes first and the log second.
-void PrintAndLog(const std::string& message)
+/** An integer key whose value is replaced by its default when it is out of range; the load then goes on. */
+struct RevertingKey
 {
-    ConsolePuts(message.c_str());
-    WriteLogLine(logFileMtx, "%s\n", message.c_str());
-}
+    const KeyRow& mKey;
+    int ConfigurationMgr::*mField;
+};
 
-int Refuse(const std::string& message)
+constexpr RevertingKey CAPTURE_KEYS[] = {
+    {GetKey(THHS_DUMP_COUNT), &ConfigurationMgr::mMaxDumpCount},
+    {GetKey(THHS_CAPTURE_NETWORK_STAT), &ConfigurationMgr::mCaptureNetworkStat},
+    {GetKey(THHS_DEADLOCK_INTERVAL), &ConfigurationMgr::mDeadlockInterval},
+    {GetKey(THHS_INCREASE_LOG_LEVEL), &ConfigurationMgr::mIncreaseLogLevel},
+    {GetKey(THHS_CAPTURE_PROCESS_DUMP), &ConfigurationMgr::mCaptureProcessDump},
+    {GetKey(THHS_ALWAYS_DUMP), &ConfigurationMgr::mAlwaysDump},
+    {GetKey(THHS_CAPTURE_DISK_IO), &ConfigurationMgr::mCaptureDiskIO},
+};
+
+constexpr RevertingKey READING_KEYS[] = {
+    {GetKey(THHS_NUMBER_OF_READINGS), &ConfigurationMgr::mNumberOfReadings},
+    {GetKey(THHS_READING_INTERVAL), &ConfigurationMgr::mReadingInterval},
+};
+
+/** Read once the readings are known to fit into the poll interval. */
+constexpr RevertingKey SERVICE_KEYS[] = {
+    {GetKey(THHS_PURGE_OLD_EVIDENCE), &ConfigurationMgr::mPurgeOldEvidence},
+    {GetKey(THHS_CAPTURE_WITHOUT_THRESHOLD), &ConfigurationMgr::mCaptureWithoutThreshold},
+};
+
+/** Read last, so that the keys before it are traced by the value of the load before. */
+constexpr RevertingKey TRACE_KEYS[] = {
+    {GetKey(THHS_VERBOSE), &ConfigurationMgr::mVerbose},
+};
+
+int RefuseSetting(const std::string& message)
 {
-    PrintAndLog(message);
-    return RC_CONFIG_INVALID;
+    return Refuse(logFileMtx, MessageOrder::ConsoleFirst, RC_CONFIG_INVALID, message);
 }
 
 int ReadMemoryUnit(ConfigurationMgr& config)
@@ -34,17 +61,17 @@ int ReadMemoryUnit(ConfigurationMgr& config)
     int result = 0;
     (void)ReadStringValue(THHS_MEMORY_UNIT, config.mMemoryUnit, result); // the field holds the text
     if (result == RC_CONFIG_NOT_DEFINED) {
-        config.mMemoryUnit = MEMORY_UNIT_ABSOLUTE;
+        config.mMemoryUnit = GetKey(THHS_MEMORY_UNIT).mDefault;
         return 0;
     }
     if (result != 0) {
         return result;
     }
-    if (config.mHelper->CompareIgnoreCase(config.mMemoryUnit, MEMORY_UNIT_PERCENT) &&
-        config.mHelper->CompareIgnoreCase(config.mMemoryUnit, MEMORY_UNIT_ABSOLUTE)) {
-        return Refuse(FormatBounded(MESSAGE_SIZE, "Invalid value for %s : %s. Can only have values %s or %s.",
-                                    THHS_MEMORY_UNIT, config.mMemoryUnit.c_str(), MEMORY_UNIT_PERCENT,
-                                    MEMORY_UNIT_ABSOLUTE));
+    if (!IsSameText(config.mMemoryUnit, MEMORY_UNIT_PERCENT) &&
+        !IsSameText(config.mMemoryUnit, MEMORY_UNIT_ABSOLUTE)) {
+        return RefuseSetting(FormatBounded(MESSAGE_SIZE, BAD_UNIT_TEXT, THHS_MEMORY_UNIT,
+                                           config.mMemoryUnit.c_str(), MEMORY_UNIT_PERCENT,
+                                           MEMORY_UNIT_ABSOLUTE));
     }
     return 0;
 }
@@ -71,15 +98,15 @@ int ReadMonitoringLists(const ConfigurationMgr& config)
 
 int ReadPollInterval(ConfigurationMgr& config)
 {
-    const int result = ReadIntegerValue(THHS_POLL_INTERVAL, config.mPollInterval);
+    constexpr const KeyRow& key = GetKey(THHS_POLL_INTERVAL);
+    const int result = ReadIntegerValue(key.mName, config.mPollInterval);
     if (result == RC_CONFIG_NOT_DEFINED) {
-        config.mPollInterval = DEFAULT_POLL_INTERVAL;
+        config.mPollInterval = GetDefaultNumber(key);
         return 0;
     }
-    if (result == 0 && config.mPollInterval <= 0) {
-        return Refuse(FormatBounded(MESSAGE_SIZE,
-                                    "Invalid value for %s : %d. Value should be greater than 0.",
-                                    THHS_POLL_INTERVAL, config.mPollInterval));
+    if (result == 0 && config.mPollInterval < key.mLowest) {
+        return RefuseSetting(
+            FormatBounded(MESSAGE_SIZE, BAD_POLL_INTERVAL_TEXT, key.mName, config.mPollInterval));
     }
     return result;
 }
@@ -88,18 +115,19 @@ int ReadPollInterval(ConfigurationMgr& config)
 bool ReadRevertingKeys(ConfigurationMgr& config, std::span<const RevertingKey> keys)
 {
     bool reverted = false;
-    for (const RevertingKey& key : keys) {
-        int& field = config.*key.mField;
+    for (const RevertingKey& entry : keys) {
+        const KeyRow& key = entry.mKey;
+        int& field = config.*entry.mField;
         // A value that is no number has been reported and leaves the field, which then passes its check.
-        (void)ReadIntegerValue(key.mKey, field);
+        (void)ReadIntegerValue(key.mName, field);
         if (field >= key.mLowest && field <= key.mHighest) {
             continue;
         }
         const int rejected = field;
-        SetSharedNumber(field, key.mDefault);
-        WriteLogLine(logFileMtx, key.mMessage, key.mKey, rejected, key.mDefault);
+        SetSharedNumber(field, GetDefaultNumber(key));
+        WriteLogLine(logFileMtx, key.mMessage, key.mName, rejected, field);
         if (key.mAfterword != nullptr) {
-            WriteLogLine(logFileMtx, "%s\n", key.mAfterword);
+            WriteLogLine(logFileMtx, "%s", key.mAfterword);
         }
         reverted = true;
     }
@@ -112,18 +140,14 @@ void FitReadings(ConfigurationMgr& config)
     if (config.mForceReadingInterval != 0 || FitsInto(plan, config.mPollInterval)) {
         return;
     }
-    WriteLogLine(logFileMtx,
-                 "Invalid combination of %s : %d and %s : %d and %s : %d. The product of %s and %s "
-                 "should be less than the %s.\n",
-                 THHS_READING_INTERVAL, config.mReadingInterval, THHS_NUMBER_OF_READINGS,
-                 config.mNumberOfReadings, THHS_POLL_INTERVAL, config.mPollInterval, THHS_READING_INTERVAL,
-                 THHS_NUMBER_OF_READINGS, THHS_POLL_INTERVAL);
+    WriteLogLine(logFileMtx, READINGS_DONT_FIT_TEXT, THHS_READING_INTERVAL, config.mReadingInterval,
+                 THHS_NUMBER_OF_READINGS, config.mNumberOfReadings, THHS_POLL_INTERVAL, config.mPollInterval,
+                 THHS_READING_INTERVAL, THHS_NUMBER_OF_READINGS, THHS_POLL_INTERVAL);
     plan = FitTo(plan, config.mPollInterval);
     SetSharedNumber(config.mReadingInterval, plan.mInterval);
     SetSharedNumber(config.mNumberOfReadings, plan.mCount);
-    const char* const setTo = "%s is set to : %d, optimized based on the value of %s\n";
-    WriteLogLine(logFileMtx, setTo, THHS_READING_INTERVAL, plan.mInterval, THHS_POLL_INTERVAL);
-    WriteLogLine(logFileMtx, setTo, THHS_NUMBER_OF_READINGS, plan.mCount, THHS_POLL_INTERVAL);
+    WriteLogLine(logFileMtx, READINGS_SET_TEXT, THHS_READING_INTERVAL, plan.mInterval, THHS_POLL_INTERVAL);
+    WriteLogLine(logFileMtx, READINGS_SET_TEXT, THHS_NUMBER_OF_READINGS, plan.mCount, THHS_POLL_INTERVAL);
 }
 
 void ReadJdkHome(ConfigurationMgr& config)
@@ -131,28 +155,23 @@ void ReadJdkHome(ConfigurationMgr& config)
     int result = 0;
     (void)ReadStringValue(THHS_JDK_HOME, config.mJdkHome, result); // the field holds the text
     if (config.mJdkHome.empty()) {
-        WriteLogLine(logFileMtx, "JDK Home is not set. Java stack dump will not be captured.\n");
+        WriteLogLine(logFileMtx, NO_JDK_HOME_TEXT);
     } else if (result == 0) {
-        WriteVerboseLine(logFileMtx, "JDK Home is set to %s . \n", config.mJdkHome.c_str());
+        WriteVerboseLine(logFileMtx, JDK_HOME_TEXT, config.mJdkHome.c_str());
     }
 }
 
 int CheckEvidencePath(const ConfigurationMgr& config, const std::string& path, int readerResult)
 {
     if (path.empty()) {
-        return Refuse(
-            FormatBounded(MESSAGE_SIZE,
-                          "%s is not set. It is a mandatory value. Please specify the path on the file "
-                          "system, that has sufficient space to store logs.",
-                          THHS_EVIDENCE_PATH));
+        return RefuseSetting(FormatBounded(MESSAGE_SIZE, NO_EVIDENCE_PATH_TEXT, THHS_EVIDENCE_PATH));
     }
     if (readerResult != 0) {
         return readerResult;
     }
     if (!config.mHelper->HF_DoesFolderExist(path)) {
-        return Refuse(FormatBounded(
-            MESSAGE_SIZE, "Invalid value for %s : %s. Specified folder does not exist. %s will not start.",
-            THHS_EVIDENCE_PATH, path.c_str(), GetTHPerfMonBinName().c_str()));
+        return RefuseSetting(FormatBounded(MESSAGE_SIZE, MISSING_EVIDENCE_PATH_TEXT, THHS_EVIDENCE_PATH,
+                                           path.c_str(), GetTHPerfMonBinName().c_str()));
     }
     return 0;
 }
@@ -162,10 +181,8 @@ int MakeEvidenceRoot(const ConfigurationMgr& config, std::string& path)
 {
     path += "/" + GetTHPerfMonBinName();
     if (!config.mHelper->HF_DoesFolderExist(path) && !config.mHelper->HF_CreateDir(path, false)) {
-        return Refuse(FormatBounded(
-            MESSAGE_SIZE,
-            "Invalid value for %s : %s. Failed to create the evidences folder. %s will not start.",
-            THHS_EVIDENCE_PATH, path.c_str(), GetTHPerfMonBinName().c_str()));
+        return RefuseSetting(FormatBounded(MESSAGE_SIZE, EVIDENCE_FOLDER_FAILED_TEXT, THHS_EVIDENCE_PATH,
+                                           path.c_str(), GetTHPerfMonBinName().c_str()));
     }
     return 0;
 }
@@ -183,8 +200,7 @@ int ReadEvidencePath(ConfigurationMgr& config)
     }
     PublishSharedText(config.mEvidencePath, path); // one that was refused too
     if (result == 0) {
-        WriteLogLine(logFileMtx, "%s is set to %s. Check the folder for collected logs.\n",
-                     THHS_EVIDENCE_PATH, path.c_str());
+        WriteLogLine(logFileMtx, EVIDENCE_PATH_TEXT, THHS_EVIDENCE_PATH, path.c_str());
     }
     return result;
 }
@@ -199,26 +215,20 @@ int ReadStoppingKeys(ConfigurationMgr& config)
     return result == 0 ? ReadPollInterval(config) : result;
 }
 
-void LogSuccess(const ConfigurationMgr& config, bool reverted)
+void ReportSuccess(const ConfigurationMgr& config, bool reverted)
 {
-    WriteLogLine(logFileMtx, "Configuration file successfully read.\n");
-    WriteLogLine(logFileMtx,
-                 "Processes will be monitored regularly after %d seconds. It can be modified by "
-                 "changing %s value in Tarnhaven configuration.\n",
-                 config.mPollInterval, THHS_POLL_INTERVAL);
+    WriteLogLine(logFileMtx, LOAD_SUCCEEDED_TEXT);
+    WriteLogLine(logFileMtx, POLL_INTERVAL_TEXT, config.mPollInterval, THHS_POLL_INTERVAL);
     if (reverted) {
-        PrintAndLog(
-            FormatBounded(MESSAGE_SIZE,
-                          "Warning, invalid value found in Tarnhaven configuration for %s. Reverted value to "
-                          "default. Please refer the log file for details.",
-                          GetTHPerfMonBinName().c_str()));
+        ReportMessage(logFileMtx, MessageOrder::ConsoleFirst,
+                      FormatBounded(MESSAGE_SIZE, REVERTED_TEXT, GetTHPerfMonBinName().c_str()));
     }
 }
 } // namespace
 
 int ConfigurationMgr::ReadConfigurationFile()
 {
-    WriteLogLine(logFileMtx, "Reading the configuration from Tarnhaven configuration.\n");
+    WriteLogLine(logFileMtx, LOAD_STARTS_TEXT);
     if (mHelper == nullptr) {
         return RC_CONFIG_NO_HELPER;
     }
@@ -227,8 +237,8 @@ int ConfigurationMgr::ReadConfigurationFile()
         return result;
     }
     bool reverted = ReadRevertingKeys(*this, CAPTURE_KEYS);
-    mForceReadingInterval = 0;
-    (void)ReadIntegerValue(FORCE_READING_INTERVAL, mForceReadingInterval); // any value will do
+    mForceReadingInterval = GetDefaultNumber(GetKey(FORCE_READING_INTERVAL));
+    (void)ReadIntegerValue(FORCE_READING_INTERVAL, mForceReadingInterval); // any value is accepted
     reverted |= ReadRevertingKeys(*this, READING_KEYS);
     FitReadings(*this);
     reverted |= ReadRevertingKeys(*this, SERVICE_KEYS);
@@ -238,6 +248,6 @@ int ConfigurationMgr::ReadConfigurationFile()
         return result;
     }
     reverted |= ReadRevertingKeys(*this, TRACE_KEYS);
-    LogSuccess(*this, reverted);
+    ReportSuccess(*this, reverted);
     return 0;
 }

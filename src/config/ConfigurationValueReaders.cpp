@@ -4,6 +4,8 @@
 #include "base/LogFileMtx.h"
 #include "base/LogLine.h"
 #include "base/OwnedText.h"
+#include "config/ConfigurationTexts.h"
+#include "config/Refusal.h"
 #include "config/SharedSetting.h"
 #include "platform/HelperFunctionInterface.h"
 #include "platform/UnixHelperFactoryMethod.h"
@@ -22,7 +24,7 @@ constexpr const char* FORBIDDEN_SEQUENCES[] = {"..\\", "../", "..", "*", ".?"};
 
 void LogNotDefined(const char* key)
 {
-    WriteVerboseLine(logFileMtx, "%s not defined in Tarnhaven configuration.\n", key);
+    WriteVerboseLine(logFileMtx, NOT_DEFINED_TEXT, key);
 }
 
 bool IsAllowed(char character)
@@ -44,10 +46,8 @@ int ReadIntegerValue(const char* key, int& value)
         LogNotDefined(key);
         return RC_CONFIG_NOT_DEFINED;
     case STORE_RC_NOT_NUMERIC:
-        LogAndPrint(
-            logFileMtx,
-            FormatBounded(MESSAGE_SIZE, "Invalid numeric value for %s key in Tarnhaven configuration.", key));
-        return RC_CONFIG_INVALID;
+        return Refuse(logFileMtx, MessageOrder::LogFirst, RC_CONFIG_INVALID,
+                      FormatBounded(MESSAGE_SIZE, NOT_NUMERIC_TEXT, key));
     default:
         return RC_CONFIG_NOT_DEFINED;
     }
@@ -66,9 +66,8 @@ std::string ReadStringValue(const char* key, std::string& value, int& result)
     const OwnedText owned(text);
     value = text;
     if (!ValidateInputForSpecialChars(value)) {
-        LogAndPrint(logFileMtx,
-                    FormatBounded(MESSAGE_SIZE, "There are invalid characters in the input for %s.", key));
-        result = RC_CONFIG_BAD_CHARS;
+        result = Refuse(logFileMtx, MessageOrder::LogFirst, RC_CONFIG_BAD_CHARS,
+                        FormatBounded(MESSAGE_SIZE, BAD_CHARACTERS_TEXT, key));
     } else if (storeResult == 0) {
         result = 0;
     }
@@ -78,15 +77,12 @@ std::string ReadStringValue(const char* key, std::string& value, int& result)
 bool ValidateInputForSpecialChars(std::string text)
 {
     if (CheckForUnauthorizedStrings(text)) {
-        WriteLogLine(logFileMtx,
-                     "There are unauthorized characters detected in the input. Returning Error.\n");
+        WriteLogLine(logFileMtx, FORBIDDEN_SEQUENCE_TEXT);
         return false;
     }
     for (const char character : text) {
         if (!IsAllowed(character)) {
-            WriteLogLine(logFileMtx,
-                         "There are non alpha numeric characters in the input '%c'. Returning Error.\n",
-                         character);
+            WriteLogLine(logFileMtx, FORBIDDEN_CHARACTER_TEXT, character);
             return false;
         }
     }

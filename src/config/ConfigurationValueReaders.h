@@ -1,5 +1,7 @@
 #pragma once
 
+#include "config/ConfigurationResult.h"
+
 #include <string>
 #include <vector>
 
@@ -9,16 +11,6 @@
  * All of it runs on the thread of the load and reports bad input by code, by a line of the diagnostic log
  * and, for what an operator has to mend, on the console.
  */
-
-/** Result codes of the readers, the lists and the load; 0 is success. */
-enum eConfigurationResult
-{
-    RC_CONFIG_NO_HELPER = 15,   ///< ConfigurationMgr has no helper
-    RC_CONFIG_MISSING = 20,     ///< known to the service; no load returns it
-    RC_CONFIG_INVALID = 101,    ///< a value is invalid
-    RC_CONFIG_BAD_CHARS = 102,  ///< a text holds a forbidden character or sequence
-    RC_CONFIG_NOT_DEFINED = 103 ///< the key is not defined
-};
 
 /**
  * Reads an integer key.

@@ -3,11 +3,14 @@
 #include "base/BoundedText.h"
 #include "base/LogFileMtx.h"
 #include "base/LogLine.h"
-#include "config/ConfigurationKeys.h"
 #include "config/ConfigurationMgr.h"
+#include "config/ConfigurationTexts.h"
 #include "config/ConfigurationValueReaders.h"
+#include "config/KeyTable.h"
+#include "config/Refusal.h"
 #include "platform/HelperFunctionInterface.h"
 #include "platform/THUEnv.h"
+#include "platform/TextUtilities.h"
 #include "platform/UnixHelperFactoryMethod.h"
 
 #include <memory>
@@ -17,14 +20,12 @@
 
 namespace
 {
-constexpr int HIGHEST_PERCENT = 100;
-
 /** One list while it is read. */
 struct MonitoringList
 {
     const char* mKey;
     std::string mLabel;     ///< of the manager
-    std::string mUnitLabel; ///< printed behind a threshold; empty for a list without thresholds
+    std::string mUnitLabel; ///< printed after a threshold; empty for a list without thresholds
     HelperFunctionInterface& mHelper;
 
     bool Is(const char* key) const { return strcasecmp(mKey, key) == 0; }
@@ -37,17 +38,16 @@ struct MonitoredProcess
     int mThreshold;
 };
 
-int Reject(const std::string& message, int result)
+int RefuseList(int result, const std::string& message)
 {
-    LogAndPrint(logFileMtx, message);
-    return result;
+    return Refuse(logFileMtx, MessageOrder::LogFirst, result, message);
 }
 
 std::string GetUnitLabel(const MonitoringList& list)
 {
-    // The unit's key is compared with the list's key, which it never is, so MB is never printed: that is
-    // meant.
-    if (!list.mHelper.CompareIgnoreCase(ConfigurationMgr::GetInstance()->mMemoryUnit, MEMORY_UNIT_ABSOLUTE) &&
+    // Intentional: this compares the key of the list with the key of the unit, which it never is, so MB is
+    // never printed. Whoever reads the log expects ABSOLUTE in these lines.
+    if (IsSameText(ConfigurationMgr::GetInstance()->mMemoryUnit, MEMORY_UNIT_ABSOLUTE) &&
         list.Is(THHS_MEMORY_UNIT)) {
         return "MB";
     }
@@ -66,31 +66,20 @@ MonitoredProcess SplitElement(const MonitoringList& list, const std::string& ele
     return process;
 }
 
-int RejectPercent(const MonitoringList& list, const MonitoredProcess& process)
-{
-    return Reject(
-        FormatBounded(MESSAGE_SIZE,
-                      "Invalid Value for %s threshold. Process %s requested threshold of %d percent. Use a "
-                      "value less than 100.",
-                      list.mLabel.c_str(), AppendBinExt(process.mName).c_str(), process.mThreshold),
-        RC_CONFIG_INVALID);
-}
-
 int CheckLimit(const MonitoringList& list, const MonitoredProcess& process)
 {
-    // The label of the list is asked for the unit and not the setting, and it is never PERCENT: a memory
-    // threshold has no upper bound, whatever the unit. That is meant.
-    const bool isPercent =
-        list.Is(THHS_MONITOR_CPU) || (list.Is(THHS_MONITOR_MEMORY) &&
-                                      !list.mHelper.CompareIgnoreCase(list.mUnitLabel, MEMORY_UNIT_PERCENT));
+    // Intentional: the label of the list is compared and not the setting, and it is never PERCENT. So a
+    // memory threshold has no upper bound in either unit, and stores with such thresholds stay valid.
+    const bool isPercent = list.Is(THHS_MONITOR_CPU) ||
+                           (list.Is(THHS_MONITOR_MEMORY) && IsSameText(list.mUnitLabel, MEMORY_UNIT_PERCENT));
     if (isPercent && process.mThreshold > HIGHEST_PERCENT) {
-        return RejectPercent(list, process);
+        return RefuseList(RC_CONFIG_INVALID,
+                          FormatBounded(MESSAGE_SIZE, BAD_PERCENT_TEXT, list.mLabel.c_str(),
+                                        AppendBinExt(process.mName).c_str(), process.mThreshold));
     }
     if (list.Is(THHS_MONITOR_DEADLOCK) && process.mThreshold != 0) {
-        return Reject(
-            FormatBounded(MESSAGE_SIZE, "Invalid Value %s for the %s in Tarnhaven configuration file.",
-                          process.mName.c_str(), list.mKey),
-            RC_CONFIG_INVALID);
+        return RefuseList(RC_CONFIG_INVALID, FormatBounded(MESSAGE_SIZE, BAD_DEADLOCK_ELEMENT_TEXT,
+                                                           process.mName.c_str(), list.mKey));
     }
     return 0;
 }
@@ -98,15 +87,11 @@ int CheckLimit(const MonitoringList& list, const MonitoredProcess& process)
 int CheckProcess(const MonitoringList& list, const MonitoredProcess& process)
 {
     if (process.mName.empty() || process.mThreshold < 0) {
-        return Reject(
-            FormatBounded(MESSAGE_SIZE,
-                          "Invalid configuration value %s for the %s in Tarnhaven configuration file.",
-                          process.mElement.c_str(), list.mKey),
-            RC_CONFIG_INVALID);
+        return RefuseList(RC_CONFIG_INVALID,
+                          FormatBounded(MESSAGE_SIZE, BAD_ELEMENT_TEXT, process.mElement.c_str(), list.mKey));
     }
     if (!ValidateInputForSpecialChars(process.mName)) {
-        return Reject("There are invalid characters in the input. Service will be stopped.",
-                      RC_CONFIG_BAD_CHARS);
+        return RefuseList(RC_CONFIG_BAD_CHARS, BAD_NAME_TEXT);
     }
     return CheckLimit(list, process);
 }
@@ -120,13 +105,11 @@ void RecordProcess(const MonitoringList& list, const MonitoredProcess& process)
     }
     config->mMonitoredProcessNames.insert(name);
     if (list.mUnitLabel.empty()) {
-        WriteLogLine(logFileMtx, "Process %s requested monitoring for %s conditions.\n",
-                     AppendBinExt(name).c_str(), list.mLabel.c_str());
+        WriteLogLine(logFileMtx, MONITORED_DEADLOCK_TEXT, AppendBinExt(name).c_str(), list.mLabel.c_str());
         return;
     }
-    WriteLogLine(logFileMtx, "Process %s requested monitoring of %s threshold of %d %s.\n",
-                 AppendBinExt(name).c_str(), list.mLabel.c_str(), process.mThreshold,
-                 list.mUnitLabel.c_str());
+    WriteLogLine(logFileMtx, MONITORED_TEXT, AppendBinExt(name).c_str(), list.mLabel.c_str(),
+                 process.mThreshold, list.mUnitLabel.c_str());
 }
 } // namespace
 
@@ -143,7 +126,7 @@ int ReadMapValue(const char* key, std::string messageStr, std::map<std::string, 
     std::vector<std::string> elements;
     GetVectorFromString(value, ",", elements);
     if (elements.empty()) {
-        WriteLogLine(logFileMtx, "Unable to read the %s data from Tarnhaven configuration file.\n", key);
+        WriteLogLine(logFileMtx, EMPTY_LIST_TEXT, key);
         return RC_CONFIG_INVALID;
     }
     MonitoringList list = {key, messageStr, "", *helper};
@@ -154,7 +137,7 @@ int ReadMapValue(const char* key, std::string messageStr, std::map<std::string, 
         if (checked != 0) {
             return checked;
         }
-        thresholds.emplace(process.mName, process.mThreshold); // of a name that comes twice the first counts
+        thresholds.emplace(process.mName, process.mThreshold); // the first threshold of a name counts
         RecordProcess(list, process);
     }
     return 0;

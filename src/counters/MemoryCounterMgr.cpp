@@ -2,7 +2,8 @@
 
 #include "base/LogFileMtx.h"
 #include "base/LogLine.h"
-#include "config/ConfigurationKeys.h"
+#include "config/ConfigurationMgr.h"
+#include "config/KeyTable.h"
 #include "platform/UnixHelperFactoryMethod.h"
 #include "platform/UnixHelperFunction.h"
 

@@ -42,6 +42,11 @@ bool CompareIgnoreCase(std::string first, std::string second)
     return first.compare(second) != 0;
 }
 
+bool IsSameText(const std::string& first, const std::string& second)
+{
+    return !CompareIgnoreCase(first, second);
+}
+
 bool UnixHelperFunction::CompareIgnoreCase(std::string first, std::string second)
 {
     return ::CompareIgnoreCase(first, second);

@@ -1,8 +1,8 @@
 #include "platform/UnixHelperFunction.h"
 
 #include "base/Console.h"
-#include "config/ConfigurationKeys.h"
 #include "config/ConfigurationMgr.h"
+#include "config/KeyTable.h"
 #include "platform/CommandPath.h"
 #include "platform/THUEnv.h"
 #include "platform/UnixFactoryMethods.h"
