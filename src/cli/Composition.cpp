@@ -1,6 +1,10 @@
 #include "base/LogLine.h"
 #include "config/ConfigurationMgr.h"
 #include "config/SharedSetting.h"
+#include "counters/CPUCounterMgr.h"
+#include "counters/DeadLockCounterMgr.h"
+#include "counters/MemoryCounterMgr.h"
+#include "platform/UnixHelperFactoryMethod.h"
 
 /** The place where the parts of the program are put together. */
 
@@ -19,3 +23,12 @@ bool AreVerboseLinesWritten()
 } // namespace
 
 const LogGate LOG_GATE = {PrepareLog, AreVerboseLinesWritten};
+
+ConfigurationMgr* ConfigurationMgr::Compose()
+{
+    auto* const config = new ConfigurationMgr(GetHelperFunctionInstance());
+    config->mCPUCounterMgr = new CPUCounterMgr("CPU");
+    config->mMemoryCounterMgr = new MemoryCounterMgr("Memory");
+    config->mDeadLockCounterMgr = new DeadLockCounterMgr("Deadlock");
+    return config;
+}

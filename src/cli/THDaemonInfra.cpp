@@ -1,6 +1,9 @@
 #include "cli/THDaemonInfra.h"
 
 #include "base/Console.h"
+#include "base/MainThread.h"
+#include "cli/ServiceTexts.h"
+#include "cli/StopUnderWay.h"
 #include "cli/THJobPerfMonSvc.h"
 #include "logcontrol/LevelRaise.h"
 #include "platform/THUEnv.h"
@@ -28,7 +31,6 @@ constexpr std::size_t LOCK_FILE_READ_SIZE = 4096;
 constexpr int LOG_MASK = 0x7f; // all priorities up to LOG_INFO
 constexpr int CREATION_BUDGET = 3;
 constexpr int EXIT_ON_SIGNAL = -1;
-const pthread_t MAIN_THREAD = pthread_self(); // static objects are made on it, and a fork keeps the id
 constexpr useconds_t MICROSECONDS_BETWEEN_LOOKS = 10000;
 
 /** What a stop does that meets the main thread. */
@@ -41,7 +43,6 @@ enum eStopTreatment : int
 
 volatile sig_atomic_t gStopTreatment = STOPS_ARE_TAKEN;
 volatile sig_atomic_t gKeptStop = 0;
-volatile sig_atomic_t gStopIsPassedOn = 0; // by a thread that the signal met, to the main thread
 
 /** For the main thread at work. */
 void SetStopTreatmentOfWork()
@@ -70,7 +71,7 @@ void WaitForWorker()
 
 bool IsMainThread()
 {
-    return pthread_equal(pthread_self(), MAIN_THREAD) != 0;
+    return pthread_equal(pthread_self(), GetMainThreadId()) != 0;
 }
 
 int OpenLockFile(const std::string& path)
@@ -159,7 +160,7 @@ int RunDaemon(const char* processName, const char* runFileName)
     OccupyFreeStandardDescriptors();
     (void)setlogmask(LOG_MASK); // the former mask isn't needed again
     openlog(processName, LOG_PID | LOG_CONS | LOG_PERROR, LOG_USER);
-    syslog(LOG_INFO, "===== Daemon Entry Point =====\n");
+    syslog(LOG_INFO, DAEMON_ENTRY_TEXT);
     const int result = StartMonitoringActivity();
     if (result != 0) {
         return result;
@@ -167,7 +168,7 @@ int RunDaemon(const char* processName, const char* runFileName)
     RunWorker();
     TakeStops();
     SetStopTreatmentOfWork(); // one that is kept from now on meets a process that is ending anyway
-    syslog(LOG_INFO, "===== Daemon Exit Point =====\n");
+    syslog(LOG_INFO, DAEMON_EXIT_TEXT);
     closelog();
     return 0;
 }
@@ -180,9 +181,9 @@ void SignalHandler(int signal)
     }
     // Another thread may be cancelled by the stop, or hold a lock that the stop waits for.
     if (!IsMainThread()) {
-        gStopIsPassedOn = 1;
+        NoteStop();
         // Never as SIGINT, which is ignored while a capture runs a shell line.
-        (void)pthread_kill(MAIN_THREAD, SIGTERM); // fails only when the process is ending already
+        (void)pthread_kill(GetMainThreadId(), SIGTERM); // fails only when the process is ending already
         return;
     }
     if (gStopTreatment == STOPS_ARE_KEPT) {
@@ -194,6 +195,7 @@ void SignalHandler(int signal)
     }
     gStopTreatment = STOPS_ARE_KEPT; // a second stop doesn't interrupt the first
     gStopTheDaemon = 1;
+    NoteStop();
     if (bThreadInitialized) {
         (void)StopMonitoringActivity(); // always 0
         WaitForWorker();
@@ -201,11 +203,6 @@ void SignalHandler(int signal)
         (void)pthread_cancel(gTID); // the worker may have ended by itself
     }
     exit(EXIT_ON_SIGNAL);
-}
-
-bool IsStopUnderWay()
-{
-    return gStopTheDaemon != 0 || gStopIsPassedOn != 0;
 }
 
 void WaitTakingStops(unsigned int seconds)

@@ -41,9 +41,6 @@ extern std::int32_t gUUIDFd;        ///< descriptor of the lock file that was op
  */
 void SignalHandler(int signal);
 
-/** Whether a stop signal has come that the main thread handles or is about to handle. */
-bool IsStopUnderWay();
-
 /**
  * Waits, and meanwhile takes stops. At all other times the main thread keeps them once there is a worker, so
  * the program waits between its actions through this and not by sleep alone. SIGHUP cuts the wait short.

@@ -4,7 +4,8 @@
 #include "base/LogFileMtx.h"
 #include "base/LogLine.h"
 #include "base/ProgramNames.h"
-#include "cli/THDaemonInfra.h"
+#include "cli/ServiceTexts.h"
+#include "cli/StopUnderWay.h"
 #include "config/ConfigurationMgr.h"
 #include "config/ConfigurationValueReaders.h"
 #include "counters/CounterMgr.h"
@@ -26,22 +27,11 @@ std::string GetFailureText(int result)
 {
     switch (result) {
     case RC_CONFIG_INVALID:
-        return FormatBounded(
-            MESSAGE_SIZE,
-            "Tarnhaven configuration has invalid values. Check %s log for details. Stopping %s "
-            "Service/Daemon.",
-            SHORT_NAME, TITLE);
+        return FormatBounded(MESSAGE_SIZE, INVALID_CONFIGURATION_TEXT, SHORT_NAME, TITLE);
     case RC_CONFIG_MISSING:
-        return FormatBounded(MESSAGE_SIZE,
-                             "Tarnhaven configuration does not exist. Check %s log for details. Stopping %s "
-                             "Service/Daemon.",
-                             SHORT_NAME, TITLE);
+        return FormatBounded(MESSAGE_SIZE, MISSING_CONFIGURATION_TEXT, SHORT_NAME, TITLE);
     case RC_CONFIG_BAD_CHARS:
-        return FormatBounded(
-            MESSAGE_SIZE,
-            "Non alpha numeric characters are detected in the input. Please correct the input in "
-            "Tarnhaven configuration. Stopping %s Service/Daemon.",
-            TITLE);
+        return FormatBounded(MESSAGE_SIZE, BAD_CONFIGURATION_CHARACTERS_TEXT, TITLE);
     default:
         return "";
     }
@@ -49,14 +39,14 @@ std::string GetFailureText(int result)
 
 void LogServiceStopped()
 {
-    WriteLogLine(logFileMtx, "%s Service stopped.\n", TITLE);
+    WriteLogLine(logFileMtx, SERVICE_STOPPED_TEXT, TITLE);
 }
 
 void ReportConfigurationFailure(int result)
 {
     const std::string text = GetFailureText(result);
     syslog(LOG_ERR, "%s", text.c_str());
-    WriteLogLine(logFileMtx, "Error:%s\n", text.c_str());
+    WriteLogLine(logFileMtx, CONFIGURATION_ERROR_TEXT, text.c_str());
     LogServiceStopped();
 }
 
@@ -67,10 +57,10 @@ void ProbeMachine(ConfigurationMgr& config)
         return;
     }
     const int processors = helper->GetCPUCount();
-    WriteLogLine(logFileMtx, "Number of CPUs = %d\n", processors);
+    WriteLogLine(logFileMtx, CPU_COUNT_TEXT, processors);
     config.mCPUCount = processors;
     const std::int64_t memory = helper->GetTotalSizeOfMemoryInKB();
-    WriteLogLine(logFileMtx, "Total size of Memory = %ld\n", static_cast<long>(memory));
+    WriteLogLine(logFileMtx, MEMORY_SIZE_TEXT, static_cast<long>(memory));
     config.mTotalMemoryInKB = memory;
 }
 
@@ -98,7 +88,7 @@ void MakePass(ConfigurationMgr& config)
     config.PopulateProcessIDAndProcessNameMap();
     AddCounters(*config.mCPUCounterMgr);
     AddCounters(*config.mMemoryCounterMgr);
-    WriteLogLine(logFileMtx, "%s Service is monitoring the resources.\n", TITLE);
+    WriteLogLine(logFileMtx, PASS_TEXT, TITLE);
     config.mCPUCounterMgr->HandleThresholdBreach();
     config.mMemoryCounterMgr->HandleThresholdBreach();
 }
@@ -115,14 +105,14 @@ int StartMonitoringActivity()
     ConfigurationMgr* const config = ConfigurationMgr::GetInstance();
     config->mDaemonPid = getpid();
     AllowRaises();
-    WriteLogLine(logFileMtx, "%s Service started\n", TITLE);
+    WriteLogLine(logFileMtx, SERVICE_STARTED_TEXT, TITLE);
     const int result = config->ReadConfigurationFile();
     if (result != 0) {
         ReportConfigurationFailure(result);
         return result;
     }
     ProbeMachine(*config);
-    syslog(LOG_INFO, "%s", FormatBounded(MESSAGE_SIZE, "%s Service successfully started", TITLE).c_str());
+    syslog(LOG_INFO, "%s", FormatBounded(MESSAGE_SIZE, SYSTEM_LOG_STARTED_TEXT, TITLE).c_str());
     return 0;
 }
 
@@ -153,10 +143,10 @@ int StopMonitoringActivity()
 {
     ForbidRaises();
     ConfigurationMgr* const config = ConfigurationMgr::GetInstance();
-    syslog(LOG_INFO, "%s", FormatBounded(MESSAGE_SIZE, "%s Service stopped.", TITLE).c_str());
-    WriteLogLine(logFileMtx, "Cleaning up the resources used by the service.\n");
+    syslog(LOG_INFO, "%s", FormatBounded(MESSAGE_SIZE, SYSTEM_LOG_STOPPED_TEXT, TITLE).c_str());
+    WriteLogLine(logFileMtx, CLEANING_UP_TEXT);
     config->CloseThreadHandles();
-    WriteLogLine(logFileMtx, "Resetting the original log levels for the processes.\n");
+    WriteLogLine(logFileMtx, RESTORING_LEVELS_TEXT);
     config->ResetLogging();
     gRunDaemonLoop = false;
     LogServiceStopped();

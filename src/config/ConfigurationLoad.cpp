@@ -9,7 +9,6 @@
 #include "config/ReadingPlan.h"
 #include "config/Refusal.h"
 #include "config/SharedSetting.h"
-#include "counters/CounterMgr.h"
 #include "platform/HelperFunctionInterface.h"
 #include "platform/THUEnv.h"
 #include "platform/TextUtilities.h"
@@ -72,26 +71,6 @@ int ReadMemoryUnit(ConfigurationMgr& config)
         return RefuseSetting(FormatBounded(MESSAGE_SIZE, BAD_UNIT_TEXT, THHS_MEMORY_UNIT,
                                            config.mMemoryUnit.c_str(), MEMORY_UNIT_PERCENT,
                                            MEMORY_UNIT_ABSOLUTE));
-    }
-    return 0;
-}
-
-int ReadMonitoringLists(const ConfigurationMgr& config)
-{
-    const struct
-    {
-        const char* mKey;
-        CounterMgr* mManager;
-    } lists[] = {{THHS_MONITOR_CPU, config.mCPUCounterMgr},
-                 {THHS_MONITOR_MEMORY, config.mMemoryCounterMgr},
-                 {THHS_MONITOR_DEADLOCK, config.mDeadLockCounterMgr}};
-    for (const auto& list : lists) {
-        const int result = ReadMapValue(list.mKey, list.mManager->GetMessageStr(),
-                                        list.mManager->GetProcessesRegisteredMonitoring());
-        // Without its key a manager has nothing to watch, which is no error.
-        if (result != 0 && result != RC_CONFIG_NOT_DEFINED) {
-            return result;
-        }
     }
     return 0;
 }

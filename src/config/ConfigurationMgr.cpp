@@ -3,13 +3,14 @@
 #include "base/LogFileMtx.h"
 #include "base/LogLine.h"
 #include "config/JavaProcessNames.h"
-#include "counters/CPUCounterMgr.h"
-#include "counters/DeadLockCounterMgr.h"
-#include "counters/MemoryCounterMgr.h"
-#include "evidence/SnapshotData.h"
+#include "config/KeyTable.h"
+#include "platform/HelperFunctionInterface.h"
 #include "platform/THUEnv.h"
-#include "platform/UnixHelperFactoryMethod.h"
-#include "platform/UnixHelperFunction.h"
+
+namespace
+{
+constexpr std::int64_t MEMORY_SIZE_BEFORE_PROBE = 1048576;
+}
 
 std::atomic<ConfigurationMgr*> ConfigurationMgr::mConfigMgr{nullptr};
 
@@ -23,34 +24,31 @@ ConfigurationMgr* ConfigurationMgr::GetInstance()
     const MutexHold hold(mtx);
     instance = mConfigMgr.load(std::memory_order_relaxed);
     if (instance == nullptr) {
-        instance = new ConfigurationMgr();
+        instance = Compose();
         mConfigMgr.store(instance, std::memory_order_release);
     }
     return instance;
 }
 
-// Nothing in here may call GetInstance, whose lock is held. InitializeLogFile uses the helper and comes
-// behind it.
-ConfigurationMgr::ConfigurationMgr()
-    : mPollInterval(600), mCaptureNetworkStat(1), mDeadlockInterval(60), mIncreaseLogLevel(0),
-      mCaptureProcessDump(0), mAlwaysDump(0), mMemoryUnit("ABSOLUTE"), mHelper(GetHelperFunctionInstance())
+// Nothing in here or in Compose may call GetInstance, whose lock is held. InitializeLogFile uses the helper.
+ConfigurationMgr::ConfigurationMgr(HelperFunctionInterface* helper)
+    : mPollInterval(GetDefaultNumber(GetKey(THHS_POLL_INTERVAL))),
+      mCaptureNetworkStat(GetDefaultNumber(GetKey(THHS_CAPTURE_NETWORK_STAT))),
+      mDeadlockInterval(GetDefaultNumber(GetKey(THHS_DEADLOCK_INTERVAL))),
+      mIncreaseLogLevel(GetDefaultNumber(GetKey(THHS_INCREASE_LOG_LEVEL))),
+      mCaptureProcessDump(GetDefaultNumber(GetKey(THHS_CAPTURE_PROCESS_DUMP))),
+      mAlwaysDump(GetDefaultNumber(GetKey(THHS_ALWAYS_DUMP))), mMemoryUnit(GetKey(THHS_MEMORY_UNIT).mDefault),
+      mForceReadingInterval(GetDefaultNumber(GetKey(FORCE_READING_INTERVAL))), mCPUCount(1),
+      mTotalMemoryInKB(MEMORY_SIZE_BEFORE_PROBE), mMaxDumpCount(GetDefaultNumber(GetKey(THHS_DUMP_COUNT))),
+      mCaptureDiskIO(GetDefaultNumber(GetKey(THHS_CAPTURE_DISK_IO))),
+      mNumberOfReadings(GetDefaultNumber(GetKey(THHS_NUMBER_OF_READINGS))),
+      mReadingInterval(GetDefaultNumber(GetKey(THHS_READING_INTERVAL))),
+      mVerbose(GetDefaultNumber(GetKey(THHS_VERBOSE))), mDaemonPid(0), mCurrentEvidenceNumber(0),
+      mCaptureWithoutThreshold(GetDefaultNumber(GetKey(THHS_CAPTURE_WITHOUT_THRESHOLD))),
+      mPurgeOldEvidence(GetDefaultNumber(GetKey(THHS_PURGE_OLD_EVIDENCE))), mCPUCounterMgr(nullptr),
+      mMemoryCounterMgr(nullptr), mDeadLockCounterMgr(nullptr), mHelper(helper)
 {
     InitializeLogFile();
-    mCPUCount = 1;
-    mTotalMemoryInKB = 1048576;
-    mMaxDumpCount = 3;
-    mCaptureDiskIO = 1;
-    mForceReadingInterval = 0;
-    mNumberOfReadings = 50;
-    mReadingInterval = 5;
-    mCPUCounterMgr = new CPUCounterMgr("CPU");
-    mMemoryCounterMgr = new MemoryCounterMgr("Memory");
-    mDeadLockCounterMgr = new DeadLockCounterMgr("Deadlock");
-    mCurrentEvidenceNumber = 0;
-    mPurgeOldEvidence = 0;
-    mVerbose = 0;
-    mDaemonPid = 0;
-    mCaptureWithoutThreshold = 0;
     InitJavaProcesses();
 }
 
@@ -123,14 +121,5 @@ void ConfigurationMgr::PrintProcessNameAndProcessIDMap()
     WriteLogLine(logFileMtx, "\tKEY\tELEMENT\n");
     for (const auto& [name, pid] : mProcessNameAndProcessIDMap) {
         WriteLogLine(logFileMtx, "\t%s\t%d\n", name.c_str(), pid);
-    }
-}
-
-void ConfigurationMgr::CloseThreadHandles()
-{
-    const std::map<unsigned long, SnapshotData*> threads = mThreadMap;
-    for (const auto& [threadId, record] : threads) {
-        mHelper->CloseRunningThread(threadId);
-        delete record;
     }
 }

@@ -1,6 +1,6 @@
 #pragma once
 
-#include "logcontrol/LogLevel.h"
+#include "config/LogLevel.h"
 
 #include <atomic>
 #include <cstdint>
@@ -109,5 +109,8 @@ public:
     static std::atomic<ConfigurationMgr*> mConfigMgr;
 
 private:
-    ConfigurationMgr();
+    explicit ConfigurationMgr(HelperFunctionInterface* helper);
+
+    /** The instance with its helper and its managers. Defined where the program is composed. */
+    static ConfigurationMgr* Compose();
 };

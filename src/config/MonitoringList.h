@@ -3,6 +3,8 @@
 #include <map>
 #include <string>
 
+class ConfigurationMgr;
+
 /**
  * Reads one of the three monitoring lists, "name:threshold, name:threshold", and records each name for the
  * process tables (mMonitoredProcessNames).
@@ -15,3 +17,9 @@
  * @return 0 or an RC_CONFIG code. The first bad element ends the reading. Thread of the load.
  */
 int ReadMapValue(const char* key, std::string messageStr, std::map<std::string, int>& thresholds);
+
+/**
+ * Reads the three lists into the managers, which hold them; defined beside the managers.
+ * @return 0, or the first RC_CONFIG code other than RC_CONFIG_NOT_DEFINED. Thread of the load.
+ */
+int ReadMonitoringLists(const ConfigurationMgr& config);

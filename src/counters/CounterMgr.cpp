@@ -9,9 +9,11 @@
 #include "config/KeyTable.h"
 #include "config/SharedSetting.h"
 #include "config/THCrossPlatformMapping.h"
+#include "counters/BreachTexts.h"
 #include "counters/ReadingWindow.h"
 #include "platform/HelperFunctionInterface.h"
 #include "platform/THUEnv.h"
+#include "platform/TextUtilities.h"
 #include "platform/UnixHelperFactoryMethod.h"
 
 #include <memory>
@@ -20,8 +22,6 @@
 
 namespace
 {
-constexpr char UNIT_MEGABYTES[] = "MB";
-constexpr char UNIT_PERCENT[] = "Percent";
 constexpr std::size_t BREACH_TEXT_SIZE = 2048;
 constexpr std::size_t EVENT_TEXT_SIZE = 512;
 
@@ -29,6 +29,12 @@ constexpr std::size_t EVENT_TEXT_SIZE = 512;
 const std::vector<std::string>& memorycounters = *new std::vector<std::string>;
 const std::vector<std::string>& networkCounters = *new std::vector<std::string>;
 const std::vector<std::string>& diskCounters = *new std::vector<std::string>;
+
+BreachRules GetBreachRules()
+{
+    const ConfigurationMgr& config = *ConfigurationMgr::GetInstance();
+    return {config.mAlwaysDump, config.mCaptureWithoutThreshold};
+}
 
 const std::string& GetConfiguredName(const Counter& counter)
 {
@@ -93,9 +99,9 @@ void CounterMgr::HandleThresholdBreach()
         return;
     }
     const bool isUnitAbsolute =
-        !helper->CompareIgnoreCase(ConfigurationMgr::GetInstance()->mMemoryUnit, MEMORY_UNIT_ABSOLUTE);
+        IsSameText(ConfigurationMgr::GetInstance()->mMemoryUnit, MEMORY_UNIT_ABSOLUTE);
     if (isUnitAbsolute) {
-        WriteVerboseLine(logFileMtx, "Memory unit is ABSOLUTE.\n");
+        WriteVerboseLine(logFileMtx, UNIT_IS_ABSOLUTE_TEXT);
     }
     for (const auto& [pid, counter] : mProcessIDAndCouterMap) {
         Evaluate(*helper, *counter, isUnitAbsolute);
@@ -109,23 +115,21 @@ void CounterMgr::Evaluate(HelperFunctionInterface& helper, Counter& counter, boo
     const Evaluation evaluation = {
         reading, TruncateReading(reading),
         ConfigurationMgr::GetInstance()->GetThreasholdValue(mProcessesRegisteredMonitoring, configuredName),
-        configuredName, GetUnit(helper, isUnitAbsolute)};
-    WriteVerboseLine(logFileMtx, "%s usage for process %s(%d) : %.2lf %s\n", mMessageStr.c_str(),
-                     AppendBinExt(configuredName).c_str(), counter.mCounterIndex, reading,
-                     evaluation.mUnit.c_str());
-    WriteVerboseLine(logFileMtx, "%s threshold for process %s(%d) : %d %s\n", mMessageStr.c_str(),
-                     AppendBinExt(configuredName).c_str(), counter.mCounterIndex, evaluation.mThreshold,
-                     evaluation.mUnit.c_str());
+        configuredName, GetUnit(isUnitAbsolute)};
+    WriteVerboseLine(logFileMtx, READING_TEXT, mMessageStr.c_str(), AppendBinExt(configuredName).c_str(),
+                     counter.mCounterIndex, reading, evaluation.mUnit.c_str());
+    WriteVerboseLine(logFileMtx, THRESHOLD_TEXT, mMessageStr.c_str(), AppendBinExt(configuredName).c_str(),
+                     counter.mCounterIndex, evaluation.mThreshold, evaluation.mUnit.c_str());
     MoveWindow(counter, evaluation);
-    if (IsBreach(counter, evaluation.mValue, evaluation.mThreshold)) {
+    if (IsBreach(counter, evaluation.mValue, evaluation.mThreshold, GetBreachRules())) {
         Fire(helper, counter, evaluation);
     }
     ++counter.mReadingNumber;
 }
 
-std::string CounterMgr::GetUnit(HelperFunctionInterface& helper, bool isUnitAbsolute) const
+std::string CounterMgr::GetUnit(bool isUnitAbsolute) const
 {
-    return isUnitAbsolute && !helper.CompareIgnoreCase(mMessageStr, "Memory") ? UNIT_MEGABYTES : UNIT_PERCENT;
+    return isUnitAbsolute && IsSameText(mMessageStr, "Memory") ? UNIT_MEGABYTES : UNIT_PERCENT;
 }
 
 void CounterMgr::MoveWindow(Counter& counter, const Evaluation& evaluation) const
@@ -136,15 +140,13 @@ void CounterMgr::MoveWindow(Counter& counter, const Evaluation& evaluation) cons
     }
     const auto average = static_cast<unsigned long>(counter.mRunningAverage);
     if (isCounted) {
-        WriteLogLine(logFileMtx,
-                     "Sum : %lu %s, Reading# : %d, Running Average : %lu %s for %s for process %s(%d)\n",
-                     static_cast<unsigned long>(counter.mSum), evaluation.mUnit.c_str(),
+        WriteLogLine(logFileMtx, SUM_TEXT, static_cast<unsigned long>(counter.mSum), evaluation.mUnit.c_str(),
                      counter.mReadingNumber, average, evaluation.mUnit.c_str(), mMessageStr.c_str(),
                      AppendBinExt(evaluation.mConfiguredName).c_str(), counter.mCounterIndex);
     }
     // The name of the process tables and not the configured one: a Java counter shows as java here.
-    WriteLogLine(logFileMtx, "Running Average : %lu for %s for process %s(%d)\n", average,
-                 mMessageStr.c_str(), AppendBinExt(counter.mProcessName).c_str(), counter.mCounterIndex);
+    WriteLogLine(logFileMtx, AVERAGE_TEXT, average, mMessageStr.c_str(),
+                 AppendBinExt(counter.mProcessName).c_str(), counter.mCounterIndex);
 }
 
 void CounterMgr::Fire(HelperFunctionInterface& helper, Counter& counter, const Evaluation& evaluation) const
@@ -152,16 +154,14 @@ void CounterMgr::Fire(HelperFunctionInterface& helper, Counter& counter, const E
     ReportBreach(helper, counter, evaluation);
     const int maxDumpCount = ConfigurationMgr::GetInstance()->mMaxDumpCount;
     if (counter.mDumpCount >= maxDumpCount) {
-        WriteLogLine(logFileMtx, "Dump count reached max allowed for process %s : %d\n",
-                     AppendBinExt(counter.mProcessName).c_str(), maxDumpCount);
+        WriteLogLine(logFileMtx, DUMP_COUNT_REACHED_TEXT, AppendBinExt(counter.mProcessName).c_str(),
+                     maxDumpCount);
         return;
     }
-    const std::string eventText = FormatBounded(
-        EVENT_TEXT_SIZE,
-        "Dump Event : %s threshold detected by %s Service (Current Usage : %.2lf %s,  Threshold Set : %d %s)",
-        mMessageStr.c_str(), TITLE, evaluation.mReading, evaluation.mUnit.c_str(), evaluation.mThreshold,
-        evaluation.mUnit.c_str());
-    WriteLogLine(logFileMtx, "Taking Process Dump (Count #%d) for process %s (%d).\n", counter.mDumpCount + 1,
+    const std::string eventText =
+        FormatBounded(EVENT_TEXT_SIZE, DUMP_EVENT_TEXT, mMessageStr.c_str(), TITLE, evaluation.mReading,
+                      evaluation.mUnit.c_str(), evaluation.mThreshold, evaluation.mUnit.c_str());
+    WriteLogLine(logFileMtx, DUMP_COUNT_TEXT, counter.mDumpCount + 1,
                  AppendBinExt(counter.mProcessName).c_str(), counter.mCounterIndex);
     StartCaptures(helper, counter, eventText);
     ++counter.mDumpCount; // whatever came of the captures
@@ -172,11 +172,7 @@ void CounterMgr::ReportBreach(HelperFunctionInterface& helper, const Counter& co
 {
     const bool withoutThreshold = ConfigurationMgr::GetInstance()->mCaptureWithoutThreshold != 0;
     const std::string breachText = FormatBounded(
-        BREACH_TEXT_SIZE,
-        withoutThreshold
-            ? "%s%s Capturing evidence for process %s (%d) without threshold , "
-              "Threshold : %d %s , Usage : %.2lf %s"
-            : "%s%s threshold exceeded by process : %s (%d), Threshold : %d %s , Usage : %.2lf %s",
+        BREACH_TEXT_SIZE, withoutThreshold ? CAPTURE_WITHOUT_THRESHOLD_TEXT : BREACH_TEXT,
         GetCurrentTimeStamp().c_str(), mMessageStr.c_str(), AppendBinExt(evaluation.mConfiguredName).c_str(),
         counter.mCounterIndex, evaluation.mThreshold, evaluation.mUnit.c_str(), evaluation.mReading,
         evaluation.mUnit.c_str());

@@ -2,6 +2,7 @@
 #include "base/LogFileMtx.h"
 #include "base/LogLine.h"
 #include "config/ConfigurationMgr.h"
+#include "counters/BreachTexts.h"
 #include "counters/CounterMgr.h"
 #include "platform/HelperFunctionInterface.h"
 #include "platform/THUEnv.h"
@@ -88,8 +89,8 @@ bool CounterMgr::AddCounter(HelperFunctionInterface& helper, const Registration&
         }
     }
     mProcessIDAndCouterMap.emplace(pid, counter.release());
-    WriteLogLine(logFileMtx, "%s counter added for process %s with PID - %d : %s\n", mMessageStr.c_str(),
-                 registration.mProcessName.c_str(), pid, counterName.c_str());
+    WriteLogLine(logFileMtx, COUNTER_ADDED_TEXT, mMessageStr.c_str(), registration.mProcessName.c_str(), pid,
+                 counterName.c_str());
     return true;
 }
 

@@ -4,6 +4,7 @@
 #include "base/LogLine.h"
 #include "config/ConfigurationMgr.h"
 #include "config/KeyTable.h"
+#include "platform/TextUtilities.h"
 #include "platform/UnixHelperFactoryMethod.h"
 #include "platform/UnixHelperFunction.h"
 
@@ -20,8 +21,7 @@ double MemoryCounterMgr::ReadCounterIndexValue(Counter* counter)
     if (!helper) {
         return 0.0;
     }
-    const bool isAbsolute =
-        !helper->CompareIgnoreCase(ConfigurationMgr::GetInstance()->mMemoryUnit, MEMORY_UNIT_ABSOLUTE);
+    const bool isAbsolute = IsSameText(ConfigurationMgr::GetInstance()->mMemoryUnit, MEMORY_UNIT_ABSOLUTE);
     const double usage =
         isAbsolute ? helper->GetMemoryUsageForProcessInMB(counter->mProcessName, counter->mCounterIndex)
                    : helper->GetMemoryUsageForProcessInPercent(counter->mProcessName, counter->mCounterIndex);

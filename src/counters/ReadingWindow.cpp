@@ -1,6 +1,5 @@
 #include "counters/ReadingWindow.h"
 
-#include "config/ConfigurationMgr.h"
 #include "counters/Counter.h"
 
 #include <algorithm>
@@ -37,13 +36,12 @@ bool AddReading(Counter& counter, std::int64_t value)
     return true;
 }
 
-bool IsBreach(const Counter& counter, std::int64_t value, int threshold)
+bool IsBreach(const Counter& counter, std::int64_t value, int threshold, const BreachRules& rules)
 {
-    const ConfigurationMgr* const config = ConfigurationMgr::GetInstance();
-    if (config->mCaptureWithoutThreshold != 0) {
+    if (rules.mCaptureWithoutThreshold != 0) {
         return true;
     }
     const bool isFullWindow = counter.mReadingNumber == WINDOW_LENGTH;
-    const bool isAverageAbove = config->mAlwaysDump == 1 || threshold < counter.mSum / WINDOW_LENGTH;
+    const bool isAverageAbove = rules.mAlwaysDump == 1 || threshold < counter.mSum / WINDOW_LENGTH;
     return value > threshold && threshold != NO_THRESHOLD && isFullWindow && isAverageAbove;
 }

@@ -19,12 +19,18 @@ std::int64_t TruncateReading(double reading);
 /** Moves the window on by one reading. False when the reading was dropped and the window emptied. */
 bool AddReading(Counter& counter, std::int64_t value);
 
+/** Settings of the decision. */
+struct BreachRules
+{
+    int mAlwaysDump;              ///< THHS_ALWAYS_DUMP; 1 drops the test of the average
+    int mCaptureWithoutThreshold; ///< THHS_CAPTURE_WITHOUT_THRESHOLD; any number but 0 drops all tests
+};
+
 /**
  * Whether this reading is a breach, which needs the fifth reading of the window and both it and the average
- * of the five strictly above the threshold; THHS_ALWAYS_DUMP drops the test of the average, and
- * THHS_CAPTURE_WITHOUT_THRESHOLD drops all tests.
+ * of the five strictly above the threshold. The rules can drop the test of the average, or all tests.
  *
  * @param value      the reading, truncated
  * @param threshold  in the unit of the reading, -1 for none
  */
-bool IsBreach(const Counter& counter, std::int64_t value, int threshold);
+bool IsBreach(const Counter& counter, std::int64_t value, int threshold, const BreachRules& rules);

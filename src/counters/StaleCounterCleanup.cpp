@@ -1,6 +1,7 @@
 #include "base/LogFileMtx.h"
 #include "base/LogLine.h"
 #include "config/ConfigurationMgr.h"
+#include "counters/BreachTexts.h"
 #include "counters/CounterMgr.h"
 #include "platform/THUEnv.h"
 
@@ -14,8 +15,7 @@ void LogRemoval(int pid, const Counter& counter)
     if (!IsVerbose()) {
         return;
     }
-    WriteLogLine(logFileMtx, "ProcessId (%d) is not alive. Removing performance counter (Index : %d) %s\n",
-                 pid, counter.mCounterIndex, counter.mCounterName.c_str());
+    WriteLogLine(logFileMtx, COUNTER_REMOVED_TEXT, pid, counter.mCounterIndex, counter.mCounterName.c_str());
     WriteLogLine(logFileMtx,
                  "Removing from ProcessIDAndCouterMap Process %s (PID : %d) with Counter Index : %d "
                  "and Counter Name %s\n",

@@ -4,6 +4,9 @@
 
 /** The tools of each capture, and the suffixes of the files that they fill. Data alone. */
 
+/** In place of a process id: all lines of the output are kept. */
+inline constexpr int NO_FILTER = -1;
+
 /** A tool of a capture, run once for each section of its evidence file. */
 struct Section
 {

@@ -1,17 +1,20 @@
 #pragma once
 
+#include "base/LogLine.h"
+#include "evidence/CaptureTexts.h"
 #include "platform/UnixHelperFunction.h"
 
 #include <memory>
+#include <string>
 #include <type_traits>
 
 /**
- * The skeleton that all captures share: an entry that starts a detached thread for a record, and a thread
- * body that takes the record, does its work with a helper of its own, and frees both.
+ * What all captures share: the start of a detached thread for a record, and the body of that thread, which
+ * works with a helper of its own and frees record and helper.
  */
 
 /**
- * Bodies of the capture threads. Each takes the record that it owns, does nothing for a null, and returns
+ * Bodies of the capture threads. Each owns the record that it is given, does nothing without one, and returns
  * null.
  */
 void* ThreadTakeSnapshot(void* data);               ///< SnapshotData
@@ -23,6 +26,9 @@ void* ThreadJavaProcessDump(void* data);            ///< SnapshotData
 void* ThreadCustomScript(void* data);               ///< SnapshotData
 void* ThreadRunCommand(void* data);                 ///< CommandRunData
 
+/** The capture of a process in the lines about its start: "name (PID : 42)". */
+std::string GetCaptureSubject(const std::string& displayName, int pid);
+
 /** A capture thread that was started, or not. */
 struct CaptureStart
 {
@@ -30,15 +36,31 @@ struct CaptureStart
     long long mThreadId; ///< for the log; meaningful only when the thread runs
 };
 
-/**
- * Starts `body` with `record` on a detached thread. The thread owns the record; when it can't be started the
- * record stays allocated, since the caller has no safe way to know that nobody uses it.
- */
+/** Starts `body` on a detached thread; it owns `record` if it runs. */
 CaptureStart StartCaptureThread(UnixHelperFunction& helper, ThreadFunction body, void* record);
 
 /**
- * The body of a capture thread: takes the record, gets a helper from `factory`, and when there are both, has
- * `work` use them.
+ * Starts `body` on a detached thread, which owns `record` from then on. Without a thread the record is freed
+ * here. Either way a line of the unit's log says so.
+ * @return whether the thread runs
+ */
+template <typename Record>
+bool StartCapture(UnixHelperFunction& helper, mutex& unitMutex, ThreadFunction body,
+                  std::unique_ptr<Record> record, const CaptureTexts& texts, const CaptureSubject& subject)
+{
+    const CaptureStart start = StartCaptureThread(helper, body, record.get());
+    if (!start.mIsRunning) {
+        WriteLogLine(unitMutex, texts.mNotCreated, subject.mOfFailure.c_str());
+        return false;
+    }
+    (void)record.release(); // the thread's
+    WriteVerboseLine(unitMutex, texts.mCreated, start.mThreadId, subject.mOfStart.c_str());
+    return true;
+}
+
+/**
+ * The body of a capture thread: takes the record, gets a helper from `factory`, and has `work` use both.
+ * Nothing happens without a record.
  */
 template <typename Record, typename Factory, typename Work>
 void* RunCapture(void* data, Factory factory, Work work)

@@ -1,6 +1,6 @@
-#include "base/BoundedText.h"
 #include "base/LogFileMtx.h"
 #include "base/LogLine.h"
+#include "evidence/CaptureSections.h"
 #include "evidence/CaptureThread.h"
 #include "evidence/CommandRunData.h"
 #include "platform/CommandPath.h"
@@ -12,8 +12,6 @@
 
 namespace
 {
-constexpr int NO_FILTER = -1;
-constexpr std::size_t FILTER_TEXT_SIZE = 16;
 constexpr std::size_t RULE_LENGTH = 82;
 } // namespace
 
@@ -22,14 +20,13 @@ void UnixHelperFunction::CollectCommandData(std::string outputFile, std::string 
 {
     std::string line = CmdPath::AppendSpace(commandPath) + arguments;
     if (filterPid != NO_FILTER) {
-        line +=
-            " | " + CmdPath::AppendSpace(mCmdPath->mGrep) + FormatBounded(FILTER_TEXT_SIZE, "%d", filterPid);
+        line += " | " + CmdPath::AppendSpace(mCmdPath->mGrep) + std::to_string(filterPid);
     }
     (void)EchoCommandToFile(line, outputFile); // the output is tried without a head too
     line = RedirectCommand(line, outputFile, true, false);
-    WriteVerboseLine(logFileMtx, "CollectCommandData : Command to execute : %s\n", line.c_str());
+    WriteVerboseLine(logFileMtx, SECTION_LINE_TEXT, line.c_str());
     const int status = system(line.c_str());
-    WriteVerboseLine(logFileMtx, "CollectCommandData : command %s return the %d\n", line.c_str(), status);
+    WriteVerboseLine(logFileMtx, SECTION_STATUS_TEXT, line.c_str(), status);
 }
 
 bool UnixHelperFunction::EchoCommandToFile(std::string command, std::string outputFile)
@@ -52,15 +49,10 @@ bool UnixHelperFunction::EchoCommandToFile(std::string command, std::string outp
 void UnixHelperFunction::CollectCommandDataInBackground(std::string outputFile, std::string commandPath,
                                                         std::string arguments, int filterPid)
 {
-    const CaptureStart start = StartCaptureThread(
-        *this, ThreadRunCommand, new CommandRunData{outputFile, commandPath, arguments, filterPid});
-    if (!start.mIsRunning) {
-        WriteLogLine(logFileMtx, "Error: Failed to create a thread to run the %s command \n",
-                     commandPath.c_str());
-    } else {
-        WriteVerboseLine(logFileMtx, "Thread (TID : %lld) created to run the %s command \n", start.mThreadId,
-                         commandPath.c_str());
-    }
+    (void)StartCapture(
+        *this, logFileMtx, ThreadRunCommand,
+        std::unique_ptr<CommandRunData>(new CommandRunData{outputFile, commandPath, arguments, filterPid}),
+        COMMAND_TEXTS, {commandPath}); // the log has the outcome
 }
 
 void* ThreadRunCommand(void* data)

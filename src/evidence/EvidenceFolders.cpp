@@ -3,6 +3,7 @@
 #include "base/LogLine.h"
 #include "config/ConfigurationMgr.h"
 #include "config/SharedSetting.h"
+#include "evidence/CaptureTexts.h"
 #include "platform/THUEnv.h"
 #include "platform/UnixHelperFunction.h"
 #include "thbase.h"
@@ -38,7 +39,7 @@ void UnixHelperFunction::GenerateFileName(std::string folderName, int pid, std::
     const ConfigurationMgr* const config = ConfigurationMgr::GetInstance();
     const std::string root = CopySharedText(config->mEvidencePath); // a load may replace it meanwhile
     if (!HF_DoesFolderExist(root) && !HF_CreateDir(root, false)) {
-        WriteLogLine(logFileMtx, "Error: Failed to create evidence folder %s\n", root.c_str());
+        WriteLogLine(logFileMtx, NO_EVIDENCE_ROOT_TEXT, root.c_str());
         return;
     }
     std::string path = AppendPaths(root, folderName);

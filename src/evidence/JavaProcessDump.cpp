@@ -1,6 +1,7 @@
 #include "base/BoundedText.h"
 #include "base/LogFileMtx.h"
 #include "base/LogLine.h"
+#include "evidence/CaptureSections.h"
 #include "evidence/CaptureThread.h"
 #include "evidence/SnapshotData.h"
 #include "platform/UnixHelperFactoryMethod.h"
@@ -14,7 +15,7 @@ constexpr std::size_t LINE_SIZE = 512;
 
 std::string GetTemporaryHeapPath(const SnapshotData& record)
 {
-    return record.mTempPath + "/" + FormatBounded(PID_TEXT_SIZE, "%d", record.mPid) + "dump.hprof";
+    return record.mTempPath + "/" + std::to_string(record.mPid) + "dump.hprof";
 }
 
 // The same for every Java process of one user: that is meant.
@@ -45,7 +46,7 @@ bool RunLines(HelperFunctionInterface& helper, std::initializer_list<std::string
     for (const std::string& line : lines) {
         std::string output;
         if (helper.ExecuteCommandWithRc(line.c_str(), output) != 0) {
-            WriteVerboseLine(logFileMtx, "ThreadJavaProcessDump failed to execute : %s\n", line.c_str());
+            WriteVerboseLine(logFileMtx, JAVA_LINE_FAILED_TEXT, line.c_str());
             return false;
         }
     }
@@ -54,18 +55,18 @@ bool RunLines(HelperFunctionInterface& helper, std::initializer_list<std::string
 
 bool TakeHeapDump(HelperFunctionInterface& helper, const SnapshotData& record)
 {
-    WriteVerboseLine(logFileMtx, "Starting to gather GC.heap_dump for PID : %d\n", record.mPid);
+    WriteVerboseLine(logFileMtx, HEAP_DUMP_STARTS_TEXT, record.mPid);
     return RunLines(helper,
                     {record.mCommand, GetMoveLine(GetTemporaryHeapPath(record), record.mProcessName)});
 }
 
 bool TakeThreadDump(HelperFunctionInterface& helper, const SnapshotData& record)
 {
-    WriteVerboseLine(logFileMtx, "Starting to gather Thread Dump for PID : %d\n", record.mPid);
+    WriteVerboseLine(logFileMtx, THREAD_DUMP_STARTS_TEXT, record.mPid);
     const std::string temporaryPath = GetTemporaryThreadPath(record);
     std::string destination;
     helper.GenerateFileName(record.mJavaProcessName, record.mPid, record.mCounterType, destination,
-                            "ThreadDump");
+                            THREADS_FILE_SUFFIX);
     return RunLines(helper, {GetJcmdLine(record, "Thread.print >", temporaryPath),
                              GetMoveLine(temporaryPath, destination)});
 }
@@ -74,36 +75,28 @@ bool TakeThreadDump(HelperFunctionInterface& helper, const SnapshotData& record)
 bool UnixHelperFunction::CreateJavaProcessDump(std::string javaProcessName, std::string jdkHome, int pid,
                                                std::string counterLabel)
 {
-    auto* const record = new SnapshotData;
+    auto record = std::make_unique<SnapshotData>();
     record->mTempPath = GetTempPathBasedOnUserContext(pid);
     record->mUser = GetUserOfProcess(pid);
     record->mPid = pid;
     record->mCounterType = counterLabel;
     record->mJdkHome = jdkHome;
     record->mJavaProcessName = javaProcessName;
-    GenerateFileName(javaProcessName, pid, counterLabel, record->mProcessName, "hprof");
+    GenerateFileName(javaProcessName, pid, counterLabel, record->mProcessName, HEAP_FILE_SUFFIX);
     record->mCommand = GetJcmdLine(*record, "GC.heap_dump", GetTemporaryHeapPath(*record));
-    const CaptureStart start = StartCaptureThread(*this, ThreadJavaProcessDump, record);
-    if (!start.mIsRunning) {
-        WriteLogLine(logFileMtx,
-                     "Error: Failed to create a thread to take a java process snapshot for PID : %d\n", pid);
-    } else {
-        WriteVerboseLine(logFileMtx,
-                         "Thread (TID : %lld) created to take a java process snapshot for PID : %d\n",
-                         start.mThreadId, pid);
-    }
-    return start.mIsRunning;
+    return StartCapture(*this, logFileMtx, ThreadJavaProcessDump, std::move(record), JAVA_TEXTS,
+                        {std::to_string(pid)});
 }
 
 void* ThreadJavaProcessDump(void* data)
 {
-    return RunCapture<SnapshotData>(
-        data, GetHelperFunctionInstance, [](HelperFunctionInterface& helper, const SnapshotData& record) {
-            const bool hasHeap = TakeHeapDump(helper, record);
-            // Tried whatever came of the heap dump; one of the two is a success.
-            const bool hasThreads = TakeThreadDump(helper, record);
-            if ((hasHeap || hasThreads)) {
-                WriteVerboseLine(logFileMtx, "ThreadJavaProcessDump executed successfully.\n");
-            }
-        });
+    return RunCapture<SnapshotData>(data, GetHelperFunctionInstance,
+                                    [](HelperFunctionInterface& helper, const SnapshotData& record) {
+                                        const bool hasHeap = TakeHeapDump(helper, record);
+                                        // Tried whatever came of the heap dump; one of the two is a success.
+                                        const bool hasThreads = TakeThreadDump(helper, record);
+                                        if ((hasHeap || hasThreads)) {
+                                            WriteVerboseLine(logFileMtx, JAVA_DUMP_TAKEN_TEXT);
+                                        }
+                                    });
 }

@@ -1,4 +1,3 @@
-#include "base/BoundedText.h"
 #include "base/LogFileMtx.h"
 #include "base/LogLine.h"
 #include "evidence/CaptureThread.h"
@@ -12,19 +11,10 @@
 bool UnixHelperFunction::CreateProcessDump(std::string processName, int pid, std::string eventText,
                                            std::string counterLabel)
 {
-    auto* const record = new SnapshotData(processName, pid, counterLabel);
+    auto record = std::make_unique<SnapshotData>(processName, pid, counterLabel);
     record->mCommand = eventText;
-    const CaptureStart start = StartCaptureThread(*this, ThreadTakeSnapshot, record);
-    if (!start.mIsRunning) {
-        WriteLogLine(logFileMtx,
-                     "Error: Failed to create a thread to take a process snapshot for %s (PID : %d)\n",
-                     processName.c_str(), pid);
-    } else {
-        WriteVerboseLine(logFileMtx,
-                         "Thread (TID : %lld) created to take a process snapshot for %s (PID : %d)\n",
-                         start.mThreadId, processName.c_str(), pid);
-    }
-    return start.mIsRunning;
+    return StartCapture(*this, logFileMtx, ThreadTakeSnapshot, std::move(record), CORE_TEXTS,
+                        {GetCaptureSubject(processName, pid)});
 }
 
 void* ThreadTakeSnapshot(void* data)
@@ -48,22 +38,17 @@ int UnixHelperFunction::TakeMemorySnapshotAndDump(std::string processName, int p
     GenerateFileName(processName, pid, counterLabel, dumpPath, "");
     const std::string& gcore = mCmdPath->mGcore;
     if (!HF_IsFileExist(gcore)) {
-        WriteLogLine(logFileMtx,
-                     "TakeMemorySnapshotAndDump (TID: %lld) Error:%s file not found to generate the dump\n",
-                     threadId, gcore.c_str());
+        WriteLogLine(logFileMtx, NO_GCORE_TEXT, threadId, gcore.c_str());
         RemoveDir(processName, pid);
         return 0;
     }
     // gcore puts a dot and the process id behind the name that it is given.
-    const std::string line = gcore + " -o " + dumpPath + " " + FormatBounded(PID_TEXT_SIZE, "%d", pid);
+    const std::string line = gcore + " -o " + dumpPath + " " + std::to_string(pid);
     std::string output;
     if (ExecuteCommandWithRc(line.c_str(), output) == 0) {
-        WriteLogLine(logFileMtx, "TakeMemorySnapshotAndDump (TID: %lld) Dump has generated for pid %d\n",
-                     threadId, pid);
+        WriteLogLine(logFileMtx, CORE_TAKEN_TEXT, threadId, pid);
     } else {
-        WriteLogLine(logFileMtx,
-                     "TakeMemorySnapshotAndDump (TID : %lld) Error: Failed to generate the dump for pid %d\n",
-                     threadId, pid);
+        WriteLogLine(logFileMtx, CORE_FAILED_TEXT, threadId, pid);
         RemoveDir(processName, pid);
     }
     return 0;

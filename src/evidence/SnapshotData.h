@@ -3,9 +3,8 @@
 #include <string>
 
 /**
- * The arguments of a capture thread. Whoever starts the capture allocates it; the thread owns it from its
- * start and destroys it as its last act. If the thread can't be started it stays allocated, which is
- * accepted.
+ * The arguments of a capture thread, which owns them from its start and frees them as its last act. If the
+ * thread can't be started, StartCapture frees them.
  */
 struct SnapshotData
 {

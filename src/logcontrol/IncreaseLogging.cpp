@@ -2,6 +2,7 @@
 #include "base/LogLine.h"
 #include "config/ConfigurationMgr.h"
 #include "logcontrol/LevelRaise.h"
+#include "logcontrol/LogLevelTexts.h"
 #include "logcontrol/processToLogIdMap.h"
 #include "platform/THUEnv.h"
 #include "platform/UnixHelperFunction.h"
@@ -52,14 +53,12 @@ void ReadLevels(UnixHelperFunction& helper, const std::string& tool, const std::
                                       listing); // the listing tells
     if (!listing.empty()) {
         levels.mDebugLevel = ReadLevel(listing);
-        WriteVerboseLine(logFileMtx, "Original DebugLevel for process %s is : %d.\n", target.c_str(),
-                         levels.mDebugLevel);
+        WriteVerboseLine(logFileMtx, ORIGINAL_DEBUG_LEVEL_TEXT, target.c_str(), levels.mDebugLevel);
     }
     listing = helper.ExecuteCommand(GetListLine(tool, target, "Diag").c_str());
     if (!listing.empty()) {
         levels.mDiagnosticLevel = ReadLevel(listing);
-        WriteVerboseLine(logFileMtx, "Original DiagnosticLevel for process %s is : %d.\n", target.c_str(),
-                         levels.mDiagnosticLevel);
+        WriteVerboseLine(logFileMtx, ORIGINAL_DIAGNOSTIC_LEVEL_TEXT, target.c_str(), levels.mDiagnosticLevel);
     }
 }
 
@@ -68,8 +67,7 @@ void Raise(UnixHelperFunction& helper, const std::string& tool, const std::strin
     const std::string line = tool + " -a -p TH -o " + target + " -s DebugLevel=6 -s DiagnosticLevel=6";
     // A tool that says nothing counts as good as one that does; only the line is left out.
     if (!helper.ExecuteCommand(line.c_str()).empty()) {
-        WriteVerboseLine(logFileMtx, "mDiagnosticLevel and  DebugLevel for the process %s set to 6.\n",
-                         target.c_str());
+        WriteVerboseLine(logFileMtx, LEVELS_RAISED_TEXT, target.c_str());
     }
 }
 } // namespace

@@ -1,6 +1,6 @@
 #pragma once
 
-#include "logcontrol/LogLevel.h"
+#include "config/LogLevel.h"
 
 #include <map>
 #include <string>

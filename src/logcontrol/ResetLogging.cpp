@@ -3,6 +3,7 @@
 #include "base/LogLine.h"
 #include "config/ConfigurationMgr.h"
 #include "logcontrol/LevelRaise.h"
+#include "logcontrol/LogLevelTexts.h"
 #include "platform/HelperFunctionInterface.h"
 #include "platform/THUEnv.h"
 
@@ -22,10 +23,7 @@ void Restore(HelperFunctionInterface& helper, const std::string& target, const L
     const std::string tool = GetDoubleQuatedPath(GetTxlogCfgPath());
     const std::string output = helper.ExecuteCommand(GetRestoreLine(tool, target, levels).c_str());
     if (!output.empty()) {
-        WriteVerboseLine(logFileMtx,
-                         "mDiagnosticLevel and  DebugLevel for the process %s have been reset to original "
-                         "values.\n",
-                         AppendBinExt(target).c_str());
+        WriteVerboseLine(logFileMtx, LEVELS_RESTORED_TEXT, AppendBinExt(target).c_str());
     }
 }
 } // namespace

@@ -12,8 +12,8 @@ std::vector<int> GetExtraLogIDsForProcess(std::string processName)
 {
     std::vector<int> ids;
     for (const LogIdEntry* entry = processToLogIdMap; !entry->mProcessName.empty(); ++entry) {
-        if (CompareIgnoreCase(entry->mProcessName, processName)) {
-            continue; // the comparison is true when the names differ
+        if (!IsSameText(entry->mProcessName, processName)) {
+            continue;
         }
         for (const int id : entry->mLogIds) {
             if (id != 0) {

@@ -1,7 +1,6 @@
 #include "platform/RhelHelperFunction.h"
 
-#include "base/BoundedText.h"
-#include "platform/CommandPath.h"
+#include "platform/ListingLines.h"
 #include "platform/THUEnv.h"
 
 RhelHelperFunction::RhelHelperFunction() = default;
@@ -10,8 +9,6 @@ RhelHelperFunction::~RhelHelperFunction() = default;
 
 double RhelHelperFunction::GetCPUUsageForProcessInPercent(std::string processName, int pid)
 {
-    const std::string line = mCmdPath->mPs + " -q " + FormatBounded(PID_TEXT_SIZE, "%d", pid) +
-                             " -o pid,%cpu,command | " + mCmdPath->mEgrep + " " +
-                             GetDoubleQuatedPath(GetProcNameFilterForGrep(GetTHBasePath()));
-    return ReadUsage(line, processName, pid);
+    const std::string filter = GetProcNameFilterForGrep(GetTHBasePath());
+    return ReadUsage(GetSingleUsageLine(*mCmdPath, filter, pid), processName, pid);
 }

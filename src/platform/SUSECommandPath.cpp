@@ -2,8 +2,9 @@
 
 SuseCmdPath::SuseCmdPath()
 {
-    // Without a test, and over a netstat that was found elsewhere: that is meant.
-    mNetstat = "/bin/netstat";
+    // Intentional: without a test, and over a netstat that was found elsewhere. On SUSE this one is
+    // installed.
+    mNetstat = SUSE_NETSTAT_PATH;
 }
 
 SuseCmdPath::~SuseCmdPath() = default;

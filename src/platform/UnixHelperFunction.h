@@ -11,9 +11,9 @@ using ThreadFunction = void* (*)(void*);
  * The helper of Linux hosts.
  *
  * It asks the machine through shell lines of the tools in mCmdPath. Operations call one another through the
- * virtual table, so that a variant's override takes effect everywhere. They are implemented by theme:
- * CommandExecution, TextUtilities, ProcessTables and UsageProbes here, the captures in evidence/,
- * IncreaseLogging in logcontrol/.
+ * virtual table, so that a variant's override takes effect everywhere. Each is implemented where its data
+ * lives: text, shell lines, files and threads here in platform/; process tables, usage and machine probes in
+ * counters/; captures in evidence/; log levels in logcontrol/; the checks of actions in cli/.
  */
 class UnixHelperFunction : public HelperFunctionInterface
 {
@@ -164,7 +164,7 @@ public:
     /**
      * Starts a detached thread.
      * @param threadId  receives the id; unchanged on failure, and detached even then, so it must come in as
-     * the id of a thread for which that is harmless (see GetHarmlessThreadId)
+     * the id of a thread for which that is harmless (see GetMainThreadId)
      * @return true when the thread runs; then the thread owns `argument`
      */
     virtual bool CreateThreadWithoutWait(unsigned long& threadId, ThreadFunction function, void* argument);
@@ -199,13 +199,5 @@ protected:
 private:
     /** Output of a shell line as fields one blank apart; several lines of it run together. */
     std::string ExecuteForFields(const std::string& line);
-    std::string GetListingLine(const std::string& columns);
-    std::string GetUsageLine(const std::string& columns, int pid);
     double GetUsage(const std::string& columns, const std::string& processName, int pid);
 };
-
-/**
- * An id for CreateThreadWithoutWait to start from: the main thread's, which nobody joins, so that detaching
- * it changes nothing. Any thread.
- */
-unsigned long GetHarmlessThreadId();

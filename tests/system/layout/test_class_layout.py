@@ -113,7 +113,7 @@ FIELDS = {
 FIELD_HEADERS = [
     "cli/THJobPerfMonSvc.h", "cli/UnixAction.h", "config/ConfigurationMgr.h", "counters/CPUCounterMgr.h",
     "counters/DeadLockCounterMgr.h", "counters/MemoryCounterMgr.h", "evidence/CommandRunData.h",
-    "evidence/SnapshotData.h", "logcontrol/LogLevel.h", "logcontrol/processToLogIdMap.h",
+    "evidence/SnapshotData.h", "config/LogLevel.h", "logcontrol/processToLogIdMap.h",
     "platform/RhelHelperFunction.h", "platform/SUSECommandPath.h"]
 
 LOGGING_UNITS = [

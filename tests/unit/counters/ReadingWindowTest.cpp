@@ -103,7 +103,7 @@ struct DecisionCase
     friend std::ostream& operator<<(std::ostream& out, const DecisionCase& row) { return out << row.mName; }
 };
 
-class Decision : public CounterFixture, public testing::WithParamInterface<DecisionCase>
+class Decision : public testing::TestWithParam<DecisionCase>
 {
 };
 } // namespace
@@ -111,13 +111,12 @@ class Decision : public CounterFixture, public testing::WithParamInterface<Decis
 TEST_P(Decision, FollowsItsTable)
 {
     const DecisionCase& row = GetParam();
-    mConfig->mAlwaysDump = row.mAlwaysDump;
-    mConfig->mCaptureWithoutThreshold = row.mCaptureWithoutThreshold;
     Counter counter;
     counter.mReadingNumber = row.mReadingNumber;
     counter.mSum = row.mSum;
     counter.mRunningAverage = 1000000; // is for the log alone
-    EXPECT_EQ(IsBreach(counter, row.mValue, row.mThreshold), row.mIsBreach);
+    const BreachRules rules = {row.mAlwaysDump, row.mCaptureWithoutThreshold};
+    EXPECT_EQ(IsBreach(counter, row.mValue, row.mThreshold, rules), row.mIsBreach);
 }
 
 INSTANTIATE_TEST_SUITE_P(

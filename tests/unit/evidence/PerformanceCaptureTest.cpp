@@ -277,9 +277,6 @@ TEST_F(PerformanceCapture, DiskStartsTheSecondToolWhenTheFirstCantBe)
     Work(&UnixHelperFunction::ExecuteDiskStat);
     EXPECT_THAT(GetLogLines(), ElementsAre("Error: Failed to create a thread to run the /t/iostat command ",
                                            "Error: Failed to create a thread to run the /t/mpstat command "));
-    for (const Start& start : mStarts) {
-        delete static_cast<CommandRunData*>(start.mRecord); // the accepted leak
-    }
 }
 
 // ---- Thread bodies ----------------------------------------------------------------------------------------

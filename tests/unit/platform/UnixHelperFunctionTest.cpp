@@ -251,9 +251,9 @@ TEST_F(UnixHelper, LeavesTheIdAndDetachesItWhenNoThreadCanBeStarted)
 TEST_F(UnixHelper, RunsTheBodyWithItsArgument)
 {
     std::atomic<int> argument = 0;
-    unsigned long id = GetHarmlessThreadId();
+    unsigned long id = GetMainThreadId();
     ASSERT_TRUE(mHelper.CreateThreadWithoutWait(id, Store, &argument));
-    EXPECT_NE(id, GetHarmlessThreadId());
+    EXPECT_NE(id, GetMainThreadId());
     EXPECT_TRUE(WaitFor([&argument] { return argument == 1; }));
 }
 
@@ -283,6 +283,6 @@ TEST_F(UnixHelper, JoinsEvenWhenTheCancellationFails)
 TEST(HarmlessThreadId, IsTheMainThreadOnAnyThread)
 {
     const unsigned long mainThread = pthread_self();
-    EXPECT_EQ(GetHarmlessThreadId(), mainThread);
-    std::thread([mainThread] { EXPECT_EQ(GetHarmlessThreadId(), mainThread); }).join();
+    EXPECT_EQ(GetMainThreadId(), mainThread);
+    std::thread([mainThread] { EXPECT_EQ(GetMainThreadId(), mainThread); }).join();
 }

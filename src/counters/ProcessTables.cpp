@@ -1,8 +1,7 @@
-#include "base/BoundedText.h"
 #include "base/LogFileMtx.h"
 #include "base/LogLine.h"
 #include "config/ConfigurationMgr.h"
-#include "platform/CommandPath.h"
+#include "platform/ListingLines.h"
 #include "platform/THUEnv.h"
 #include "platform/UnixHelperFunction.h"
 
@@ -19,7 +18,7 @@ struct ListedProcess
     std::string mName;
 };
 
-/** One line of the process listing taken apart; false when it is the daemon's own. */
+/** Parses one line of the process listing; false when it is the daemon's own. */
 bool ReadListedProcess(UnixHelperFunction& helper, const std::string& listingLine, ListedProcess& process)
 {
     const std::string line = helper.RemoveConsecutiveSpaces(helper.trim(listingLine));
@@ -62,45 +61,19 @@ bool HoldsPair(const std::multimap<std::string, int>& table, const ListedProcess
 
 std::string UnixHelperFunction::GetProcNameFilterForGrep(const std::string& extra)
 {
-    std::string filter;
-    const auto addAlternative = [&filter](const std::string& word) {
-        if (!filter.empty()) {
-            filter += "|";
-        }
-        filter += word;
-    };
-    for (const std::string& name : ConfigurationMgr::GetInstance()->mMonitoredProcessNames) {
-        addAlternative(name);
-    }
-    if (!extra.empty()) {
-        addAlternative(extra);
-    }
-    return filter;
+    return JoinNames(ConfigurationMgr::GetInstance()->mMonitoredProcessNames, extra);
 }
 
 std::string UnixHelperFunction::GetCompleteMatchWrap(std::string word, bool anchorStart, bool anchorEnd,
                                                      bool spaceAtStart, bool spaceAtEnd)
 {
-    const std::string blanks = "[[:space:]]*";
-    std::string pattern = "\\<" + word + "\\>";
-    if (anchorStart) {
-        pattern = "^" + (spaceAtStart ? blanks : "") + pattern;
-    }
-    if (anchorEnd) {
-        pattern += (spaceAtEnd ? blanks : "") + "$";
-    }
-    return pattern;
-}
-
-std::string UnixHelperFunction::GetListingLine(const std::string& columns)
-{
-    return mCmdPath->AppendSpace(mCmdPath->mPs) + columns + mCmdPath->AppendSpace(mCmdPath->mEgrep) +
-           GetDoubleQuatedPath(GetProcNameFilterForGrep(GetTHBasePath()));
+    return GetWholeWordPattern(word, anchorStart, anchorEnd, spaceAtStart, spaceAtEnd);
 }
 
 std::string UnixHelperFunction::GetPidProcNamePairsOutput()
 {
-    return ExecuteCommand(GetListingLine("-eo pid,command | ").c_str());
+    const std::string filter = GetProcNameFilterForGrep(GetTHBasePath());
+    return ExecuteCommand(GetListingLine(*mCmdPath, COMMAND_COLUMNS, filter).c_str());
 }
 
 void UnixHelperFunction::PopulateProcessNameAndProcessIDMap(std::multimap<std::string, int>& table)
@@ -129,11 +102,9 @@ void UnixHelperFunction::PopulateProcessIDAndProcessNameMap(std::map<int, std::s
 
 int UnixHelperFunction::GetTarnhavenJavaProcesses(std::string marker)
 {
-    const std::string& grep = mCmdPath->mGrep;
-    const std::string line = GetListingLine("-eo pid,command | ") + " | " + grep + " -e \"" + marker +
-                             "\" | " + grep + " -v \"" + grep + "\"";
+    const std::string filter = GetProcNameFilterForGrep(GetTHBasePath());
     // All matching lines are joined, so that the first token is the process id of the first of them.
-    const std::string text = ExecuteForFields(line);
+    const std::string text = ExecuteForFields(GetJavaLine(*mCmdPath, filter, marker));
     const int pid = GetPid(text, 0, " ");
     return pid <= 0 ? -1 : pid;
 }
@@ -145,10 +116,7 @@ bool UnixHelperFunction::isProcessAlive(int pid)
 
 std::string UnixHelperFunction::GetUserOfProcess(int pid)
 {
-    const std::string pidText = FormatBounded(PID_TEXT_SIZE, "%d", pid);
-    const std::string line = mCmdPath->AppendSpace(mCmdPath->mPs) + "-eo pid,user | " + mCmdPath->mGrep +
-                             " \"" + GetCompleteMatchWrap(pidText, true, false, true, false) + "\"";
-    const std::string text = ExecuteForFields(line);
+    const std::string text = ExecuteForFields(GetOwnerLine(*mCmdPath, pid));
     return GetPid(text, 0, " ") == pid ? GetProcName(text, 1, " ") : "root";
 }
 

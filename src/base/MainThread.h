@@ -1,0 +1,7 @@
+#pragma once
+
+#include <pthread.h>
+
+/** The main thread's id, which nobody joins. The daemon's main thread is the one that forked it. Any thread.
+ */
+pthread_t GetMainThreadId();
