@@ -19,7 +19,7 @@ void ConsolePrint(const char* format, ...)
     }
     va_list arguments;
     va_start(arguments, format);
-    // A terminal that went away must not stop the action.
+    // A failure is ignored: a closed terminal must not stop the action.
     (void)vprintf(format, arguments);
     va_end(arguments);
 }

@@ -1,7 +1,7 @@
 #pragma once
 
 /**
- * The operator's terminal, as long as there is one.
+ * Text for the operator's terminal.
  *
  * All console text of the program goes through these functions, to standard output and never to standard
  * error. The daemon closes its standard streams, and a closed stream must not be touched again: from then on

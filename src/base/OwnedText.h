@@ -8,5 +8,5 @@ struct FreeText
     void operator()(char* text) const { free(text); }
 };
 
-/** A text that the C library or the base library allocated, and that goes back with free. */
+/** A text that the C library or the base library allocated, freed with free. */
 using OwnedText = std::unique_ptr<char, FreeText>;

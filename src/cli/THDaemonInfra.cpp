@@ -108,7 +108,8 @@ void WritePid(const char* runFileName)
     std::string path;
     GetTouchFilePath(runFileName, path);
     FILE* const file = fopen(path.c_str(), "w");
-    // Without the file a later stop reads what it holds already: that is meant.
+    // Intentional: a failure is ignored. If the process id can't be written, a later -terminate reads the old
+    // one.
     if (file != nullptr) {
         (void)fprintf(file, "%d", getpid());
         (void)fclose(file);
@@ -141,7 +142,7 @@ void RunWorker()
             return;
         }
         if (status.mAlive == 0) {
-            (void)StopMonitoringActivity(); // a second time, after the worker's own: that is meant
+            (void)StopMonitoringActivity(); // Intentional: the second time, after the worker's own call
             return;
         }
         WaitTakingStops(1);
@@ -292,8 +293,8 @@ int StopTheDaemon(const char* /*processName*/, const char* runFileName)
         ConsolePuts("Error: Could not found valid daemon instance.");
         return DAEMON_RC_NOT_RUNNING;
     }
-    // With an unreadable number this is -1, which addresses all processes that the caller may signal. No test
-    // stands here, and the lock alone says that there is a daemon: that is meant.
+    // Intentional: unchecked, as the child lock alone says that a daemon runs. An unreadable number is -1
+    // here, which addresses all processes that the caller may signal.
     (void)kill(pid, SIGTERM);
     return 0;
 }

@@ -6,7 +6,7 @@
 #include <pthread.h>
 
 /**
- * The single background process: its two lock files, its signals, and the step from foreground to daemon.
+ * The daemon as the only process of its kind: two lock files, the signals, and the fork.
  *
  * The daemon counts as running exactly when the child lock can't be taken; whoever asks and finds it free
  * holds it until the end of the process. Both locks are record locks, so a crash leaves none behind, a child
@@ -32,7 +32,7 @@ enum eDaemonResult
 extern std::int32_t gStopTheDaemon; ///< 1 once a stop signal is being handled
 extern bool bThreadInitialized;     ///< true once the worker exists
 extern pthread_t gTID;              ///< the worker
-extern std::int32_t gUUIDFd;        ///< descriptor of the lock file that was opened last
+extern std::int32_t gUUIDFd;        ///< descriptor of the lock file that was opened last; never closed
 
 /**
  * Stops the daemon on SIGTERM and SIGINT: restores, cancels the worker and ends the process with status 255.

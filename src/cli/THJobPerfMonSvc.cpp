@@ -70,9 +70,9 @@ void AddCounters(CounterMgr& manager)
 }
 
 /**
- * Begins nothing more once a stop has come: its signal may have met the worker and ended its sleep, and a
- * breach found now would raise log levels behind their restoring. The end of the process, or the cancellation
- * shortly before it, ends the wait.
+ * Waits for the end of the process once a stop has come. Its signal may have interrupted the worker's sleep,
+ * and a breach found now would raise log levels after they were restored. The cancellation of the worker ends
+ * the wait.
  */
 void WaitForEndOfStop()
 {
@@ -81,7 +81,7 @@ void WaitForEndOfStop()
     }
 }
 
-/** One pass, up to its sleep. Deadlock counters have no place in it. */
+/** One pass without its sleep. Intentional: deadlock counters take no part, nothing watches them yet. */
 void MakePass(ConfigurationMgr& config)
 {
     config.PopulateProcessNameAndProcessIDMultiMap();
@@ -127,7 +127,7 @@ void* ServiceWorkerThread(void* arg)
         MakePass(*config);
         (void)sleep(static_cast<unsigned int>(config->mPollInterval)); // a signal may cut it short
         WaitForEndOfStop();
-        (void)TH_forced_read_master_config(); // without a new version the last one stays in force
+        (void)TH_forced_read_master_config(); // if the store can't be read, the last version stays in use
         const int result = config->ReadConfigurationFile();
         if (result != 0) {
             ReportConfigurationFailure(result);

@@ -2,7 +2,7 @@
 
 #include <cstdint>
 
-/** The service: what the daemon does from its start to its stop. */
+/** The monitoring service: its start, its worker and its stop. */
 
 /** Shared by the daemon's main thread, on whose stack it lies, and the worker. */
 struct ServiceThreadStatus
@@ -12,16 +12,16 @@ struct ServiceThreadStatus
 };
 
 /**
- * Sets the flag that the worker runs by, which starts set; the argument is ignored. Nothing calls it.
- * Always 0.
+ * Sets the flag that keeps the worker running; it is set from the start. The argument is ignored. Nothing
+ * calls this. Always 0.
  */
 int THJobPerfMonSvc(const char* name);
 
-/** Brings the service up on the daemon's main thread. @return 0 or the result of reading the configuration */
+/** Starts the service, on the daemon's main thread. @return 0 or the result of reading the configuration */
 int StartMonitoringActivity();
 
 /** Body of the worker: pass after pass, until the service is stopped. @param arg  a ServiceThreadStatus */
 void* ServiceWorkerThread(void* arg);
 
-/** Tears the service down; may run twice, and repeats its lines then. Main thread or worker. Always 0. */
+/** Stops the service. A second call repeats everything, its lines too. Main thread or worker. Always 0. */
 int StopMonitoringActivity();

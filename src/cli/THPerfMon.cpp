@@ -15,7 +15,7 @@ namespace
 {
 constexpr int STATUS_INVALID = 5;
 
-/** An action that stands between banners. */
+/** An action with banners before and after it. */
 struct BannerAction
 {
     eCommandActions mAction;
@@ -50,7 +50,8 @@ eCommandActions GetActionFromArg(int argc, char** argv)
     if (argc == 1) {
         return eActionRun;
     }
-    (void)snprintf(THHS_NAME, sizeof THHS_NAME, "%s", argv[0]); // a long path is cut, which is meant
+    (void)snprintf(THHS_NAME, sizeof THHS_NAME, "%s",
+                   argv[0]); // Intentional: a long path is cut, the help line shows it short
     if (argc == 2) {
         for (const OptionWord& option : OPTION_WORDS) {
             if (strcasecmp(argv[1], option.mWord) == 0) {
@@ -60,7 +61,7 @@ eCommandActions GetActionFromArg(int argc, char** argv)
     }
     // The help begins with two line feeds, of which the first ends this line.
     ConsolePrint("Error: Invalid arguments");
-    static CActionInterface* const actions = new CUnixAction; // left to the end of the process, which is near
+    static CActionInterface* const actions = new CUnixAction; // never freed, the process ends soon
     (void)actions->PrintHelp(THHS_NAME);
     return eActionInvalid;
 }

@@ -3,8 +3,7 @@
 #include <string>
 
 /**
- * The program's entry: from the command line to an action and from its result to the exit status. Main
- * thread.
+ * The program's entry: parses the command line, performs the action and returns the exit status. Main thread.
  */
 
 enum eCommandActions : int
@@ -25,14 +24,14 @@ constexpr int PROGRAM_NAME_SIZE = 16;
 /** argv[0] as typed, cut to 15 characters; empty when the program was called without arguments. */
 extern char THHS_NAME[PROGRAM_NAME_SIZE];
 
-/** The action that the command line asks for; prints the help when it asks for none. */
+/** The action on the command line. Anything else prints an error and the help. */
 eCommandActions GetActionFromArg(int argc, char** argv);
 
-/** Performs an action between its banners. @return the exit status, 0 on success */
+/** Performs an action, with the banners that it has. @return the exit status, 0 on success */
 int PerformAction(eCommandActions action);
 
 /** Prints the banner before an action. */
 void printActionStartMessage(std::string label);
 
-/** Prints the banner behind an action; `status` 0 is success. */
+/** Prints the banner after an action; `status` 0 is success. */
 void printActionCompleteMessage(std::string label, int status);

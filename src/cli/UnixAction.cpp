@@ -21,7 +21,8 @@ CUnixAction::~CUnixAction()
 
 bool CUnixAction::InstallAction()
 {
-    return mHelper->PostCheckForAction(HelperFunctionInterface::THPM_ACTION_INSTALL) == 0;
+    return mHelper != nullptr &&
+           mHelper->PostCheckForAction(HelperFunctionInterface::THPM_ACTION_INSTALL) == 0;
 }
 
 bool CUnixAction::UninstallAction()
@@ -48,11 +49,11 @@ bool CUnixAction::StopAction()
 
 bool CUnixAction::RunAction()
 {
-    if (mHelper->PreCheckForAction(HelperFunctionInterface::THPM_ACTION_RUN) != 0) {
+    if (mHelper == nullptr || mHelper->PreCheckForAction(HelperFunctionInterface::THPM_ACTION_RUN) != 0) {
         return false;
     }
     if (ConvertProcessToDaemon(SHORT_NAME, THHS_RUN_LOCK_NAME) != DAEMON_RC_PARENT) {
-        return false; // the daemon too comes back here at its end
+        return false; // the daemon returns here too, when its work has ended
     }
     WaitTakingStops(SECONDS_BEFORE_FIRST_CHECK);
     for (int check = 0; check < CHECKS; ++check) {

@@ -13,21 +13,21 @@ public:
     CUnixAction(const CUnixAction&) = delete;
     CUnixAction& operator=(const CUnixAction&) = delete;
 
-    /** Installs nothing; prints what has to be configured. */
+    /** Installs nothing. Prints which setting is mandatory. */
     bool InstallAction() override;
 
     /** Stops the daemon if one runs. Removes no file. */
     bool UninstallAction() override;
 
-    /** RunAction under another banner. */
+    /** The same as RunAction; only the banner differs. */
     bool StartAction() override;
 
-    /** Sends the daemon its signal and doesn't wait for its end. */
+    /** Sends the stop signal and doesn't wait for the end of the daemon. */
     bool StopAction() override;
 
     /**
-     * Checks the configuration, starts the daemon and waits up to 5 seconds for it to be seen. The daemon
-     * itself comes back from here too, with false, when its work has ended.
+     * Checks the configuration, starts the daemon and waits up to 5 seconds until it runs. In the daemon
+     * itself this returns false, when its work has ended.
      */
     bool RunAction() override;
 
@@ -35,5 +35,5 @@ public:
     bool ListConfig() override;
 
 protected:
-    HelperFunctionInterface* mHelper; ///< owned
+    HelperFunctionInterface* mHelper; ///< owned; null when there is no helper for the platform
 };

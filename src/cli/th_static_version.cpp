@@ -1,4 +1,4 @@
 #include "cli/ReleaseMark.h"
 
-/** The release as the product's libraries carry it too. No code reads it. */
+/** The release, as the product's libraries have it too. Intentional: no code reads it. */
 [[gnu::used]] static const char TH_STATIC_RELEASE_STR[] = RELEASE_MARK;

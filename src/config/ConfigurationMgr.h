@@ -24,7 +24,7 @@ struct SnapshotData;
 class ConfigurationMgr
 {
 public:
-    /** The instance, built at the first call. Any thread; the usual path takes no lock. */
+    /** The instance, built at the first call. Any thread. Once it is built, a call takes no lock. */
     static ConfigurationMgr* GetInstance();
 
     ConfigurationMgr(const ConfigurationMgr&) = delete;
@@ -32,12 +32,13 @@ public:
 
     /**
      * Reads every setting from the store, checks it and prepares the evidence folder.
-     * @return 0, or one of the RC_CONFIG codes; the reason is in the log and, where it is the operator's to
-     * mend, on the console. Main thread before the worker exists, then the worker.
+     * @return 0, or one of the RC_CONFIG codes. The reason is in the log, and also on the console where the
+     * operator can mend it. Main thread before the worker exists, then the worker.
      */
     int ReadConfigurationFile();
 
-    /** Makes the folder of the diagnostic log and notes the day's file. Called once, by the constructor. */
+    /** Makes the folder of the diagnostic log and stores the path of the day's file. The constructor calls
+     * it. */
     void InitializeLogFile();
 
     /** Inserts the two known Java processes into mJavaProcessMap. */
@@ -52,19 +53,19 @@ public:
     /** The threshold of exactly that name, or -1. */
     int GetThreasholdValue(std::map<std::string, int> thresholds, std::string processName);
 
-    /** Inserts into its own copy of the map, so the caller sees no change. No code calls it. */
+    /** Intentional: inserts into its own copy of the map, so the caller sees no change. Nothing calls it. */
     void InsertIntoMap(std::map<std::string, int> thresholds, std::string processName, int value);
 
-    /** Dumps the name table to the log when verbose. No code calls it. */
+    /** Writes the name table to the log when verbose. Nothing calls it. */
     void PrintProcessNameAndProcessIDMap();
 
-    /** Ends the threads of mThreadMap and frees their records; the entries stay. */
+    /** Ends the threads of mThreadMap and frees their records. The entries stay in the map. */
     void CloseThreadHandles();
 
-    /** Restores the log levels saved in mLogLevelMap. Waits for the tool. Any thread. */
+    /** Restores the log levels saved in mLogLevelMap, and waits for the tool. Any thread. */
     void ResetLogging();
 
-    /** Runs the clean-up line on the evidence root. Worker thread. */
+    /** Runs the clean-up line on the evidence root, which removes no folder. Worker thread. */
     void PurgeOldEvidence();
 
     int mPollInterval;         ///< THHS_POLL_INTERVAL, seconds between two passes
@@ -77,7 +78,7 @@ public:
     int mForceReadingInterval; ///< _FORCE_READING_INTERVAL_
     std::multimap<std::string, int> mProcessNameAndProcessIDMap; ///< refilled each pass
     std::map<int, std::string> mProcessIDAndProcessNameMap;      ///< refilled each pass
-    std::string mEvidencePath;     ///< THHS_EVIDENCE_PATH with "/thsentinel" behind it, once validated
+    std::string mEvidencePath;     ///< THHS_EVIDENCE_PATH and "/thsentinel", once validated
     int mCPUCount;                 ///< processors, set at service start
     std::int64_t mTotalMemoryInKB; ///< memory size, set at service start; nothing reads it
     int mMaxDumpCount;             ///< THHS_DUMP_COUNT
@@ -103,7 +104,8 @@ public:
     CounterMgr* mCPUCounterMgr;                         ///< owned
     CounterMgr* mMemoryCounterMgr;                      ///< owned
     CounterMgr* mDeadLockCounterMgr;                    ///< owned
-    HelperFunctionInterface* mHelper;                   ///< owned
+    /** Owned. Null when there is no helper for the platform: then no load succeeds and no service runs. */
+    HelperFunctionInterface* mHelper;
 
     /** The instance, null until it is wholly built. */
     static std::atomic<ConfigurationMgr*> mConfigMgr;

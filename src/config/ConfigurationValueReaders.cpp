@@ -29,7 +29,7 @@ void LogNotDefined(const char* key)
 
 bool IsAllowed(char character)
 {
-    // The program keeps the locale of C, in which no byte above 127 is a letter.
+    // The program never sets a locale, so no byte above 127 is a letter.
     return std::isalpha(static_cast<unsigned char>(character)) != 0 ||
            (character != '\0' && strchr(ALLOWED_BESIDES_LETTERS, character) != nullptr);
 }
@@ -106,7 +106,7 @@ void GetKeyValueFromStringTouple(std::string tuple, const std::string& delimiter
     value = -1;
     const std::unique_ptr<HelperFunctionInterface> helper(GetHelperFunctionInstance());
     const std::size_t position = tuple.find(delimiter);
-    if (position == std::string::npos) {
+    if (!helper || position == std::string::npos) {
         return;
     }
     const std::string left = helper->trim(tuple.substr(0, position));
@@ -123,6 +123,9 @@ void GetVectorFromString(std::string input, const std::string& delimiter, std::v
 {
     output.clear();
     const std::unique_ptr<HelperFunctionInterface> helper(GetHelperFunctionInstance());
+    if (!helper) {
+        return;
+    }
     std::size_t start = 0;
     for (std::size_t end = input.find(delimiter); end != std::string::npos;
          end = input.find(delimiter, start)) {

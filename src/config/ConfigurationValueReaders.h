@@ -6,22 +6,22 @@
 #include <vector>
 
 /**
- * The thin layer above the product's configuration store: one key at a time, each with a result code.
+ * Reads the product's configuration store, one key at a time, each with a result code.
  *
- * All of it runs on the thread of the load and reports bad input by code, by a line of the diagnostic log
- * and, for what an operator has to mend, on the console.
+ * Called on the thread of the load. Bad input is reported by a code and a line of the diagnostic log, and on
+ * the console where an operator has to mend it.
  */
 
 /**
  * Reads an integer key.
- * @param value  receives the number; unchanged unless the result is 0. No range is tested.
+ * @param value  receives the number; unchanged unless the result is 0. No range is checked.
  * @return 0, RC_CONFIG_INVALID when the value is no number, else RC_CONFIG_NOT_DEFINED
  */
 int ReadIntegerValue(const char* key, int& value);
 
 /**
  * Reads a text key and checks its characters.
- * @param value   emptied first, so a key that has gone empties it; keeps a text that was rejected
+ * @param value   emptied first, so a removed key empties it; keeps a text that was refused
  * @param result  receives 0, RC_CONFIG_BAD_CHARS, or RC_CONFIG_NOT_DEFINED
  * @return a copy of `value`
  */
@@ -37,13 +37,15 @@ bool ValidateInputForSpecialChars(std::string text);
 bool CheckForUnauthorizedStrings(std::string text);
 
 /**
- * Splits `tuple` at its first `delimiter`, which is one character long.
- * @param key    what stands before it, without blanks around; empty if there is none
- * @param value  the number behind it, 0 for a text that is no number; -1 if nothing stands there
+ * Splits `tuple` at its first `delimiter`, which is one character long. Without a helper nothing is split.
+ * @param key    the text before it, without blanks around; empty if there is none
+ * @param value  the number after it, 0 for a text that is no number, -1 for no text
  */
 void GetKeyValueFromStringTouple(std::string tuple, const std::string& delimiter, std::string& key,
                                  int& value);
 
-/** Splits `input` at each `delimiter` into elements without blanks around; a delimiter at the end adds none.
+/**
+ * Splits `input` at each `delimiter` into elements without blanks around. A delimiter at the end adds none.
+ * Without a helper there are no elements.
  */
 void GetVectorFromString(std::string input, const std::string& delimiter, std::vector<std::string>& output);

@@ -46,7 +46,7 @@ enum class KeyKind
     List,    ///< monitoring list, "name:threshold, name:threshold"
     Unit,    ///< word for the unit of memory thresholds
     Path,    ///< folder that must exist
-    FreePath ///< folder that is used as it stands
+    FreePath ///< folder that isn't checked
 };
 
 /** What the daemon uses when the store doesn't have the key. */

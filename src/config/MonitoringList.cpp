@@ -33,7 +33,7 @@ struct MonitoringList
 
 struct MonitoredProcess
 {
-    std::string mElement; ///< as it stands in the list
+    std::string mElement; ///< as written in the list
     std::string mName;
     int mThreshold;
 };
@@ -43,12 +43,11 @@ int RefuseList(int result, const std::string& message)
     return Refuse(logFileMtx, MessageOrder::LogFirst, result, message);
 }
 
-std::string GetUnitLabel(const MonitoringList& list)
+std::string GetUnitLabel(const MonitoringList& list, const std::string& memoryUnit)
 {
     // Intentional: this compares the key of the list with the key of the unit, which it never is, so MB is
     // never printed. Whoever reads the log expects ABSOLUTE in these lines.
-    if (IsSameText(ConfigurationMgr::GetInstance()->mMemoryUnit, MEMORY_UNIT_ABSOLUTE) &&
-        list.Is(THHS_MEMORY_UNIT)) {
+    if (IsSameText(memoryUnit, MEMORY_UNIT_ABSOLUTE) && list.Is(THHS_MEMORY_UNIT)) {
         return "MB";
     }
     return list.Is(THHS_MONITOR_DEADLOCK) ? "" : MEMORY_UNIT_ABSOLUTE;
@@ -58,7 +57,7 @@ MonitoredProcess SplitElement(const MonitoringList& list, const std::string& ele
 {
     MonitoredProcess process = {element, "", -1};
     GetKeyValueFromStringTouple(element, ":", process.mName, process.mThreshold);
-    // A bare name is an element of this list. An element without a name becomes a name as a whole.
+    // A bare name is a valid element of this list. An element such as ":5" becomes a name as a whole.
     if (list.Is(THHS_MONITOR_DEADLOCK) && process.mName.empty()) {
         process.mName = element;
         process.mThreshold = 0;
@@ -117,6 +116,9 @@ int ReadMapValue(const char* key, std::string messageStr, std::map<std::string, 
 {
     thresholds.clear();
     const std::unique_ptr<HelperFunctionInterface> helper(GetHelperFunctionInstance());
+    if (!helper) {
+        return RC_CONFIG_NO_HELPER;
+    }
     int result = RC_CONFIG_NOT_DEFINED;
     std::string value;
     (void)ReadStringValue(key, value, result); // `value` holds the same text
@@ -130,7 +132,7 @@ int ReadMapValue(const char* key, std::string messageStr, std::map<std::string, 
         return RC_CONFIG_INVALID;
     }
     MonitoringList list = {key, messageStr, "", *helper};
-    list.mUnitLabel = GetUnitLabel(list);
+    list.mUnitLabel = GetUnitLabel(list, ConfigurationMgr::GetInstance()->mMemoryUnit);
     for (const std::string& element : elements) {
         const MonitoredProcess process = SplitElement(list, element);
         const int checked = CheckProcess(list, process);

@@ -14,7 +14,8 @@ class ConfigurationMgr;
  * @param messageStr  label of the manager in messages
  * @param thresholds  receives configured name to threshold; emptied first, and after a failure with the
  * elements before the bad one
- * @return 0 or an RC_CONFIG code. The first bad element ends the reading. Thread of the load.
+ * @return 0 or an RC_CONFIG code, RC_CONFIG_NO_HELPER without a helper. The first bad element ends the parse.
+ * Thread of the load.
  */
 int ReadMapValue(const char* key, std::string messageStr, std::map<std::string, int>& thresholds);
 

@@ -10,7 +10,7 @@ mutex::mutex(const char* /*name*/) : mMutex(), mInitialized(false) {}
 mutex::~mutex()
 {
     if (mInitialized) {
-        // A thread may still hold it at exit; there is nobody left to be told.
+        // Fails when a thread still holds it at exit, and nothing can be done about that.
         (void)pthread_mutex_destroy(&mMutex);
         mInitialized = false;
     }

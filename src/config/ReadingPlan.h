@@ -7,8 +7,8 @@ struct ReadingPlan
     int mCount;
 };
 
-/** True when all readings fit into one poll interval (seconds). The product is 32-bit signed arithmetic. */
+/** True when all readings fit into one poll interval, in seconds. The product wraps around at 32 bits. */
 bool FitsInto(const ReadingPlan& plan, int pollInterval);
 
-/** A plan that fits: wider apart for longer poll intervals, fewer readings for the shortest. */
+/** A plan that fits: a longer interval for longer poll intervals, fewer readings for the shortest. */
 ReadingPlan FitTo(ReadingPlan plan, int pollInterval);

@@ -9,6 +9,11 @@
 #include <memory>
 #include <utility>
 
+double GetShareOfMachine(double usage, int processors)
+{
+    return processors > 0 ? usage / static_cast<double>(processors) : usage;
+}
+
 CPUCounterMgr::CPUCounterMgr(std::string messageStr) : CounterMgr(std::move(messageStr)) {}
 
 CPUCounterMgr::~CPUCounterMgr() = default;
@@ -19,10 +24,7 @@ double CPUCounterMgr::ReadCounterIndexValue(Counter* counter)
     if (const std::unique_ptr<UnixHelperFunction> helper(GetUnixHelperFunctionInstance()); helper) {
         usage = helper->GetCPUUsageForProcessInPercent(counter->mProcessName, counter->mCounterIndex);
     }
-    const int processors = ConfigurationMgr::GetInstance()->mCPUCount;
-    if (processors > 0) {
-        usage /= static_cast<double>(processors);
-    }
+    usage = GetShareOfMachine(usage, ConfigurationMgr::GetInstance()->mCPUCount);
     WriteVerboseLine(logFileMtx,
                      "CPUCounterMgr::ReadCounterIndexValue Getting CPU for Process %s (Pid %d) %f.\n",
                      counter->mProcessName.c_str(), counter->mCounterIndex, usage);

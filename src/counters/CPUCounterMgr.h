@@ -2,6 +2,9 @@
 
 #include "counters/CounterMgr.h"
 
+/** Percent of one processor as percent of all. Without a known number of processors it stays as it is. */
+double GetShareOfMachine(double usage, int processors);
+
 /** Counters of CPU use, in percent of the whole machine. */
 class CPUCounterMgr : public CounterMgr
 {

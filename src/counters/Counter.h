@@ -15,7 +15,7 @@ public:
     int mCounterIndex;            ///< process id; messages call it the counter index
     bool mIsActive;               ///< true once registered; nothing reads it
     int mDumpCount;               ///< evidence sets fired; never reset
-    int mReadingNumber;           ///< place in the reading window
+    int mReadingNumber;           ///< position in the reading window, from 1
     std::int64_t mFirstReading;   ///< first truncated reading; nothing reads it
     std::int64_t mSum;            ///< of the truncated readings in the window
     std::int64_t mRunningAverage; ///< mSum by mReadingNumber, truncated

@@ -25,7 +25,7 @@ namespace
 constexpr std::size_t BREACH_TEXT_SIZE = 2048;
 constexpr std::size_t EVENT_TEXT_SIZE = 512;
 
-// Handed to the captures, which take no counters by name yet.
+// Arguments of the captures, which take no counters by name yet.
 const std::vector<std::string>& memorycounters = *new std::vector<std::string>;
 const std::vector<std::string>& networkCounters = *new std::vector<std::string>;
 const std::vector<std::string>& diskCounters = *new std::vector<std::string>;
@@ -144,7 +144,8 @@ void CounterMgr::MoveWindow(Counter& counter, const Evaluation& evaluation) cons
                      counter.mReadingNumber, average, evaluation.mUnit.c_str(), mMessageStr.c_str(),
                      AppendBinExt(evaluation.mConfiguredName).c_str(), counter.mCounterIndex);
     }
-    // The name of the process tables and not the configured one: a Java counter shows as java here.
+    // Intentional: the name of the process tables and not the configured one, so a Java counter shows as
+    // java.
     WriteLogLine(logFileMtx, AVERAGE_TEXT, average, mMessageStr.c_str(),
                  AppendBinExt(counter.mProcessName).c_str(), counter.mCounterIndex);
 }
@@ -164,7 +165,7 @@ void CounterMgr::Fire(HelperFunctionInterface& helper, Counter& counter, const E
     WriteLogLine(logFileMtx, DUMP_COUNT_TEXT, counter.mDumpCount + 1,
                  AppendBinExt(counter.mProcessName).c_str(), counter.mCounterIndex);
     StartCaptures(helper, counter, eventText);
-    ++counter.mDumpCount; // whatever came of the captures
+    ++counter.mDumpCount; // also when every capture failed
 }
 
 void CounterMgr::ReportBreach(HelperFunctionInterface& helper, const Counter& counter,
@@ -217,7 +218,7 @@ void CounterMgr::StartCaptures(HelperFunctionInterface& helper, const Counter& c
 void CounterMgr::StartDump(HelperFunctionInterface& helper, const Counter& counter,
                            const std::string& eventText) const
 {
-    // Whether the dump could be started changes nothing: a failure has been logged where it arose.
+    // The results are ignored: a dump that can't be started has logged that itself.
     if (counter.mIsJavaProcess) {
         (void)helper.CreateJavaProcessDump(counter.mJavaProcessName,
                                            ConfigurationMgr::GetInstance()->mJdkHome, counter.mCounterIndex,

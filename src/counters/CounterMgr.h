@@ -25,18 +25,20 @@ public:
     virtual void AddCounterToMonitor(std::map<std::string, int>& processes, std::string counterNamePrefix,
                                      std::string counterNameSuffix);
 
-    /** Removes stale counters, then adds one for each listed process of that configured name that has none.
+    /**
+     * Removes stale counters, then adds a counter for each listed process of that configured name that has
+     * none.
      */
     virtual void AddCounterHelper(std::string processName, std::string counterNamePrefix,
                                   std::string counterNameSuffix);
 
     /**
-     * Takes one reading of every counter, moves its window on, and on a breach reports and starts the
+     * Takes one reading for every counter, adds it to the window, and on a breach reports it and starts the
      * captures.
      */
     virtual void HandleThresholdBreach();
 
-    /** The use of the resource now, in the unit of the manager. 0.0 here and when the reading fails. */
+    /** The use of the resource now, in the unit of the manager; 0.0 here and when the reading fails. */
     virtual double ReadCounterIndexValue(Counter* counter);
 
     /** Configured process name to threshold, filled by the load. */

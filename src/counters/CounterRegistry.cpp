@@ -63,7 +63,7 @@ void CounterMgr::AddCounterHelper(std::string processName, std::string counterNa
     }
 }
 
-/** False when no counter could be made, which leaves the rest of the processes to the next pass. */
+/** False when there is no memory for a counter; the next pass tries the rest of the processes. */
 bool CounterMgr::AddCounter(HelperFunctionInterface& helper, const Registration& registration, int pid)
 {
     LogLookUp(registration, pid);
@@ -85,7 +85,7 @@ bool CounterMgr::AddCounter(HelperFunctionInterface& helper, const Registration&
     if (registration.mIsJava) {
         counter->mJavaProcessName = registration.mConfiguredName;
         if (!IsExpectedJavaProcess(helper, registration, pid)) {
-            return true; // tried again on every pass: that is meant
+            return true; // Intentional: tried again on every pass, as the marked process may come later
         }
     }
     mProcessIDAndCouterMap.emplace(pid, counter.release());

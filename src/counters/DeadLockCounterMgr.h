@@ -2,7 +2,7 @@
 
 #include "counters/CounterMgr.h"
 
-/** Holds the list of processes to watch for deadlocks. Nothing watches them yet. */
+/** Holds the list of processes to watch for deadlocks. No code watches them yet. */
 class DeadLockCounterMgr : public CounterMgr
 {
 public:

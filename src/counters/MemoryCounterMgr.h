@@ -9,6 +9,6 @@ public:
     explicit MemoryCounterMgr(std::string messageStr);
     ~MemoryCounterMgr() override;
 
-    /** Megabytes or percent by ps, as the unit stands at this reading. */
+    /** Megabytes or percent by ps, in the unit that is set at this reading. */
     double ReadCounterIndexValue(Counter* counter) override;
 };

@@ -25,7 +25,7 @@ bool ReadListedProcess(UnixHelperFunction& helper, const std::string& listingLin
     process.mPid = helper.GetPid(line, 0, " ");
     process.mName = helper.GetProcName(line, 1, " ");
     const std::string directory = helper.GetProcDir(line, 1, " ");
-    // Only a note: a process from outside the product's tree stays in the tables.
+    // Intentional: only logged. A process from outside the product's folder stays in the tables.
     if (directory.find(GetTHBasePath()) == std::string::npos) {
         WriteVerboseLine(logFileMtx, "%s(%d) process is running with basename\n", process.mName.c_str(),
                          process.mPid);
@@ -103,7 +103,7 @@ void UnixHelperFunction::PopulateProcessIDAndProcessNameMap(std::map<int, std::s
 int UnixHelperFunction::GetTarnhavenJavaProcesses(std::string marker)
 {
     const std::string filter = GetProcNameFilterForGrep(GetTHBasePath());
-    // All matching lines are joined, so that the first token is the process id of the first of them.
+    // All lines are joined, so the first token is the process id of the first line.
     const std::string text = ExecuteForFields(GetJavaLine(*mCmdPath, filter, marker));
     const int pid = GetPid(text, 0, " ");
     return pid <= 0 ? -1 : pid;

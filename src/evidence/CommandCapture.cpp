@@ -22,7 +22,7 @@ void UnixHelperFunction::CollectCommandData(std::string outputFile, std::string 
     if (filterPid != NO_FILTER) {
         line += " | " + CmdPath::AppendSpace(mCmdPath->mGrep) + std::to_string(filterPid);
     }
-    (void)EchoCommandToFile(line, outputFile); // the output is tried without a head too
+    (void)EchoCommandToFile(line, outputFile); // if it fails, the output is still collected
     line = RedirectCommand(line, outputFile, true, false);
     WriteVerboseLine(logFileMtx, SECTION_LINE_TEXT, line.c_str());
     const int status = system(line.c_str());

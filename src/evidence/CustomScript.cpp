@@ -12,7 +12,7 @@
 
 namespace
 {
-// Unquoted: arguments with blanks become several words.
+// Intentional: unquoted, so an argument with blanks becomes several words.
 std::string GetScriptLine(const ConfigurationMgr& config)
 {
     std::string line = config.mCustomScriptPath;
@@ -41,7 +41,7 @@ void UnixHelperFunction::ExecuteCustomScript(std::string processName, int pid, s
         {config->mCustomScriptPath + SCRIPT_SUBJECT + subject, subject}); // the log has the outcome
 }
 
-// Needs no helper: only the shell and the log.
+// Works without a helper: it needs only the shell and the log.
 void* ThreadCustomScript(void* data)
 {
     const std::unique_ptr<SnapshotData> record(static_cast<SnapshotData*>(data));

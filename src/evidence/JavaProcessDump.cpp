@@ -18,13 +18,13 @@ std::string GetTemporaryHeapPath(const SnapshotData& record)
     return record.mTempPath + "/" + std::to_string(record.mPid) + "dump.hprof";
 }
 
-// The same for every Java process of one user: that is meant.
+// Intentional: one name for all Java processes. Operators look for a dump that couldn't be moved under it.
 std::string GetTemporaryThreadPath(const SnapshotData& record)
 {
     return record.mTempPath + "/Thread_dump.log";
 }
 
-/** The jcmd line, run as the owner of the process when the daemon is root, whoever that owner is. */
+/** The jcmd line. When the daemon is root it runs as the owner of the process, root included. */
 std::string GetJcmdLine(const SnapshotData& record, const char* request, const std::string& temporaryPath)
 {
     if (getuid() == 0) {
@@ -40,7 +40,7 @@ std::string GetMoveLine(const std::string& temporaryPath, const std::string& des
     return "mv -f " + temporaryPath + " \"" + destination + "\"";
 }
 
-/** Runs lines until one fails, which is logged. True when all succeeded. */
+/** Runs lines up to the first that fails, and logs that one. True when all succeeded. */
 bool RunLines(HelperFunctionInterface& helper, std::initializer_list<std::string> lines)
 {
     for (const std::string& line : lines) {
@@ -93,7 +93,7 @@ void* ThreadJavaProcessDump(void* data)
     return RunCapture<SnapshotData>(data, GetHelperFunctionInstance,
                                     [](HelperFunctionInterface& helper, const SnapshotData& record) {
                                         const bool hasHeap = TakeHeapDump(helper, record);
-                                        // Tried whatever came of the heap dump; one of the two is a success.
+                                        // Tried also after a failed heap dump; one of the two is a success.
                                         const bool hasThreads = TakeThreadDump(helper, record);
                                         if ((hasHeap || hasThreads)) {
                                             WriteVerboseLine(logFileMtx, JAVA_DUMP_TAKEN_TEXT);

@@ -100,7 +100,8 @@ void* ThreadNetworkPerformance(void* data)
 
 void* ThreadCaptureDiskPerformanceData(void* data)
 {
-    // The worker doesn't wait for its tools, so the line says only that they were started: that is meant.
+    // Intentional: the worker doesn't wait for its tools, so despite its text the line means that they were
+    // started.
     return RunPerformanceCapture(data, GetUnixHelperFunctionInstance, &UnixHelperFunction::ExecuteDiskStat,
                                  DISK_DONE_TEXT);
 }
@@ -123,7 +124,7 @@ void UnixHelperFunction::ExecuteNetStat(std::string processName, int pid, std::s
 void UnixHelperFunction::ExecuteMemStat(std::string processName, int pid, std::string counterLabel,
                                         std::string javaProcessName)
 {
-    // Taken once: a reload in the middle of the readings doesn't change them.
+    // Read once, so that a reload during the readings doesn't change them.
     const int interval = GetSharedNumber(ConfigurationMgr::GetInstance()->mReadingInterval);
     const int count = GetSharedNumber(ConfigurationMgr::GetInstance()->mNumberOfReadings);
     std::string file;

@@ -21,7 +21,7 @@ void* ThreadTakeSnapshot(void* data)
 {
     return RunCapture<SnapshotData>(
         data, GetHelperFunctionInstance, [](HelperFunctionInterface& helper, const SnapshotData& record) {
-            // The outcome has been logged.
+            // The result is always 0; the log has the outcome.
             (void)helper.TakeMemorySnapshotAndDump(record.mProcessName, record.mPid, record.mCommand,
                                                    record.mCounterType);
         });
@@ -42,7 +42,7 @@ int UnixHelperFunction::TakeMemorySnapshotAndDump(std::string processName, int p
         RemoveDir(processName, pid);
         return 0;
     }
-    // gcore puts a dot and the process id behind the name that it is given.
+    // gcore adds a dot and the process id to this name.
     const std::string line = gcore + " -o " + dumpPath + " " + std::to_string(pid);
     std::string output;
     if (ExecuteCommandWithRc(line.c_str(), output) == 0) {

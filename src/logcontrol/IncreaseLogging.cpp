@@ -29,9 +29,9 @@ std::vector<std::string> GetLogTargets(const std::string& processName)
 }
 
 /**
- * The level of a listing line. Without a mark the search result plus three is position 2, from which the
- * number is read; a listing of one character has no such position, and the error that this raises is caught
- * nowhere. Both are meant.
+ * The level of a listing line. Intentional: without a mark the search result plus three is position 2, and
+ * the number is read from there. A listing of one character has no such position; the exception that this
+ * raises is caught nowhere and ends the process.
  */
 int ReadLevel(const std::string& listing)
 {
@@ -50,7 +50,7 @@ void ReadLevels(UnixHelperFunction& helper, const std::string& tool, const std::
 {
     std::string listing;
     (void)helper.ExecuteCommandWithRc(GetListLine(tool, target, "Debug").c_str(),
-                                      listing); // the listing tells
+                                      listing); // an empty listing is the failure
     if (!listing.empty()) {
         levels.mDebugLevel = ReadLevel(listing);
         WriteVerboseLine(logFileMtx, ORIGINAL_DEBUG_LEVEL_TEXT, target.c_str(), levels.mDebugLevel);
@@ -79,8 +79,7 @@ void UnixHelperFunction::IncreaseLogging(std::string processName)
     if (saved.count(processName) != 0) {
         return;
     }
-    // Not set back between targets, so that an unreadable one inherits the levels of the one before it: that
-    // is meant.
+    // Intentional: not reset between targets, so an unreadable one gets the levels of the one before it.
     LogLevel levels = {UNKNOWN_LEVEL, UNKNOWN_LEVEL};
     for (const std::string& target : GetLogTargets(processName)) {
         if (saved.count(target) != 0) {

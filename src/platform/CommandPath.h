@@ -3,10 +3,10 @@
 #include <string>
 
 /**
- * Absolute paths of the outside tools, found once, when the object is built.
+ * Absolute paths of the outside tools, found when the object is built.
  *
- * Each field holds the tool's usual path if something exists there, and its fallback path otherwise, whether
- * or not anything exists at that: a missing tool shows only when the shell can't run it. An object belongs to
+ * Each field holds the tool's usual path if something exists there, else its fallback path. Intentional: the
+ * fallback isn't tested. A tool that exists nowhere shows when the shell can't run it. An object belongs to
  * one helper and is used by that helper's thread.
  */
 class CmdPath
@@ -18,7 +18,7 @@ public:
     /** True when `stat` on the path succeeds, executable or not. */
     virtual bool IsFileExist(const std::string& path);
 
-    /** The path with one blank behind it, for a line in which arguments follow. */
+    /** The path and one blank, for a line in which arguments follow. */
     static std::string AppendSpace(std::string path);
 
     std::string mAwk;
@@ -48,7 +48,7 @@ struct ToolPath
     const char* mName;
     std::string CmdPath::*mField;
     const char* mPrimary;  ///< taken if something exists there
-    const char* mFallback; ///< taken otherwise, untested: a tool that exists nowhere shows when a line fails
+    const char* mFallback; ///< taken otherwise, untested
 };
 
 inline constexpr ToolPath TOOL_PATHS[] = {

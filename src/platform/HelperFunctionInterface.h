@@ -23,7 +23,7 @@ public:
         THPM_ACTION_RUN = 1      ///< for PreCheckForAction
     };
 
-    /** Levels of the system log; all from THPM_SYS_LOG_DEBUG upward are debug. */
+    /** Levels of the system log. THPM_SYS_LOG_DEBUG and all higher numbers are debug. */
     enum THPM_SYS_LOG_LEVEL : int
     {
         THPM_SYS_LOG_ERROR = 0,
@@ -57,27 +57,26 @@ public:
      * Runs a shell line and waits for its end.
      * @param output  receives the standard output, without limit; emptied first
      * @return the raw status as pclose gives it (an exit code times 256), or errno if no pipe could be
-     * opened. Only 0 means success; the other values can't be told apart for certain.
+     * opened. Only 0 means success: the other values may be a status or an errno.
      */
     virtual int ExecuteCommandWithRc(const char* command, std::string& output) = 0;
 
     // ---- Actions of the command line
 
     /**
-     * What has to hold before an action: for THPM_ACTION_RUN the result of reading the configuration, else
-     * 0.
+     * The check before an action: for THPM_ACTION_RUN the result of reading the configuration, else 0.
      */
     virtual int PreCheckForAction(THPM_ACTION_TYPE type) = 0;
 
-    /** What follows an action: for THPM_ACTION_INSTALL a note on the console. Always 0. */
+    /** The step after an action: for THPM_ACTION_INSTALL a note on the console. Always 0. */
     virtual int PostCheckForAction(THPM_ACTION_TYPE type) = 0;
 
     // ---- Machine and processes
 
-    /** Number of processors by /proc/cpuinfo, probed until it is not 0. */
+    /** Number of processors by /proc/cpuinfo, asked for again as long as it is 0. */
     virtual int GetCPUCount() = 0;
 
-    /** MemTotal of /proc/meminfo in kilobytes, probed until it is not 0. */
+    /** MemTotal of /proc/meminfo in kilobytes, asked for again as long as it is 0. */
     virtual std::int64_t GetTotalSizeOfMemoryInKB() = 0;
 
     /** 0 for any argument. */
@@ -104,7 +103,7 @@ public:
 
     /**
      * Makes the evidence folders of a process and appends the path of a new evidence file to `outputPath`.
-     * @param folderName    first folder below the evidence root, used as it stands
+     * @param folderName    first folder below the evidence root, used unchanged
      * @param counterLabel  end of the file's name, before the suffix
      * @param outputPath    passed empty; unchanged when a folder can't be made
      * @param fileSuffix    suffix without its dot, empty for none
@@ -148,8 +147,8 @@ public:
     virtual void RemoveDir(std::string folderName, int pid) = 0;
 
     /**
-     * Raises the product's log levels for a process, once per run of the service. Worker thread; waits for
-     * the tool.
+     * Raises the product's log levels for a process, once in a run of the service, and waits for the tool.
+     * Worker thread.
      */
     virtual void IncreaseLogging(std::string processName) = 0;
 
@@ -163,7 +162,7 @@ public:
     /** Process id of the first listed process whose command line holds `marker`, or -1. Worker thread. */
     virtual int GetTarnhavenJavaProcesses(std::string marker) = 0;
 
-    /** True when the id stands in the id table, which is as old as its last refresh. Worker thread. */
+    /** True when the id table has the id. The table is as old as its last refresh. Worker thread. */
     virtual bool isProcessAlive(int pid) = 0;
 
     /**
@@ -180,15 +179,15 @@ public:
 
     // ---- System services
 
-    /** One entry of the system log, which the daemon has opened. */
+    /** Writes one entry to the system log, which the daemon has opened. */
     virtual void WriteLogToSystem(std::string text, THPM_SYS_LOG_LEVEL level) = 0;
 
-    /** Cancels a thread and joins it; both results are ignored. */
+    /** Cancels a thread and joins it. Both results are ignored. */
     virtual void CloseRunningThread(unsigned long threadId) = 0;
 
     /**
-     * One mkdir with mode 0755 (octal). True on success and when something of that name exists. The flag
-     * isn't used.
+     * One mkdir with mode 0755 (octal), of the last folder alone. True on success and when something of that
+     * name exists. The flag isn't used.
      */
     virtual bool HF_CreateDir(std::string path, bool recursive) = 0;
 
@@ -202,8 +201,7 @@ public:
     virtual std::string HF_CommandToCleanFolder(std::string path) = 0;
 
     /**
-     * True when `stat` succeeds and the mode has the S_IFDIR bit, which block devices and sockets have as
-     * well.
+     * True when `stat` succeeds and the mode has the S_IFDIR bit, which block devices and sockets have too.
      */
     virtual bool HF_DoesFolderExist(const std::string& path) = 0;
 };

@@ -12,7 +12,7 @@ class CmdPath;
  * `filter` is an extended regular expression, as JoinNames makes it.
  */
 
-/** What ps prints: columns and the pipe behind them. */
+/** Arguments of ps: the columns, and the pipe to the filter. */
 inline constexpr char COMMAND_COLUMNS[] = "-eo pid,command | ";
 inline constexpr char CPU_COLUMNS[] = "-eo pid,%cpu,command | ";            ///< percent of one processor
 inline constexpr char MEMORY_PERCENT_COLUMNS[] = "-eo pid,%mem,command | "; ///< percent of the memory

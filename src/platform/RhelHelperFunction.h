@@ -2,7 +2,7 @@
 
 #include "platform/UnixHelperFunction.h"
 
-/** The helper of Red Hat and Oracle hosts, whose ps is asked for the one process alone. */
+/** The helper of Red Hat and Oracle hosts, where ps lists one process alone for its CPU use. */
 class RhelHelperFunction : public UnixHelperFunction
 {
 public:

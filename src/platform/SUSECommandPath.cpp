@@ -2,8 +2,7 @@
 
 SuseCmdPath::SuseCmdPath()
 {
-    // Intentional: without a test, and over a netstat that was found elsewhere. On SUSE this one is
-    // installed.
+    // Intentional: SUSE always uses /bin/netstat, present or not, also where one was found elsewhere.
     mNetstat = SUSE_NETSTAT_PATH;
 }
 

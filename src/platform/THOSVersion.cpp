@@ -10,7 +10,7 @@ struct ReleaseFile
     eOSType mType;
 };
 
-// In this order: the first that exists decides.
+// The first file that exists decides.
 constexpr ReleaseFile RELEASE_FILES[] = {
     {"/etc/redhat-release", eOSRedHat},
     {"/etc/oracle-release", eOSRedHat},

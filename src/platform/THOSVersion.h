@@ -2,7 +2,7 @@
 
 #include <string>
 
-/** What GetOSType tells apart. */
+/** Results of GetOSType. */
 enum eOSType
 {
     eOSRedHat = 0, ///< Red Hat or Oracle
@@ -14,8 +14,8 @@ enum eOSType
 bool IsFileExists(std::string path);
 
 /**
- * The kind of distribution, told by which release file exists; their contents aren't read.
+ * The kind of distribution, by which release file exists. The contents of the files aren't read.
  *
- * @return an eOSType value. Tested anew on every call, nothing is stored. Any thread.
+ * @return an eOSType value, found out anew at every call. Any thread.
  */
 int GetOSType();

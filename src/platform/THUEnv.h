@@ -3,17 +3,17 @@
 #include <string>
 
 /**
- * Where the product and this program live on the machine.
+ * Paths of the product and of this program.
  *
- * Each function builds its text anew from fixed words on every call; nothing is cached or read from the
- * environment, and no path ends in a slash. Any thread may call them.
+ * Each function builds its text from fixed words at every call. Nothing is cached or read from the
+ * environment, and no path ends in a slash. Any thread.
  */
 
 std::string GetTHBasePath();          ///< install root of all products, /usr/tarnv
 std::string GetTHPath();              ///< the product, /usr/tarnv/tarnhaven
-std::string GetTHWebserverPath();     ///< the web server; it hangs from the base path, not from the product
+std::string GetTHWebserverPath();     ///< the web server, below the base path and not below the product
 std::string GetTHWebserverTempPath(); ///< folder in which the web server's user may write
-std::string GetTHTempPath();          ///< folder of the lock files; it hangs from the base path too
+std::string GetTHTempPath();          ///< folder of the lock files, below the base path too
 std::string GetTHBinPath();           ///< programs of the product
 std::string GetTHLogPath();           ///< logs of the product
 std::string GetTHPerfMonLogDirName(); ///< name of this program's log folder
@@ -32,7 +32,7 @@ std::string GetTHPerfMonLogFilePath();
 /** The file name of a program: `name` unchanged, as programs have no extension on this platform. */
 std::string AppendBinExt(std::string name);
 
-/** `first`, a slash, `second`. A slash that `first` ends with isn't looked for, so two in a row can arise. */
+/** `first`, a slash, `second`. A slash at the end of `first` stays, so there may be two. */
 std::string AppendPaths(std::string first, std::string second);
 
 /** `text` between two double quotes. Nothing inside is escaped. */

@@ -24,8 +24,8 @@ void LowerCase(std::string& text)
     }
 }
 
-// basename and dirname may write into what they are given, so they get a copy.
-std::string TakeApart(const std::string& token, char* (*part)(char*))
+// basename and dirname may write to their argument, so they get a copy.
+std::string GetPathPart(const std::string& token, char* (*part)(char*))
 {
     if (token.empty()) {
         return "";
@@ -61,7 +61,7 @@ std::string UnixHelperFunction::trim(const std::string& text)
 {
     const std::size_t first = text.find_first_not_of(BLANK);
     if (first == std::string::npos) {
-        return text; // nothing but blanks stays as it is: callers count on it
+        return text; // Intentional: a text of blanks is unchanged, so a list of one blank has one element
     }
     return text.substr(first, text.find_last_not_of(BLANK) - first + 1);
 }
@@ -105,12 +105,12 @@ double UnixHelperFunction::GetDoubleValue(std::string text, int index, std::stri
 
 std::string UnixHelperFunction::GetProcDir(std::string text, int index, std::string delimiter)
 {
-    return TakeApart(GetToken(text, index, delimiter), dirname);
+    return GetPathPart(GetToken(text, index, delimiter), dirname);
 }
 
 std::string UnixHelperFunction::GetProcName(std::string text, int index, std::string delimiter)
 {
-    return TakeApart(GetToken(text, index, delimiter), basename);
+    return GetPathPart(GetToken(text, index, delimiter), basename);
 }
 
 std::string UnixHelperFunction::RemoveConsecutiveSpaces(std::string text)

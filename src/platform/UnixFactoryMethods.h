@@ -2,5 +2,6 @@
 
 class CmdPath;
 
-/** A new CmdPath, of the SUSE kind when GetOSType() is exactly 1. The caller owns it. Any thread. */
+/** A new CmdPath, of the SUSE kind when GetOSType() is exactly 1. Never null. The caller owns it. Any thread.
+ */
 CmdPath* GetCmdPathInstance();

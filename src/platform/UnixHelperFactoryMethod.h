@@ -4,9 +4,9 @@ class HelperFunctionInterface;
 class UnixHelperFunction;
 
 /**
- * A new helper, of the Red Hat kind when GetOSType() is 0. Nothing is cached, so each call looks at the
- * release files and at the tools again. The caller owns the object and keeps it to one thread. Any thread may
- * call.
+ * A new helper, of the Red Hat kind when GetOSType() is 0. Nothing is cached: each call looks at the release
+ * files and the tools again. The caller owns the object and uses it on one thread. Any thread may call.
+ * @return null when there is no helper for the platform. Every caller checks it.
  */
 HelperFunctionInterface* GetHelperFunctionInstance();
 

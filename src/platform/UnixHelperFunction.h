@@ -23,18 +23,32 @@ public:
     UnixHelperFunction(const UnixHelperFunction&) = delete;
     UnixHelperFunction& operator=(const UnixHelperFunction&) = delete;
 
+    // ---- Text
+
     std::string trim(const std::string& text) override;
     bool CompareIgnoreCase(std::string first, std::string second) override;
     void ToLowerCase(std::string& text) override;
+
+    // ---- Shell lines
+
     std::string ExecuteCommand(const char* command) override;
     int ExecuteCommandWithRc(const char* command, std::string& output) override;
+
+    // ---- Actions of the command line
+
     int PreCheckForAction(THPM_ACTION_TYPE type) override;
     int PostCheckForAction(THPM_ACTION_TYPE type) override;
+
+    // ---- Machine and processes
+
     int GetCPUCount() override;
     std::int64_t GetTotalSizeOfMemoryInKB() override;
     int FindProcessId(const std::string& processName) override;
     void PopulateProcessNameAndProcessIDMap(std::multimap<std::string, int>& table) override;
     void PopulateProcessIDAndProcessNameMap(std::map<int, std::string>& table) override;
+
+    // ---- Evidence
+
     int TakeMemorySnapshotAndDump(std::string processName, int pid, std::string eventText,
                                   std::string counterLabel) override;
     void GenerateFileName(std::string folderName, int pid, std::string counterLabel, std::string& outputPath,
@@ -58,11 +72,17 @@ public:
     void SendEmailNotification(std::string subject, std::string processName, int pid,
                                unsigned long long threshold, unsigned long long usage, std::string unit,
                                bool breached) override;
+
+    // ---- Java and liveness
+
     int GetTarnhavenJavaProcesses(std::string marker) override;
     bool isProcessAlive(int pid) override;
     bool CreateJavaProcessDump(std::string javaProcessName, std::string jdkHome, int pid,
                                std::string counterLabel) override;
     void GetJavaProcessOSName(std::string& name) override;
+
+    // ---- System services
+
     void WriteLogToSystem(std::string text, THPM_SYS_LOG_LEVEL level) override;
     void CloseRunningThread(unsigned long threadId) override;
     bool HF_CreateDir(std::string path, bool recursive) override;
@@ -71,7 +91,7 @@ public:
     std::string HF_CommandToCleanFolder(std::string path) override;
     bool HF_DoesFolderExist(const std::string& path) override;
 
-    // ---- Usage probes: one shell pipeline each; 0.0 when the process isn't found under that id and name
+    // ---- Usage probes: one shell line each; 0.0 when no process has that id and name
 
     /** CPU column of ps: percent of one processor, averaged over the life of the process. Worker thread. */
     virtual double GetCPUUsageForProcessInPercent(std::string processName, int pid);
@@ -82,17 +102,17 @@ public:
     /** Resident size in megabytes, from the rss column of ps. Worker thread. */
     virtual double GetMemoryUsageForProcessInMB(std::string processName, int pid);
 
-    // ---- Evidence workers: run on the thread of their capture and return when their lines have run
+    // ---- Evidence workers: run on the thread of their capture and return after their last line
 
     /** Samples the memory tools mNumberOfReadings times, mReadingInterval seconds apart. */
     virtual void ExecuteMemStat(std::string processName, int pid, std::string counterLabel,
                                 std::string javaProcessName);
 
-    /** Starts iostat and mpstat, each on a thread and into a file of its own; doesn't wait for them. */
+    /** Starts iostat and mpstat, each on its own thread and with its own file, and doesn't wait for them. */
     virtual void ExecuteDiskStat(std::string processName, int pid, std::string counterLabel,
                                  std::string javaProcessName);
 
-    /** Memory map, status and stack of the process into one evidence file. */
+    /** Writes memory map, status and stack of the process to one evidence file. */
     virtual void ExecuteProcessSpecificCmd(std::string processName, int pid, std::string counterLabel,
                                            std::string javaProcessName);
 
@@ -107,15 +127,17 @@ public:
 
     // ---- Machine probes
 
-    /** Fills mCPUCount from /proc/cpuinfo; leaves it when the pipeline prints nothing. */
+    /** Sets mCPUCount from /proc/cpuinfo. Without output it stays as it is. */
     virtual void SetCPUCount();
 
-    /** Fills mTotalMemoryInKB from /proc/meminfo; leaves it when the pipeline prints nothing. */
+    /** Sets mTotalMemoryInKB from /proc/meminfo. Without output it stays as it is. */
     virtual void SetTotalSizeOfMemoryInKB();
 
     // ---- Text: the token `index` (from 0) of `text`, split at the whole of `delimiter`
 
-    /** The token itself; empty past the last one and for a negative index. Neighbouring delimiters hold one.
+    /**
+     * The token itself; empty after the last one and for a negative index. Two delimiters in a row have an
+     * empty token between them.
      */
     virtual std::string GetToken(std::string text, int index, std::string delimiter);
 
@@ -126,8 +148,8 @@ public:
     virtual int GetPid(std::string text, int index, std::string delimiter);
 
     /**
-     * A grep pattern for the whole word, at will bound to start and end of the line, there with blanks
-     * allowed.
+     * A grep pattern for the whole word, which can be bound to the start or the end of the line, with blanks
+     * allowed there.
      */
     virtual std::string GetCompleteMatchWrap(std::string word, bool anchorStart, bool anchorEnd,
                                              bool spaceAtStart, bool spaceAtEnd);
@@ -163,8 +185,8 @@ public:
 
     /**
      * Starts a detached thread.
-     * @param threadId  receives the id; unchanged on failure, and detached even then, so it must come in as
-     * the id of a thread for which that is harmless (see GetMainThreadId)
+     * @param threadId  receives the id. On failure it is unchanged and detached all the same, so the caller
+     * passes the id of a thread for which that is harmless (GetMainThreadId)
      * @return true when the thread runs; then the thread owns `argument`
      */
     virtual bool CreateThreadWithoutWait(unsigned long& threadId, ThreadFunction function, void* argument);
@@ -175,13 +197,14 @@ public:
     /** Appends the section head of a command to an evidence file. True when it was written. */
     virtual bool EchoCommandToFile(std::string command, std::string outputFile);
 
-    /** The line with its output sent to `file`, appended or not, with its error output too or not. */
+    /** The line with its output sent to `file`, in place of its content or after it; also its errors if
+     * asked. */
     virtual std::string RedirectCommand(std::string command, std::string file, bool append, bool withStderr);
 
-    /** Owner of a process by ps, "root" when it isn't found. */
+    /** Owner of a process by ps; "root" when ps doesn't list it. */
     virtual std::string GetUserOfProcess(int pid);
 
-    /** Folder in which a dump of that process may be written by its owner. */
+    /** Folder in which the owner of the process can write a dump. */
     virtual std::string GetTempPathBasedOnUserContext(int pid);
 
     /** CollectCommandData on a detached thread of its own. Returns at once. */
@@ -189,7 +212,7 @@ public:
                                                 std::string arguments, int filterPid);
 
 protected:
-    /** Runs a usage line and takes its value column; 0.0 unless process id and name are the expected ones. */
+    /** Runs a usage line. @return its second column; 0.0 unless process id and name are the expected ones */
     double ReadUsage(const std::string& line, const std::string& processName, int pid);
 
     CmdPath* mCmdPath;             ///< owned
@@ -197,7 +220,7 @@ protected:
     std::int64_t mTotalMemoryInKB; ///< 0 until known
 
 private:
-    /** Output of a shell line as fields one blank apart; several lines of it run together. */
+    /** Runs a shell line. @return its output, fields one blank apart, all lines joined */
     std::string ExecuteForFields(const std::string& line);
     double GetUsage(const std::string& columns, const std::string& processName, int pid);
 };
