@@ -1,5 +1,6 @@
 #include "platform/UnixHelperFunction.h"
 
+#include "base/MainThread.h"
 #include "config/ConfigurationMgr.h"
 #include "platform/CommandPath.h"
 #include "support/ConfigurationFixture.h"
@@ -280,7 +281,7 @@ TEST_F(UnixHelper, JoinsEvenWhenTheCancellationFails)
     EXPECT_THAT(calls, ElementsAre("cancel 42", "join 42"));
 }
 
-TEST(HarmlessThreadId, IsTheMainThreadOnAnyThread)
+TEST(MainThreadId, IsTheMainThreadOnAnyThread)
 {
     const unsigned long mainThread = pthread_self();
     EXPECT_EQ(GetMainThreadId(), mainThread);
