@@ -1,6 +1,6 @@
 #pragma once
 
-#include "cli/THPerfMon.h"
+#include "cli/CommandActions.h"
 
 /**
  * The words of the command line. Pure data: the program looks its argument up here, and manual page and

@@ -1,23 +1,12 @@
 #pragma once
 
+#include "cli/CommandActions.h"
+
 #include <string>
 
 /**
  * The program's entry: parses the command line, performs the action and returns the exit status. Main thread.
  */
-
-enum eCommandActions : int
-{
-    eActionInvalid = 0,
-    eActionInstall = 1,
-    eActionUninstall = 2,
-    eActionStart = 3,
-    eActionStop = 4,
-    eActionRun = 5,
-    eActionListConfig = 6,
-    eActionHelp = 7,
-    eActionVersion = 8
-};
 
 constexpr int PROGRAM_NAME_SIZE = 16;
 
