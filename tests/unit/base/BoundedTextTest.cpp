@@ -24,8 +24,3 @@ TEST(BoundedText, EndsAtTheFirstNul)
 {
     EXPECT_EQ(FormatBounded(8, "ab%ccd", '\0'), "ab");
 }
-
-TEST(BoundedText, HoldsEveryProcessId)
-{
-    EXPECT_EQ(FormatBounded(PID_TEXT_SIZE, "%d", -2147483647 - 1), "-2147483648");
-}
