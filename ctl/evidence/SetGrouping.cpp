@@ -55,7 +55,8 @@ void PlaceFile(std::vector<EvidenceSet>& sets, const std::string& process, int p
 bool IsBetterHome(const EvidenceSet& left, const EvidenceSet& right, int number)
 {
     const auto rate = [number](const EvidenceSet& set) {
-        return std::make_tuple(set.Find(FileKind::HeapDump) != nullptr, set.number == number, set.time);
+        return std::make_tuple(set.Find(FileKind::HeapDump) != nullptr, set.Find(FileKind::Core) == nullptr,
+                               set.number == number, set.time);
     };
     return rate(left) > rate(right);
 }
@@ -65,7 +66,7 @@ EvidenceSet* FindHome(std::vector<EvidenceSet>& sets, const FoundFile& dump)
     EvidenceSet* home = nullptr;
     for (EvidenceSet& set : sets) {
         const bool fits = set.label == dump.label && set.time <= dump.file.time &&
-                          set.Find(FileKind::ThreadDump) == nullptr && set.Find(FileKind::Core) == nullptr;
+                          set.Find(FileKind::ThreadDump) == nullptr;
         if (fits && (home == nullptr || IsBetterHome(set, *home, dump.number))) {
             home = &set;
         }

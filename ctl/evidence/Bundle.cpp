@@ -1,0 +1,254 @@
+#include "evidence/Bundle.h"
+
+#include "base/Document.h"
+#include "evidence/DataScan.h"
+#include "evidence/Sha256.h"
+
+#include <algorithm>
+#include <filesystem>
+#include <memory>
+#include <stdexcept>
+
+#include <archive.h>
+#include <archive_entry.h>
+
+namespace ctl
+{
+namespace
+{
+constexpr char FOLDER[] = "thsentinel/";
+constexpr mode_t ENTRY_MODE = 0600;
+constexpr std::size_t ZERO_BLOCK = 64 * 1024;
+
+struct WriterDeleter
+{
+    void operator()(archive* writer) const { archive_write_free(writer); }
+};
+
+struct EntryDeleter
+{
+    void operator()(archive_entry* entry) const { archive_entry_free(entry); }
+};
+
+bool IsText(FileKind kind)
+{
+    return kind != FileKind::Core && kind != FileKind::HeapDump;
+}
+
+/** A tar that is written, file by file. */
+class TarWriter
+{
+public:
+    explicit TarWriter(int output) : mWriter(archive_write_new())
+    {
+        Demand(mWriter != nullptr);
+        Demand(archive_write_add_filter_zstd(mWriter.get()) == ARCHIVE_OK);
+        Demand(archive_write_set_format_pax_restricted(mWriter.get()) == ARCHIVE_OK);
+        Demand(archive_write_open_fd(mWriter.get(), output) == ARCHIVE_OK);
+    }
+
+    void Begin(const std::string& name, std::uint64_t bytes, std::time_t modified)
+    {
+        const std::unique_ptr<archive_entry, EntryDeleter> entry(archive_entry_new());
+        Demand(entry != nullptr);
+        archive_entry_set_pathname(entry.get(), name.c_str());
+        archive_entry_set_filetype(entry.get(), AE_IFREG);
+        archive_entry_set_perm(entry.get(), ENTRY_MODE);
+        archive_entry_set_size(entry.get(), static_cast<la_int64_t>(bytes));
+        archive_entry_set_mtime(entry.get(), modified, 0);
+        Demand(archive_write_header(mWriter.get(), entry.get()) == ARCHIVE_OK);
+    }
+
+    void Take(std::string_view bytes)
+    {
+        const la_ssize_t written = archive_write_data(mWriter.get(), bytes.data(), bytes.size());
+        Demand(written >= 0 && static_cast<std::size_t>(written) == bytes.size());
+    }
+
+    void Finish() { Demand(archive_write_close(mWriter.get()) == ARCHIVE_OK); }
+
+private:
+    void Demand(bool isDone) const
+    {
+        if (!isDone) {
+            const char* const reason = mWriter == nullptr ? nullptr : archive_error_string(mWriter.get());
+            throw std::runtime_error(std::string("the bundle can't be written: ") +
+                                     (reason == nullptr ? "no memory" : reason));
+        }
+    }
+
+    const std::unique_ptr<archive, WriterDeleter> mWriter;
+};
+
+using BytesTaker = std::function<void(std::string_view bytes)>;
+
+/** Gives all bytes of a file, the holes as zeros. */
+void ReadWhole(int file, std::uint64_t bytes, const BytesTaker& take)
+{
+    const std::string zeros(ZERO_BLOCK, '\0');
+    std::uint64_t next = 0;
+    const auto fill = [&](std::uint64_t end) {
+        while (next < end) {
+            const std::size_t size = std::min<std::uint64_t>(zeros.size(), end - next);
+            take(std::string_view(zeros).substr(0, size));
+            next += size;
+        }
+    };
+    const DataScan scan = ReadData(file, bytes, [&](std::uint64_t offset, std::string_view block) {
+        fill(offset);
+        take(block);
+        next = offset + block.size();
+    });
+    if (!scan.failure.empty()) {
+        throw std::runtime_error("a file of the set " + scan.failure);
+    }
+    fill(bytes);
+}
+
+/** Gives the lines of a text with their values hidden. Returns how many were. */
+std::size_t ReadHidden(int file, std::uint64_t bytes, const Redaction& redaction, const BytesTaker& take)
+{
+    std::size_t hidden = 0;
+    const DataScan scan =
+        ReadLines(file, 0, bytes, [&](std::string_view line) { take(redaction.Hide(line, hidden) + "\n"); });
+    if (!scan.failure.empty()) {
+        throw std::runtime_error("a file of the set " + scan.failure);
+    }
+    return hidden;
+}
+
+/** Writes the files of one set. */
+class BundleWriter
+{
+public:
+    BundleWriter(int output, const EvidenceTree& tree, const EvidenceSet& set, const BundleRules& rules)
+        : mTar(output), mTree(tree), mSet(set), mRules(rules)
+    {}
+
+    std::vector<BundledFile> Run(const SetReport& report)
+    {
+        const OpenedFile folder = OpenSetFolder(mTree, mSet);
+        if (!folder.IsOpen()) {
+            throw std::runtime_error(mSet.folder + ": " + folder.failure);
+        }
+        for (const EvidenceFile& file : mSet.files) {
+            AddFile(folder.file.Get(), file);
+        }
+        AddManifest(report);
+        mTar.Finish();
+        return std::move(mFiles);
+    }
+
+private:
+    void AddFile(int folder, const EvidenceFile& file)
+    {
+        BundledFile bundled;
+        bundled.path = (std::filesystem::path(mSet.folder) / file.name).lexically_normal().string();
+        bundled.bytes = file.bytes;
+        const OpenedFile opened = OpenEvidenceFile(folder, file);
+        if (!mRules.withCores && !IsText(file.kind)) {
+            bundled.leftOutWhy = "cores and heap dumps are bundled with --with-cores only";
+        } else if (!opened.IsOpen()) {
+            bundled.leftOutWhy = opened.failure;
+        } else {
+            bundled.bytes = static_cast<std::uint64_t>(opened.status.st_size);
+            Copy(opened.file.Get(), file, bundled);
+        }
+        mFiles.push_back(std::move(bundled));
+    }
+
+    void Copy(int opened, const EvidenceFile& file, BundledFile& bundled)
+    {
+        const std::uint64_t bytes = bundled.bytes;
+        const bool isHidden = mRules.redaction && IsText(file.kind);
+        if (isHidden) { // the tar wants the size first, so the text is gone through twice
+            bundled.bytes = 0;
+            bundled.hidden = ReadHidden(opened, bytes, *mRules.redaction,
+                                        [&bundled](std::string_view text) { bundled.bytes += text.size(); });
+        }
+        mTar.Begin(FOLDER + bundled.path, bundled.bytes, file.modified);
+        Sha256 digest;
+        std::uint64_t written = 0;
+        const auto take = [&](std::string_view text) {
+            const std::string_view taken = text.substr(0, bundled.bytes - written);
+            written += taken.size();
+            digest.Take(taken);
+            mTar.Take(taken);
+            if (mRules.progress) {
+                mRules.progress(taken.size());
+            }
+        };
+        if (isHidden) {
+            (void)ReadHidden(opened, bytes, *mRules.redaction, take); // counted before
+        } else {
+            ReadWhole(opened, bytes, take);
+        }
+        if (written != bundled.bytes) {
+            throw std::runtime_error(bundled.path + " changed while it was bundled; try again");
+        }
+        bundled.sha256 = digest.Finish();
+    }
+
+    Json MakeManifest(const SetReport& report) const
+    {
+        Json manifest = BeginDocument("bundle");
+        manifest["set"] = {{"id", ToJson(mSet.GetId())},
+                           {"process", ToJson(mSet.process)},
+                           {"pid", mSet.pid},
+                           {"resource", ToJson(mSet.resource)},
+                           {"number", mSet.number},
+                           {"time", TimeToJson(mSet.time)},
+                           {"state", GetStateName(report.state)}};
+        manifest["problems"] = Json::array();
+        for (const std::string& problem : report.problems) {
+            manifest["problems"].push_back(ToJson(problem));
+        }
+        manifest["hiddenWords"] = Json::array();
+        if (mRules.redaction) {
+            for (const std::string& word : mRules.redaction->GetWords()) {
+                manifest["hiddenWords"].push_back(ToJson(word));
+            }
+        }
+        AddFiles(manifest);
+        return manifest;
+    }
+
+    void AddFiles(Json& manifest) const
+    {
+        manifest["files"] = Json::array();
+        manifest["leftOut"] = Json::array();
+        for (const BundledFile& file : mFiles) {
+            Json json = {{"path", ToJson(FOLDER + file.path)}, {"bytes", file.bytes}};
+            if (file.leftOutWhy.empty()) {
+                json["sha256"] = file.sha256;
+                json["hidden"] = file.hidden;
+                manifest["files"].push_back(std::move(json));
+            } else {
+                json["reason"] = ToJson(file.leftOutWhy);
+                manifest["leftOut"].push_back(std::move(json));
+            }
+        }
+    }
+
+    void AddManifest(const SetReport& report)
+    {
+        const std::string text = MakeManifest(report).dump(2) + "\n";
+        mTar.Begin(MANIFEST_NAME, text.size(), std::time(nullptr));
+        mTar.Take(text);
+    }
+
+    TarWriter mTar;
+    const EvidenceTree& mTree;
+    const EvidenceSet& mSet;
+    const BundleRules& mRules;
+    std::vector<BundledFile> mFiles;
+};
+} // namespace
+
+std::vector<BundledFile> WriteBundle(int output, const EvidenceTree& tree, const EvidenceSet& set,
+                                     const SetReport& report, const BundleRules& rules)
+{
+    return BundleWriter(output, tree, set, rules).Run(report);
+}
+
+} // namespace ctl

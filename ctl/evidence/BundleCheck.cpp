@@ -1,0 +1,175 @@
+#include "evidence/Bundle.h"
+
+#include "base/Document.h"
+#include "evidence/Sha256.h"
+
+#include <map>
+#include <memory>
+#include <stdexcept>
+
+#include <archive.h>
+#include <archive_entry.h>
+
+namespace ctl
+{
+namespace
+{
+constexpr std::size_t LONGEST_MANIFEST = 16 * 1024 * 1024;
+constexpr std::size_t MOST_FILES = 10'000;
+constexpr std::size_t BLOCK = 64 * 1024;
+
+struct ReaderDeleter
+{
+    void operator()(archive* reader) const { archive_read_free(reader); }
+};
+
+/** Size and digest of a file, as found or as promised. */
+struct Measure
+{
+    std::uint64_t bytes = 0;
+    std::string sha256;
+};
+
+/** Reads a bundle from its first to its last byte. */
+class BundleReader
+{
+public:
+    BundleReader(int input, const std::function<void(std::uint64_t)>& progress)
+        : mReader(archive_read_new()), mProgress(progress)
+    {
+        // These two alone: a bundle comes from elsewhere, and other formats have no place in it.
+        archive_read_support_filter_zstd(mReader.get());
+        archive_read_support_format_tar(mReader.get());
+        if (archive_read_open_fd(mReader.get(), input, BLOCK) != ARCHIVE_OK) {
+            Fail("is no bundle");
+        }
+    }
+
+    BundleReport Run()
+    {
+        archive_entry* entry = nullptr;
+        int result = 0;
+        while ((result = archive_read_next_header(mReader.get(), &entry)) == ARCHIVE_OK) {
+            TakeEntry(entry);
+        }
+        if (result != ARCHIVE_EOF) {
+            if (mFound.empty() && mManifest.empty()) {
+                Fail("is no bundle");
+            }
+            mReport.problems.push_back(std::string("the bundle is cut short or damaged: ") + GetReason());
+        }
+        Compare();
+        return std::move(mReport);
+    }
+
+private:
+    std::string GetReason() const
+    {
+        const char* const reason = archive_error_string(mReader.get());
+        return reason == nullptr ? "no reason given" : reason;
+    }
+
+    [[noreturn]] void Fail(const std::string& text) const
+    {
+        throw std::runtime_error(text + ": " + GetReason());
+    }
+
+    void TakeEntry(archive_entry* entry)
+    {
+        const char* const given = archive_entry_pathname(entry);
+        const std::string name = given == nullptr ? "" : given;
+        if (archive_entry_filetype(entry) != AE_IFREG || archive_entry_hardlink(entry) != nullptr) {
+            mReport.problems.push_back(name + ": is no plain file");
+        } else if (name == MANIFEST_NAME && mManifest.empty()) {
+            ReadEntry([this](std::string_view bytes) { TakeManifest(bytes); });
+        } else if (mFound.size() == MOST_FILES || mFound.count(name) != 0) {
+            mReport.problems.push_back(name + ": is one file too many");
+        } else {
+            Measure measure;
+            Sha256 digest;
+            ReadEntry([&](std::string_view bytes) {
+                measure.bytes += bytes.size();
+                digest.Take(bytes);
+            });
+            measure.sha256 = digest.Finish();
+            mFound.emplace(name, std::move(measure));
+        }
+    }
+
+    void ReadEntry(const std::function<void(std::string_view)>& take)
+    {
+        const auto buffer = std::make_unique<char[]>(BLOCK);
+        la_ssize_t count = 0;
+        while ((count = archive_read_data(mReader.get(), buffer.get(), BLOCK)) > 0) {
+            take({buffer.get(), static_cast<std::size_t>(count)});
+            mProgress(static_cast<std::uint64_t>(count));
+        }
+    }
+
+    void TakeManifest(std::string_view bytes)
+    {
+        if (mManifest.size() + bytes.size() > LONGEST_MANIFEST) {
+            throw std::runtime_error("the manifest is too long");
+        }
+        mManifest += bytes;
+    }
+
+    /** The files that the manifest promises; nothing of a manifest that is none. */
+    std::map<std::string, Measure> ParseManifest()
+    {
+        std::map<std::string, Measure> promised;
+        const Json manifest = Json::parse(mManifest, nullptr, false);
+        if (!manifest.is_object() || !manifest.contains("files") || !manifest["files"].is_array()) {
+            mReport.problems.push_back(std::string(MANIFEST_NAME) +
+                                       (mManifest.empty() ? ": is missing" : ": is damaged"));
+            return promised;
+        }
+        for (const Json& file : manifest["files"]) {
+            if (file.is_object() && file.value("path", Json()).is_string() &&
+                file.value("bytes", Json()).is_number_unsigned() &&
+                file.value("sha256", Json()).is_string()) {
+                promised[file["path"]] = {file["bytes"], file["sha256"]};
+            } else {
+                mReport.problems.push_back(std::string(MANIFEST_NAME) + ": is damaged");
+            }
+        }
+        return promised;
+    }
+
+    void Compare()
+    {
+        const std::map<std::string, Measure> promised = ParseManifest();
+        for (const auto& [name, measure] : promised) {
+            const auto found = mFound.find(name);
+            if (found == mFound.end()) {
+                mReport.problems.push_back(name + ": is missing");
+            } else if (found->second.bytes != measure.bytes) {
+                mReport.problems.push_back(name + ": has " + std::to_string(found->second.bytes) +
+                                           " bytes, " + std::to_string(measure.bytes) + " by the manifest");
+            } else if (found->second.sha256 != measure.sha256) {
+                mReport.problems.push_back(name + ": is not what was bundled; its SHA-256 differs");
+            }
+        }
+        for (const auto& [name, measure] : mFound) {
+            ++mReport.files;
+            mReport.bytes += measure.bytes;
+            if (promised.count(name) == 0) {
+                mReport.problems.push_back(name + ": is not in the manifest");
+            }
+        }
+    }
+
+    const std::unique_ptr<archive, ReaderDeleter> mReader;
+    const std::function<void(std::uint64_t)>& mProgress;
+    std::map<std::string, Measure> mFound;
+    std::string mManifest;
+    BundleReport mReport;
+};
+} // namespace
+
+BundleReport CheckBundle(int input, const std::function<void(std::uint64_t bytes)>& progress)
+{
+    return BundleReader(input, progress).Run();
+}
+
+} // namespace ctl

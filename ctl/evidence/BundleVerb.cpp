@@ -1,0 +1,179 @@
+#include "evidence/EvidenceVerbs.h"
+
+#include "base/ByteSize.h"
+#include "base/Common.h"
+#include "base/Document.h"
+#include "base/ExitStatus.h"
+#include "base/PlainText.h"
+#include "base/Progress.h"
+#include "evidence/Bundle.h"
+#include "evidence/EvidenceSource.h"
+#include "evidence/PrivateFile.h"
+
+#include <iostream>
+#include <memory>
+#include <sstream>
+#include <stdexcept>
+
+#include <CLI/CLI.hpp>
+
+namespace ctl
+{
+namespace
+{
+constexpr VerbText BUNDLE = {"bundle", "Packs an evidence set for somebody else, or checks such a bundle",
+                             "thsentinelctl bundle tbrd/4321/Evidence1 -o evidence.tar.zst\n"
+                             "thsentinelctl bundle --check evidence.tar.zst"};
+constexpr std::size_t LONGEST_LIST = 1024 * 1024;
+
+struct BundleOptions
+{
+    std::string set;
+    std::string output;
+    std::string check;
+    std::string list;
+    bool withCores = false;
+    bool hidesNothing = false;
+    bool replaces = false;
+};
+
+Redaction ReadRedaction(const std::string& path)
+{
+    Redaction redaction;
+    if (path.empty()) {
+        return redaction;
+    }
+    const FileText list = ReadFile(AT_FDCWD, path, LONGEST_LIST);
+    if (!list.IsRead() || list.isCut) {
+        throw std::runtime_error(path + ": " + (list.isCut ? "is too long" : list.failure));
+    }
+    std::istringstream lines(list.text);
+    for (std::string line; std::getline(lines, line);) {
+        redaction.AddLine(line);
+    }
+    return redaction;
+}
+
+void PrintBundle(const std::string& path, const std::vector<BundledFile>& files, const SetReport& report)
+{
+    std::size_t hidden = 0;
+    std::size_t count = 0;
+    for (const BundledFile& file : files) {
+        hidden += file.hidden;
+        count += file.leftOutWhy.empty() ? 1 : 0;
+        if (!file.leftOutWhy.empty()) {
+            std::cout << "left out: " << EscapeControls(file.path) << " (" << FormatByteSize(file.bytes)
+                      << "): " << EscapeControls(file.leftOutWhy) << '\n';
+        }
+    }
+    std::cout << EscapeControls(path) << ": " << count << " files, " << hidden << " values hidden, set "
+              << GetStateName(report.state) << '\n';
+}
+
+Json DescribeBundle(const std::string& path, const std::vector<BundledFile>& files, const SetReport& report)
+{
+    Json document = BeginDocument("bundle");
+    document["bundle"] = ToJson(path);
+    document["state"] = GetStateName(report.state);
+    document["files"] = Json::array();
+    document["leftOut"] = Json::array();
+    for (const BundledFile& file : files) {
+        Json json = {{"path", ToJson(file.path)}, {"bytes", file.bytes}};
+        if (file.leftOutWhy.empty()) {
+            json["sha256"] = file.sha256;
+            json["hidden"] = file.hidden;
+        } else {
+            json["reason"] = ToJson(file.leftOutWhy);
+        }
+        document[file.leftOutWhy.empty() ? "files" : "leftOut"].push_back(std::move(json));
+    }
+    return document;
+}
+
+int Bundle(const Common& common, const BundleOptions& options)
+{
+    const EvidenceSource source = OpenEvidence(common);
+    const EvidenceSet& set = source.tree.sets[SelectOneSet(source.tree, options.set)];
+    CheckRules checkRules;
+    checkRules.plan = source.plan;
+    Activity activity;
+    const SetReport report = CheckSet(source.tree, set, checkRules, activity);
+    Progress progress("bundling", options.withCores ? set.GetBytes() : 0);
+    progress.CountBytes();
+    BundleRules rules;
+    rules.withCores = options.withCores;
+    rules.progress = [&progress](std::uint64_t bytes) { progress.Advance(bytes); };
+    if (!options.hidesNothing) {
+        rules.redaction = ReadRedaction(options.list);
+    }
+    PrivateFile output(options.output, options.replaces);
+    const std::vector<BundledFile> files = WriteBundle(output.Get(), source.tree, set, report, rules);
+    output.Commit();
+    if (common.json) {
+        PrintDocument(DescribeBundle(options.output, files, report));
+    } else {
+        PrintBundle(options.output, files, report);
+    }
+    return report.state == SetState::Complete ? EXIT_GOOD : EXIT_WARNINGS;
+}
+
+int Check(const Common& common, const std::string& path)
+{
+    const OpenedFile bundle = OpenRegularFile(AT_FDCWD, path);
+    if (!bundle.IsOpen()) {
+        throw std::runtime_error(path + ": " + bundle.failure);
+    }
+    Progress progress("checking", 0);
+    progress.CountBytes();
+    const BundleReport report =
+        CheckBundle(bundle.file.Get(), [&progress](std::uint64_t bytes) { progress.Advance(bytes); });
+    if (common.json) {
+        Json document = BeginDocument("bundle-check");
+        document["bundle"] = ToJson(path);
+        document["files"] = report.files;
+        document["bytes"] = report.bytes;
+        document["problems"] = Json::array();
+        for (const std::string& problem : report.problems) {
+            document["problems"].push_back(ToJson(problem));
+        }
+        PrintDocument(document);
+    } else {
+        for (const std::string& problem : report.problems) {
+            std::cout << EscapeControls(problem) << '\n';
+        }
+        std::cout << EscapeControls(path) << ": " << (report.problems.empty() ? "good" : "damaged") << ", "
+                  << report.files << " files, " << FormatByteSize(report.bytes) << '\n';
+    }
+    return report.problems.empty() ? EXIT_GOOD : EXIT_ERRORS;
+}
+} // namespace
+
+void AddBundleVerb(CLI::App& program, Common& common)
+{
+    CLI::App& verb = AddVerb(program, BUNDLE);
+    const auto options = std::make_shared<BundleOptions>();
+    CLI::Option* const check =
+        verb.add_option("--check", options->check, "Compare a bundle with its manifest")->type_name("FILE");
+    CLI::Option* const output =
+        verb.add_option("-o,--output", options->output, "The bundle, a tar compressed by zstd")
+            ->type_name("FILE");
+    CLI::Option* const set = verb.add_option("SET", options->set, "The id of a set, or its path");
+    verb.add_flag("--with-cores", options->withCores, "Bundle core images and heap dumps too");
+    verb.add_option("--redact", options->list,
+                    "More to hide: a word of a name a line, or \"text:\" and a text; # begins a remark")
+        ->type_name("FILE");
+    verb.add_flag("--no-redact", options->hidesNothing, "Hide no values of environments and command lines");
+    verb.add_flag("--force", options->replaces, "Replace the file if there is one");
+    check->excludes(output)->excludes(set);
+    SetAction(verb, common, [&common, options] {
+        if (!options->check.empty()) {
+            return Check(common, options->check);
+        }
+        if (options->set.empty() || options->output.empty()) {
+            throw CLI::ValidationError("bundle", "needs SET and -o FILE, or --check FILE");
+        }
+        return Bundle(common, *options);
+    });
+}
+
+} // namespace ctl
