@@ -197,6 +197,9 @@ private:
         set.number = number;
         set.time = status.st_mtime;
         set.folder = path;
+        set.isHalfDeleted = std::any_of(mMarks.begin(), mMarks.end(), [number](const auto& mark) {
+            return mark.first == number && EndsWith(mark.second, DELETING_MARK);
+        });
         mTree.sets.push_back(std::move(set));
     }
 

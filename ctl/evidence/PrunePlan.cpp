@@ -1,0 +1,146 @@
+#include "evidence/PrunePlan.h"
+
+#include "base/ByteSize.h"
+#include "base/TimeText.h"
+
+#include <algorithm>
+#include <map>
+
+namespace ctl
+{
+namespace
+{
+/** Makes a plan, rule after rule. */
+class Planner
+{
+public:
+    Planner(const std::vector<PruneSubject>& subjects, const PruneRules& rules, std::time_t now)
+        : mSubjects(subjects), mRules(rules), mNow(now), mReasons(subjects.size()), mGuards(subjects.size())
+    {
+        for (std::size_t place = 0; place < subjects.size(); ++place) {
+            mByTime.push_back(place);
+            mPlan.diskBytes += subjects[place].diskBytes;
+        }
+        std::stable_sort(mByTime.begin(), mByTime.end(), [&subjects](std::size_t left, std::size_t right) {
+            return subjects[left].time < subjects[right].time;
+        });
+    }
+
+    PrunePlan Run()
+    {
+        FindGuards();
+        FinishInterrupted();
+        ChooseOlder();
+        ChooseAllButNewest();
+        ChooseForSize();
+        for (const std::size_t place : mByTime) {
+            if (mReasons[place].empty()) {
+                continue;
+            }
+            const bool isKept = !mGuards[place].empty();
+            (isKept ? mPlan.kept : mPlan.candidates)
+                .push_back({place, isKept ? mGuards[place] : mReasons[place]});
+        }
+        mPlan.isAboveMaxSize = mRules.maxSize && mPlan.diskBytes - mPlan.freedBytes > *mRules.maxSize;
+        return std::move(mPlan);
+    }
+
+private:
+    void FindGuards()
+    {
+        std::map<std::string, std::size_t> first;
+        std::map<std::string, std::size_t> newest;
+        for (const std::size_t place : mByTime) {
+            const PruneSubject& subject = mSubjects[place];
+            if (!subject.isHalfDeleted) {
+                first.emplace(subject.process, place);
+                newest[subject.process] = place;
+            }
+            if (subject.isPinned) {
+                mGuards[place] = "is pinned";
+            } else if (subject.isInProgress) {
+                mGuards[place] = "is in progress";
+            } else if (subject.isLive && !mRules.withLive) {
+                mGuards[place] = "its process is alive; --live lets it go";
+            }
+        }
+        for (const auto& [process, place] : first) {
+            Guard(place, "is the first set of " + process);
+        }
+        for (const auto& [process, place] : newest) {
+            Guard(place, "is the newest set of " + process);
+        }
+    }
+
+    void Guard(std::size_t place, const std::string& reason)
+    {
+        if (mGuards[place].empty()) {
+            mGuards[place] = reason;
+        }
+    }
+
+    /** Chooses a set unless another rule has; what a guard keeps is remembered with it. */
+    void Choose(std::size_t place, const std::string& reason)
+    {
+        if (mReasons[place].empty()) {
+            mReasons[place] = reason;
+            mPlan.freedBytes += mGuards[place].empty() ? mSubjects[place].diskBytes : 0;
+        }
+    }
+
+    void FinishInterrupted()
+    {
+        for (const std::size_t place : mByTime) {
+            if (mSubjects[place].isHalfDeleted) {
+                Choose(place, "a deletion of it was interrupted");
+            }
+        }
+    }
+
+    void ChooseOlder()
+    {
+        for (const std::size_t place : mByTime) {
+            if (mRules.older && mNow - mSubjects[place].time > mRules.older->count()) {
+                Choose(place, "is older than " + FormatDuration(*mRules.older));
+            }
+        }
+    }
+
+    void ChooseAllButNewest()
+    {
+        std::map<std::string, std::size_t> seen;
+        for (auto place = mByTime.rbegin(); mRules.keepNewest && place != mByTime.rend(); ++place) {
+            const PruneSubject& subject = mSubjects[*place];
+            if (!subject.isHalfDeleted && seen[subject.process]++ >= *mRules.keepNewest) {
+                Choose(*place, "is not among the newest " + std::to_string(*mRules.keepNewest) + " of " +
+                                   subject.process);
+            }
+        }
+    }
+
+    void ChooseForSize()
+    {
+        for (const std::size_t place : mByTime) {
+            if (!mRules.maxSize || mPlan.diskBytes - mPlan.freedBytes <= *mRules.maxSize) {
+                return;
+            }
+            Choose(place, "all evidence takes more than " + FormatByteSize(*mRules.maxSize));
+        }
+    }
+
+    const std::vector<PruneSubject>& mSubjects;
+    const PruneRules& mRules;
+    const std::time_t mNow;
+    std::vector<std::size_t> mByTime;
+    std::vector<std::string> mReasons; ///< why a set would go; empty for one that no rule chose
+    std::vector<std::string> mGuards;  ///< why it stays all the same
+    PrunePlan mPlan;
+};
+} // namespace
+
+PrunePlan PlanPrune(const std::vector<PruneSubject>& subjects, const PruneRules& rules, std::time_t now)
+{
+    return Planner(subjects, rules, now).Run();
+}
+
+} // namespace ctl

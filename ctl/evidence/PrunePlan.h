@@ -1,0 +1,59 @@
+#pragma once
+
+#include <chrono>
+#include <cstdint>
+#include <ctime>
+#include <optional>
+#include <string>
+#include <vector>
+
+namespace ctl
+{
+
+/** What may be deleted, as the operator said. */
+struct PruneRules
+{
+    std::optional<std::chrono::seconds> older; ///< sets that are older than this
+    std::optional<std::size_t> keepNewest;     ///< all but so many newest sets of each process
+    std::optional<std::uint64_t> maxSize;      ///< the oldest, until all take no more of the disk
+    bool withLive = false;                     ///< also sets of process ids that exist now
+
+    bool IsEmpty() const { return !older && !keepNewest && !maxSize; }
+};
+
+/** What the plan needs to know of a set. */
+struct PruneSubject
+{
+    std::string process;
+    std::time_t time = 0;
+    std::uint64_t diskBytes = 0;
+    bool isPinned = false;
+    bool isInProgress = false;
+    bool isLive = false;        ///< its process id exists now
+    bool isHalfDeleted = false; ///< a deletion of it was interrupted
+};
+
+/** A set by its place among the subjects, and why it goes or stays. */
+struct PruneChoice
+{
+    std::size_t place = 0;
+    std::string reason;
+};
+
+struct PrunePlan
+{
+    std::vector<PruneChoice> candidates; ///< oldest first
+    std::vector<PruneChoice> kept;       ///< what a rule would have deleted and a guard keeps
+    std::uint64_t diskBytes = 0;         ///< of all sets
+    std::uint64_t freedBytes = 0;        ///< of the candidates
+    bool isAboveMaxSize = false;         ///< even after it more remains than maxSize
+};
+
+/**
+ * Chooses the sets to delete. Never chosen are, whatever the rules say: the first and the newest set of a
+ * process name, pinned sets, sets in progress, and sets of live process ids unless the rules ask for them.
+ * What an interrupted deletion left is chosen without a rule, with the same guards but the first.
+ */
+PrunePlan PlanPrune(const std::vector<PruneSubject>& subjects, const PruneRules& rules, std::time_t now);
+
+} // namespace ctl

@@ -1,0 +1,223 @@
+#include "evidence/EvidenceVerbs.h"
+
+#include "base/ByteSize.h"
+#include "base/Common.h"
+#include "base/Document.h"
+#include "base/ExitStatus.h"
+#include "base/PlainText.h"
+#include "base/Progress.h"
+#include "base/Table.h"
+#include "base/TimeText.h"
+#include "evidence/EvidenceSource.h"
+#include "evidence/PrunePlan.h"
+#include "evidence/SetChange.h"
+#include "evidence/SetCheck.h"
+
+#include <algorithm>
+#include <iostream>
+#include <memory>
+
+#include <CLI/CLI.hpp>
+
+namespace ctl
+{
+namespace
+{
+constexpr VerbText PRUNE = {"prune", "Shows what old evidence could go and why, and deletes it if told to",
+                            "thsentinelctl prune --older 30d --max-size 20G\n"
+                            "thsentinelctl prune --older 30d --delete"};
+/** A folder that was changed within this time may be about to get files of a capture; it stays. */
+constexpr std::time_t QUIET_TIME = 3600;
+
+struct PruneOptions
+{
+    std::string older;
+    std::string maxSize;
+    std::optional<std::int64_t> keepNewest;
+    bool withLive = false;
+    bool deletes = false;
+};
+
+PruneRules MakeRules(const PruneOptions& options)
+{
+    PruneRules rules;
+    rules.withLive = options.withLive;
+    if (options.keepNewest) {
+        rules.keepNewest = static_cast<std::size_t>(*options.keepNewest);
+    }
+    if (!options.older.empty()) {
+        rules.older = ParseDuration(options.older);
+        if (!rules.older) {
+            throw CLI::ValidationError("--older", "no length of time: " + EscapeControls(options.older));
+        }
+    }
+    if (!options.maxSize.empty()) {
+        rules.maxSize = ParseByteSize(options.maxSize);
+        if (!rules.maxSize) {
+            throw CLI::ValidationError("--max-size", "no size: " + EscapeControls(options.maxSize));
+        }
+    }
+    if (rules.IsEmpty()) {
+        throw CLI::ValidationError("prune", "needs --older, --keep-newest or --max-size");
+    }
+    return rules;
+}
+
+std::vector<PruneSubject> MakeSubjects(const EvidenceSource& source, Activity& activity)
+{
+    CheckRules check;
+    check.plan = source.plan;
+    std::vector<PruneSubject> subjects;
+    for (const EvidenceSet& set : source.tree.sets) {
+        PruneSubject subject;
+        subject.process = set.process;
+        subject.time = set.time;
+        subject.diskBytes = set.GetDiskBytes();
+        subject.isPinned = set.isPinned;
+        subject.isInProgress = CheckSet(source.tree, set, check, activity).state == SetState::InProgress;
+        subject.isLive = activity.IsAlive(set.pid);
+        subject.isHalfDeleted = set.isHalfDeleted;
+        subjects.push_back(std::move(subject));
+    }
+    return subjects;
+}
+
+/** What came of each candidate, in their order. */
+std::vector<SetChange> Delete(const EvidenceTree& tree, const PrunePlan& plan, const Activity& activity)
+{
+    Progress progress("deleting", plan.freedBytes);
+    progress.CountBytes();
+    std::vector<SetChange> changes;
+    for (const PruneChoice& choice : plan.candidates) {
+        const EvidenceSet& set = tree.sets[choice.place];
+        progress.SetDetail(set.GetId());
+        const bool isQuiet =
+            !activity.IsAlive(set.pid) && IsUnchangedSince(tree, set, activity.GetNow() - QUIET_TIME);
+        changes.push_back(DeleteSet(tree, set, isQuiet));
+        progress.Advance(changes.back().freedBytes);
+    }
+    return changes;
+}
+
+Json ChoiceToJson(const EvidenceTree& tree, const PruneChoice& choice)
+{
+    const EvidenceSet& set = tree.sets[choice.place];
+    Json json;
+    json["id"] = ToJson(set.GetId());
+    json["process"] = ToJson(set.process);
+    json["pid"] = set.pid;
+    json["time"] = TimeToJson(set.time);
+    json["path"] = ToJson(tree.GetPath(set));
+    json["bytes"] = set.GetBytes();
+    json["diskBytes"] = set.GetDiskBytes();
+    json["reason"] = ToJson(choice.reason);
+    return json;
+}
+
+/** A plan and what was done of it; `changes` is empty if nothing was to be deleted. */
+void PrintJson(const EvidenceTree& tree, const PrunePlan& plan, const std::vector<SetChange>& changes)
+{
+    Json document = BeginDocument("prune");
+    document["root"] = ToJson(tree.root);
+    document["diskBytes"] = plan.diskBytes;
+    document["freedBytes"] = plan.freedBytes;
+    document["candidates"] = Json::array();
+    for (std::size_t index = 0; index < plan.candidates.size(); ++index) {
+        Json json = ChoiceToJson(tree, plan.candidates[index]);
+        json["deleted"] = index < changes.size() && changes[index].failure.empty();
+        if (index < changes.size() && !changes[index].failure.empty()) {
+            json["failure"] = ToJson(changes[index].failure);
+        }
+        document["candidates"].push_back(std::move(json));
+    }
+    document["kept"] = Json::array();
+    for (const PruneChoice& choice : plan.kept) {
+        document["kept"].push_back(ChoiceToJson(tree, choice));
+    }
+    PrintDocument(document);
+}
+
+void PrintChoices(const EvidenceTree& tree, const std::vector<PruneChoice>& choices)
+{
+    Table table({{"SET"}, {"ON DISK", Table::Side::Right}, {"REASON"}});
+    for (const PruneChoice& choice : choices) {
+        const EvidenceSet& set = tree.sets[choice.place];
+        table.Add({{set.GetId()}, {FormatByteSize(set.GetDiskBytes())}, {choice.reason}});
+    }
+    table.Print(std::cout);
+}
+
+void PrintText(const EvidenceTree& tree, const PrunePlan& plan, bool deletes)
+{
+    if (!plan.candidates.empty()) {
+        PrintChoices(tree, plan.candidates);
+    }
+    for (const PruneChoice& choice : plan.kept) {
+        std::cout << "kept: " << EscapeControls(tree.sets[choice.place].GetId()) << ": "
+                  << EscapeControls(choice.reason) << '\n';
+    }
+    std::cout << plan.candidates.size() << (plan.candidates.size() == 1 ? " set, " : " sets, ")
+              << FormatByteSize(plan.freedBytes) << " of " << FormatByteSize(plan.diskBytes)
+              << (deletes ? " freed\n" : " would be freed; --delete does it\n");
+}
+
+/** Says what could not be deleted. Returns true if there was such a thing. */
+bool PrintFailures(const EvidenceTree& tree, const PrunePlan& plan, const std::vector<SetChange>& changes)
+{
+    bool hasFailed = false;
+    for (std::size_t index = 0; index < changes.size(); ++index) {
+        if (!changes[index].failure.empty()) {
+            hasFailed = true;
+            std::cerr << "thsentinelctl: " << EscapeControls(tree.sets[plan.candidates[index].place].GetId())
+                      << ": " << EscapeControls(changes[index].failure) << '\n';
+        }
+    }
+    return hasFailed;
+}
+
+int Prune(const Common& common, const PruneOptions& options)
+{
+    const PruneRules rules = MakeRules(options);
+    const EvidenceSource source = OpenEvidence(common);
+    Activity activity;
+    PrunePlan plan = PlanPrune(MakeSubjects(source, activity), rules, activity.GetNow());
+    std::vector<SetChange> changes;
+    if (options.deletes) {
+        changes = Delete(source.tree, plan, activity);
+        plan.freedBytes = 0;
+        for (const SetChange& change : changes) {
+            plan.freedBytes += change.freedBytes;
+        }
+    }
+    if (common.json) {
+        PrintJson(source.tree, plan, changes);
+    } else {
+        PrintText(source.tree, plan, options.deletes);
+    }
+    if (PrintFailures(source.tree, plan, changes)) {
+        return EXIT_ERRORS;
+    }
+    if (plan.isAboveMaxSize) {
+        std::cerr << "thsentinelctl: more than " << FormatByteSize(*rules.maxSize)
+                  << " remains; the rest is kept for the reasons given\n";
+    }
+    return plan.isAboveMaxSize ? EXIT_WARNINGS : EXIT_GOOD;
+}
+} // namespace
+
+void AddPruneVerb(CLI::App& program, Common& common)
+{
+    CLI::App& verb = AddVerb(program, PRUNE);
+    const auto options = std::make_shared<PruneOptions>();
+    verb.add_option("--older", options->older, "Sets older than this: 30d, 12h")->type_name("TIME");
+    verb.add_option("--keep-newest", options->keepNewest, "All but the newest N sets of each process")
+        ->type_name("N")
+        ->check(CLI::NonNegativeNumber);
+    verb.add_option("--max-size", options->maxSize, "The oldest, until all take no more of the disk: 20G")
+        ->type_name("SIZE");
+    verb.add_flag("--live", options->withLive, "Also sets of process ids that exist now");
+    verb.add_flag("--delete", options->deletes, "Delete what would only be shown otherwise");
+    SetAction(verb, common, [&common, options] { return Prune(common, *options); });
+}
+
+} // namespace ctl

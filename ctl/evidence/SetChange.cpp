@@ -1,0 +1,192 @@
+#include "evidence/SetChange.h"
+
+#include <cerrno>
+#include <cstring>
+
+#include <fcntl.h>
+#include <sys/stat.h>
+#include <unistd.h>
+
+namespace ctl
+{
+namespace
+{
+constexpr mode_t OWNER_ONLY = 0600;
+constexpr char LOCK_MARK[] = "evidence.lock";
+
+SetChange Fail(const std::string& text)
+{
+    return {text, 0};
+}
+
+SetChange FailByErrno(const std::string& what)
+{
+    return Fail(what + ": " + std::strerror(errno));
+}
+
+/** Makes an empty file; one that is there already is as good. */
+bool MakeMark(int folder, const std::string& name)
+{
+    const Descriptor mark(
+        openat(folder, name.c_str(), O_WRONLY | O_CREAT | O_EXCL | O_NOFOLLOW | O_CLOEXEC, OWNER_ONLY));
+    return mark.IsOpen() || errno == EEXIST;
+}
+
+bool Remove(int folder, const std::string& name)
+{
+    return unlinkat(folder, name.c_str(), 0) == 0 || errno == ENOENT;
+}
+
+/** One deletion of one set. */
+class Deletion
+{
+public:
+    Deletion(const EvidenceTree& tree, const EvidenceSet& set) : mTree(tree), mSet(set) {}
+
+    SetChange Run(bool removesFolders)
+    {
+        const OpenedFile folder = OpenSetFolder(mTree, mSet);
+        if (!folder.IsOpen()) {
+            return Fail(folder.failure);
+        }
+        struct stat root = {};
+        if (fstat(mTree.folder.Get(), &root) != 0 || root.st_dev != folder.status.st_dev) {
+            return Fail("lies on another file system than the evidence root");
+        }
+        const std::string mark = "." + mSet.GetStem() + DELETING_MARK;
+        if (!mSet.files.empty() && !MakeMark(folder.file.Get(), mark)) {
+            return FailByErrno("the mark of the deletion can't be made");
+        }
+        // The files that the mark is named after go last: as long as one is left the mark says whose it is.
+        if (!RemoveFiles(folder.file.Get(), false) || !RemoveFiles(folder.file.Get(), true)) {
+            return mChange;
+        }
+        RemoveMarks(folder.file.Get(), mSet.files.empty() ? "" : mark);
+        if (removesFolders && mChange.failure.empty()) {
+            RemoveFolders();
+        }
+        return mChange;
+    }
+
+private:
+    /** Opens the folder that a late thread dump lies in; the given one for all others. */
+    static OpenedFile OpenFolderOf(int folder, const EvidenceFile& file)
+    {
+        const std::size_t slash = file.name.rfind('/');
+        if (slash == std::string::npos) {
+            return OpenFolder(folder, ".");
+        }
+        const OpenedFile above = OpenFolder(folder, "..");
+        return above.IsOpen() ? OpenFolder(above.file.Get(), file.name.substr(3, slash - 3)) : OpenedFile();
+    }
+
+    bool RemoveFiles(int folder, bool areOfTheStem)
+    {
+        const std::string stem = mSet.GetStem() + ".";
+        for (const EvidenceFile& file : mSet.files) {
+            if ((file.name.compare(0, stem.size(), stem) == 0) != areOfTheStem) {
+                continue;
+            }
+            const std::string failure = RemoveFile(folder, file);
+            if (!failure.empty()) {
+                mChange.failure = file.name + ": " + failure;
+                return false;
+            }
+        }
+        return true;
+    }
+
+    /** Removes a mark of deletion; all of them for an empty name, from a folder without evidence. */
+    void RemoveMarks(int folder, const std::string& mark)
+    {
+        const std::string ending = DELETING_MARK;
+        for (const std::string& name : ListNames(folder)) {
+            const bool isMark = name.size() > ending.size() &&
+                                name.compare(name.size() - ending.size(), ending.size(), ending) == 0;
+            if (isMark && (mark.empty() || name == mark) && !Remove(folder, name)) {
+                mChange.failure =
+                    std::string("the mark of the deletion can't be removed: ") + std::strerror(errno);
+            }
+        }
+    }
+
+    std::string RemoveFile(int setFolder, const EvidenceFile& file)
+    {
+        const OpenedFile folder = OpenFolderOf(setFolder, file);
+        const std::string name = file.name.substr(file.name.rfind('/') + 1);
+        struct stat status = {};
+        if (fstatat(folder.file.Get(), name.c_str(), &status, AT_SYMLINK_NOFOLLOW) != 0) {
+            return errno == ENOENT ? "" : std::strerror(errno);
+        }
+        const bool isSame = status.st_dev == file.device && status.st_ino == file.inode &&
+                            static_cast<std::uint64_t>(status.st_size) == file.bytes &&
+                            status.st_mtime == file.modified;
+        if (!isSame) {
+            return "changed meanwhile; what is left of the set stays";
+        }
+        if (!Remove(folder.file.Get(), name)) {
+            return std::strerror(errno);
+        }
+        mChange.freedBytes += file.diskBytes;
+        return "";
+    }
+
+    /** Removes folders as far as they are empty; one that isn't stays, and that is no failure. */
+    void RemoveFolders() const
+    {
+        const OpenedFile process = OpenFolder(mTree.folder.Get(), mSet.process);
+        const std::string pid = std::to_string(mSet.pid);
+        const OpenedFile folder = process.IsOpen() ? OpenFolder(process.file.Get(), pid) : OpenedFile();
+        if (!folder.IsOpen()) {
+            return;
+        }
+        const std::string number = "Evidence" + std::to_string(mSet.number);
+        (void)unlinkat(folder.file.Get(), number.c_str(), AT_REMOVEDIR);
+        const std::vector<std::string> left = ListNames(folder.file.Get(), 2);
+        if (left.empty() || (left.size() == 1 && left.front() == LOCK_MARK)) {
+            (void)unlinkat(folder.file.Get(), LOCK_MARK, 0);
+            (void)unlinkat(process.file.Get(), pid.c_str(), AT_REMOVEDIR);
+        }
+    }
+
+    const EvidenceTree& mTree;
+    const EvidenceSet& mSet;
+    SetChange mChange;
+};
+} // namespace
+
+SetChange DeleteSet(const EvidenceTree& tree, const EvidenceSet& set, bool removesFolders)
+{
+    return Deletion(tree, set).Run(removesFolders);
+}
+
+SetChange PinSet(const EvidenceTree& tree, const EvidenceSet& set, bool isPinned)
+{
+    if (set.files.empty()) {
+        return Fail("holds no file that could be pinned");
+    }
+    const OpenedFile folder = OpenSetFolder(tree, set);
+    if (!folder.IsOpen()) {
+        return Fail(folder.failure);
+    }
+    if (isPinned) {
+        const bool isMade = MakeMark(folder.file.Get(), "." + set.GetStem() + PINNED_MARK);
+        return isMade ? SetChange() : FailByErrno("can't be pinned");
+    }
+    // The mark bears the name of any of its files.
+    for (const EvidenceFile& file : set.files) {
+        const std::string name = file.name.substr(file.name.rfind('/') + 1);
+        if (!Remove(folder.file.Get(), "." + name.substr(0, name.rfind('.')) + PINNED_MARK)) {
+            return FailByErrno("can't be let go");
+        }
+    }
+    return {};
+}
+
+bool IsUnchangedSince(const EvidenceTree& tree, const EvidenceSet& set, std::time_t time)
+{
+    const OpenedFile folder = OpenSetFolder(tree, set);
+    return folder.IsOpen() && folder.status.st_mtime < time;
+}
+
+} // namespace ctl

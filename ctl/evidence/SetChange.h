@@ -1,0 +1,37 @@
+#pragma once
+
+#include "evidence/EvidenceTree.h"
+
+#include <cstdint>
+#include <ctime>
+#include <string>
+
+namespace ctl
+{
+
+/** What came of a change to a set. */
+struct SetChange
+{
+    std::string failure;          ///< empty on success
+    std::uint64_t freedBytes = 0; ///< of the disk
+};
+
+/**
+ * Deletes the files of a set and nothing else: names that were found below the root, relative to open
+ * folders, with no link followed, on the file system of the root alone. A file that changed since it was
+ * found stops the deletion. A mark in the folder says that a deletion is under way, so that one that is
+ * interrupted can be recognised and ended.
+ *
+ * `removesFolders` says that nobody can write here meanwhile: then the folder EvidenceN goes when it is
+ * empty, and the folder of the process id when only the daemon's marker is left in it. Folders of processes
+ * stay.
+ */
+SetChange DeleteSet(const EvidenceTree& tree, const EvidenceSet& set, bool removesFolders);
+
+/** Pins a set, or lets it go: a mark in its folder. Does nothing if that is so already. */
+SetChange PinSet(const EvidenceTree& tree, const EvidenceSet& set, bool isPinned);
+
+/** True if a set's folder was last changed before `time`, in seconds since the epoch. */
+bool IsUnchangedSince(const EvidenceTree& tree, const EvidenceSet& set, std::time_t time);
+
+} // namespace ctl

@@ -1,0 +1,143 @@
+"""`prune` and `pin`: what would go, what never goes, and what is left when it is interrupted."""
+import os
+import pathlib
+import signal
+import subprocess
+import time
+
+import pytest
+
+from host import companion
+
+DAY = 86400
+DEAD = 4194303  # above the highest process id of small machines; tests look whether it is free
+
+
+@pytest.fixture(autouse=True)
+def _needs_companion():
+    if companion.program() is None:
+        pytest.skip("thsentinelctl is not built")
+    if os.path.exists(f"/proc/{DEAD}"):
+        pytest.skip(f"a process with id {DEAD} runs")
+
+
+def write_old(root, days, number, pid=DEAD, process="tbrd"):
+    """A whole set of so many days ago; gives its folder."""
+    when = time.time() - days * DAY
+    stamp = time.strftime("%d-%m_%H.%M.%S", time.localtime(when))
+    folder, _ = companion.write_set(root, process=process, pid=pid, number=number, stamp=stamp)
+    for path in [*folder.iterdir(), folder]:
+        os.utime(path, (when, when))
+    return folder
+
+
+@pytest.fixture(name="sets")
+def _sets(tmp_path):
+    """Five sets of one process: 100, 80, 60, 20 and 10 days old."""
+    return [write_old(tmp_path, days, number) for number, days in enumerate((100, 80, 60, 20, 10), 1)]
+
+
+def prune(root, *more):
+    return companion.run("prune", "--json", "--evidence", root, "--store", "/absent", *more)
+
+
+def candidates(root, *more):
+    return [(one["path"], one["reason"]) for one in prune(root, *more).document["candidates"]]
+
+
+def everything(root):
+    return sorted(str(path) for path in pathlib.Path(root).rglob("*"))
+
+
+def test_nothing_goes_unless_told_to(tmp_path, sets):
+    before = everything(tmp_path)
+    done = prune(tmp_path, "--older", "30d")
+    assert done.status == 0
+    assert [(one["path"], one["reason"], one["deleted"]) for one in done.document["candidates"]] == [
+        (str(sets[1]), "is older than 30 d", False), (str(sets[2]), "is older than 30 d", False)]
+    size = sum(path.stat().st_size for path in sets[1].iterdir())
+    assert done.document["candidates"][0]["bytes"] == size
+    assert everything(tmp_path) == before
+
+
+def test_what_is_told_to_go_goes_and_nothing_else(tmp_path, sets):
+    done = prune(tmp_path, "--older", "30d", "--delete")
+    assert (done.status, [one["deleted"] for one in done.document["candidates"]]) == (0, [True, True])
+    assert not sets[1].exists() and not sets[2].exists()
+    assert all(len(list(folder.iterdir())) == 5 for folder in (sets[0], sets[3], sets[4]))
+    assert candidates(tmp_path, "--older", "30d") == []
+
+
+def test_each_rule_chooses_its_own(tmp_path, sets):
+    assert [path for path, _ in candidates(tmp_path, "--keep-newest", 2)] == [str(sets[1]), str(sets[2])]
+    assert [path for path, _ in candidates(tmp_path, "--max-size", 0)] == [str(one) for one in sets[1:4]]
+    assert prune(tmp_path, "--max-size", 0).status == 1  # the first and the newest stay
+    assert candidates(tmp_path, "--max-size", "20G") == []
+
+
+def test_wrong_use_deletes_nothing(tmp_path, sets):
+    before = everything(tmp_path)
+    for arguments in (["--delete"], ["--older", "soon", "--delete"], ["--max-size", "big", "--delete"],
+                      ["--keep-newest", "-1", "--delete"]):
+        assert companion.run("prune", "--evidence", tmp_path, *arguments).status == 64, arguments
+    assert everything(tmp_path) == before
+
+
+def test_pinned_sets_stay_until_let_go(tmp_path, sets):
+    pinned = companion.run("pin", "--evidence", tmp_path, sets[1])
+    assert (pinned.status, pinned.output.startswith("pinned: tbrd/")) == (0, True)
+    assert [path for path, _ in candidates(tmp_path, "--older", "30d")] == [str(sets[2])]
+    assert companion.run("list", "--json", "--evidence", tmp_path).document["sets"][1]["pinned"] is True
+    assert companion.run("pin", "--remove", "--evidence", tmp_path, sets[1]).status == 0
+    assert [path for path, _ in candidates(tmp_path, "--older", "30d")] == [str(sets[1]), str(sets[2])]
+    assert companion.run("pin", "--evidence", tmp_path, "nobody").status == 3
+
+
+def test_sets_of_a_live_process_stay_unless_asked_for(tmp_path):
+    for number, days in enumerate((100, 80, 60), 1):
+        write_old(tmp_path, days, number, pid=os.getpid())
+    assert candidates(tmp_path, "--older", "30d") == []
+    assert len(candidates(tmp_path, "--older", "30d", "--live")) == 1
+
+
+def test_links_and_strange_files_are_left(tmp_path, sets):
+    outside = tmp_path / "outside"
+    outside.mkdir()
+    (outside / "precious").write_text("x")
+    (tmp_path / "thsentinel/tbrd/linked").symlink_to(outside)
+    (sets[1] / "notes.txt").write_text("mine")
+    os.utime(sets[1], (0, time.time() - 80 * DAY))
+    assert prune(tmp_path, "--older", "30d", "--delete").status == 0
+    assert (outside / "precious").exists()
+    assert [path.name for path in sets[1].iterdir()] == ["notes.txt"]
+
+
+def test_an_interrupted_deletion_is_said_and_ended(tmp_path, sets):
+    # what a deletion leaves that was ended after its first file
+    [victim] = [one for one in sets[1].iterdir() if one.name.endswith("Netstat")]
+    stem = victim.name.removesuffix(".Netstat")
+    (sets[1] / f".{stem}.deleting").touch()
+    victim.unlink()
+    verified = companion.run("verify", "--json", "--evidence", tmp_path, "--store", "/absent", sets[1])
+    assert "a deletion of this set was interrupted; prune --delete ends it" in (
+        verified.document["sets"][0]["problems"])
+    assert candidates(tmp_path, "--older", "365d") == [(str(sets[1]), "a deletion of it was interrupted")]
+    assert prune(tmp_path, "--older", "365d", "--delete").status == 0
+    assert [path for path in everything(sets[1].parent) if "Evidence2/" in path] == []
+
+
+def test_being_killed_at_any_time_leaves_only_whole_or_marked_sets(tmp_path):
+    for number in range(1, 60):
+        write_old(tmp_path, 200 - number, number)
+    command = [str(companion.program()), "prune", "--keep-newest", "1", "--delete", "--evidence", str(tmp_path),
+               "--store", "/absent"]
+    for pause in (0.005, 0.01, 0.02, 0.03):
+        with subprocess.Popen(command, stdout=subprocess.DEVNULL, stderr=subprocess.DEVNULL) as process:
+            time.sleep(pause)
+            process.send_signal(signal.SIGKILL)
+    for one in companion.run("verify", "--json", "--evidence", tmp_path, "--store", "/absent").document["sets"]:
+        interrupted = any("was interrupted" in problem for problem in one["problems"])
+        assert one["state"] == "complete" or interrupted or one["files"] == []
+    assert prune(tmp_path, "--keep-newest", 1, "--delete").status == 0
+    left = companion.run("list", "--json", "--evidence", tmp_path, "--store", "/absent").document["sets"]
+    assert [one["number"] for one in left if one["files"]] == [1, 59]

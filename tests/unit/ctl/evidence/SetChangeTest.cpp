@@ -1,0 +1,149 @@
+#include "evidence/SetChange.h"
+
+#include "ctl/evidence/EvidenceFolder.h"
+
+#include <gmock/gmock.h>
+
+#include <unistd.h>
+
+using namespace ctl;
+namespace fs = std::filesystem;
+
+namespace
+{
+constexpr char FOLDER[] = "tbrd/4321/Evidence1";
+constexpr char STEM[] = "4321_13-11_02.10.28_CPU";
+
+EvidenceTree FindOne(const EvidenceFolder& folder)
+{
+    EvidenceTree tree = FindEvidence(folder.GetPath());
+    EXPECT_EQ(tree.sets.size(), 1U);
+    return tree;
+}
+} // namespace
+
+TEST(SetDeletion, RemovesTheFilesAndTheFoldersThatAreEmptyThen)
+{
+    const EvidenceFolder folder;
+    WriteStatistics(folder, "tbrd", 4321, 1, "13-11_02.10.28");
+    folder.Write("tbrd/4321/evidence.lock", "");
+    const EvidenceTree tree = FindOne(folder);
+    const SetChange change = DeleteSet(tree, tree.sets[0], true);
+    EXPECT_EQ(change.failure, "");
+    EXPECT_EQ(change.freedBytes, tree.sets[0].GetDiskBytes());
+    EXPECT_FALSE(fs::exists(folder.GetRoot() / "tbrd/4321"));
+    EXPECT_TRUE(fs::exists(folder.GetRoot() / "tbrd"))
+        << "another process of the name may be about to use it";
+}
+
+TEST(SetDeletion, LeavesFoldersThatTheDaemonMayUse)
+{
+    const EvidenceFolder folder;
+    WriteStatistics(folder, "tbrd", 4321, 1, "13-11_02.10.28");
+    const EvidenceTree tree = FindOne(folder);
+    EXPECT_EQ(DeleteSet(tree, tree.sets[0], false).failure, "");
+    EXPECT_TRUE(fs::is_empty(folder.GetRoot() / FOLDER));
+}
+
+TEST(SetDeletion, LeavesWhatIsNotOfTheSet)
+{
+    const EvidenceFolder folder;
+    WriteStatistics(folder, "tbrd", 4321, 1, "13-11_02.10.28");
+    folder.Write(std::string(FOLDER) + "/notes.txt", "mine");
+    const EvidenceTree tree = FindOne(folder);
+    EXPECT_EQ(DeleteSet(tree, tree.sets[0], true).failure, "");
+    EXPECT_TRUE(fs::exists(folder.GetRoot() / FOLDER / "notes.txt"));
+}
+
+TEST(SetDeletion, RemovesALinkAndNotWhatItPointsTo)
+{
+    const EvidenceFolder folder;
+    const EvidenceFolder elsewhere;
+    const std::string target = elsewhere.Write("precious", "x");
+    fs::create_directories(folder.GetRoot() / FOLDER);
+    fs::create_symlink(target, folder.GetRoot() / FOLDER / (std::string(STEM) + ".hprof"));
+    const EvidenceTree tree = FindOne(folder);
+    EXPECT_EQ(DeleteSet(tree, tree.sets[0], true).failure, "");
+    EXPECT_TRUE(fs::exists(target));
+}
+
+TEST(SetDeletion, StopsAtAFileThatChanged)
+{
+    const EvidenceFolder folder;
+    WriteStatistics(folder, "tbrd", 4321, 1, "13-11_02.10.28");
+    const EvidenceTree tree = FindOne(folder);
+    folder.Write(std::string(FOLDER) + "/" + STEM + ".MemoryPerf", "more of it");
+    const SetChange change = DeleteSet(tree, tree.sets[0], true);
+    EXPECT_EQ(change.failure,
+              std::string(STEM) + ".MemoryPerf: changed meanwhile; what is left of the set stays");
+    EXPECT_TRUE(fs::exists(folder.GetRoot() / FOLDER / (std::string(STEM) + ".MemoryPerf")));
+}
+
+TEST(SetDeletion, DoesNotFollowAFolderThatBecameALink)
+{
+    const EvidenceFolder folder;
+    const EvidenceFolder elsewhere;
+    WriteStatistics(folder, "tbrd", 4321, 1, "13-11_02.10.28");
+    WriteStatistics(elsewhere, "tbrd", 4321, 1, "13-11_02.10.28");
+    const EvidenceTree tree = FindOne(folder);
+    fs::rename(folder.GetRoot() / FOLDER, folder.GetRoot() / "tbrd/4321/moved");
+    fs::create_directory_symlink(elsewhere.GetRoot() / FOLDER, folder.GetRoot() / FOLDER);
+    EXPECT_NE(DeleteSet(tree, tree.sets[0], true).failure, "");
+    EXPECT_EQ(std::distance(fs::directory_iterator(elsewhere.GetRoot() / FOLDER), fs::directory_iterator()),
+              5);
+}
+
+TEST(SetDeletion, ThatWasInterruptedIsRecognisedAndEnded)
+{
+    const EvidenceFolder folder;
+    WriteStatistics(folder, "tbrd", 4321, 1, "13-11_02.10.28");
+    // What a deletion leaves that was ended after its first file.
+    folder.Write(std::string(FOLDER) + "/." + STEM + DELETING_MARK, "");
+    fs::remove(folder.GetRoot() / FOLDER / (std::string(STEM) + ".MemoryPerf"));
+    const EvidenceTree tree = FindOne(folder);
+    EXPECT_TRUE(tree.sets[0].isHalfDeleted);
+    EXPECT_EQ(DeleteSet(tree, tree.sets[0], true).failure, "");
+    EXPECT_FALSE(fs::exists(folder.GetRoot() / FOLDER));
+}
+
+TEST(SetDeletion, ThatWasInterruptedBeforeItsMarkWasGoneIsEnded)
+{
+    const EvidenceFolder folder;
+    folder.Write(std::string(FOLDER) + "/." + STEM + DELETING_MARK, "");
+    const EvidenceTree tree = FindOne(folder);
+    EXPECT_TRUE(tree.sets[0].isHalfDeleted);
+    EXPECT_EQ(DeleteSet(tree, tree.sets[0], true).failure, "");
+    EXPECT_FALSE(fs::exists(folder.GetRoot() / FOLDER));
+}
+
+TEST(SetDeletion, TakesTheFilesThatItsMarkIsNamedAfterLast)
+{
+    const EvidenceFolder folder;
+    folder.Write(std::string(FOLDER) + "/" + STEM + ".4321", "x");
+    const std::string late = folder.Write(std::string(FOLDER) + "/4321_13-11_02.10.30_CPU.Netstat", "x");
+    EvidenceTree tree = FindOne(folder);
+    folder.Write(std::string(FOLDER) + "/4321_13-11_02.10.30_CPU.Netstat", "changed");
+    EXPECT_NE(DeleteSet(tree, tree.sets[0], true).failure, "");
+    EXPECT_TRUE(fs::exists(folder.GetRoot() / FOLDER / (std::string(STEM) + ".4321")));
+    EXPECT_TRUE(FindOne(folder).sets[0].isHalfDeleted);
+}
+
+TEST(PinnedSet, IsMarkedAndLetGo)
+{
+    const EvidenceFolder folder;
+    WriteStatistics(folder, "tbrd", 4321, 1, "13-11_02.10.28");
+    const EvidenceTree tree = FindOne(folder);
+    EXPECT_EQ(PinSet(tree, tree.sets[0], true).failure, "");
+    EXPECT_EQ(PinSet(tree, tree.sets[0], true).failure, "") << "again";
+    EXPECT_TRUE(FindOne(folder).sets[0].isPinned);
+    EXPECT_EQ(PinSet(tree, tree.sets[0], false).failure, "");
+    EXPECT_FALSE(FindOne(folder).sets[0].isPinned);
+}
+
+TEST(PinnedSet, HoldsAFile)
+{
+    const EvidenceFolder folder;
+    fs::create_directories(folder.GetRoot() / FOLDER);
+    const EvidenceTree tree = FindOne(folder);
+    EXPECT_EQ(PinSet(tree, tree.sets[0], true).failure, "holds no file that could be pinned");
+}
