@@ -39,9 +39,7 @@ int Parse(CLI::App& program, Common& common, int argumentCount, const char* cons
 std::span<const VerbRegistration> GetVerbs()
 {
     static constexpr VerbRegistration VERBS[] = {
-        AddListVerb,
-        AddVerifyVerb,
-        AddReportVerb,
+        AddListVerb, AddVerifyVerb, AddBundleVerb, AddPruneVerb, AddPinVerb, AddRehearseVerb, AddReportVerb,
     };
     return VERBS;
 }

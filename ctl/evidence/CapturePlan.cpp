@@ -1,34 +1,63 @@
 #include "evidence/CapturePlan.h"
 
 #include "config/JavaProcessNames.h"
+#include "evidence/CaptureSections.h"
 
 namespace ctl
 {
 namespace
 {
+/** The name of a tool, as its path ends. */
+std::string GetToolName(std::string CmdPath::*field)
+{
+    for (const ToolPath& tool : TOOL_PATHS) {
+        if (tool.mField == field) {
+            return tool.mName;
+        }
+    }
+    return "";
+}
+
+std::string JoinWords(const std::string& tool, const std::string& arguments)
+{
+    return arguments.empty() ? tool : tool + " " + arguments;
+}
+
+std::vector<PlannedSection> GetMemorySections()
+{
+    std::vector<PlannedSection> planned;
+    for (const ::Section& section : MEMORY_SECTIONS) {
+        planned.push_back({JoinWords(GetToolName(section.mTool), section.mArguments)});
+    }
+    return planned;
+}
+
 std::vector<PlannedSection> GetNetworkSections()
 {
-    // The lines with a filter find nothing on a quiet host, and that is well.
-    return {
-        {"netstat -p --tcp | grep CLOSE_WAIT", true},
-        {"netstat -na | grep CLOSE_WAIT", true},
-        {"netstat -e"},
-        {"netstat -s"},
-        {"netstat -nalp"},
-        {"netstat -op", true},
-        {"netstat -nop", true},
-        {"netstat -anop", true},
-        {"netstat -tanoxp", true},
-    };
+    std::vector<PlannedSection> planned;
+    for (const ::Section& section : NETWORK_SECTIONS) {
+        PlannedSection row = {JoinWords(GetToolName(section.mTool), section.mArguments)};
+        row.isFiltered = section.mIsFilteredByPid;
+        // What is filtered finds nothing on a quiet host, and that is well.
+        row.mayBeEmpty = row.isFiltered || row.toolLine.find('|') != std::string::npos;
+        planned.push_back(std::move(row));
+    }
+    return planned;
 }
 
 std::vector<PlannedSection> GetProcessSections(int pid)
 {
-    const std::string id = std::to_string(pid);
-    return {{"cat /proc/" + id + "/smaps"},
-            {"cat /proc/" + id + "/status"},
-            {"gstack " + id, true, true},
-            {"pmap " + id}};
+    std::vector<PlannedSection> planned;
+    for (const ProcessSection& section : PROCESS_SECTIONS) {
+        PlannedSection row = {JoinWords(GetToolName(section.mTool),
+                                        section.mBeforePid + std::to_string(pid) + section.mAfterPid)};
+        // Not every distribution has a tool for stacks, and the one there is a debugger.
+        row.isOptional = section.mTool == &CmdPath::mGstack;
+        row.mayBeEmpty = row.isOptional;
+        row.stopsProcess = row.isOptional;
+        planned.push_back(std::move(row));
+    }
+    return planned;
 }
 } // namespace
 
@@ -36,11 +65,7 @@ std::vector<PlannedSection> GetPlannedSections(FileKind kind, int pid)
 {
     switch (kind) {
     case FileKind::MemoryPerf:
-        return {{"top -b -n 1"},
-                {"ps faxeo pid,pmem,rss,vsz,sz,size,args --width 120"},
-                {"free"},
-                {"vmstat"},
-                {"cat /proc/meminfo"}};
+        return GetMemorySections();
     case FileKind::Netstat:
         return GetNetworkSections();
     case FileKind::ProcessData:

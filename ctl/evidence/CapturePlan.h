@@ -22,9 +22,11 @@ struct CapturePlan
 /** A section that a capture writes. */
 struct PlannedSection
 {
-    std::string toolLine;    ///< as GetToolLine gives it, without the filter by process id
-    bool mayBeEmpty = false; ///< its tool may find nothing
-    bool isOptional = false; ///< a host may lack its tool
+    std::string toolLine;      ///< as GetToolLine gives it, without the filter by process id
+    bool mayBeEmpty = false;   ///< its tool may find nothing
+    bool isOptional = false;   ///< a host may lack its tool
+    bool isFiltered = false;   ///< the daemon filters it by the process id
+    bool stopsProcess = false; ///< its tool stops the process while it looks
 };
 
 /** The sections of a capture of a process, in their order; empty for a kind that has none. */

@@ -3,6 +3,7 @@
 #include "ConfigurationStore.h"
 #include "StoreText.h"
 #include "base/Common.h"
+#include "config/KeyTable.h"
 #include "config/ReadingPlan.h"
 
 #include <algorithm>
@@ -16,19 +17,14 @@ namespace ctl
 namespace
 {
 constexpr char STORE_PATH[] = "/usr/tarnv/tarnhaven/master.conf";
-constexpr char EVIDENCE_PATH_KEY[] = "THHS_EVIDENCE_PATH";
-constexpr int DEFAULT_POLL_INTERVAL = 600;
 
 /** An integer key as the daemon takes it: its default for what is missing, no number or out of range. */
-int ReadNumber(const SettingReader& read, const std::string& key, int lowest, int highest, int byDefault)
+int ReadNumber(const SettingReader& read, const KeyRow& key)
 {
-    const std::optional<std::string> text = read(key);
+    const std::optional<std::string> text = read(key.mName);
     const std::optional<int> number = text ? ParseStoreNumber(*text) : std::nullopt;
-    return number && *number >= lowest && *number <= highest ? *number : byDefault;
+    return number && *number >= key.mLowest && *number <= key.mHighest ? *number : GetDefaultNumber(key);
 }
-
-constexpr int HIGHEST = std::numeric_limits<int>::max();
-constexpr int LOWEST = std::numeric_limits<int>::min();
 
 struct TextDeleter
 {
@@ -87,13 +83,13 @@ bool Fits(const EvidenceSet& set, const std::string& name)
 CapturePlan MakeCapturePlan(const SettingReader& read)
 {
     CapturePlan plan;
-    plan.wantsDump = ReadNumber(read, "THHS_CAPTURE_PROCESS_DUMP", 0, 1, 0) == 1;
-    plan.wantsNetwork = ReadNumber(read, "THHS_CAPTURE_NETWORK_STAT", 0, 1, 1) == 1;
-    plan.wantsDisk = ReadNumber(read, "THHS_CAPTURE_DISK_IO", 0, 1, 1) == 1;
-    ReadingPlan readings = {ReadNumber(read, "THHS_READING_INTERVAL", 1, HIGHEST, 5),
-                            ReadNumber(read, "THHS_NUMBER_OF_READINGS", 1, HIGHEST, 50)};
-    const int poll = ReadNumber(read, "THHS_POLL_INTERVAL", 1, HIGHEST, DEFAULT_POLL_INTERVAL);
-    const bool isForced = ReadNumber(read, "_FORCE_READING_INTERVAL_", LOWEST, HIGHEST, 0) != 0;
+    plan.wantsDump = ReadNumber(read, GetKey(THHS_CAPTURE_PROCESS_DUMP)) == 1;
+    plan.wantsNetwork = ReadNumber(read, GetKey(THHS_CAPTURE_NETWORK_STAT)) == 1;
+    plan.wantsDisk = ReadNumber(read, GetKey(THHS_CAPTURE_DISK_IO)) == 1;
+    ReadingPlan readings = {ReadNumber(read, GetKey(THHS_READING_INTERVAL)),
+                            ReadNumber(read, GetKey(THHS_NUMBER_OF_READINGS))};
+    const int poll = ReadNumber(read, GetKey(THHS_POLL_INTERVAL));
+    const bool isForced = ReadNumber(read, GetKey(FORCE_READING_INTERVAL)) != 0;
     if (!isForced && !FitsInto(readings, poll)) {
         readings = FitTo(readings, poll);
     }
@@ -102,10 +98,15 @@ CapturePlan MakeCapturePlan(const SettingReader& read)
     return plan;
 }
 
+SettingReader OpenSettings(const Common& common)
+{
+    return OpenStore(common.store.empty() ? STORE_PATH : common.store);
+}
+
 EvidenceSource OpenEvidence(const Common& common)
 {
     const std::string path = common.store.empty() ? STORE_PATH : common.store;
-    const SettingReader read = OpenStore(path);
+    const SettingReader read = OpenSettings(common);
     EvidenceSource source;
     if (read) {
         source.plan = MakeCapturePlan(read);
@@ -114,7 +115,7 @@ EvidenceSource OpenEvidence(const Common& common)
     }
     std::string directory = common.evidence;
     if (directory.empty()) {
-        directory = read ? read(EVIDENCE_PATH_KEY).value_or("") : "";
+        directory = read ? read(THHS_EVIDENCE_PATH).value_or("") : "";
     }
     if (directory.empty()) {
         throw std::runtime_error(read ? path + " names no evidence folder; give --evidence DIR"

@@ -16,6 +16,9 @@ struct Common;
 /** Returns the text of a key of the store; nothing if the key isn't there. */
 using SettingReader = std::function<std::optional<std::string>(const std::string& key)>;
 
+/** Opens the store that --store names, else that of this host; null if it can't be read. */
+SettingReader OpenSettings(const Common& common);
+
 /** What the settings make the daemon capture, with bad values and the plan of readings as the daemon takes
  * them. */
 CapturePlan MakeCapturePlan(const SettingReader& read);

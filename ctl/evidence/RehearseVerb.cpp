@@ -1,0 +1,327 @@
+#include "evidence/EvidenceVerbs.h"
+
+#include "base/ByteSize.h"
+#include "base/Common.h"
+#include "base/Document.h"
+#include "base/ExitStatus.h"
+#include "base/PlainText.h"
+#include "base/Progress.h"
+#include "base/SafeFile.h"
+#include "base/Table.h"
+#include "config/KeyTable.h"
+#include "evidence/EvidenceSource.h"
+#include "evidence/Rehearsal.h"
+
+#include <algorithm>
+#include <cstdlib>
+#include <filesystem>
+#include <iomanip>
+#include <iostream>
+#include <memory>
+#include <sstream>
+#include <stdexcept>
+
+#include <CLI/CLI.hpp>
+#include <pwd.h>
+#include <sys/stat.h>
+#include <sys/statvfs.h>
+#include <unistd.h>
+
+namespace ctl
+{
+namespace
+{
+constexpr VerbText REHEARSE = {"rehearse",
+                               "Runs the captures of a process into a scratch folder, to see what they give",
+                               "thsentinelctl rehearse tbrd\nthsentinelctl rehearse 4321 --stop-process"};
+constexpr std::chrono::seconds LONGEST_LINE(120);
+constexpr std::chrono::seconds LONGEST_DUMP(3600);
+constexpr std::size_t LONGEST_COMMAND = 64 * 1024;
+
+struct RehearseOptions
+{
+    std::string target;
+    std::string scratch;
+    int readings = 1;
+    bool stopsProcess = false;
+    bool keeps = false;
+};
+
+/** A line that was run, or left out. */
+struct Rehearsed
+{
+    RehearsalLine line;
+    RehearsalResult result;
+    std::string leftOutWhy; ///< empty for one that was run
+
+    bool IsEmpty() const { return leftOutWhy.empty() && result.bytes == 0; }
+    bool IsWell() const
+    {
+        return !leftOutWhy.empty() || (!result.isTooSlow && (result.bytes != 0 || line.mayBeEmpty));
+    }
+};
+
+/** The name of a process as the daemon sees it: the last part of the first word of its command line. */
+std::string GetProcessName(int processes, const std::string& pid)
+{
+    const std::string command = ReadFile(processes, pid + "/cmdline", LONGEST_COMMAND).text;
+    const std::string first = command.substr(0, command.find_first_of(std::string("\0 ", 2)));
+    return first.substr(first.rfind('/') + 1);
+}
+
+/** The process id that a target stands for. */
+int FindTarget(const std::string& target)
+{
+    const OpenedFile processes = OpenFolder(AT_FDCWD, "/proc");
+    std::vector<int> found;
+    for (const std::string& name :
+         processes.IsOpen() ? ListNames(processes.file.Get()) : std::vector<std::string>()) {
+        const std::optional<int> pid = ParsePidFolder(name);
+        if (pid && *pid != getpid() &&
+            (name == target || GetProcessName(processes.file.Get(), name) == target)) {
+            found.push_back(*pid);
+        }
+    }
+    if (found.empty()) {
+        throw std::runtime_error("no process here has the id or the name " + target);
+    }
+    if (found.size() > 1) {
+        std::string text = target + " stands for several processes; give one:";
+        for (const int pid : found) {
+            text += " " + std::to_string(pid);
+        }
+        throw std::runtime_error(text);
+    }
+    return found.front();
+}
+
+/** A folder of this run's own, removed with all in it. */
+class Scratch
+{
+public:
+    Scratch(const std::string& where, bool keeps) : mKeeps(keeps)
+    {
+        const char* const temporary = std::getenv("TMPDIR");
+        const std::string folder = !where.empty() ? where : temporary != nullptr ? temporary : "/tmp";
+        std::string pattern = std::filesystem::absolute(folder).string() + "/thsentinelctl-XXXXXX";
+        if (mkdtemp(pattern.data()) == nullptr) {
+            throw std::runtime_error(folder + ": no folder can be made in it");
+        }
+        mPath = pattern;
+    }
+    ~Scratch()
+    {
+        std::error_code ignored; // what can't be removed is named by what is left
+        if (!mKeeps) {
+            std::filesystem::remove_all(mPath, ignored);
+        }
+    }
+    Scratch(const Scratch&) = delete;
+    Scratch& operator=(const Scratch&) = delete;
+
+    const std::string& GetPath() const { return mPath; }
+
+    /** Makes a folder in it that another user may write. */
+    std::string MakeFolderFor(uid_t user, gid_t group) const
+    {
+        const std::string path = mPath + "/java";
+        const bool isMade = mkdir(path.c_str(), S_IRWXU) == 0 && chmod(mPath.c_str(), 0711) == 0 &&
+                            (getuid() != 0 || lchown(path.c_str(), user, group) == 0);
+        if (!isMade) {
+            throw std::runtime_error(path + " can't be made");
+        }
+        return path;
+    }
+
+private:
+    const bool mKeeps;
+    std::string mPath;
+};
+
+/** Refuses a dump for which there is hardly space: a core is about as large as the resident memory. */
+void DemandSpace(const std::string& folder, std::uint64_t bytes)
+{
+    struct statvfs status = {};
+    if (statvfs(folder.c_str(), &status) != 0) {
+        return; // the dump will say
+    }
+    const std::uint64_t free = static_cast<std::uint64_t>(status.f_bavail) * status.f_frsize;
+    if (free < bytes + bytes / 10) {
+        throw std::runtime_error("no dump: the process uses " + FormatByteSize(bytes) + ", and " + folder +
+                                 " has " + FormatByteSize(free) + " free");
+    }
+}
+
+/** The resident memory of a process, in bytes; 0 if it can't be read. */
+std::uint64_t GetResidentBytes(int pid)
+{
+    const FileText text = ReadFile(AT_FDCWD, "/proc/" + std::to_string(pid) + "/statm", LONGEST_COMMAND);
+    std::istringstream words(text.text);
+    std::uint64_t size = 0;
+    std::uint64_t resident = 0;
+    words >> size >> resident;
+    return resident * static_cast<std::uint64_t>(sysconf(_SC_PAGESIZE));
+}
+
+std::vector<RehearsalLine> MakeDumpLines(const Common& common, int pid, const Scratch& scratch)
+{
+    DemandSpace(scratch.GetPath(), GetResidentBytes(pid));
+    const std::string process = "/proc/" + std::to_string(pid);
+    std::error_code ignored; // a program that can't be seen is taken for no Java
+    const std::string program = std::filesystem::read_symlink(process + "/exe", ignored).filename().string();
+    if (program != "java") {
+        return {MakeCoreLine(pid, scratch.GetPath())};
+    }
+    struct stat status = {};
+    const bool isKnown = stat(process.c_str(), &status) == 0;
+    const struct passwd* const user = isKnown ? getpwuid(status.st_uid) : nullptr;
+    const SettingReader read = OpenSettings(common);
+    return MakeJavaLines(pid, read ? read(THHS_JDK_HOME).value_or("") : "",
+                         user == nullptr ? "" : user->pw_name,
+                         scratch.MakeFolderFor(status.st_uid, status.st_gid));
+}
+
+std::vector<Rehearsed> RunLines(const std::vector<RehearsalLine>& lines, const Scratch& scratch,
+                                bool stopsProcess)
+{
+    Progress progress("rehearsing", lines.size());
+    const InterruptWatch watch;
+    std::vector<Rehearsed> rehearsed;
+    for (const RehearsalLine& line : lines) {
+        progress.SetDetail(line.section);
+        Rehearsed one = {line, {}, ""};
+        if (InterruptWatch::IsInterrupted()) {
+            one.leftOutWhy = "interrupted";
+        } else if (line.stopsProcess && !stopsProcess) {
+            one.leftOutWhy = "stops the process; --stop-process runs it";
+        } else {
+            const bool isDump = line.kind == FileKind::Core || line.kind == FileKind::HeapDump;
+            one.result = RunLine(line, scratch.GetPath() + "/" + GetKindName(line.kind) + ".out",
+                                 scratch.GetPath() + "/complaints", isDump ? LONGEST_DUMP : LONGEST_LINE);
+        }
+        rehearsed.push_back(std::move(one));
+        progress.Advance(1);
+    }
+    return rehearsed;
+}
+
+std::string Describe(const Rehearsed& one)
+{
+    if (!one.leftOutWhy.empty()) {
+        return "left out: " + one.leftOutWhy;
+    }
+    std::string text = one.result.isTooSlow ? "was ended" : one.IsEmpty() ? "empty" : "";
+    if (one.result.status != 0 && !one.line.mayBeEmpty) {
+        text += (text.empty() ? "" : ", ") + std::string("status ") + std::to_string(one.result.status);
+    }
+    if (!one.result.complaint.empty() && !one.IsWell()) {
+        text += (text.empty() ? "" : ": ") + one.result.complaint;
+    }
+    return text;
+}
+
+std::string FormatSeconds(double seconds)
+{
+    std::ostringstream text;
+    text << std::fixed << std::setprecision(2) << seconds;
+    return text.str();
+}
+
+void PrintText(const std::vector<Rehearsed>& rehearsed, const CapturePlan& plan, int readings)
+{
+    Table table(
+        {{"FILE"}, {"BYTES", Table::Side::Right}, {"SECONDS", Table::Side::Right}, {"LINE"}, {"REMARK"}});
+    std::uint64_t memory = 0;
+    double time = 0;
+    for (const Rehearsed& one : rehearsed) {
+        const bool isRun = one.leftOutWhy.empty();
+        table.Add({{GetKindName(one.line.kind)},
+                   {isRun ? std::to_string(one.result.bytes) : ""},
+                   {isRun ? FormatSeconds(one.result.seconds) : ""},
+                   {one.line.section},
+                   {Describe(one), one.IsWell() ? Colour::Plain : Colour::Yellow}});
+        memory += one.line.kind == FileKind::MemoryPerf ? one.result.bytes : 0;
+        time += one.line.kind == FileKind::MemoryPerf ? one.result.seconds : 0;
+    }
+    table.Print(std::cout);
+    const auto all = static_cast<std::uint64_t>(plan.readings.value_or(0));
+    const auto taken = static_cast<std::uint64_t>(std::max(readings, 1));
+    std::cout << "A set takes " << all << " readings: MemoryPerf about "
+              << FormatByteSize(memory / taken * all) << ", and "
+              << FormatSeconds(time / static_cast<double>(taken) * static_cast<double>(all))
+              << " s of tools besides the pauses.\n";
+}
+
+void PrintJson(const std::vector<Rehearsed>& rehearsed, int pid)
+{
+    Json document = BeginDocument("rehearse");
+    document["pid"] = pid;
+    document["lines"] = Json::array();
+    for (const Rehearsed& one : rehearsed) {
+        Json json;
+        json["file"] = GetKindName(one.line.kind);
+        json["line"] = ToJson(one.line.section);
+        json["run"] = one.leftOutWhy.empty();
+        json["bytes"] = one.result.bytes;
+        json["seconds"] = one.result.seconds;
+        json["status"] = one.result.status;
+        json["empty"] = one.IsEmpty();
+        json["mayBeEmpty"] = one.line.mayBeEmpty;
+        json["remark"] = ToJson(Describe(one));
+        document["lines"].push_back(std::move(json));
+    }
+    PrintDocument(document);
+}
+
+int Rehearse(const Common& common, const RehearseOptions& options)
+{
+    const int pid = FindTarget(options.target);
+    const SettingReader read = OpenSettings(common);
+    const CapturePlan plan =
+        read ? MakeCapturePlan(read)
+             : MakeCapturePlan([](const std::string&) { return std::optional<std::string>(); });
+    const Scratch scratch(options.scratch, options.keeps);
+    RehearsalPlan rehearsal;
+    rehearsal.pid = pid;
+    rehearsal.wantsNetwork = plan.wantsNetwork;
+    rehearsal.wantsDisk = plan.wantsDisk;
+    rehearsal.readings = options.readings;
+    std::vector<RehearsalLine> lines = MakeRehearsal(rehearsal);
+    if (options.stopsProcess) {
+        const std::vector<RehearsalLine> dumps = MakeDumpLines(common, pid, scratch);
+        lines.insert(lines.end(), dumps.begin(), dumps.end());
+    }
+    const std::vector<Rehearsed> rehearsed = RunLines(lines, scratch, options.stopsProcess);
+    if (common.json) {
+        PrintJson(rehearsed, pid);
+    } else {
+        PrintText(rehearsed, plan, options.readings);
+    }
+    if (options.keeps) {
+        std::cerr << "thsentinelctl: the output is left in " << EscapeControls(scratch.GetPath()) << '\n';
+    }
+    const bool isWell =
+        std::all_of(rehearsed.begin(), rehearsed.end(), [](const Rehearsed& one) { return one.IsWell(); });
+    return isWell ? EXIT_GOOD : EXIT_WARNINGS;
+}
+} // namespace
+
+void AddRehearseVerb(CLI::App& program, Common& common)
+{
+    CLI::App& verb = AddVerb(program, REHEARSE);
+    const auto options = std::make_shared<RehearseOptions>();
+    verb.add_option("TARGET", options->target, "The name or id of a process")
+        ->required()
+        ->type_name("NAME|PID");
+    verb.add_option("--readings", options->readings, "Readings to take of what is sampled")
+        ->type_name("N")
+        ->check(CLI::Range(1, 1000));
+    verb.add_option("--scratch", options->scratch, "Where the scratch folder is made, else TMPDIR or /tmp")
+        ->type_name("DIR");
+    verb.add_flag("--stop-process", options->stopsProcess,
+                  "Also what stops the process for a while: its stacks, its core image or Java dumps");
+    verb.add_flag("--keep", options->keeps, "Keep the scratch folder");
+    SetAction(verb, common, [&common, options] { return Rehearse(common, *options); });
+}
+
+} // namespace ctl

@@ -1,0 +1,64 @@
+"""`rehearse`: the capture lines of a process, run into a scratch folder."""
+import os
+import subprocess
+import sys
+
+import pytest
+
+from host import companion, missing_tools
+
+
+@pytest.fixture(autouse=True)
+def _needs_companion():
+    missing = missing_tools(["top", "ps", "free", "vmstat", "netstat", "iostat", "mpstat", "pmap"])
+    if companion.program() is None or missing:
+        pytest.skip("thsentinelctl or its tools are missing")
+
+
+@pytest.fixture(name="target")
+def _target():
+    """A process of this test's own that waits to be looked at."""
+    with subprocess.Popen([sys.executable, "-c", "import sys; sys.stdin.read()"], stdin=subprocess.PIPE) as process:
+        yield process
+        process.stdin.close()
+
+
+def rehearse(tmp_path, target, *more):
+    return companion.run("rehearse", target, "--scratch", tmp_path, "--store", "/absent", *more)
+
+
+def test_each_line_of_the_captures_is_run_and_measured(tmp_path, target):
+    done = rehearse(tmp_path, target.pid, "--json")
+    lines = done.document["lines"]
+    assert [one["line"].split("/")[-1].split(" ")[0] for one in lines[:5]] == ["top", "ps", "free", "vmstat", "meminfo"]
+    assert [one["file"] for one in lines] == (["MemoryPerf"] * 5 + ["Netstat"] * 9 +
+                                              ["DiskPerf_iostat", "DiskPerf_mpstat"] + ["ProcessData"] * 4)
+    assert all(one["bytes"] > 0 for one in lines if not one["mayBeEmpty"])
+    assert all(one["seconds"] > 0 for one in lines if one["run"])
+    [stacks] = [one for one in lines if not one["run"]]
+    assert stacks["remark"] == "left out: stops the process; --stop-process runs it"
+    assert done.status == 0
+    assert os.listdir(tmp_path) == []
+
+
+def test_what_a_tool_does_not_give_is_said(tmp_path, target):
+    target.kill()
+    target.wait()
+    gone = rehearse(tmp_path, target.pid)
+    assert (gone.status, gone.errors) == (
+        3, f"thsentinelctl: no process here has the id or the name {target.pid}\n")
+    assert rehearse(tmp_path, "no such; name").status == 3
+    assert companion.run("rehearse").status == 64
+
+
+def test_a_core_is_taken_only_when_the_process_may_be_stopped(tmp_path, target):
+    if missing_tools(["gcore", "gdb"]):
+        pytest.skip("gdb is not installed")
+    done = rehearse(tmp_path, target.pid, "--json", "--stop-process", "--keep")
+    [core] = [one for one in done.document["lines"] if one["file"] == "core"]
+    if "ptrace" in core["remark"].lower() or "not permitted" in core["remark"].lower():
+        pytest.skip("this host lets nobody trace processes")
+    assert core["bytes"] > 100_000 and core["seconds"] > 0
+    [scratch] = os.listdir(tmp_path)
+    assert f"core.{target.pid}" in os.listdir(tmp_path / scratch)
+    assert target.poll() is None
