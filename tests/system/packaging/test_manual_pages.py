@@ -31,6 +31,12 @@ def _options(tmp_path):
     return re.findall(r"'(-\w+):", "\n".join(filled(tmp_path, "OPTIONS_ZSH")))
 
 
+@pytest.fixture(name="keys")
+def _keys(tmp_path):
+    """(name, default, range of a number, effect of a bad value) of all keys, in the order in which they are read."""
+    return [tuple(line.split("\t")) for line in filled(tmp_path, "KEYS_PLAIN")]
+
+
 @pytest.mark.parametrize("name", PAGES)
 def test_mandoc_has_no_complaint_about_a_page(name):
     if missing_tools(["mandoc"]):
@@ -50,9 +56,52 @@ def test_the_daemons_page_describes_every_option_and_no_other(options):
     assert sorted(f"-{word}" for word in described) == sorted(options)
 
 
+def test_the_page_of_the_settings_describes_every_key_in_order(keys):
+    described = re.findall(r"^\.It Ic (_?[A-Z]\w+)", page("thsentinel.conf.5"), re.MULTILINE)
+    assert described == [name for name, *_ in keys]
+    assert len(keys) == 20
+
+
+def example_blocks():
+    """Key to the comment above its line in the example store; a comment may serve several lines that follow it."""
+    found, comment, fresh = {}, [], True
+    for line in (product.CHECKOUT / "packaging/master.conf.example").read_text().splitlines():
+        key = re.match(r"#?(_?[A-Z][A-Z_]+) = ", line)
+        if key:
+            found[key[1]], fresh = " ".join(comment), True
+        elif line.startswith("# "):
+            comment, fresh = ([] if fresh else comment) + [line[2:]], False
+    return found
+
+
+def test_the_example_store_has_every_key_in_order_with_its_default_range_and_effect(keys):
+    blocks = example_blocks()
+    assert list(blocks) == [name for name, *_ in keys]
+    for name, default, allowed, effect in keys:
+        if default:
+            assert re.search(rf"\bDefault (\d+ and )?{default}\b", blocks[name]), name
+        assert allowed.lower() in blocks[name].lower(), name
+        if effect in ("stops", "reverts"):
+            assert f"bad value {effect}" in blocks[name] or f"bad list {effect}" in blocks[name], name
+
+
+def readme_rows():
+    """Key to the cells of its row in the table of keys."""
+    rows = re.findall(r"^\| `(_?[A-Z]\w+)` \| (.*?) \|$", (product.CHECKOUT / "README.md").read_text(), re.MULTILINE)
+    return {key: [cell.strip(" `") for cell in cells.split("|")] for key, cells in rows}
+
+
+def test_the_readme_has_every_key_with_its_default_and_range(keys):
+    rows = readme_rows()
+    assert sorted(rows) == sorted(name for name, *_ in keys)
+    for name, default, allowed, _ in keys:
+        assert not default or rows[name][0] == default, name
+        assert not allowed or rows[name][1].replace(", ", " or ") == allowed, name
+
+
 def complete(script):
     """What bash offers after the words that a line of the script sets."""
-    source = BUILD / "packaging/thsentinel.bash"
+    source = BUILD / "packaging/completion/thsentinel.bash"
     done = subprocess.run(["bash", "-c", f". {source}; {script}; _thsentinel; printf '%s\\n' \"${{COMPREPLY[@]}}\""],
                           capture_output=True, text=True, check=True)
     return done.stdout.split()
@@ -67,7 +116,7 @@ def test_bash_offers_every_option_once_and_nothing_after_it(options):
 def test_zsh_offers_every_option_with_its_meaning(options):
     if missing_tools(["zsh"]):
         pytest.skip("not installed: zsh")
-    source = BUILD / "packaging/thsentinel.zsh"
+    source = BUILD / "packaging/completion/thsentinel.zsh"
     offered = 'function _describe() { print -rl -- ${(P)3} }; CURRENT=$1; . ' + str(source)
     done = subprocess.run(["zsh", "-f", "-c", offered, "zsh", "2"], capture_output=True, text=True, check=True)
     assert [line.partition(":")[0] for line in done.stdout.splitlines()] == options
