@@ -133,6 +133,15 @@ showEvidence() {
     grep -a -o -m 1 'Marker of the busy process' "$core" || fail "the core image is not of the busy process"
 }
 
+verifyEvidence() {
+    if [ ! -x "$buildDir/ctl/thsentinelctl" ]; then
+        echo "thsentinelctl is not built: nothing is verified"
+        return 0
+    fi
+    echo '$ thsentinelctl verify'
+    "$buildDir/ctl/thsentinelctl" verify || fail "the evidence is not complete (status $?)"
+}
+
 # The companion is built where its packages are there.
 makeReport() {
     if [ ! -x "$buildDir/ctl/thsentinelctl" ]; then
@@ -181,6 +190,8 @@ levelsAre 1 || fail "the log levels were not restored"
 showLevels
 kill "$busyPid"
 cp -r --sparse=always "$evidence/." "$leftBehind/" || fail "the evidence could not be kept"
+heading "The evidence, verified"
+verifyEvidence
 heading "The report"
 makeReport
 heading "The evidence is left in ${leftBehind##*/}/"

@@ -1,6 +1,8 @@
 """`list` and `verify`: evidence of the daemon with real tools, and damaged and hostile copies of it."""
 import os
+import pathlib
 import re
+import subprocess
 
 import pytest
 
@@ -157,6 +159,47 @@ def test_terabytes_of_holes_take_little_time_and_memory(tmp_path):
     assert done.document["sets"][0]["state"] == "incomplete"
     if not product.is_built_with("-fsanitize="):
         assert done.peak < 64 * 1024
+
+
+SLEEPER = """public class Sleeper {
+    public static void main(String[] arguments) throws Exception {
+        System.out.println("ready");
+        System.in.read();
+    }
+}
+"""
+
+
+@pytest.fixture(name="java_process")
+def _java_process(tmp_path):
+    """A Java process of this test's own: its id and the folder of its JDK's programs."""
+    tools = pathlib.Path("/usr/lib/jvm/default-java/bin")
+    if not (tools / "jcmd").exists():
+        pytest.skip("no JDK: install default-jdk-headless")
+    (tmp_path / "Sleeper.java").write_text(SLEEPER)
+    subprocess.run([tools / "javac", "Sleeper.java"], cwd=tmp_path, check=True)
+    with subprocess.Popen([tools / "java", "-Xmx32m", "-cp", tmp_path, "Sleeper"], stdin=subprocess.PIPE,
+                          stdout=subprocess.PIPE, text=True) as process:
+        assert process.stdout.readline() == "ready\n"
+        yield process.pid, tools
+        process.stdin.close()
+
+
+def test_dumps_of_a_real_jdk_are_complete_until_something_is_lost(tmp_path, java_process, plain_build):
+    pid, tools = java_process
+    folder, stem = companion.write_set(tmp_path, process="adminconsole", pid=pid)
+    heap, threads = folder / f"{stem}.hprof", folder / f"{stem}.ThreadDump"
+    subprocess.run([tools / "jcmd", str(pid), "GC.heap_dump", heap], check=True, stdout=subprocess.DEVNULL)
+    printed = subprocess.run([tools / "jcmd", str(pid), "Thread.print"], check=True, capture_output=True)
+    threads.write_bytes(printed.stdout)
+    done, [only] = look(tmp_path)
+    assert (only["state"], only["problems"], done.status) == ("complete", [], 0)
+    for path, text in ((heap, "is cut short: its last record lacks 1 bytes or more"),
+                       (threads, 'is cut short: the line "JNI global refs" after the threads is missing')):
+        whole = path.read_bytes()
+        path.write_bytes(whole[:-1] if path == heap else whole[:whole.index(b"JNI global ref")])
+        assert look(tmp_path)[1][0]["problems"] == [f"{path.name}: {text}"]
+        path.write_bytes(whole)
 
 
 @pytest.fixture(name="busy_host")
