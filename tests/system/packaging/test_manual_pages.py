@@ -8,7 +8,7 @@ import pytest
 from host import missing_tools, packages, product
 
 BUILD = product.build_folder()
-PAGES = ["thsentinel.8", "thsentinel.conf.5", "thsentinel-evidence.5"]
+PAGES = ["thsentinel.8", "thsentinel.conf.5", "thsentinel-evidence.5", "thsentinelctl.1"]
 # What mandoc says about the machine and not about the page.
 OF_THE_MACHINE = ("outdated mandoc.db lacks", "referenced manual not found")
 
