@@ -38,8 +38,6 @@ set(CPACK_DEBIAN_PACKAGE_SECTION admin)
 set(CPACK_DEBIAN_PACKAGE_PRIORITY optional)
 set(CPACK_DEBIAN_PACKAGE_CONTROL_STRICT_PERMISSION ON)
 set(CPACK_DEBIAN_PACKAGE_SHLIBDEPS ON)
-# The base library is found for the sake of the tool; no package of the distribution is named for it.
-set(CPACK_DEBIAN_PACKAGE_SHLIBDEPS_PRIVATE_DIRS ${PROJECT_BINARY_DIR}/thbase)
 
 set(deb ${CMAKE_CURRENT_SOURCE_DIR}/deb)
 set(CPACK_DEBIAN_MAIN_PACKAGE_NAME thsentinel)

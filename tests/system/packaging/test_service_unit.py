@@ -5,7 +5,7 @@ import time
 
 import pytest
 
-from host import Process, manager, product
+from host import Process, manager, missing_tools, product
 
 
 def test_a_started_service_is_the_daemon_of_the_run_lock_file(managed):
@@ -118,6 +118,11 @@ def test_the_unit_lets_evidence_lie_anywhere_but_among_the_systems_own_files(man
 
 
 def test_the_unit_leaves_little_exposed():
+    if missing_tools(["systemd-analyze"]):
+        pytest.skip("not installed: systemd-analyze")
+    version = subprocess.run(["systemd-analyze", "--version"], capture_output=True, text=True, check=True).stdout
+    if int(version.split()[1]) < 250:
+        pytest.skip("systemd-analyze is so old that it looks only at units that are installed")
     verdict = subprocess.run(["systemd-analyze", "security", "--offline=yes", "--threshold=40", manager.UNIT],
                              capture_output=True, text=True, check=False)
     assert verdict.returncode == 0, verdict.stdout[-200:]
