@@ -149,8 +149,8 @@ constexpr const KeyRow* FindKey(std::string_view name)
     return nullptr;
 }
 
-/** The row of a name that is known to be a key; anything else doesn't compile. */
-consteval const KeyRow& GetKey(std::string_view name)
+/** The row of a name that is known to be a key. In a constant, anything else doesn't compile. */
+constexpr const KeyRow& GetKey(std::string_view name)
 {
     return *FindKey(name);
 }

@@ -3,6 +3,7 @@
 #include "ActionHost.h"
 #include "LockHolder.h"
 #include "cli/THDaemonInfra.h"
+#include "support/HelperSeam.h"
 
 #include <gmock/gmock.h>
 
@@ -92,6 +93,16 @@ TEST_F(UnixAction, InstallsByTheCheckBehindTheAction)
     EXPECT_THAT(mScript.mPostChecks, ElementsAre(HelperFunctionInterface::THPM_ACTION_INSTALL,
                                                  HelperFunctionInterface::THPM_ACTION_INSTALL));
     EXPECT_THAT(mScript.mPreChecks, IsEmpty());
+}
+
+TEST_F(UnixAction, NeitherInstallsNorRunsWithoutAHelper)
+{
+    GetHelperSeam().mMake = [] { return nullptr; };
+    EXPECT_EQ(GetConsole([] {
+                  EXPECT_FALSE(CUnixAction().InstallAction());
+                  EXPECT_FALSE(CUnixAction().RunAction());
+              }),
+              "");
 }
 
 TEST_F(UnixAction, ListsNothing)

@@ -382,6 +382,20 @@ TEST(ListSplitter, TakesAListOfAnyLength)
     EXPECT_EQ(elements[9999], "9999");
 }
 
+TEST(Splitters, SplitNothingWithoutAHelper)
+{
+    GetHelperSeam().mMake = [] { return nullptr; };
+    std::string key = "of the element before";
+    int value = 7;
+    GetKeyValueFromStringTouple("a:5", ":", key, value);
+    EXPECT_EQ(key, "");
+    EXPECT_EQ(value, -1);
+    Lines elements = {"of the list before"};
+    GetVectorFromString("a,b", ",", elements);
+    EXPECT_EQ(elements, Lines());
+    GetHelperSeam().mMake = nullptr;
+}
+
 /** A helper that is counted while it lives. */
 class CountedHelper : public UnixHelperFunction
 {

@@ -41,6 +41,15 @@ protected:
     std::string mConsole;
 };
 
+TEST_F(MonitoringLists, AreNotReadWithoutAHelper)
+{
+    GetHelperSeam().mMake = [] { return nullptr; };
+    Read(CPU, "tbrd:90");
+    EXPECT_EQ(mResult, 15);
+    EXPECT_EQ(mThresholds, Thresholds());
+    EXPECT_EQ(GetLogLines(), Lines());
+}
+
 struct AcceptedRow
 {
     const char* mName;

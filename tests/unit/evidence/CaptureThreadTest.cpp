@@ -167,7 +167,7 @@ TEST_P(CaptureStarter, ShowsTheJavaNameWhenThereIsOne)
 
 TEST_P(CaptureStarter, TellsOfARefusedThreadWhetherVerboseOrNot)
 {
-    RefuseThreads();
+    RefuseThreads(); // the leak check of the sanitizer build sees whether the record is freed
     for (const int verbose : {0, 1}) {
         SetVerbose(verbose);
         ForgetLog();
