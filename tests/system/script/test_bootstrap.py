@@ -10,7 +10,7 @@ SCRIPT = pathlib.Path(__file__).resolve().parents[3] / "script" / "bootstrap"
 # The package manager of such a machine. It writes down what it installs, and has that from then on.
 TOOLS = {
     "id": "echo 0",
-    "apt-cache": 'for name; do [ -e "$name" ] || echo "Package: $name"; done',
+    "apt-cache": 'shift; for name; do [ -e "$name" ] || echo "Package: $name"; done',
     "dpkg-query": 'while read -r name; do echo "$name installed"; done <installed',
     "apt-get": 'case " $* " in *" install "*) shift 4; [ -e broken ] || printf "%s\\n" "$@" >>installed ;; esac',
 }
