@@ -33,6 +33,11 @@ def is_built_with(option):
     return cache.exists() and option in cache.read_text()
 
 
+def has_companion():
+    """Whether the build has the companion program; where its packages are missing, cmake leaves it out."""
+    return (build_folder() / "ctl" / "thsentinelctl").exists()
+
+
 def measures_coverage():
     return is_built_with("--coverage")
 

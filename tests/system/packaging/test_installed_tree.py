@@ -10,7 +10,7 @@ from host import product, texts
 
 DAEMON = {"/usr/tarnv/tarnhaven/bin/thsentinel": 0o755}
 STANDALONE = {"/usr/tarnv/tarnhaven/bin/txlogcfg": 0o755, "/usr/tarnv/tarnhaven/lib/libthbase.so": None}
-COMPANION = {"/usr/local/bin/thsentinelctl": 0o755}
+COMPANION = {"/usr/local/bin/thsentinelctl": 0o755} if product.has_companion() else {}
 EMPTY_FOLDERS = ["/usr/tarnv/tmp", "/usr/tarnv/tarnhaven/logs", "/usr/tarnv/wmc/webserver/temp"]
 EVIDENCE = "/var/lib/thsentinel/evidence"
 SYSTEM_LIBRARIES = {"libstdc++.so.6", "libgcc_s.so.1", "libc.so.6", "libm.so.6", "ld-linux-x86-64.so.2",
@@ -61,7 +61,8 @@ def test_the_tree_holds_no_other_folder_and_the_evidence_is_for_root_alone(insta
 
 def test_the_companion_alone_follows_the_prefix(tmp_path):
     other = product.Product.install(tmp_path, "--prefix", "/opt/elsewhere")
-    assert files_of(other.staged).keys() == {*DAEMON, *STANDALONE, "/opt/elsewhere/bin/thsentinelctl"}
+    moved = {path.replace("/usr/local", "/opt/elsewhere") for path in COMPANION}
+    assert files_of(other.staged).keys() == {*DAEMON, *STANDALONE, *moved}
 
 
 @pytest.mark.parametrize("component, files", [("daemon", DAEMON), ("standalone", STANDALONE),
