@@ -51,6 +51,9 @@ SettingReader OpenStore(const std::string& path)
 /** A name as it would stand in an id: without the way to the root and without a slash at the end. */
 std::string MakeRelative(const EvidenceTree& tree, const std::string& name)
 {
+    if (name.empty()) {
+        return name; // the library has no absolute path for it
+    }
     std::string path = std::filesystem::path(name).lexically_normal().string();
     const std::string absolute = std::filesystem::absolute(name).lexically_normal().string();
     const std::string root = tree.root + "/";
