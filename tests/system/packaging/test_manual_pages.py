@@ -125,6 +125,34 @@ def test_zsh_offers_every_option_with_its_meaning(options):
     assert later.stdout == ""
 
 
+def complete_companion(*words):
+    """What bash offers for the last of the words after the companion's name."""
+    source = BUILD / "packaging/completion/thsentinelctl.bash"
+    line = " ".join(f"'{word}'" for word in (BUILD / "ctl/thsentinelctl", *words))
+    done = subprocess.run(
+        ["bash", "-c", f". {source}; COMP_WORDS=({line}); COMP_CWORD={len(words)}; _thsentinelctl;"
+                       " printf '%s\\n' \"${COMPREPLY[@]}\""], capture_output=True, text=True, check=True)
+    return done.stdout.split()
+
+
+@pytest.mark.skipif(not packages.HOLDS_COMPANION, reason="the companion isn't built")
+def test_bash_offers_the_companions_verbs_and_options_from_its_help():
+    text = subprocess.run([BUILD / "ctl/thsentinelctl", "--help"], capture_output=True, text=True, check=True).stdout
+    verbs = re.findall(r"^  (\w+) {2,}\S", text.partition("Subcommands:")[2], re.MULTILINE)
+    assert "verify" in verbs and complete_companion("") == verbs
+    assert complete_companion("--store", "/x", "ver") == ["verify"]
+    assert complete_companion("--ev") == ["--evidence"]
+    assert complete_companion("verify", "--sin") == ["--since"]
+    assert "--json" in complete_companion("verify", "--")
+    assert complete_companion("--log", "/usr/shar") == ["/usr/share"]
+
+
+def test_the_companions_completion_is_sound_for_zsh():
+    if missing_tools(["zsh"]):
+        pytest.skip("not installed: zsh")
+    subprocess.run(["zsh", "-f", "-n", BUILD / "packaging/completion/thsentinelctl.zsh"], check=True)
+
+
 def test_an_unknown_mark_of_a_template_is_refused(tmp_path):
     template = pathlib.Path(tmp_path, "template")
     template.write_text("100 %\n# %NO_SUCH_TABLE%\n")
