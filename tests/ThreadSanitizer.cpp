@@ -1,0 +1,28 @@
+/**
+ * What the thread sanitizer says nothing of, each with the reason. Part of the program and of its tests in a
+ * build with that sanitizer, and in no other.
+ */
+
+extern "C" {
+
+const char* __tsan_default_options() // NOLINT(readability-identifier-naming)
+{
+    // A stop does its work in the signal handler, which runs while the main thread waits and holds nothing.
+    // The worker is never joined: it may be in a call that a cancellation doesn't end.
+    return "report_signal_unsafe=0:report_thread_leaks=0";
+}
+
+const char* __tsan_default_suppressions() // NOLINT(readability-identifier-naming)
+{
+    // Flags between the main thread and the worker are plain variables by design. Each has one writer, and
+    // who reads it a moment late does no harm: gStopTheDaemon and the note that a stop is passed on,
+    // gRunDaemonLoop, and mAlive with mResult.
+    return "race:^NoteStop\n"
+           "race:^IsStopUnderWay\n"
+           "race:^SignalHandler\n"
+           "race:^ServiceWorkerThread\n"
+           "race:^StopMonitoringActivity\n"
+           "race:RunWorker\n";
+}
+
+} // extern "C"
