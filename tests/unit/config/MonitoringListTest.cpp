@@ -377,6 +377,21 @@ TEST_F(MonitoringLists, KeepsTheNamesOfEarlierLists)
     EXPECT_EQ(mConfig->mMonitoredProcessNames, (std::set<std::string>{"a", "b", "c"}));
 }
 
+/** A helper for a system that has another name for Java. */
+class HelperWithAnotherJava : public UnixHelperFunction
+{
+public:
+    void GetJavaProcessOSName(std::string& name) override { name = "jvm"; }
+};
+
+TEST_F(MonitoringLists, AskTheHelperForTheNameOfJava)
+{
+    GetHelperSeam().mMake = [] { return new HelperWithAnotherJava; };
+    Read(CPU, "adminconsole:1,a:2");
+    EXPECT_EQ(mThresholds, (Thresholds{{"adminconsole", 1}, {"a", 2}}));
+    EXPECT_EQ(mConfig->mMonitoredProcessNames, (std::set<std::string>{"jvm", "a"}));
+}
+
 TEST_F(MonitoringLists, CutsAMessageAtTheSizeOfItsBuffer)
 {
     const std::string element(5000, 'x');
