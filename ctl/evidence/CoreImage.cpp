@@ -1,7 +1,7 @@
 #include "evidence/CoreImage.h"
 
 #include "base/SafeFile.h"
-#include "evidence/ElfFile.h"
+#include "evidence/CoreProgram.h"
 
 #include <elf.h>
 

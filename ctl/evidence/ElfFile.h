@@ -61,15 +61,23 @@ std::uint64_t GetElfNumber(const ElfHead& head, const std::string& data, std::si
 /** Returns the build id of a program or library, in hexadecimal digits; nothing if it has none. */
 std::optional<std::string> ReadBuildId(int file, std::uint64_t bytes);
 
-/** What a core image says about the program that it is of. */
-struct CoreProgram
-{
-    std::string path;                   ///< of the program's file when the image was taken; empty if unknown
-    std::optional<std::string> buildId; ///< of the program in memory; nothing if the image doesn't hold it
-    std::size_t threads = 0;
-};
+/** The width of an address in the file, in bytes. */
+std::size_t GetAddressWidth(const ElfHead& head);
 
-/** Reads the notes of a core image, and the program's own from the memory in it. */
-CoreProgram ReadCoreProgram(int file, const ElfHead& head);
+/** The end of a stretch; the highest number if it is past all numbers. */
+std::uint64_t GetElfEnd(std::uint64_t begin, std::uint64_t bytes);
+
+/** Reads `count` program headers from `table` on and adds them to the head. */
+void ReadElfSegments(int file, std::uint64_t table, std::uint64_t count, ElfHead& head);
+
+/** Adds the notes that lie in a stretch of the file. */
+void ReadElfNotesAt(int file, const ElfHead& head, std::uint64_t offset, std::uint64_t bytes,
+                    std::vector<ElfNote>& notes);
+
+/** The size of a program header in the file. */
+std::size_t GetSegmentEntryBytes(const ElfHead& head);
+
+/** The build id among some notes, in hexadecimal digits; nothing if it isn't there. */
+std::optional<std::string> FindBuildId(int file, const std::vector<ElfNote>& notes);
 
 } // namespace ctl

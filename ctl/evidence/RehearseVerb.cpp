@@ -11,9 +11,9 @@
 #include "config/KeyTable.h"
 #include "evidence/EvidenceSource.h"
 #include "evidence/Rehearsal.h"
+#include "evidence/ScratchFolder.h"
 
 #include <algorithm>
-#include <cstdlib>
 #include <filesystem>
 #include <iomanip>
 #include <iostream>
@@ -95,49 +95,6 @@ int FindTarget(const std::string& target)
     return found.front();
 }
 
-/** A folder of this run's own, removed with all in it. */
-class Scratch
-{
-public:
-    Scratch(const std::string& where, bool keeps) : mKeeps(keeps)
-    {
-        const char* const temporary = std::getenv("TMPDIR");
-        const std::string folder = !where.empty() ? where : temporary != nullptr ? temporary : "/tmp";
-        std::string pattern = std::filesystem::absolute(folder).string() + "/thsentinelctl-XXXXXX";
-        if (mkdtemp(pattern.data()) == nullptr) {
-            throw std::runtime_error(folder + ": no folder can be made in it");
-        }
-        mPath = pattern;
-    }
-    ~Scratch()
-    {
-        std::error_code ignored; // what can't be removed is named by what is left
-        if (!mKeeps) {
-            std::filesystem::remove_all(mPath, ignored);
-        }
-    }
-    Scratch(const Scratch&) = delete;
-    Scratch& operator=(const Scratch&) = delete;
-
-    const std::string& GetPath() const { return mPath; }
-
-    /** Makes a folder in it that another user may write. */
-    std::string MakeFolderFor(uid_t user, gid_t group) const
-    {
-        const std::string path = mPath + "/java";
-        const bool isMade = mkdir(path.c_str(), S_IRWXU) == 0 && chmod(mPath.c_str(), 0711) == 0 &&
-                            (getuid() != 0 || lchown(path.c_str(), user, group) == 0);
-        if (!isMade) {
-            throw std::runtime_error(path + " can't be made");
-        }
-        return path;
-    }
-
-private:
-    const bool mKeeps;
-    std::string mPath;
-};
-
 /** Refuses a dump for which there is hardly space: a core is about as large as the resident memory. */
 void DemandSpace(const std::string& folder, std::uint64_t bytes)
 {
@@ -163,7 +120,7 @@ std::uint64_t GetResidentBytes(int pid)
     return resident * static_cast<std::uint64_t>(sysconf(_SC_PAGESIZE));
 }
 
-std::vector<RehearsalLine> MakeDumpLines(const Common& common, int pid, const Scratch& scratch)
+std::vector<RehearsalLine> MakeDumpLines(const Common& common, int pid, const ScratchFolder& scratch)
 {
     DemandSpace(scratch.GetPath(), GetResidentBytes(pid));
     const std::string process = "/proc/" + std::to_string(pid);
@@ -181,7 +138,7 @@ std::vector<RehearsalLine> MakeDumpLines(const Common& common, int pid, const Sc
                          scratch.MakeFolderFor(status.st_uid, status.st_gid));
 }
 
-std::vector<Rehearsed> RunLines(const std::vector<RehearsalLine>& lines, const Scratch& scratch,
+std::vector<Rehearsed> RunLines(const std::vector<RehearsalLine>& lines, const ScratchFolder& scratch,
                                 bool stopsProcess)
 {
     Progress progress("rehearsing", lines.size());
@@ -280,7 +237,7 @@ int Rehearse(const Common& common, const RehearseOptions& options)
     const CapturePlan plan =
         read ? MakeCapturePlan(read)
              : MakeCapturePlan([](const std::string&) { return std::optional<std::string>(); });
-    const Scratch scratch(options.scratch, options.keeps);
+    const ScratchFolder scratch(options.scratch, options.keeps);
     RehearsalPlan rehearsal;
     rehearsal.pid = pid;
     rehearsal.wantsNetwork = plan.wantsNetwork;
