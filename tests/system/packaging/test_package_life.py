@@ -8,6 +8,7 @@ from host.packages import BASE, MAIN
 
 INIT = "/etc/init.d/thsentinel"
 CONTROL = "/usr/lib/thsentinel/daemon-control"
+PATIENCE = 240  # seconds for an installation; it stops and starts a daemon on the way
 DEFAULT_EVIDENCE = "/var/lib/thsentinel/evidence"
 BREACH = {"THHS_MONITOR_MEMORY": "exampled:1", "THHS_CAPTURE_WITHOUT_THRESHOLD": 1, "THHS_DUMP_COUNT": 1}
 PRODUCT = ("Package: tarnhaven\nVersion: 1\nArchitecture: all\nMaintainer: x <x@x>\nProvides: tarnhaven-base\n"
@@ -31,7 +32,7 @@ def _bare(make_host, plain_build, debs, tmp_path):
 
 def dpkg(host, *words, status=0):
     """Runs dpkg and gives what it said."""
-    result = host.run("/usr/bin/dpkg", *map(str, words))
+    result = host.run("/usr/bin/dpkg", *map(str, words), limit=PATIENCE)
     assert result.status == status, host.report(f"dpkg {words}: {result}")
     return result.output + result.errors
 
@@ -221,7 +222,7 @@ def test_the_product_takes_the_place_of_the_base_library_and_the_daemon_goes_on(
     host.shell(f"mkdir -p /tmp/product{product.HOME}/lib && cp {product.LIBRARY} /tmp/product{product.LIBRARY}"
                " && dpkg-deb -b /tmp/product /tmp/product.deb")
     # dpkg alone refuses; apt first takes the package away that is in conflict.
-    result = host.run("/usr/bin/apt-get", "-y", "install", "/tmp/product.deb")
+    result = host.run("/usr/bin/apt-get", "-y", "install", "/tmp/product.deb", limit=PATIENCE)
     assert result.status == 0, result
     assert version(host, MAIN) == f"{packages.VERSION} installed"
     assert [one["pid"] for one in host.daemons()] == [host.daemon_pid()] != [before]
