@@ -244,6 +244,21 @@ Descriptor OpenRoot(const std::string& path)
     return Descriptor(open(path.c_str(), O_RDONLY | O_DIRECTORY | O_CLOEXEC));
 }
 
+OpenedFile OpenByName(int setFolder, const std::string& name)
+{
+    const std::size_t slash = name.rfind('/');
+    if (slash == std::string::npos) {
+        return OpenRegularFile(setFolder, name);
+    }
+    // Intentional: the way up from an open folder is its real parent; a late thread dump lies beside it.
+    constexpr std::size_t UP = 3; // "../"
+    OpenedFile folder = OpenFolder(setFolder, "..");
+    if (folder.IsOpen()) {
+        folder = OpenFolder(folder.file.Get(), name.substr(UP, slash - UP));
+    }
+    return folder.IsOpen() ? OpenRegularFile(folder.file.Get(), name.substr(slash + 1)) : std::move(folder);
+}
+
 void FindRoot(EvidenceTree& tree, const std::string& directory)
 {
     const std::filesystem::path given =
@@ -346,17 +361,12 @@ OpenedFile OpenSetFolder(const EvidenceTree& tree, const EvidenceSet& set)
 
 OpenedFile OpenEvidenceFile(int setFolder, const EvidenceFile& file)
 {
-    const std::size_t slash = file.name.rfind('/');
-    if (slash == std::string::npos) {
-        return OpenRegularFile(setFolder, file.name);
+    OpenedFile opened = OpenByName(setFolder, file.name);
+    if (opened.IsOpen()) {
+        // Looking leaves no trace, the time of the last access included; only the owner may ask for that.
+        (void)fcntl(opened.file.Get(), F_SETFL, O_NOATIME);
     }
-    // Intentional: the way up from an open folder is its real parent; a late thread dump lies beside it.
-    OpenedFile folder = OpenFolder(setFolder, "..");
-    if (folder.IsOpen()) {
-        folder = OpenFolder(folder.file.Get(), file.name.substr(3, slash - 3));
-    }
-    return folder.IsOpen() ? OpenRegularFile(folder.file.Get(), file.name.substr(slash + 1))
-                           : std::move(folder);
+    return opened;
 }
 
 } // namespace ctl
