@@ -46,7 +46,7 @@ Chart MakeChart(const ReportData& data, const std::vector<const Disk*>& disks, d
 
 void WriteCharts(Html& html, const ReportData& data, std::vector<const Disk*> disks)
 {
-    disks.resize(std::min(disks.size(), MOST_SERIES));
+    KeepFirst(disks, MOST_SERIES);
     Chart busy = MakeChart(data, disks, &DiskRow::mUtilisation);
     busy.mId = "disk-use";
     busy.mTitle = "Time with a request under way";

@@ -67,7 +67,7 @@ void WriteByName(Html& html, const ReportData& data)
     auto mappings = GetSorted(report);
     const double highest = mappings.empty() ? 0 : SizeOf(report, *mappings.front());
     const std::size_t count = mappings.size();
-    mappings.resize(std::min(count, MOST_ROWS));
+    KeepFirst(mappings, MOST_ROWS);
     html.BeginTable({TextCell("Mapped"), NumberCell("Resident"), NumberCell("Its own"),
                      NumberCell("Swapped out"), NumberCell("Addresses"), NumberCell("Mappings"),
                      NumberCell("Growth")});
@@ -115,7 +115,7 @@ void WriteGrowth(Html& html, const ReportData& data)
     std::stable_sort(mappings.begin(), mappings.end(), [&](const Mapping* left, const Mapping* right) {
         return GrowthOf(data, *left) > GrowthOf(data, *right);
     });
-    mappings.resize(std::min(mappings.size(), MOST_ROWS));
+    KeepFirst(mappings, MOST_ROWS);
     html.Element("h3", "Growth since the set of " + FormatWall(data.mEarlier->mWall));
     if (mappings.empty()) {
         html.Paragraph("No mapping changed by more than " + FormatKilobytes(LEAST_CHANGE) + ".");

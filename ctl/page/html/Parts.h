@@ -21,6 +21,15 @@ void WriteFiles(Html& html, const ReportData& data);
 /** Rows that a table shows. */
 constexpr std::size_t MOST_ROWS = 15;
 
+/** Leaves out what comes after the first `most`. */
+template <typename Row>
+void KeepFirst(std::vector<Row>& rows, std::size_t most)
+{
+    if (rows.size() > most) {
+        rows.erase(rows.begin() + static_cast<std::ptrdiff_t>(most), rows.end());
+    }
+}
+
 /** Frames of one group of threads, as a list that opens; the first groups stand open. */
 void WriteStackGroups(Html& html, const std::vector<StackGroup>& groups);
 

@@ -27,7 +27,7 @@ std::vector<const ProcessSummary*> GetHighest(const ReportData& data, double bou
     std::stable_sort(
         processes.begin(), processes.end(),
         [&](const ProcessSummary* left, const ProcessSummary* right) { return key(*left) > key(*right); });
-    processes.resize(std::min(processes.size(), MOST_ROWS));
+    KeepFirst(processes, MOST_ROWS);
     return processes;
 }
 
