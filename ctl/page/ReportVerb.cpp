@@ -63,7 +63,7 @@ void AddCheck(const EvidenceSource& source, const EvidenceSet& set, ReportData& 
     data.mNotes.insert(data.mNotes.end(), report.notes.begin(), report.notes.end());
 }
 
-/** Two breaches of the minute before midnight and after it are one walk over two logs. */
+/** Everything that the page shows: the set, the logs around it, and the check of the set. */
 ReportData ReadAll(const Common& common, const EvidenceSource& source, const EvidenceSet& set)
 {
     Progress progress("reading", 0);

@@ -2,6 +2,7 @@
 
 #include "base/TimeText.h"
 #include "evidence/SectionFile.h"
+#include "page/read/CoreStacks.h"
 #include "page/read/MemoryReader.h"
 
 #include <algorithm>
@@ -204,6 +205,23 @@ void ReadFile(int folder, const EvidenceFile& listed, ReportData& data)
     }
 }
 
+/** Where no stack listing was captured, the core has the threads. */
+void ReadCore(int folder, const EvidenceSet& set, ReportData& data)
+{
+    const EvidenceFile* const core = set.Find(FileKind::Core);
+    if (data.mStacks.mThreadCount > 0 || core == nullptr || core->bytes == 0) {
+        return;
+    }
+    const OpenedFile opened = OpenEvidenceFile(folder, *core);
+    if (!opened.IsOpen()) {
+        return;
+    }
+    CoreStacks stacks = ReadCoreStacks(opened.file.Get(), static_cast<std::uint64_t>(opened.status.st_size));
+    data.mStacks = std::move(stacks.mReport);
+    data.mStackSource = "the core image";
+    data.mStackFailure = std::move(stacks.mFailure);
+}
+
 /** The latest set of the same process that is clearly earlier, if there is one with a memory map. */
 const EvidenceSet* FindEarlier(const EvidenceTree& tree, const EvidenceSet& set)
 {
@@ -265,6 +283,9 @@ ReportData ReadSet(const EvidenceTree& tree, const EvidenceSet& set, std::time_t
         if (folder.IsOpen() && listed.IsPlain()) {
             ReadFile(folder.file.Get(), listed, data);
         }
+    }
+    if (folder.IsOpen()) {
+        ReadCore(folder.file.Get(), set, data);
     }
     ReadEarlier(tree, set, data);
     return data;

@@ -8,7 +8,7 @@ import sys
 
 import pytest
 
-from host import browser, companion, product
+from host import browser, companion, missing_tools, product
 
 SOURCES = pathlib.Path(__file__).resolve().parents[3]
 SERIES = bytes.fromhex("1f6f9f")  # the first line of each chart, on light ground
@@ -97,6 +97,23 @@ def test_a_set_without_its_files_and_its_log_is_a_page_that_says_so(tmp_path):
     assert "The folder of the logs, /absent, can&#39;t be read: No such file or directory." in text
     assert "The set has no memory statistics." in text
     assert f"{stem}.MemoryPerf: holds no byte" in text
+
+
+def test_threads_come_from_the_core_where_no_stacks_were_captured(tmp_path):
+    if missing_tools(["gcore", "gdb"]):
+        pytest.skip("gdb is not installed")
+    folder, stem = companion.write_set(tmp_path)
+    asleep = subprocess.Popen(["/usr/bin/sleep", "600"])
+    try:
+        subprocess.run(["gcore", "-o", folder / stem, str(asleep.pid)], check=True, capture_output=True, timeout=60)
+    finally:
+        asleep.kill()
+        asleep.wait()
+    os.rename(folder / f"{stem}.{asleep.pid}", folder / f"{stem}.4321")
+    companion.run("report", "--last", "--evidence", tmp_path, "--log", "/absent", "-o", tmp_path / "page.html")
+    text = (tmp_path / "page.html").read_text()
+    assert "1 thread with 1 different stack, from the core image." in text
+    assert "clock_nanosleep" in text
 
 
 def test_a_default_set_makes_a_page_of_modest_size_with_modest_memory(tmp_path):

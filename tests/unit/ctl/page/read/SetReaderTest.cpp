@@ -139,6 +139,15 @@ TEST_F(SetFixture, PmapServesWhereTheMapOfTheProcessIsEmpty)
     EXPECT_EQ(data.mMappings.mTotal.mSize, 8);
 }
 
+TEST_F(SetFixture, ACoreThatIsNoneHasNoThreadsAndThatIsSaid)
+{
+    mFolder.Write("tbrd/4321/Evidence1/4321_13-11_02.10.28_CPU.4321", std::string(5000, 'x'));
+    const ReportData data = Read();
+    EXPECT_EQ(data.mStacks.mThreadCount, 0u);
+    EXPECT_EQ(data.mStackFailure,
+              "The program that the core is of is not on this host, so its threads can't be shown.");
+}
+
 TEST_F(SetFixture, AThreadDumpThatEndsEarlyIsSaid)
 {
     Write("ThreadDump", "Full thread dump X:\n\n\"a\" #1 tid=0x1\n");
