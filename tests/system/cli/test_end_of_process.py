@@ -72,7 +72,9 @@ def test_the_end_waits_for_no_capture_that_reads_from_a_tool(make_host, interpos
     else:
         host.configure(THHS_MEMORY_UNIT="KB")
     assert host.status_of(pid, limit=SOON) == (255 if end == "signal" else 8)
-    assert host.log()[-3:] == texts.STOPPING
+    # A pass in progress may still write lines of its own in the second of a stop.
+    assert [entry for entry in host.log() if entry in texts.STOPPING] == (
+        texts.STOPPING if end == "signal" else texts.STOPPING[-1:] + texts.STOPPING * 2)
     assert any("/usr/bin/gcore" in one["arguments"] for one in host.processes())
 
 

@@ -4,6 +4,7 @@ The build folder comes from the environment variable THSENTINEL_BUILD or THSENTI
 build/dev of the checkout.
 """
 import fcntl
+import functools
 import os
 import pathlib
 import re
@@ -27,6 +28,7 @@ def build_folder():
     return (CHECKOUT / named).resolve()
 
 
+@functools.cache
 def is_built_with(option):
     """Whether the compiler was given an option that begins so."""
     cache = build_folder() / "CMakeCache.txt"
