@@ -17,8 +17,12 @@
     return (number < 10 ? "0" : "") + number;
   }
 
+  // Samples are a second apart at least, so a mark between two seconds says nothing.
   function clock(milliseconds) {
     var date = new Date(milliseconds);
+    if (date.getUTCMilliseconds() !== 0) {
+      return "";
+    }
     return two(date.getUTCHours()) + ":" + two(date.getUTCMinutes()) + ":" + two(date.getUTCSeconds());
   }
 

@@ -24,6 +24,13 @@ private:
     Columns mColumns;
 };
 
+/**
+ * A command line without the environment that the listing adds to it: it ends before the first word, not
+ * being the first of all, that sets a name in capitals. Values of the environment may be secrets, and a page
+ * is passed on.
+ */
+std::string_view StripEnvironment(std::string_view command);
+
 /** A command line without the branches of the process tree in front of it. */
 std::string_view StripTree(std::string_view command);
 

@@ -42,6 +42,18 @@ TEST(ProcessListing, LeavesTheBranchesOfTheTreeOut)
     EXPECT_EQ(listing.mProcesses[3].mCommand, "sh -c echo \\_ odd");
 }
 
+TEST(ProcessListing, LeavesTheEnvironmentOut)
+{
+    const ProcessListing listing = ReadListing(
+        "  PID %MEM   RSS    VSZ    SZ  SIZE COMMAND\n"
+        "   66  0.1  2000   5000  1250   300  \\_ /opt/tbrd -o a=1 2 300 PATH=/bin DB_PASSWORD=secret\n");
+    ASSERT_EQ(listing.mProcesses.size(), 1u);
+    EXPECT_EQ(listing.mProcesses[0].mCommand, "/opt/tbrd -o a=1 2 300");
+    EXPECT_EQ(StripEnvironment("A=1"), "A=1");
+    EXPECT_EQ(StripEnvironment("x =1 b=2 Name=3"), "x =1 b=2 Name=3");
+    EXPECT_EQ(StripEnvironment(""), "");
+}
+
 TEST(ProcessListing, KeepsACommandThatLooksLikeABranch)
 {
     EXPECT_EQ(StripTree("grep \\_ x"), "grep \\_ x");
