@@ -10,6 +10,8 @@
 #include "base/PlainText.h"
 #include "evidence/EvidenceVerbs.h"
 #include "page/ReportVerb.h"
+#include "processes/StatusVerb.h"
+#include "store/CheckVerb.h"
 
 namespace ctl
 {
@@ -38,9 +40,17 @@ int Parse(CLI::App& program, Common& common, int argumentCount, const char* cons
 
 std::span<const VerbRegistration> GetVerbs()
 {
+    // clang-format off
     static constexpr VerbRegistration VERBS[] = {
         AddListVerb, AddVerifyVerb, AddBundleVerb, AddPruneVerb, AddPinVerb, AddRehearseVerb, AddReportVerb,
+        AddCheckVerb,
+        AddStatusVerb,
+        AddListVerb,
+        AddVerifyVerb,
+        AddReportVerb,
+        AddWaitVerb,
     };
+    // clang-format on
     return VERBS;
 }
 

@@ -75,9 +75,4 @@ std::vector<PlannedSection> GetPlannedSections(FileKind kind, int pid)
     }
 }
 
-bool IsJavaName(const std::string& process)
-{
-    return process == ADMIN_CONSOLE_JAVA || process == WEB_MANAGEMENT_JAVA;
-}
-
 } // namespace ctl

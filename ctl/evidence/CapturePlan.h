@@ -1,5 +1,6 @@
 #pragma once
 
+#include "base/JavaNames.h"
 #include "evidence/EvidenceName.h"
 
 #include <optional>
@@ -31,8 +32,5 @@ struct PlannedSection
 
 /** The sections of a capture of a process, in their order; empty for a kind that has none. */
 std::vector<PlannedSection> GetPlannedSections(FileKind kind, int pid);
-
-/** True if a watched name is that of a Java process, whose dump is a heap dump and a thread dump. */
-bool IsJavaName(const std::string& process);
 
 } // namespace ctl

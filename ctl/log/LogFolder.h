@@ -1,0 +1,37 @@
+#pragma once
+
+#include <cstdint>
+#include <ctime>
+#include <string>
+#include <vector>
+
+namespace ctl
+{
+
+/** One daily log. */
+struct DailyLog
+{
+    std::string name;       ///< within the folder
+    int day = 0;            ///< year, month and day as one number: 20261121
+    std::uint64_t size = 0; ///< in bytes
+    std::uint64_t inode = 0;
+};
+
+/** The daily logs of a folder, the oldest first. Files whose names aren't theirs are passed over. */
+struct LogFolder
+{
+    std::string path;
+    std::vector<DailyLog> files;
+    std::string failure; ///< why the folder can't be read; empty if it can
+};
+
+/** Where the daemon writes its logs. */
+constexpr const char* LOG_PATH = "/usr/tarnv/tarnhaven/logs/thsentinel";
+
+/** Lists the logs at `path`, or at LOG_PATH for an empty one. */
+LogFolder ListLogs(const std::string& path);
+
+/** The day of a time, as in DailyLog. */
+int GetDay(std::time_t time);
+
+} // namespace ctl

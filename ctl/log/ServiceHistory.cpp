@@ -1,0 +1,172 @@
+#include "log/ServiceHistory.h"
+
+#include <algorithm>
+
+#include "base/SafeFile.h"
+#include "log/LogEvents.h"
+#include "log/LogFolder.h"
+#include "log/LogLines.h"
+
+namespace ctl
+{
+
+namespace
+{
+
+constexpr int CYCLE = 6; // passes from one decision to the next
+
+} // namespace
+
+std::optional<int> CounterHistory::GetPosition() const
+{
+    if (verboseReading) {
+        return verboseReading;
+    }
+    if (!isFromStart || passes == 0) {
+        return std::nullopt;
+    }
+    return (passes - 1) % CYCLE + 1;
+}
+
+void HistoryBuilder::Take(std::time_t time, const LogEvent& event)
+{
+    switch (event.kind) {
+    case LogEventKind::Breach:
+    case LogEventKind::Forced:
+        TakeBreach(time, event);
+        break;
+    case LogEventKind::CounterAdded:
+    case LogEventKind::Capture:
+    case LogEventKind::Exhausted:
+    case LogEventKind::Reading:
+        TakeCounter(time, event);
+        break;
+    case LogEventKind::LevelSaved:
+        mHistory.levels.insert(event.process);
+        break;
+    case LogEventKind::Failure:
+        ++mHistory.failures;
+        break;
+    default:
+        TakeService(time, event);
+    }
+}
+
+void HistoryBuilder::TakeService(std::time_t time, const LogEvent& event)
+{
+    switch (event.kind) {
+    case LogEventKind::Started:
+        mHistory = ServiceHistory();
+        mHistory.started = time;
+        mHistory.isComplete = true;
+        break;
+    case LogEventKind::Stopped:
+        mHistory.stopped = time;
+        break;
+    case LogEventKind::Pass:
+        CountPass(time);
+        break;
+    case LogEventKind::Load:
+        mHistory.lastLoad = time;
+        mHistory.lastLoadFailed = true;
+        break;
+    case LogEventKind::LoadDone:
+        mHistory.lastLoadFailed = false;
+        break;
+    default:
+        break;
+    }
+}
+
+void HistoryBuilder::CountPass(std::time_t time)
+{
+    mHistory.passBefore = mHistory.lastPass;
+    mHistory.lastPass = time;
+    for (auto& [key, counter] : mHistory.counters) {
+        ++counter.passes;
+        if (counter.verboseReading) { // the line of this pass comes after this one, except where it drops
+            counter.verboseReading = *counter.verboseReading % CYCLE + 1;
+        }
+    }
+}
+
+void HistoryBuilder::TakeCounter(std::time_t time, const LogEvent& event)
+{
+    if (event.kind == LogEventKind::CounterAdded) {
+        CounterHistory& counter = mHistory.counters[{event.pid, event.resource}];
+        counter = CounterHistory(); // a new process may have the id of one that is gone
+        counter.process = event.process;
+        counter.isFromStart = true;
+        return;
+    }
+    if (event.kind == LogEventKind::Reading) {
+        mHistory.counters[{event.pid, event.resource}].verboseReading = event.number;
+        return;
+    }
+    const auto found = mHistory.counters.find(mBreaching);
+    if (found == mHistory.counters.end()) {
+        return;
+    }
+    if (event.kind == LogEventKind::Exhausted) {
+        found->second.isExhausted = true;
+    } else if (event.pid == mBreaching.first) {
+        found->second.sets = event.number;
+        found->second.lastSet = time;
+        ++mHistory.sets;
+    }
+}
+
+void HistoryBuilder::TakeBreach(std::time_t time, const LogEvent& event)
+{
+    mBreaching = {event.pid, event.resource};
+    CounterHistory& counter = mHistory.counters[mBreaching];
+    ++counter.breaches;
+    counter.lastBreach = time;
+    const auto found =
+        std::find_if(mHistory.breaches.begin(), mHistory.breaches.end(), [&event](const BreachCount& row) {
+            return row.process == event.process && row.resource == event.resource;
+        });
+    if (found != mHistory.breaches.end()) {
+        ++found->count;
+    } else {
+        mHistory.breaches.push_back({event.process, event.resource, 1});
+    }
+}
+
+ServiceHistory ReadHistory(const LogFolder& folder, std::time_t since, std::uint64_t limit)
+{
+    HistoryBuilder builder;
+    if (!folder.failure.empty()) {
+        builder.GetHistory().failure = folder.path + ": " + folder.failure;
+        return builder.GetHistory();
+    }
+    const int firstDay = GetDay(since);
+    std::uint64_t total = 0;
+    for (const DailyLog& log : folder.files) {
+        total += log.day >= firstDay ? log.size : 0;
+    }
+    std::uint64_t skipped = total > limit ? total - limit : 0;
+    const OpenedFile opened = OpenFolder(AT_FDCWD, folder.path);
+    StampReader stamps;
+    for (const DailyLog& log : folder.files) {
+        if (log.day < firstDay || skipped >= log.size) {
+            skipped -= log.day < firstDay ? 0 : log.size;
+            continue;
+        }
+        const OpenedFile file = OpenRegularFile(opened.file.Get(), log.name);
+        if (!file.IsOpen()) {
+            builder.GetHistory().failure = log.name + ": " + file.failure;
+            continue;
+        }
+        (void)ReadLogLines(file.file.Get(), skipped, stamps, [&builder](const LogLineRead& line) {
+            if (const std::optional<LogEvent> event = ParseLogText(line.text)) {
+                builder.Take(line.time, *event);
+            }
+            return true;
+        });
+        skipped = 0;
+    }
+    return builder.GetHistory();
+}
+
+} // namespace ctl

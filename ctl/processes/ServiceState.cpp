@@ -1,0 +1,129 @@
+#include "processes/ServiceState.h"
+
+#include <algorithm>
+
+#include "config/ConfigurationKeys.h"
+
+#include "base/Common.h"
+#include "log/LogFolder.h"
+#include "store/Store.h"
+
+namespace ctl
+{
+
+namespace
+{
+
+constexpr std::time_t DAY = 86400;
+
+/** A copy of another host's store says nothing of this one's folders. */
+FolderProbe GetProbe(const Common& common)
+{
+    if (common.store.empty() && common.evidence.empty()) {
+        return GetHostProbe();
+    }
+    const auto always = [](const std::string&) { return true; };
+    return {always, always};
+}
+
+} // namespace
+
+std::chrono::seconds ServiceState::GetInterval() const
+{
+    return std::chrono::seconds(prediction.settings.Get(THHS_POLL_INTERVAL));
+}
+
+std::chrono::seconds ServiceState::GetPassLength() const
+{
+    if (!history.lastPass || !history.passBefore) {
+        return std::chrono::seconds(0);
+    }
+    const std::chrono::seconds between(*history.lastPass - *history.passBefore);
+    return std::max(std::chrono::seconds(0), between - GetInterval());
+}
+
+std::optional<std::time_t> ServiceState::GetNextPass() const
+{
+    if (!lock.IsRunning() || !history.lastPass) {
+        return std::nullopt;
+    }
+    return *history.lastPass + (GetInterval() + GetPassLength()).count();
+}
+
+std::optional<bool> ServiceState::IsStuck() const
+{
+    if (!lock.IsRunning() || !history.lastPass) {
+        return std::nullopt;
+    }
+    return now - *history.lastPass > (2 * GetInterval() + GetPassLength()).count();
+}
+
+std::optional<bool> ServiceState::IsStoreUnread() const
+{
+    const std::optional<std::time_t> changed = store->GetChangeTime();
+    if (!lock.IsRunning() || !history.lastLoad || !changed) {
+        return std::nullopt;
+    }
+    return *changed > *history.lastLoad;
+}
+
+std::optional<std::vector<std::string>> ServiceState::GetRaisedLevels() const
+{
+    if (!lock.IsRunning() || !history.failure.empty()) {
+        return std::nullopt;
+    }
+    const bool isSilent = prediction.settings.Get(THHS_INCREASE_LOG_LEVEL) != 0 &&
+                          prediction.settings.Get(THHS_VERBOSE) != 1 && history.sets > 0;
+    if (history.levels.empty() && (isSilent || !history.isComplete)) {
+        return std::nullopt;
+    }
+    return std::vector<std::string>(history.levels.begin(), history.levels.end());
+}
+
+const CounterHistory* ServiceState::FindHistory(const LiveCounter& counter) const
+{
+    const auto found = history.counters.find({counter.pid, GetName(counter.resource)});
+    return found != history.counters.end() ? &found->second : nullptr;
+}
+
+std::optional<int> ServiceState::GetWindow(const LiveCounter& counter) const
+{
+    const CounterHistory* const found = FindHistory(counter);
+    if (found != nullptr) {
+        return found->GetPosition();
+    }
+    return history.isComplete ? std::optional(0) : std::nullopt;
+}
+
+std::optional<int> ServiceState::GetSetsTaken(const LiveCounter& counter) const
+{
+    const CounterHistory* const found = FindHistory(counter);
+    if (found != nullptr && (found->isFromStart || found->lastSet)) {
+        return found->sets;
+    }
+    return found == nullptr && history.isComplete ? std::optional(0) : std::nullopt;
+}
+
+ServiceState ReadServiceState(const Common& common, std::uint64_t logLimit)
+{
+    ServiceState state;
+    state.now = std::time(nullptr);
+    state.lock = AskForDaemon();
+    if (state.lock.holder) {
+        if (const auto details = ReadDetails(*state.lock.holder)) {
+            state.since = GetStartTime(*details);
+        }
+    }
+    // A second of tolerance: the time of a start is known in whole seconds.
+    const std::time_t logSince = state.since ? *state.since - 2 : state.now - DAY;
+    state.history = ReadHistory(ListLogs(common.log), logSince, logLimit);
+    state.store = OpenStore(common.store);
+    state.prediction = PredictLoad(*state.store, GetProbe(common));
+    const Settings& settings = state.prediction.settings;
+    const WatchedNames names(ReadProcesses(), GetTableNames(GetListedNames(settings)),
+                             state.lock.holder.value_or(0));
+    state.live = FindLive(settings, names, ReadMachine());
+    return state;
+}
+
+} // namespace ctl

@@ -1,0 +1,62 @@
+#pragma once
+
+#include <chrono>
+#include <ctime>
+#include <memory>
+#include <optional>
+#include <string>
+#include <vector>
+
+#include "log/ServiceHistory.h"
+#include "processes/DaemonLock.h"
+#include "processes/LiveMatches.h"
+#include "store/LoadPrediction.h"
+
+namespace ctl
+{
+
+class Store;
+struct Common;
+
+/** Everything that can be known of the service without asking it: lock, log, store and processes together. */
+struct ServiceState
+{
+    std::time_t now = 0;
+    DaemonLock lock;
+    std::optional<std::time_t> since; ///< when the holder of the lock was started
+    ServiceHistory history;
+    std::unique_ptr<Store> store;
+    LoadPrediction prediction; ///< of the store as it is on disk now
+    LiveMatches live;          ///< of its lists
+
+    /** Seconds between two passes, by the store on disk. */
+    std::chrono::seconds GetInterval() const;
+    /** How long the last pass took beyond the interval; 0 if it isn't known. */
+    std::chrono::seconds GetPassLength() const;
+    /** When the next pass is due; nothing if the last isn't known or nobody runs. */
+    std::optional<std::time_t> GetNextPass() const;
+    /** True if the last pass is older than two intervals and a pass; nothing if that can't be known. */
+    std::optional<bool> IsStuck() const;
+    /** True if the store was changed after the service had read it; nothing if that can't be known. */
+    std::optional<bool> IsStoreUnread() const;
+    /** Log targets whose levels are raised now; nothing if that can't be known. */
+    std::optional<std::vector<std::string>> GetRaisedLevels() const;
+    /** The history of a counter; null if the log doesn't know it. */
+    const CounterHistory* FindHistory(const LiveCounter& counter) const;
+    /** The position in its window that the last pass had, 0 if no pass has seen it yet; nothing if unknown.
+     */
+    std::optional<int> GetWindow(const LiveCounter& counter) const;
+    /** Evidence sets that were begun for a counter; nothing if that can't be known. */
+    std::optional<int> GetSetsTaken(const LiveCounter& counter) const;
+};
+
+/**
+ * Looks at the service. `logLimit` bounds the bytes of the log that are read, the newest of them. Takes no
+ * lock, sends no signal, starts nothing and writes nothing.
+ */
+ServiceState ReadServiceState(const Common& common, std::uint64_t logLimit);
+
+/** What status and metrics read of the log at most. */
+constexpr std::uint64_t USUAL_LOG_LIMIT = std::uint64_t{16} * 1024 * 1024;
+
+} // namespace ctl

@@ -1,0 +1,265 @@
+#include "store/CheckVerb.h"
+
+#include <algorithm>
+#include <iostream>
+#include <memory>
+#include <optional>
+
+#include <CLI/CLI.hpp>
+
+#include "config/ConfigurationKeys.h"
+
+#include "base/Common.h"
+#include "base/Document.h"
+#include "base/ExitStatus.h"
+#include "base/PlainText.h"
+#include "base/Table.h"
+#include "base/Terminal.h"
+#include "processes/LiveMatches.h"
+#include "store/EvidencePathCheck.h"
+#include "store/LoadPrediction.h"
+#include "store/SettingsCheck.h"
+#include "store/Store.h"
+#include "store/StoreFinding.h"
+
+namespace ctl
+{
+
+namespace
+{
+
+struct Options
+{
+    std::string file;
+    bool noHost = false;
+};
+
+/** Everything that the verb has found out. */
+struct Checked
+{
+    std::string name;
+    LoadPrediction prediction;
+    StoreFindings findings;
+    std::optional<LiveMatches> live;
+};
+
+/** The probe of a load: of this host, or with a copy of the evidence folder in the place of the store's. */
+FolderProbe GetProbe(const Common& common, const Options& options)
+{
+    if (options.noHost || !common.evidence.empty()) {
+        const auto always = [](const std::string&) { return true; };
+        return {always, always};
+    }
+    return GetHostProbe();
+}
+
+void CheckAgainstHost(const Common& common, const Store& store, Checked& checked)
+{
+    const Settings& settings = checked.prediction.settings;
+    if (!settings.evidencePath.empty()) {
+        CheckEvidenceFolder(settings.evidencePath,
+                            common.evidence.empty() ? settings.evidencePath : common.evidence,
+                            store.FindLine(THHS_EVIDENCE_PATH), checked.findings);
+    }
+    const WatchedNames names(ReadProcesses(), GetTableNames(GetListedNames(settings)), 0);
+    checked.live = FindLive(settings, names, ReadMachine());
+    CheckLive(store, settings, names, *checked.live, checked.findings);
+}
+
+void SortByLine(StoreFindings& findings)
+{
+    std::stable_sort(findings.begin(), findings.end(),
+                     [](const StoreFinding& one, const StoreFinding& other) {
+                         return one.line - 1 < other.line - 1; // what stands on no line comes last
+                     });
+}
+
+Checked Check(const Common& common, const Options& options, const Store& store)
+{
+    Checked checked;
+    checked.name = store.GetName();
+    checked.prediction = PredictLoad(store, GetProbe(common, options));
+    checked.findings = checked.prediction.findings;
+    CheckEntries(store, checked.findings);
+    CheckSettings(store, checked.prediction, checked.findings);
+    if (!options.noHost) {
+        CheckAgainstHost(common, store, checked);
+    }
+    SortByLine(checked.findings);
+    return checked;
+}
+
+Json DescribeFinding(const StoreFinding& finding)
+{
+    return {{"severity", GetName(finding.severity)},
+            {"key", ToJson(finding.key)},
+            {"line", finding.line},
+            {"message", ToJson(finding.message)},
+            {"remedy", ToJson(finding.remedy)}};
+}
+
+Json DescribeCounter(const LiveCounter& counter)
+{
+    return {{"process", ToJson(counter.process)},
+            {"pid", counter.pid},
+            {"resource", GetName(counter.resource)},
+            {"reading", counter.reading},
+            {"limit", counter.limit},
+            {"unit", counter.unit}};
+}
+
+Json DescribePrediction(const LoadPrediction& prediction)
+{
+    Json settings = Json::object();
+    for (const auto& [key, value] : prediction.settings.numbers) {
+        settings[key] = value;
+    }
+    Json log = Json::array();
+    for (const std::string& line : prediction.log) {
+        log.push_back(ToJson(line));
+    }
+    return {{"starts", prediction.result == 0},
+            {"result", prediction.result},
+            {"settings", settings},
+            {"log", log}};
+}
+
+void PrintJson(const Checked& checked)
+{
+    Json document = BeginDocument("check");
+    document["file"] = ToJson(checked.name);
+    document["findings"] = Json::array();
+    for (const StoreFinding& finding : checked.findings) {
+        document["findings"].push_back(DescribeFinding(finding));
+    }
+    document["prediction"] = DescribePrediction(checked.prediction);
+    document["matches"] = Json::array();
+    document["unmatched"] = Json::array();
+    if (checked.live) {
+        for (const LiveCounter& counter : checked.live->counters) {
+            document["matches"].push_back(DescribeCounter(counter));
+        }
+        for (const UnmatchedName& name : checked.live->unmatched) {
+            document["unmatched"].push_back(ToJson(name.process));
+        }
+    }
+    PrintDocument(document);
+}
+
+Colour GetColour(Severity severity)
+{
+    return severity == Severity::Error     ? Colour::Red
+           : severity == Severity::Warning ? Colour::Yellow
+                                           : Colour::Faint;
+}
+
+void PrintFinding(const std::string& name, const StoreFinding& finding)
+{
+    std::cout << EscapeControls(name) << ':' << finding.line << ": "
+              << Paint(GetName(finding.severity), GetColour(finding.severity)) << ": ";
+    if (!finding.key.empty()) {
+        std::cout << EscapeControls(finding.key) << ": ";
+    }
+    std::cout << EscapeControls(finding.message) << '\n';
+    if (!finding.remedy.empty()) {
+        std::cout << "    " << EscapeControls(finding.remedy) << '\n';
+    }
+}
+
+std::string FormatReading(double reading)
+{
+    char text[32];
+    (void)std::snprintf(text, sizeof text, "%.2f", reading);
+    return text;
+}
+
+void PrintMatches(const LiveMatches& live)
+{
+    if (live.counters.empty()) {
+        return;
+    }
+    Table table({{"PROCESS", Table::Side::Left},
+                 {"PID", Table::Side::Right},
+                 {"RESOURCE", Table::Side::Left},
+                 {"READING", Table::Side::Right},
+                 {"LIMIT", Table::Side::Right},
+                 {"UNIT", Table::Side::Left}});
+    for (const LiveCounter& counter : live.counters) {
+        const bool isAbove = static_cast<long long>(counter.reading) > counter.limit;
+        table.Add({{counter.process},
+                   {std::to_string(counter.pid)},
+                   {GetName(counter.resource)},
+                   {FormatReading(counter.reading), isAbove ? Colour::Red : Colour::Plain},
+                   {std::to_string(counter.limit)},
+                   {counter.unit}});
+    }
+    std::cout << "\nMatches now:\n";
+    table.Print(std::cout, 2);
+}
+
+void PrintText(const Checked& checked)
+{
+    for (const StoreFinding& finding : checked.findings) {
+        PrintFinding(checked.name, finding);
+    }
+    if (checked.live) {
+        PrintMatches(*checked.live);
+    }
+    const auto count = [&checked](Severity severity) {
+        return std::count_if(
+            checked.findings.begin(), checked.findings.end(),
+            [severity](const StoreFinding& finding) { return finding.severity == severity; });
+    };
+    std::cout << '\n'
+              << count(Severity::Error) << " errors, " << count(Severity::Warning)
+              << " warnings; the service "
+              << (checked.prediction.result == 0 ? "starts with these settings"
+                                                 : "won't start with these settings")
+              << '\n';
+}
+
+int ReportUnreadable(const Common& common, const Store& store)
+{
+    const std::string message = "can't be read: " + store.GetFailure();
+    if (common.json) {
+        Json document = BeginDocument("check");
+        document["file"] = ToJson(store.GetName());
+        document["findings"] = Json::array({DescribeFinding(
+            StoreFinding{Severity::Error, "", 0, message, "name a store file that this user may read"})});
+        PrintDocument(document);
+    }
+    std::cerr << "thsentinelctl: " << EscapeControls(store.GetName()) << ' ' << EscapeControls(message)
+              << '\n';
+    return EXIT_CANT_TELL;
+}
+
+int RunCheck(const Common& common, const Options& options)
+{
+    const std::unique_ptr<Store> store = OpenStore(options.file.empty() ? common.store : options.file);
+    if (!store->GetFailure().empty()) {
+        return ReportUnreadable(common, *store);
+    }
+    const Checked checked = Check(common, options, *store);
+    if (common.json) {
+        PrintJson(checked);
+    } else {
+        PrintText(checked);
+    }
+    return GetExitStatus(checked.findings);
+}
+
+} // namespace
+
+void AddCheckVerb(CLI::App& program, Common& common)
+{
+    CLI::App& verb = AddVerb(program, {"check", "Checks a configuration store before it goes live",
+                                       "thsentinelctl check new-master.conf\n"
+                                       "thsentinelctl check --json && systemctl restart thsentinel"});
+    const auto options = std::make_shared<Options>();
+    verb.add_option("file", options->file, "The store file; that of this host without it")->type_name("FILE");
+    verb.add_flag("--no-host", options->noHost,
+                  "Look at the text alone: neither at the evidence folder nor at processes");
+    SetAction(verb, common, [&common, options] { return RunCheck(common, *options); });
+}
+
+} // namespace ctl

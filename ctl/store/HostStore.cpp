@@ -1,0 +1,93 @@
+#include "store/Store.h"
+
+#include <cstdlib>
+#include <string>
+#include <utility>
+
+#include <dlfcn.h>
+#include <link.h>
+
+#include "thbase.h"
+
+#include "base/SafeFile.h"
+
+namespace ctl
+{
+
+namespace
+{
+
+constexpr const char* LIBRARY = "libthbase.so";
+constexpr std::size_t LIBRARY_LIMIT = std::size_t{8} * 1024 * 1024;
+
+/** The calls of the product's base library. */
+struct Library
+{
+    decltype(&get_master_config_ptr) getHandle = nullptr;
+    decltype(&thconfGetKeyValPair) getText = nullptr;
+    decltype(&thconfGetKeyValPairAsInt) getNumber = nullptr;
+};
+
+/** The product's own store, one key at a time. */
+class ProductStore : public Store
+{
+public:
+    explicit ProductStore(const Library& library) : Store("the product's store"), mLibrary(library) {}
+
+    Text GetText(const std::string& key) const override
+    {
+        char* value = nullptr;
+        const int result = mLibrary.getText(mLibrary.getHandle(), key.c_str(), &value);
+        const std::unique_ptr<char, decltype(&std::free)> owned(value, &std::free);
+        return {result, value != nullptr ? std::optional<std::string>(value) : std::nullopt};
+    }
+
+    Number GetNumber(const std::string& key) const override
+    {
+        int value = 0;
+        const int result = mLibrary.getNumber(mLibrary.getHandle(), key.c_str(), &value);
+        return {result, value};
+    }
+
+private:
+    const Library mLibrary;
+};
+
+template <typename Call>
+void Find(void* library, const char* name, Call& call)
+{
+    call = reinterpret_cast<Call>(dlsym(library, name));
+}
+
+/** True if the loaded library is the standalone one: it holds the path of its store. */
+bool IsStandalone(void* library)
+{
+    const struct link_map* map = nullptr;
+    if (dlinfo(library, RTLD_DI_LINKMAP, &map) != 0 || map == nullptr) {
+        return false;
+    }
+    const Descriptor file(open(map->l_name, O_RDONLY | O_CLOEXEC));
+    return file.IsOpen() &&
+           ReadDescriptor(file.Get(), LIBRARY_LIMIT).text.find(STORE_PATH) != std::string::npos;
+}
+
+} // namespace
+
+std::unique_ptr<Store> OpenHostStore()
+{
+    // Never closed: the handle of the store stays valid until the process ends.
+    void* const library = dlopen(LIBRARY, RTLD_NOW | RTLD_LOCAL);
+    if (library == nullptr || IsStandalone(library)) {
+        return OpenStoreFile(STORE_PATH);
+    }
+    Library calls;
+    Find(library, "get_master_config_ptr", calls.getHandle);
+    Find(library, "thconfGetKeyValPair", calls.getText);
+    Find(library, "thconfGetKeyValPairAsInt", calls.getNumber);
+    if (calls.getHandle == nullptr || calls.getText == nullptr || calls.getNumber == nullptr) {
+        return OpenStoreFile(STORE_PATH);
+    }
+    return std::make_unique<ProductStore>(calls);
+}
+
+} // namespace ctl

@@ -1,0 +1,15 @@
+#pragma once
+
+#include "store/StoreFinding.h"
+
+namespace ctl
+{
+
+class Store;
+struct LoadPrediction;
+
+/** Adds what follows from settings that are valid: what has no effect, what is missing for another to work.
+ */
+void CheckSettings(const Store& store, const LoadPrediction& prediction, StoreFindings& findings);
+
+} // namespace ctl
