@@ -9,7 +9,11 @@
 #include "base/ExitStatus.h"
 #include "base/PlainText.h"
 #include "evidence/EvidenceVerbs.h"
+#include "log/EventsVerb.h"
 #include "page/ReportVerb.h"
+#include "processes/ExplainVerb.h"
+#include "processes/MetricsVerb.h"
+#include "processes/PreflightVerb.h"
 #include "processes/StatusVerb.h"
 #include "store/CheckVerb.h"
 
@@ -42,12 +46,19 @@ std::span<const VerbRegistration> GetVerbs()
 {
     // clang-format off
     static constexpr VerbRegistration VERBS[] = {
-        AddListVerb, AddVerifyVerb, AddBundleVerb, AddPruneVerb, AddPinVerb, AddRehearseVerb, AddReportVerb,
         AddCheckVerb,
+        AddPreflightVerb,
         AddStatusVerb,
+        AddExplainVerb,
         AddListVerb,
         AddVerifyVerb,
         AddReportVerb,
+        AddBundleVerb,
+        AddPruneVerb,
+        AddPinVerb,
+        AddRehearseVerb,
+        AddMetricsVerb,
+        AddEventsVerb,
         AddWaitVerb,
     };
     // clang-format on

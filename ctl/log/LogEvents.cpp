@@ -102,6 +102,18 @@ bool TakeBreach(Cursor& cursor, std::string_view separator, LogEvent& event)
     return isWhole && name.CutAtLast(" (", event.process) && name.TakeInt(event.pid);
 }
 
+/** "NAME(PID) : R UNIT". */
+bool TakeUsage(Cursor& cursor, LogEvent& event)
+{
+    std::string head;
+    if (!cursor.CutAtLast(") : ", head) || !cursor.TakeDouble(event.reading) || !cursor.Skip(" ")) {
+        return false;
+    }
+    event.unit = cursor.GetRest();
+    Cursor name(head);
+    return name.CutAtLast("(", event.process) && name.TakeInt(event.pid);
+}
+
 std::optional<LogEvent> ParseCounterText(std::string_view text)
 {
     Cursor cursor(text);
@@ -123,6 +135,10 @@ std::optional<LogEvent> ParseCounterText(std::string_view text)
         return cursor.CutAtFirst(" with PID - ", event.process) && cursor.TakeInt(event.pid)
                    ? std::optional(event)
                    : std::nullopt;
+    }
+    if (cursor.Skip("usage for process ")) {
+        event.kind = LogEventKind::Usage;
+        return TakeUsage(cursor, event) ? std::optional(event) : std::nullopt;
     }
     return std::nullopt;
 }
@@ -238,8 +254,9 @@ std::optional<LogEvent> ParseLogText(std::string_view text)
 
 const char* GetName(LogEventKind kind)
 {
-    constexpr std::array NAMES = {"start",  "stop",    "pass",      "load", "load-done", "counter", "breach",
-                                  "forced", "capture", "exhausted", "core", "failure",   "reading", "level"};
+    constexpr std::array NAMES = {"start",   "stop",    "pass",    "load",    "load-done",
+                                  "counter", "breach",  "forced",  "capture", "exhausted",
+                                  "core",    "failure", "reading", "usage",   "level"};
     return NAMES[static_cast<std::size_t>(kind)];
 }
 

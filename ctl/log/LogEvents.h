@@ -23,6 +23,7 @@ enum class LogEventKind
     CoreWritten,  ///< pid
     Failure,      ///< anything that went wrong, in `text`
     Reading,      ///< verbose: process, pid, resource, position in the window
+    Usage,        ///< verbose: process, pid, resource, reading, unit
     LevelSaved,   ///< verbose: process is the log target, number the debug level before
 };
 

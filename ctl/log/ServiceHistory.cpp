@@ -41,6 +41,8 @@ void HistoryBuilder::Take(std::time_t time, const LogEvent& event)
     case LogEventKind::Reading:
         TakeCounter(time, event);
         break;
+    case LogEventKind::Usage: // of interest to those who explain one counter
+        break;
     case LogEventKind::LevelSaved:
         mHistory.levels.insert(event.process);
         break;
@@ -133,12 +135,11 @@ void HistoryBuilder::TakeBreach(std::time_t time, const LogEvent& event)
     }
 }
 
-ServiceHistory ReadHistory(const LogFolder& folder, std::time_t since, std::uint64_t limit)
+std::string VisitEvents(const LogFolder& folder, std::time_t since, std::uint64_t limit,
+                        const EventVisitor& visit)
 {
-    HistoryBuilder builder;
     if (!folder.failure.empty()) {
-        builder.GetHistory().failure = folder.path + ": " + folder.failure;
-        return builder.GetHistory();
+        return folder.path + ": " + folder.failure;
     }
     const int firstDay = GetDay(since);
     std::uint64_t total = 0;
@@ -146,26 +147,39 @@ ServiceHistory ReadHistory(const LogFolder& folder, std::time_t since, std::uint
         total += log.day >= firstDay ? log.size : 0;
     }
     std::uint64_t skipped = total > limit ? total - limit : 0;
+    std::string failure;
     const OpenedFile opened = OpenFolder(AT_FDCWD, folder.path);
     StampReader stamps;
+    bool goesOn = true;
     for (const DailyLog& log : folder.files) {
-        if (log.day < firstDay || skipped >= log.size) {
-            skipped -= log.day < firstDay ? 0 : log.size;
+        if (log.day < firstDay || skipped >= log.size || !goesOn) {
+            skipped -= log.day < firstDay ? 0 : std::min(skipped, log.size);
             continue;
         }
         const OpenedFile file = OpenRegularFile(opened.file.Get(), log.name);
         if (!file.IsOpen()) {
-            builder.GetHistory().failure = log.name + ": " + file.failure;
+            failure = folder.path + "/" + log.name + ": " + file.failure;
             continue;
         }
-        (void)ReadLogLines(file.file.Get(), skipped, stamps, [&builder](const LogLineRead& line) {
-            if (const std::optional<LogEvent> event = ParseLogText(line.text)) {
-                builder.Take(line.time, *event);
-            }
-            return true;
+        (void)ReadLogLines(file.file.Get(), skipped, stamps, [&visit, &goesOn](const LogLineRead& line) {
+            const std::optional<LogEvent> event = ParseLogText(line.text);
+            goesOn = !event || visit(line.time, *event);
+            return goesOn;
         });
         skipped = 0;
     }
+    return failure;
+}
+
+ServiceHistory ReadHistory(const LogFolder& folder, std::time_t since, std::uint64_t limit)
+{
+    HistoryBuilder builder;
+    const std::string failure =
+        VisitEvents(folder, since, limit, [&builder](std::time_t time, const LogEvent& event) {
+            builder.Take(time, event);
+            return true;
+        });
+    builder.GetHistory().failure = failure;
     return builder.GetHistory();
 }
 

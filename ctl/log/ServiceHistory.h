@@ -2,6 +2,7 @@
 
 #include <cstdint>
 #include <ctime>
+#include <functional>
 #include <map>
 #include <optional>
 #include <set>
@@ -81,6 +82,16 @@ private:
     ServiceHistory mHistory;
     CounterKey mBreaching = {0, ""}; ///< whose breach line came last; its capture line follows
 };
+
+/** Called for each event of a log, in order; false ends the reading. */
+using EventVisitor = std::function<bool(std::time_t time, const LogEvent& event)>;
+
+/**
+ * Visits the events in the logs of a folder from the day of `since` on, in the newest `limit` bytes of them.
+ * Returns why something can't be read; empty if all was.
+ */
+std::string VisitEvents(const LogFolder& folder, std::time_t since, std::uint64_t limit,
+                        const EventVisitor& visit);
 
 /**
  * Reads the logs of a folder from the day of `since` on, the newest `limit` bytes of them. With a limit that

@@ -32,20 +32,34 @@ struct Answer
     int holder = 0;
 };
 
-/** Looks the file up in the kernel's list of locks, which shows this PID namespace's only. */
+bool IsDaemon(int pid, const std::string& procFolder)
+{
+    const std::optional<Process> process = ReadProcess(pid, procFolder);
+    return process && process->GetName() == "thsentinel";
+}
+
+/**
+ * Looks the file up in the kernel's list of locks, which shows this PID namespace's only. Some file systems,
+ * such as those in layers, show another device there than to stat: then the holder must be the daemon by its
+ * name.
+ */
 Answer AskLockList(const struct stat& file, const std::string& procFolder)
 {
     const FileText list = ReadFile(AT_FDCWD, procFolder + "/locks", LOCKS_LIMIT);
     if (!list.IsRead()) {
         return {};
     }
-    char place[64];
-    (void)std::snprintf(place, sizeof place, " %02x:%02x:%llu ", major(file.st_dev), minor(file.st_dev),
-                        static_cast<unsigned long long>(file.st_ino));
+    char device[32];
+    (void)std::snprintf(device, sizeof device, "%02x:%02x", major(file.st_dev), minor(file.st_dev));
+    const std::string place = ":" + std::to_string(file.st_ino) + " ";
     for (std::size_t found = 0; (found = list.text.find(place, found)) != std::string::npos; ++found) {
         const std::size_t begin = list.text.rfind('\n', found) + 1; // npos + 1 is 0
         int holder = 0;
-        if (std::sscanf(list.text.c_str() + begin, "%*d: POSIX %*s WRITE %d", &holder) == 1) {
+        if (std::sscanf(list.text.c_str() + begin, "%*d: POSIX %*s WRITE %d", &holder) != 1) {
+            continue;
+        }
+        const std::string shown = list.text.substr(list.text.rfind(' ', found) + 1, std::strlen(device));
+        if (shown == device || IsDaemon(holder, procFolder)) {
             return {true, true, holder};
         }
     }

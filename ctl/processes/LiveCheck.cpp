@@ -5,7 +5,7 @@
 #include <cstdio>
 #include <set>
 
-#include "config/ConfigurationKeys.h"
+#include "config/KeyTable.h"
 
 #include "base/ByteSize.h"
 #include "base/JavaNames.h"

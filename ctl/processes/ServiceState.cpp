@@ -2,7 +2,7 @@
 
 #include <algorithm>
 
-#include "config/ConfigurationKeys.h"
+#include "config/KeyTable.h"
 
 #include "base/Common.h"
 #include "log/LogFolder.h"

@@ -9,7 +9,7 @@
 #include <CLI/CLI.hpp>
 #include <unistd.h>
 
-#include "config/ConfigurationKeys.h"
+#include "config/KeyTable.h"
 
 #include "base/Common.h"
 #include "base/Document.h"

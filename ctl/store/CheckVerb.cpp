@@ -7,7 +7,7 @@
 
 #include <CLI/CLI.hpp>
 
-#include "config/ConfigurationKeys.h"
+#include "config/KeyTable.h"
 
 #include "base/Common.h"
 #include "base/Document.h"

@@ -10,7 +10,7 @@
 
 #include <linux/magic.h>
 
-#include "config/ConfigurationKeys.h"
+#include "config/KeyTable.h"
 
 #include "base/ByteSize.h"
 

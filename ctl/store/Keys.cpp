@@ -1,12 +1,10 @@
 #include "store/Keys.h"
 
 #include <algorithm>
-#include <array>
 #include <cctype>
-#include <climits>
 #include <vector>
 
-#include "config/ConfigurationKeys.h"
+#include "config/KeyTable.h"
 
 namespace ctl
 {
@@ -14,55 +12,35 @@ namespace ctl
 namespace
 {
 
-const RevertingKey* FindReverting(std::string_view name)
+KeyKind GetKind(const ::KeyRow& row)
 {
-    for (const std::span<const RevertingKey> keys :
-         {std::span<const RevertingKey>(CAPTURE_KEYS), std::span<const RevertingKey>(READING_KEYS),
-          std::span<const RevertingKey>(SERVICE_KEYS), std::span<const RevertingKey>(TRACE_KEYS)}) {
-        for (const RevertingKey& key : keys) {
-            if (name == key.mKey) {
-                return &key;
-            }
-        }
+    if (row.mKind == ::KeyKind::List) {
+        return KeyKind::List;
     }
-    return nullptr;
-}
-
-KeyRow MakeInteger(const char* name, const char* meaning)
-{
-    const RevertingKey* const key = FindReverting(name);
-    if (key == nullptr) {
-        return {name, KeyKind::Free, INT_MIN, INT_MAX, 0, nullptr, nullptr, meaning};
+    if (row.mKind != ::KeyKind::Integer && row.mKind != ::KeyKind::Switch) {
+        return KeyKind::Text;
     }
-    return {name,          KeyKind::Integer, key->mLowest,    key->mHighest,
-            key->mDefault, key->mMessage,    key->mAfterword, meaning};
+    switch (row.mWhenBad) {
+    case WhenBad::StopsService:
+        return KeyKind::Stopping;
+    case WhenBad::RevertsToDefault:
+        return KeyKind::Integer;
+    case WhenBad::StaysAsItWas:
+        break;
+    }
+    return KeyKind::Free;
 }
 
 std::vector<KeyRow> MakeKeys()
 {
-    return {
-        {THHS_MEMORY_UNIT, KeyKind::Text, 0, 0, 0, nullptr, nullptr, "ABSOLUTE or PERCENT"},
-        {THHS_MONITOR_CPU, KeyKind::List, 0, 0, 0, nullptr, nullptr, "NAME:PERCENT, ..."},
-        {THHS_MONITOR_MEMORY, KeyKind::List, 0, 0, 0, nullptr, nullptr, "NAME:LIMIT, ..."},
-        {THHS_MONITOR_DEADLOCK, KeyKind::List, 0, 0, 0, nullptr, nullptr, "NAME, ..."},
-        {THHS_POLL_INTERVAL, KeyKind::Stopping, 1, INT_MAX, DEFAULT_POLL_INTERVAL, nullptr, nullptr,
-         "seconds between two passes"},
-        MakeInteger(THHS_DUMP_COUNT, "evidence sets of a process and resource"),
-        MakeInteger(THHS_CAPTURE_NETWORK_STAT, "sockets and network counters"),
-        MakeInteger(THHS_DEADLOCK_INTERVAL, "minutes, not acted on"),
-        MakeInteger(THHS_INCREASE_LOG_LEVEL, "the product's log levels rise on a breach"),
-        MakeInteger(THHS_CAPTURE_PROCESS_DUMP, "core image, or Java heap and threads"),
-        MakeInteger(THHS_ALWAYS_DUMP, "the average needn't be above the limit"),
-        MakeInteger(THHS_CAPTURE_DISK_IO, "disk and processor statistics"),
-        MakeInteger(FORCE_READING_INTERVAL, "readings needn't fit into the poll interval"),
-        MakeInteger(THHS_NUMBER_OF_READINGS, "samples of the statistics"),
-        MakeInteger(THHS_READING_INTERVAL, "seconds between two samples"),
-        MakeInteger(THHS_PURGE_OLD_EVIDENCE, "old evidence at the start of the service"),
-        MakeInteger(THHS_CAPTURE_WITHOUT_THRESHOLD, "evidence at every pass, without a limit"),
-        {THHS_JDK_HOME, KeyKind::Text, 0, 0, 0, nullptr, nullptr, "folder of the JDK"},
-        {THHS_EVIDENCE_PATH, KeyKind::Text, 0, 0, 0, nullptr, nullptr, "folder for the evidence"},
-        MakeInteger(THHS_VERBOSE, "routine traces in the daily log"),
-    };
+    std::vector<KeyRow> keys;
+    for (const ::KeyRow& row : KEY_TABLE) {
+        const KeyKind kind = GetKind(row);
+        const bool isNumber = kind != KeyKind::List && kind != KeyKind::Text;
+        keys.push_back({row.mName, kind, row.mLowest, row.mHighest, isNumber ? GetDefaultNumber(row) : 0,
+                        row.mMessage, row.mAfterword});
+    }
+    return keys;
 }
 
 std::string ToLower(std::string_view text)

@@ -26,7 +26,6 @@ struct KeyRow
     int fallback = 0;            ///< what applies without the key at a start, and for Integer out of range
     const char* says = nullptr;  ///< of Integer: the daemon's log line for key, value and default
     const char* says2 = nullptr; ///< its second line
-    const char* meaning = "";    ///< what the value stands for, in a few words
 };
 
 /** All keys that the daemon reads, in its order. */

@@ -3,7 +3,7 @@
 #include <string_view>
 #include <vector>
 
-#include "config/ConfigurationKeys.h"
+#include "config/KeyTable.h"
 
 #include "base/JavaNames.h"
 #include "store/LoadRecord.h"

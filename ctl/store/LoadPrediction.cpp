@@ -8,8 +8,8 @@
 #include <sys/stat.h>
 #include <sys/statvfs.h>
 
-#include "config/ConfigurationKeys.h"
-#include "config/ConfigurationValueReaders.h"
+#include "config/ConfigurationResult.h"
+#include "config/KeyTable.h"
 #include "config/ReadingPlan.h"
 #include "thbase.h"
 

@@ -2,7 +2,7 @@
 
 #include <utility>
 
-#include "config/ConfigurationValueReaders.h"
+#include "config/ConfigurationResult.h"
 #include "thbase.h"
 
 #include "base/PlainText.h"

@@ -1,0 +1,102 @@
+#include "log/EventFeed.h"
+
+#include <algorithm>
+#include <utility>
+
+#include "base/SafeFile.h"
+#include "log/LogFolder.h"
+
+namespace ctl
+{
+
+namespace
+{
+
+constexpr std::size_t LOGS_IN_USE = 2; // today's, and yesterday's for lines that arrive late
+
+} // namespace
+
+EventFeed::EventFeed(std::string folder, EventCursor cursor, Taker take)
+    : mFolder(std::move(folder)), mCursor(std::move(cursor)), mTake(std::move(take))
+{}
+
+std::string EventFeed::Read(const std::function<bool()>& goOn)
+{
+    const LogFolder logs = ListLogs(mFolder);
+    const OpenedFile folder = OpenFolder(AT_FDCWD, logs.path);
+    if (!logs.failure.empty() || !folder.IsOpen()) {
+        return logs.path + ": " + (logs.failure.empty() ? folder.failure : logs.failure);
+    }
+    // Logs before the first place have been read by whoever wrote the cursor.
+    auto log = std::find_if(logs.files.begin(), logs.files.end(),
+                            [this](const DailyLog& file) { return mCursor.places.contains(file.name); });
+    log = log == logs.files.end() && mCursor.places.empty() ? logs.files.begin() : log;
+    if (log == logs.files.end() && !logs.files.empty()) { // the logs of the places have been removed
+        log = logs.files.begin();
+    }
+    for (; log != logs.files.end(); ++log) {
+        if (!ReadLog(folder.file.Get(), *log, goOn)) {
+            return "";
+        }
+        const bool isInUse = static_cast<std::size_t>(logs.files.end() - log) <= LOGS_IN_USE;
+        if (!isInUse) {
+            mCursor.places.erase(log->name);
+        }
+    }
+    return "";
+}
+
+/** Reads one log on from its place; false if the reading is to end. */
+bool EventFeed::ReadLog(int folder, const DailyLog& log, const std::function<bool()>& goOn)
+{
+    LogPlace& place = mCursor.places[log.name];
+    const OpenedFile file = OpenRegularFile(folder, log.name);
+    if (!file.IsOpen()) {
+        return true; // asked for again at the next look
+    }
+    const auto inode = static_cast<std::uint64_t>(file.status.st_ino);
+    if (place.inode != inode || std::cmp_less(file.status.st_size, place.offset)) {
+        place = {inode, 0}; // another file, or one that was cut
+    }
+    bool goesOn = true;
+    const std::uint64_t end = ReadLogLines(file.file.Get(), place.offset, mStamps,
+                                           [this, &log, &goOn, &goesOn](const LogLineRead& line) {
+                                               mCursor.places[log.name].offset = line.end;
+                                               Offer(log, line);
+                                               goesOn = goOn();
+                                               return goesOn;
+                                           });
+    mCursor.places[log.name].offset = end;
+    return goesOn;
+}
+
+void EventFeed::Offer(const DailyLog& log, const LogLineRead& line)
+{
+    const std::optional<LogEvent> event = ParseLogText(line.text);
+    if (event && IsWanted(*event)) {
+        mTake({line.time, line.milliseconds, *event, std::string(line.text),
+               log.name + ":" + std::to_string(line.begin)});
+    }
+}
+
+bool EventFeed::IsWanted(const LogEvent& event)
+{
+    switch (event.kind) {
+    case LogEventKind::Started:
+        mCursor.isStopped = false;
+        return true;
+    case LogEventKind::Stopped:
+        // After bad settings the service says three times that it has stopped.
+        return !std::exchange(mCursor.isStopped, true);
+    case LogEventKind::Breach:
+    case LogEventKind::Forced:
+    case LogEventKind::Capture:
+    case LogEventKind::Exhausted:
+    case LogEventKind::Failure:
+        return true;
+    default:
+        return false;
+    }
+}
+
+} // namespace ctl

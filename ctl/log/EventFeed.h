@@ -1,0 +1,58 @@
+#pragma once
+
+#include <ctime>
+#include <functional>
+#include <string>
+
+#include "log/EventCursor.h"
+#include "log/LogEvents.h"
+#include "log/LogLines.h"
+
+namespace ctl
+{
+
+struct DailyLog;
+
+/** An event as it is handed out, with the line that it stands on. */
+struct FedEvent
+{
+    std::time_t time = 0;
+    int milliseconds = 0;
+    LogEvent event;
+    std::string text; ///< of the line, behind its stamp
+    std::string id;   ///< LOG:OFFSET, the same whenever this line is read
+};
+
+/**
+ * Hands out the breaches, captures, failures, starts and stops of the daily logs, each once, in the order of
+ * the logs. Only lines with their end count. One thread.
+ */
+class EventFeed
+{
+public:
+    /** Called for each event, when the cursor stands behind it. */
+    using Taker = std::function<void(const FedEvent& event)>;
+
+    /** Begins at the cursor's places, or with the first log where it has none. */
+    EventFeed(std::string folder, EventCursor cursor, Taker take);
+
+    /**
+     * Hands out what the logs hold beyond the places, until nothing more is there. Returns why the folder
+     * can't be read; empty if it can. `goOn` is asked after each event; false ends the reading there.
+     */
+    std::string Read(const std::function<bool()>& goOn);
+
+    const EventCursor& GetCursor() const { return mCursor; }
+
+private:
+    bool ReadLog(int folder, const DailyLog& log, const std::function<bool()>& goOn);
+    void Offer(const DailyLog& log, const LogLineRead& line);
+    bool IsWanted(const LogEvent& event);
+
+    const std::string mFolder;
+    EventCursor mCursor;
+    const Taker mTake;
+    StampReader mStamps;
+};
+
+} // namespace ctl

@@ -1,0 +1,164 @@
+#include "processes/ExplainVerb.h"
+
+#include <cstdio>
+#include <iostream>
+#include <memory>
+
+#include <CLI/CLI.hpp>
+
+#include "base/Common.h"
+#include "base/Document.h"
+#include "base/ExitStatus.h"
+#include "base/PlainText.h"
+#include "base/TimeText.h"
+#include "processes/Explanation.h"
+#include "store/Store.h"
+
+namespace ctl
+{
+
+namespace
+{
+
+constexpr std::time_t DAYS_BEFORE = std::time_t{7} * 86400;
+constexpr std::uint64_t LOG_LIMIT = std::uint64_t{256} * 1024 * 1024;
+
+struct Options
+{
+    std::string subject;
+    std::string at;
+};
+
+Json DescribeReadings(const CounterExplanation& counter)
+{
+    Json readings = Json::array();
+    for (const TracedReading& reading : counter.readings) {
+        readings.push_back({{"time", TimeToJson(reading.time)}, {"value", reading.value}});
+    }
+    return readings;
+}
+
+Json DescribeReasons(const std::vector<std::string>& reasons)
+{
+    Json list = Json::array();
+    for (const std::string& reason : reasons) {
+        list.push_back(ToJson(reason));
+    }
+    return list;
+}
+
+Json DescribeExplained(const CounterExplanation& counter)
+{
+    Json json;
+    json["process"] = ToJson(counter.process);
+    json["pid"] = counter.pid;
+    json["resource"] = GetName(counter.resource);
+    json["reading"] = OrNull(counter.now);
+    json["limit"] = counter.limit;
+    json["unit"] = counter.unit;
+    json["readings"] = DescribeReadings(counter);
+    json["average"] = OrNull(counter.average);
+    json["window"] = OrNull(counter.window);
+    json["decision"] = TimeToJson(counter.decision);
+    json["setsTaken"] = OrNull(counter.setsTaken);
+    json["setsAllowed"] = counter.setsAllowed;
+    json["breaches"] = counter.breaches;
+    json["lastBreach"] = TimeToJson(counter.lastBreach);
+    json["lastSet"] = TimeToJson(counter.lastSet);
+    json["secondsAtFullProcessor"] = OrNull(counter.secondsAtFull);
+    json["reasons"] = DescribeReasons(counter.reasons);
+    return json;
+}
+
+void PrintJson(const Explanation& explanation, const std::string& subject, std::time_t at)
+{
+    Json document = BeginDocument("explain");
+    document["subject"] = ToJson(subject);
+    document["at"] = TimeToJson(at);
+    document["watched"] = explanation.isWatched;
+    document["counters"] = Json::array();
+    for (const CounterExplanation& counter : explanation.counters) {
+        document["counters"].push_back(DescribeExplained(counter));
+    }
+    document["reasons"] = DescribeReasons(explanation.reasons);
+    PrintDocument(document);
+}
+
+void PrintReadings(const CounterExplanation& counter)
+{
+    if (counter.readings.empty()) {
+        return;
+    }
+    std::cout << "  readings";
+    for (const TracedReading& reading : counter.readings) {
+        char text[48];
+        (void)std::snprintf(text, sizeof text, "  %.2f", reading.value);
+        std::cout << text << " (" << FormatLocalTime(reading.time).substr(11) << ")";
+    }
+    std::cout << '\n';
+}
+
+void PrintCounter(const CounterExplanation& counter)
+{
+    std::cout << EscapeControls(counter.process) << " (" << counter.pid << "), " << GetName(counter.resource)
+              << ", limit " << counter.limit << ' ' << counter.unit << '\n';
+    PrintReadings(counter);
+    std::cout << "  sets " << (counter.setsTaken ? std::to_string(*counter.setsTaken) : "?") << " of "
+              << counter.setsAllowed << ", breaches " << counter.breaches;
+    if (counter.lastBreach) {
+        std::cout << ", the last " << FormatLocalTime(*counter.lastBreach);
+    }
+    std::cout << '\n';
+    if (counter.decision) {
+        std::cout << "  next decision about " << FormatLocalTime(*counter.decision) << '\n';
+    }
+    for (const std::string& reason : counter.reasons) {
+        std::cout << "  - " << EscapeControls(reason) << '\n';
+    }
+}
+
+int RunExplain(const Common& common, const Options& options)
+{
+    const std::time_t now = std::time(nullptr);
+    const std::optional<std::time_t> at = options.at.empty() ? now : ParseTime(options.at, now);
+    if (!at) {
+        throw CLI::ValidationError("--at", "no time: " + options.at);
+    }
+    const ServiceState state = ReadServiceState(common, USUAL_LOG_LIMIT);
+    const bool isPresent = options.at.empty();
+    const std::time_t since = isPresent && state.since ? *state.since - 2 : *at - DAYS_BEFORE;
+    const CounterTrace trace = ReadTrace(common.log, since, *at, LOG_LIMIT);
+    const Explanation explanation = Explain(state, trace, options.subject, *at);
+    if (common.json) {
+        PrintJson(explanation, options.subject, *at);
+    } else {
+        for (const CounterExplanation& counter : explanation.counters) {
+            PrintCounter(counter);
+        }
+        for (const std::string& reason : explanation.reasons) {
+            std::cout << EscapeControls(options.subject) << ": " << EscapeControls(reason) << '\n';
+        }
+    }
+    if (!trace.history.failure.empty()) {
+        return EXIT_CANT_TELL;
+    }
+    return explanation.counters.empty() ? EXIT_WARNINGS : EXIT_GOOD;
+}
+
+} // namespace
+
+void AddExplainVerb(CLI::App& program, Common& common)
+{
+    CLI::App& verb =
+        AddVerb(program, {"explain", "Explains why there is an evidence set of a process, or none",
+                          "thsentinelctl explain tbrd\nthsentinelctl explain 4321 --at '02:10'"});
+    const auto options = std::make_shared<Options>();
+    verb.add_option("subject", options->subject, "A name of the lists, or a process id")
+        ->type_name("NAME|PID")
+        ->required();
+    verb.add_option("--at", options->at, "At this time instead of now: 02:10, 2026-11-21 02:10, 3h")
+        ->type_name("TIME");
+    SetAction(verb, common, [&common, options] { return RunExplain(common, *options); });
+}
+
+} // namespace ctl

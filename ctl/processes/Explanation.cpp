@@ -1,0 +1,262 @@
+#include "processes/Explanation.h"
+
+#include <algorithm>
+#include <charconv>
+#include <cstdio>
+
+#include "config/KeyTable.h"
+
+#include "base/TimeText.h"
+
+namespace ctl
+{
+
+namespace
+{
+
+constexpr int DECIDING = 5; // the position at which a decision falls
+constexpr int CYCLE = 6;
+
+std::string FormatReading(double value)
+{
+    char text[32];
+    (void)std::snprintf(text, sizeof text, "%.2f", value);
+    return text;
+}
+
+std::optional<int> ParsePid(const std::string& subject)
+{
+    int pid = 0;
+    const auto parsed = std::from_chars(subject.data(), subject.data() + subject.size(), pid);
+    const bool isPid = parsed.ec == std::errc() && parsed.ptr == subject.data() + subject.size() && pid > 0;
+    return isPid ? std::optional(pid) : std::nullopt;
+}
+
+/** Builds the answer of one command. */
+class Explainer
+{
+public:
+    Explainer(const ServiceState& state, const CounterTrace& trace, std::string subject, std::time_t at)
+        : mState(state), mTrace(trace), mSubject(std::move(subject)), mPid(ParsePid(mSubject)), mAt(at)
+    {}
+
+    Explanation Run()
+    {
+        for (const LiveCounter& counter : mState.live.counters) {
+            if (counter.process == mSubject || (mPid && counter.pid == *mPid)) {
+                mResult.counters.push_back(ExplainCounter(counter));
+            }
+        }
+        AddEnded();
+        AddReasons();
+        return std::move(mResult);
+    }
+
+private:
+    const Settings& GetSettings() const { return mState.prediction.settings; }
+    CounterExplanation ExplainCounter(const LiveCounter& counter) const;
+    void AddEnded();
+    void AddReasons();
+    void FillFromLog(CounterExplanation& answer) const;
+    void Judge(CounterExplanation& answer) const;
+    void JudgeWindow(CounterExplanation& answer) const;
+    void JudgeReadings(CounterExplanation& answer) const;
+    void JudgeTime(CounterExplanation& answer) const;
+
+    const ServiceState& mState;
+    const CounterTrace& mTrace;
+    const std::string mSubject;
+    const std::optional<int> mPid;
+    const std::time_t mAt;
+    Explanation mResult;
+};
+
+CounterExplanation Explainer::ExplainCounter(const LiveCounter& counter) const
+{
+    CounterExplanation answer;
+    answer.process = counter.process;
+    answer.pid = counter.pid;
+    answer.resource = counter.resource;
+    answer.unit = counter.unit;
+    answer.limit = counter.limit;
+    answer.now = counter.reading;
+    if (counter.resource == Resource::Cpu) {
+        answer.secondsAtFull = GetTimeToLimit(counter.details, mState.live.machine, counter.limit, 1);
+    }
+    FillFromLog(answer);
+    Judge(answer);
+    if (counter.resource == Resource::Cpu) {
+        JudgeTime(answer);
+    }
+    return answer;
+}
+
+void Explainer::FillFromLog(CounterExplanation& answer) const
+{
+    answer.setsAllowed = GetSettings().Get(THHS_DUMP_COUNT);
+    const CounterKey key = {answer.pid, GetName(answer.resource)};
+    if (const auto found = mTrace.readings.find(key); found != mTrace.readings.end()) {
+        answer.readings = found->second;
+        answer.average = CounterTrace::GetAverage(found->second);
+    }
+    const auto found = mTrace.history.counters.find(key);
+    if (found == mTrace.history.counters.end()) {
+        answer.window = mTrace.history.isComplete ? std::optional(0) : std::nullopt;
+        answer.setsTaken = answer.window;
+        return;
+    }
+    const CounterHistory& history = found->second;
+    answer.window = history.GetPosition();
+    answer.breaches = history.breaches;
+    answer.lastBreach = history.lastBreach;
+    answer.lastSet = history.lastSet;
+    if (history.isFromStart || history.lastSet) {
+        answer.setsTaken = history.sets;
+    }
+}
+
+void Explainer::Judge(CounterExplanation& answer) const
+{
+    if (!mState.lock.IsRunning() && mAt >= mState.now) {
+        answer.reasons.emplace_back("the service doesn't run");
+    }
+    if (answer.lastSet) {
+        answer.reasons.push_back("the last set was begun at " + FormatLocalTime(*answer.lastSet) +
+                                 ", after a breach was found");
+    }
+    if (answer.setsTaken && *answer.setsTaken >= answer.setsAllowed) {
+        answer.reasons.push_back(
+            "its " + std::to_string(answer.setsAllowed) +
+            " sets are used up: a breach is only logged until the process or the service starts anew");
+    }
+    if (GetSettings().Get(THHS_CAPTURE_WITHOUT_THRESHOLD) != 0) {
+        answer.reasons.emplace_back(
+            "evidence is taken at every pass, as THHS_CAPTURE_WITHOUT_THRESHOLD is set");
+        return;
+    }
+    JudgeWindow(answer);
+    JudgeReadings(answer);
+}
+
+void Explainer::JudgeWindow(CounterExplanation& answer) const
+{
+    if (!answer.window) {
+        answer.reasons.emplace_back(
+            "the place in the window isn't known: the log doesn't reach back to the first pass of "
+            "this counter");
+        return;
+    }
+    const int passes =
+        *answer.window < DECIDING ? DECIDING - *answer.window : CYCLE + DECIDING - *answer.window;
+    if (mTrace.history.lastPass && mState.lock.IsRunning()) {
+        const auto period = mState.GetInterval() + mState.GetPassLength();
+        answer.decision = *mTrace.history.lastPass + passes * period.count();
+    }
+    answer.reasons.push_back(
+        *answer.window == DECIDING
+            ? "the last pass decided; the next decision falls in " + std::to_string(passes) + " passes"
+            : "a decision falls at the fifth reading of six passes: the last pass was number " +
+                  std::to_string(*answer.window) + ", so it falls in " + std::to_string(passes) +
+                  (passes == 1 ? " pass" : " passes"));
+}
+
+void Explainer::JudgeReadings(CounterExplanation& answer) const
+{
+    const auto add = [&answer](const std::string& what, double value, bool isAbove) {
+        answer.reasons.push_back(what + ", " + FormatReading(value) + ", is " + (isAbove ? "" : "not ") +
+                                 "above the limit of " + std::to_string(answer.limit) + " " + answer.unit);
+    };
+    const auto isAbove = [&answer](double value) { return static_cast<long long>(value) > answer.limit; };
+    if (answer.average && !answer.readings.empty()) {
+        const double last = answer.readings.back().value;
+        add("the fifth reading of the last full window", last, isAbove(last));
+        add("the average of its five", static_cast<double>(*answer.average),
+            isAbove(static_cast<double>(*answer.average)));
+    } else if (answer.readings.empty()) {
+        answer.reasons.emplace_back(
+            "the readings of the window aren't known: the log names them with THHS_VERBOSE = 1 only");
+    }
+    if (answer.now && mAt >= mState.now) {
+        add("the present reading", *answer.now, isAbove(*answer.now));
+    }
+    if (GetSettings().Get(THHS_ALWAYS_DUMP) == 1) {
+        answer.reasons.emplace_back("the fifth reading alone decides, as THHS_ALWAYS_DUMP is set");
+    } else {
+        answer.reasons.emplace_back("both the fifth reading and the average of five must be above the limit");
+    }
+}
+
+void Explainer::JudgeTime(CounterExplanation& answer) const
+{
+    if (!answer.secondsAtFull) {
+        answer.reasons.emplace_back("one full processor never brings it above the limit on this host");
+    } else if (*answer.secondsAtFull > 0) {
+        answer.reasons.push_back(
+            "at one full processor from now on, its reading is above the limit after " +
+            FormatDuration(std::chrono::seconds(static_cast<long long>(*answer.secondsAtFull + 1))) +
+            ": the reading is the average over its whole life");
+    }
+}
+
+/** Counters of processes that have ended, which the log still knows. */
+void Explainer::AddEnded()
+{
+    for (const auto& [key, history] : mTrace.history.counters) {
+        const auto& [pid, resource] = key;
+        const bool isKnown = std::any_of(
+            mResult.counters.begin(), mResult.counters.end(),
+            [&key](const auto& answer) { return CounterKey(answer.pid, GetName(answer.resource)) == key; });
+        if (isKnown || !(mPid ? pid == *mPid : history.process == mSubject)) {
+            continue;
+        }
+        CounterExplanation answer;
+        answer.process = history.process;
+        answer.pid = pid;
+        answer.resource = resource == "cpu" ? Resource::Cpu : Resource::Memory;
+        const bool isCpu = answer.resource == Resource::Cpu;
+        answer.unit = !isCpu && GetSettings().IsMemoryAbsolute() ? "MB" : "Percent";
+        const auto& limits = isCpu ? GetSettings().cpu : GetSettings().memory;
+        const auto limit = limits.find(history.process);
+        answer.limit = limit != limits.end() ? limit->second : -1;
+        answer.reasons.emplace_back("the process has ended, or isn't listed any more");
+        FillFromLog(answer);
+        Judge(answer);
+        mResult.counters.push_back(answer);
+    }
+}
+
+void Explainer::AddReasons()
+{
+    const bool isListed = GetSettings().cpu.contains(mSubject) || GetSettings().memory.contains(mSubject);
+    mResult.isWatched = isListed || !mResult.counters.empty();
+    if (!mTrace.history.failure.empty()) {
+        mResult.reasons.push_back("the log can't be read: " + mTrace.history.failure);
+    }
+    if (mPid && mResult.counters.empty()) {
+        mResult.reasons.push_back("no name of the lists stands for process " + mSubject);
+    } else if (!isListed && !mPid) {
+        mResult.reasons.push_back(GetSettings().deadlock.contains(mSubject)
+                                      ? "it is listed for deadlocks alone, which aren't looked for"
+                                      : "it is in neither THHS_MONITOR_CPU nor THHS_MONITOR_MEMORY");
+    }
+    for (const UnmatchedName& name : mState.live.unmatched) {
+        if (name.process == mSubject) {
+            mResult.reasons.push_back("no process of that name runs, so its " +
+                                      std::string(GetName(name.resource)) + " isn't read");
+        }
+    }
+    if (mState.IsStoreUnread().value_or(false)) {
+        mResult.reasons.emplace_back(
+            "the store was changed since the service read it; limits are those on disk");
+    }
+}
+
+} // namespace
+
+Explanation Explain(const ServiceState& state, const CounterTrace& trace, const std::string& subject,
+                    std::time_t at)
+{
+    return Explainer(state, trace, subject, at).Run();
+}
+
+} // namespace ctl

@@ -1,0 +1,50 @@
+#pragma once
+
+#include <chrono>
+#include <ctime>
+#include <optional>
+#include <string>
+#include <vector>
+
+#include "processes/CounterTrace.h"
+#include "processes/LiveMatches.h"
+#include "processes/ServiceState.h"
+
+namespace ctl
+{
+
+/** Why one counter has, or hasn't, an evidence set. */
+struct CounterExplanation
+{
+    std::string process;
+    int pid = 0;
+    Resource resource = Resource::Cpu;
+    std::string unit;
+    int limit = 0;
+    std::optional<double> now;           ///< the present reading; nothing for a process that has ended
+    std::vector<TracedReading> readings; ///< of the window, if verbose lines name them
+    std::optional<long long> average;
+    std::optional<int> window;           ///< position of the last pass
+    std::optional<std::time_t> decision; ///< when the next decision is due
+    std::optional<int> setsTaken;
+    int setsAllowed = 0;
+    int breaches = 0;
+    std::optional<std::time_t> lastBreach;
+    std::optional<std::time_t> lastSet;
+    std::optional<double> secondsAtFull; ///< of one full processor from now until the limit; nothing if never
+    std::vector<std::string> reasons;
+};
+
+/** An answer to `explain`. */
+struct Explanation
+{
+    std::vector<CounterExplanation> counters;
+    std::vector<std::string> reasons; ///< about the name as a whole
+    bool isWatched = false;
+};
+
+/** Explains a name of the lists, or a process id, by what is known of the service at `at`. */
+Explanation Explain(const ServiceState& state, const CounterTrace& trace, const std::string& subject,
+                    std::time_t at);
+
+} // namespace ctl

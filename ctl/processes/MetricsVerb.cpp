@@ -1,0 +1,243 @@
+#include "processes/MetricsVerb.h"
+
+#include <algorithm>
+#include <array>
+#include <iostream>
+#include <map>
+#include <memory>
+#include <optional>
+#include <stdexcept>
+
+#include <CLI/CLI.hpp>
+#include <sys/statvfs.h>
+
+#include "config/KeyTable.h"
+
+#include "base/Common.h"
+#include "base/Document.h"
+#include "base/ExitStatus.h"
+#include "base/NewFile.h"
+#include "evidence/EvidenceSource.h"
+#include "evidence/SetCheck.h"
+#include "processes/MetricText.h"
+#include "processes/ServiceState.h"
+#include "store/Store.h"
+
+namespace ctl
+{
+
+namespace
+{
+
+/** One watched name and resource over all its processes. */
+struct WatchedRow
+{
+    std::string unit = "Percent";
+    int limit = 0;
+    int processes = 0;
+    double highest = 0;
+    std::optional<int> setsLeft; ///< the fewest of its processes
+};
+
+using WatchedRows = std::map<std::pair<std::string, std::string>, WatchedRow>;
+
+MetricText::Labels MakeLabels(const std::pair<std::string, std::string>& key)
+{
+    return {{"name", key.first}, {"resource", key.second}};
+}
+
+WatchedRows CollectRows(const ServiceState& state)
+{
+    WatchedRows rows;
+    const Settings& settings = state.prediction.settings;
+    for (const auto& [name, limit] : settings.cpu) {
+        rows[{name, "cpu"}].limit = limit;
+    }
+    for (const auto& [name, limit] : settings.memory) {
+        rows[{name, "memory"}] = {settings.IsMemoryAbsolute() ? "MB" : "Percent", limit, 0, 0, std::nullopt};
+    }
+    for (const LiveCounter& counter : state.live.counters) {
+        WatchedRow& row = rows[{counter.process, GetName(counter.resource)}];
+        ++row.processes;
+        row.highest = std::max(row.highest, counter.reading);
+        if (const std::optional<int> taken = state.GetSetsTaken(counter)) {
+            const int left = std::max(0, settings.Get(THHS_DUMP_COUNT) - *taken);
+            row.setsLeft = std::min(row.setsLeft.value_or(left), left);
+        }
+    }
+    return rows;
+}
+
+void AddService(const ServiceState& state, MetricText& text)
+{
+    text.AddSingle("thsentinel_up", "gauge", "Whether the service runs: 1 or 0.",
+                   state.lock.IsRunning() ? 1 : 0);
+    if (state.since) {
+        text.AddSingle("thsentinel_start_timestamp_seconds", "gauge", "When the service was started.",
+                       static_cast<double>(*state.since));
+    }
+    if (state.history.lastPass) {
+        text.AddSingle("thsentinel_last_pass_timestamp_seconds", "gauge",
+                       "When the last pass read its counters.", static_cast<double>(*state.history.lastPass));
+    }
+    text.AddSingle("thsentinel_poll_interval_seconds", "gauge", "Seconds between two passes, by the store.",
+                   static_cast<double>(state.GetInterval().count()));
+    text.AddSingle("thsentinel_settings_valid", "gauge",
+                   "Whether the service would start with the store: 1 or 0.",
+                   state.prediction.result == 0 ? 1 : 0);
+    if (const auto levels = state.GetRaisedLevels()) {
+        text.AddSingle("thsentinel_levels_raised", "gauge", "Log targets whose levels are raised.",
+                       static_cast<double>(levels->size()));
+    }
+}
+
+void AddNames(const ServiceState& state, const WatchedRows& rows, MetricText& text)
+{
+    text.AddSingle("thsentinel_watched_names", "gauge",
+                   "Names in the lists for CPU and memory, each list counted.",
+                   static_cast<double>(rows.size()));
+    text.AddSingle("thsentinel_unmatched_names", "gauge",
+                   "Names in these lists that stand for no process now.",
+                   static_cast<double>(state.live.unmatched.size()));
+    text.Begin("thsentinel_matched_processes", "gauge", "Processes that a name stands for now.");
+    for (const auto& [key, row] : rows) {
+        text.Add(row.processes, MakeLabels(key));
+    }
+}
+
+void AddReadings(const WatchedRows& rows, MetricText& text)
+{
+    text.Begin("thsentinel_reading", "gauge", "The highest reading of the processes of a name.");
+    for (const auto& [key, row] : rows) {
+        if (row.processes > 0) {
+            MetricText::Labels labels = MakeLabels(key);
+            labels.emplace_back("unit", row.unit);
+            text.Add(row.highest, labels);
+        }
+    }
+    text.Begin("thsentinel_limit", "gauge", "The limit of a name.");
+    for (const auto& [key, row] : rows) {
+        MetricText::Labels labels = MakeLabels(key);
+        labels.emplace_back("unit", row.unit);
+        text.Add(row.limit, labels);
+    }
+    text.Begin("thsentinel_sets_left", "gauge",
+               "Evidence sets that may still be taken, the fewest of the processes.");
+    for (const auto& [key, row] : rows) {
+        if (row.setsLeft) {
+            text.Add(*row.setsLeft, MakeLabels(key));
+        }
+    }
+}
+
+void AddBreaches(const ServiceState& state, const WatchedRows& rows, MetricText& text)
+{
+    std::map<std::pair<std::string, std::string>, int> counts;
+    for (const auto& [key, row] : rows) {
+        counts[key] = 0;
+    }
+    for (const BreachCount& breach : state.history.breaches) {
+        counts[{breach.process, breach.resource}] = breach.count;
+    }
+    text.Begin("thsentinel_breaches_total", "counter", "Breaches since the service was started.");
+    for (const auto& [key, count] : counts) {
+        text.Add(count, MakeLabels(key));
+    }
+}
+
+/** Evidence in numbers. */
+struct EvidenceCount
+{
+    bool isReadable = false;
+    std::array<int, 4> states = {}; ///< sets by SetState
+    std::uint64_t bytes = 0;        ///< of the disk
+};
+
+EvidenceCount CountEvidence(const Common& common)
+{
+    EvidenceCount count;
+    try {
+        const EvidenceSource source = OpenEvidence(common);
+        CheckRules rules;
+        rules.plan = source.plan;
+        rules.depth = Depth::Ends;
+        Activity activity;
+        for (const EvidenceSet& set : source.tree.sets) {
+            ++count.states[static_cast<std::size_t>(CheckSet(source.tree, set, rules, activity).state)];
+            count.bytes += set.GetDiskBytes();
+        }
+        count.isReadable = true;
+    } catch (const std::runtime_error&) {
+        // There is no evidence folder, or it can't be read: a metric of its own says so.
+    }
+    return count;
+}
+
+void AddEvidence(const Common& common, MetricText& text)
+{
+    const auto [isReadable, states, bytes] = CountEvidence(common);
+    text.AddSingle("thsentinel_evidence_readable", "gauge",
+                   "Whether the evidence folder can be read: 1 or 0.", isReadable ? 1 : 0);
+    text.Begin("thsentinel_sets", "gauge", "Evidence sets by state.");
+    for (std::size_t state = 0; state < states.size(); ++state) {
+        text.Add(states[state], {{"state", GetStateName(static_cast<SetState>(state))}});
+    }
+    text.AddSingle("thsentinel_evidence_bytes", "gauge", "Bytes of the disk that the evidence takes.",
+                   static_cast<double>(bytes));
+}
+
+void AddFreeSpace(const ServiceState& state, const Common& common, MetricText& text)
+{
+    const std::string& folder =
+        common.evidence.empty() ? state.prediction.settings.evidencePath : common.evidence;
+    struct statvfs space = {};
+    if (statvfs(folder.c_str(), &space) == 0) {
+        text.AddSingle("thsentinel_evidence_free_bytes", "gauge", "Bytes that can still be written there.",
+                       static_cast<double>(space.f_bavail) * static_cast<double>(space.f_frsize));
+    }
+}
+
+std::string MakeMetrics(const Common& common)
+{
+    const ServiceState state = ReadServiceState(common, USUAL_LOG_LIMIT);
+    const WatchedRows rows = CollectRows(state);
+    MetricText text;
+    AddService(state, text);
+    AddNames(state, rows, text);
+    AddReadings(rows, text);
+    AddBreaches(state, rows, text);
+    AddEvidence(common, text);
+    AddFreeSpace(state, common, text);
+    return text.Get();
+}
+
+int RunMetrics(const Common& common, const std::string& output)
+{
+    const std::string text = MakeMetrics(common);
+    if (!output.empty()) {
+        constexpr mode_t FOR_EVERYBODY = 0644; // the node exporter is another user
+        ReplaceFile(output, text, FOR_EVERYBODY);
+    } else if (common.json) {
+        Json document = BeginDocument("metrics");
+        document["text"] = text;
+        PrintDocument(document);
+    } else {
+        std::cout << text;
+    }
+    return EXIT_GOOD;
+}
+
+} // namespace
+
+void AddMetricsVerb(CLI::App& program, Common& common)
+{
+    CLI::App& verb =
+        AddVerb(program, {"metrics", "Prints the state of the service in the text format of Prometheus",
+                          "thsentinelctl metrics -o /var/lib/prometheus/node-exporter/thsentinel.prom"});
+    const auto output = std::make_shared<std::string>();
+    verb.add_option("-o,--output", *output, "Write it to this file, by rename, for the textfile collector")
+        ->type_name("FILE");
+    SetAction(verb, common, [&common, output] { return RunMetrics(common, *output); });
+}
+
+} // namespace ctl

@@ -1,0 +1,178 @@
+#include <algorithm>
+#include <cstdlib>
+#include <memory>
+#include <set>
+
+#include "platform/CommandPath.h"
+#include "platform/SUSECommandPath.h"
+#include "platform/THOSVersion.h"
+
+#include "base/JavaNames.h"
+#include "base/SafeFile.h"
+#include "processes/Preflight.h"
+#include "processes/PreflightTools.h"
+#include "processes/ToolRun.h"
+
+namespace ctl
+{
+
+namespace
+{
+
+using Result = PreflightRow::Result;
+
+constexpr const char* PRODUCT_BASE = "/usr/tarnv";
+
+/** The filter of the listing: all names of the lists and the product's folder. */
+std::string MakeFilter(const Settings& settings)
+{
+    std::string filter;
+    for (const std::string& name : GetTableNames(GetListedNames(settings))) {
+        filter += name + "|";
+    }
+    return filter + PRODUCT_BASE;
+}
+
+/** "  PID COLUMN... COMMAND" split at blanks, as many words as there are. */
+std::vector<std::string> SplitWords(const std::string& line)
+{
+    std::vector<std::string> words;
+    std::size_t place = 0;
+    while ((place = line.find_first_not_of(' ', place)) != std::string::npos) {
+        const std::size_t end = std::min(line.find(' ', place), line.size());
+        words.push_back(line.substr(place, end - place));
+        place = end;
+    }
+    return words;
+}
+
+std::vector<std::string> SplitLines(const std::string& text)
+{
+    std::vector<std::string> lines;
+    for (std::size_t begin = 0; begin < text.size();) {
+        const std::size_t end = std::min(text.find('\n', begin), text.size());
+        lines.push_back(text.substr(begin, end - begin));
+        begin = end + 1;
+    }
+    return lines;
+}
+
+/** Runs ps with a choice of columns, and egrep over its output, as the shell line would. */
+ToolRun RunListing(const CmdPath& tools, const std::string& columns, const std::string& filter)
+{
+    const ToolRun listed = RunTool({tools.mPs, "-eo", columns});
+    return listed.status == 0 ? RunTool({tools.mEgrep, filter}, listed.output) : listed;
+}
+
+/** The processes of the counters that the listing doesn't show under their name. */
+std::vector<int> FindMissing(const LiveMatches& live, const std::vector<std::string>& lines)
+{
+    std::set<int> shown;
+    for (const std::string& line : lines) {
+        const std::vector<std::string> words = SplitWords(line);
+        if (words.size() >= 2) {
+            shown.insert(std::atoi(words[0].c_str()));
+        }
+    }
+    std::vector<int> missing;
+    for (const LiveCounter& counter : live.counters) {
+        if (!shown.contains(counter.pid) && ReadProcess(counter.pid)) {
+            missing.push_back(counter.pid);
+        }
+    }
+    return missing;
+}
+
+void CheckColumns(const PreflightBase& base, PreflightRows& rows)
+{
+    if (base.daemon == 0) {
+        return;
+    }
+    const std::string path = "/proc/" + std::to_string(base.daemon) + "/environ";
+    const FileText environment = ReadFile(AT_FDCWD, path, 1U << 20U);
+    if (!environment.IsRead()) {
+        rows.push_back({"environment of the service", Result::Unknown,
+                        "can't be read: " + environment.failure, "run this as the superuser"});
+        return;
+    }
+    const std::string text = std::string(1, '\0') + environment.text;
+    if (text.find(std::string("\0COLUMNS=", 9)) != std::string::npos) {
+        rows.push_back(
+            {"environment of the service", Result::Error,
+             "COLUMNS is set, and ps cuts its lines there: long commands lose the words that find them",
+             "start the service without COLUMNS in its environment"});
+    }
+}
+
+/** The line that reads one process: process id, number, command. */
+void CheckReading(const CmdPath& tools, const std::string& filter, const LiveCounter& counter,
+                  PreflightRows& rows)
+{
+    const bool isCpu = counter.resource == Resource::Cpu;
+    const std::string columns = std::string("pid,") + (isCpu ? "%cpu" : "rss") + ",command";
+    const ToolRun run = RunListing(tools, columns, filter);
+    const std::string check = std::string("reading of ") + GetLabel(counter.resource);
+    for (const std::string& line : SplitLines(run.output)) {
+        const std::vector<std::string> words = SplitWords(line);
+        if (words.size() < 3 || std::atoi(words[0].c_str()) != counter.pid) {
+            continue;
+        }
+        char* end = nullptr;
+        (void)std::strtod(words[1].c_str(), &end);
+        const bool isGood =
+            end != words[1].c_str() && *end == '\0' &&
+            (Process{0, words[2]}.GetName() == counter.process || IsJavaName(counter.process));
+        rows.push_back(
+            {check, isGood ? Result::Good : Result::Error,
+             isGood ? "process " + words[0] + " reads " + words[1]
+                    : "the line of process " + words[0] + " isn't understood, and reads as 0: " + line,
+             isGood ? "" : "see that ps is that of procps"});
+        return;
+    }
+    rows.push_back({check, Result::Error,
+                    "process " + std::to_string(counter.pid) + " has no line, and reads as 0",
+                    "see that ps and egrep work"});
+}
+
+} // namespace
+
+std::unique_ptr<CmdPath> FindTools()
+{
+    if (GetOSType() == eOSSuse) {
+        return std::make_unique<SuseCmdPath>();
+    }
+    return std::make_unique<CmdPath>();
+}
+
+void CheckListing(const PreflightBase& base, PreflightRows& rows)
+{
+    const std::unique_ptr<CmdPath> tools = FindTools();
+    const std::string filter = MakeFilter(base.prediction.settings);
+    const ToolRun run = RunListing(*tools, "pid,command", filter);
+    const std::vector<std::string> lines = SplitLines(run.output);
+    const std::vector<int> missing = FindMissing(base.live, lines);
+    if (run.status > 1 || run.status < 0) {
+        rows.push_back(
+            {"process listing", Result::Error,
+             tools->mPs + " -eo pid,command | " + tools->mEgrep + " doesn't work: no process is found",
+             "see that both work; a name that begins with - is an option to egrep"});
+    } else if (!missing.empty()) {
+        rows.push_back({"process listing", Result::Error,
+                        "process " + std::to_string(missing.front()) + " should be listed and isn't",
+                        "see what ps -eo pid,command prints"});
+    } else {
+        rows.push_back({"process listing", Result::Good,
+                        std::to_string(lines.size()) + " lines, and every watched process among them", ""});
+    }
+    CheckColumns(base, rows);
+    for (const Resource resource : {Resource::Cpu, Resource::Memory}) {
+        const auto found =
+            std::find_if(base.live.counters.begin(), base.live.counters.end(),
+                         [resource](const LiveCounter& counter) { return counter.resource == resource; });
+        if (found != base.live.counters.end()) {
+            CheckReading(*tools, filter, *found, rows);
+        }
+    }
+}
+
+} // namespace ctl

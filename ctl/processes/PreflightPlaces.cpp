@@ -1,0 +1,145 @@
+#include <algorithm>
+#include <chrono>
+#include <cstdlib>
+#include <ctime>
+#include <optional>
+
+#include <sys/stat.h>
+#include <sys/statvfs.h>
+#include <sys/timex.h>
+#include <unistd.h>
+
+#include "base/ByteSize.h"
+#include "base/JavaNames.h"
+#include "base/SafeFile.h"
+#include "base/TimeText.h"
+#include "log/LogFolder.h"
+#include "processes/Preflight.h"
+#include "store/EvidencePathCheck.h"
+
+namespace ctl
+{
+
+namespace
+{
+
+using Result = PreflightRow::Result;
+
+constexpr std::uint64_t BYTES_PER_SECOND = 200'000'000; // what one disk of today writes
+constexpr std::size_t LIMIT = 65536;
+
+/** The bytes of an image of a process: what is resident, and what was swapped out. */
+std::uint64_t EstimateImage(const LiveCounter& counter)
+{
+    const std::string path = "/proc/" + std::to_string(counter.pid) + "/status";
+    const std::string status = ReadFile(AT_FDCWD, path, LIMIT).text;
+    const std::size_t place = status.find("\nVmSwap:");
+    const std::uint64_t swapped =
+        place == std::string::npos ? 0 : std::strtoull(status.c_str() + place + 8, nullptr, 10);
+    return (counter.details.residentKb + swapped) * 1024;
+}
+
+std::optional<std::uint64_t> GetFree(const std::string& folder)
+{
+    struct statvfs space = {};
+    if (statvfs(folder.c_str(), &space) != 0) {
+        return std::nullopt;
+    }
+    return static_cast<std::uint64_t>(space.f_bavail) * space.f_frsize;
+}
+
+void CheckImage(const PreflightBase& base, bool isJava, PreflightRows& rows)
+{
+    const LiveCounter* largest = nullptr;
+    for (const LiveCounter& counter : base.live.counters) {
+        const bool isLarger = largest == nullptr || counter.details.residentKb > largest->details.residentKb;
+        largest = IsJavaName(counter.process) == isJava && isLarger ? &counter : largest;
+    }
+    if (largest == nullptr) {
+        return;
+    }
+    const std::uint64_t bytes = EstimateImage(*largest);
+    const std::chrono::seconds standstill(bytes / BYTES_PER_SECOND + 1);
+    const std::optional<std::uint64_t> free = GetFree(base.evidencePath);
+    const bool fits = !free || *free > bytes;
+    const char* const kind = isJava ? "heap dump" : "core image";
+    rows.push_back({std::string("space for a ") + kind,
+                    !free  ? Result::Unknown
+                    : fits ? Result::Good
+                           : Result::Error,
+                    "the largest, of process " + std::to_string(largest->pid) + " (" + largest->process +
+                        "), takes about " + FormatByteSize(bytes) +
+                        (free ? ", " + FormatByteSize(*free) + " are free" : ", free space unknown") +
+                        "; the process stands still for about " + FormatDuration(standstill) +
+                        " if the disk takes 200 MB a second",
+                    fits ? "" : "make room, or name another THHS_EVIDENCE_PATH"});
+}
+
+/** The findings of `check` about the evidence folder, as rows. */
+void CheckEvidence(const PreflightBase& base, PreflightRows& rows)
+{
+    if (base.evidencePath.empty()) {
+        rows.push_back({"evidence folder", Result::Error,
+                        "THHS_EVIDENCE_PATH is not set: the service won't start", "name an existing folder"});
+        return;
+    }
+    struct stat status = {};
+    if (stat(base.evidencePath.c_str(), &status) != 0 || !S_ISDIR(status.st_mode)) {
+        rows.push_back({"evidence folder", Result::Error,
+                        base.evidencePath + " isn't there: the service won't start", "make the folder"});
+        return;
+    }
+    StoreFindings findings;
+    CheckEvidenceFolder(base.evidencePath, base.evidencePath, 0, findings);
+    for (const StoreFinding& finding : findings) {
+        const Result result = finding.severity == Severity::Error     ? Result::Error
+                              : finding.severity == Severity::Warning ? Result::Warning
+                                                                      : Result::Good;
+        rows.push_back({"evidence folder", result, finding.message, finding.remedy});
+    }
+}
+
+void CheckLogFolder(PreflightRows& rows)
+{
+    const std::string parent = std::string(LOG_PATH).substr(0, std::string(LOG_PATH).rfind('/'));
+    struct stat status = {};
+    const bool isThere = stat(parent.c_str(), &status) == 0 && S_ISDIR(status.st_mode);
+    const bool isWritable = isThere && access(parent.c_str(), W_OK) == 0;
+    rows.push_back({"log folder", isWritable || (isThere && geteuid() != 0) ? Result::Good : Result::Error,
+                    parent + (isThere ? isWritable ? " can be written" : " can't be written by this user"
+                                      : " isn't there: every line of the log is lost"),
+                    isThere ? "" : "mkdir -p " + parent});
+}
+
+void CheckClock(PreflightRows& rows)
+{
+    struct timex clock = {};
+    const int state = adjtimex(&clock); // reads alone, as no mode is set
+    const bool isSynchronised = state >= 0 && state != TIME_ERROR && (clock.status & STA_UNSYNC) == 0;
+    rows.push_back({"clock", isSynchronised ? Result::Good : Result::Warning,
+                    FormatTime(std::time(nullptr)) +
+                        (isSynchronised ? ", kept in step"
+                                        : ", and nothing keeps it in step: stamps can't be compared "
+                                          "with those of other hosts"),
+                    isSynchronised ? "" : "start a time service"});
+    const LogFolder logs = ListLogs("");
+    if (!logs.files.empty() && logs.files.back().day > GetDay(std::time(nullptr))) {
+        rows.push_back(
+            {"clock", Result::Warning,
+             "the newest log, " + logs.files.back().name + ", is of a day to come: the clock was set back",
+             "see that the time and the time zone are right"});
+    }
+}
+
+} // namespace
+
+void CheckPlaces(const PreflightBase& base, PreflightRows& rows)
+{
+    CheckEvidence(base, rows);
+    CheckImage(base, false, rows);
+    CheckImage(base, true, rows);
+    CheckLogFolder(rows);
+    CheckClock(rows);
+}
+
+} // namespace ctl

@@ -1,0 +1,177 @@
+#include <cstdlib>
+#include <cstring>
+#include <set>
+
+#include <pwd.h>
+#include <sys/stat.h>
+#include <unistd.h>
+
+#include "config/KeyTable.h"
+
+#include "base/JavaNames.h"
+#include "base/SafeFile.h"
+#include "processes/Preflight.h"
+
+namespace ctl
+{
+
+namespace
+{
+
+using Result = PreflightRow::Result;
+
+constexpr std::size_t LIMIT = 65536;
+constexpr unsigned CAP_PTRACE = 19; // CAP_SYS_PTRACE, as bit of a capability set
+constexpr const char* TEMPORARY = "/usr/tarnv/tmp";
+constexpr const char* TEMPORARY_OF_OTHERS = "/usr/tarnv/wmc/webserver/temp";
+
+void CheckUser(const PreflightBase& base, PreflightRows& rows)
+{
+    const bool isRoot = geteuid() == 0;
+    rows.push_back(
+        {"user", isRoot ? Result::Good : Result::Warning,
+         isRoot ? "superuser" : "not the superuser: what is seen here may differ from what the service sees",
+         isRoot ? "" : "run it as the user of the service"});
+    if (base.daemon == 0) {
+        return;
+    }
+    const std::string status =
+        ReadFile(AT_FDCWD, "/proc/" + std::to_string(base.daemon) + "/status", LIMIT).text;
+    const std::size_t place = status.find("\nCapEff:");
+    if (place == std::string::npos) {
+        return;
+    }
+    const unsigned long long rights = std::strtoull(status.c_str() + place + 8, nullptr, 16);
+    const bool mayTrace = ((rights >> CAP_PTRACE) & 1U) != 0;
+    rows.push_back(
+        {"rights of the service", mayTrace ? Result::Good : Result::Error,
+         mayTrace ? "it may look into other processes"
+                  : "it lacks the right to look into processes of others: no cores, no stacks of theirs",
+         mayTrace ? "" : "start it as the superuser, without bounds on its capabilities"});
+}
+
+void CheckPtraceScope(PreflightRows& rows)
+{
+    const FileText scope = ReadFile(AT_FDCWD, "/proc/sys/kernel/yama/ptrace_scope", LIMIT);
+    if (!scope.IsRead()) {
+        rows.push_back({"ptrace_scope", Result::Good, "this kernel has none", ""});
+        return;
+    }
+    const int value = std::atoi(scope.text.c_str());
+    const char* const meanings[] = {
+        "any process of the same user may be looked into", "the superuser may look into any process",
+        "the superuser may look into any process", "nobody may look into a process until the next boot"};
+    const bool isClosed = value >= 3;
+    rows.push_back({"ptrace_scope", isClosed ? Result::Error : Result::Good,
+                    std::to_string(value) + ": " +
+                        meanings[isClosed    ? 3
+                                 : value < 0 ? 0
+                                             : value],
+                    isClosed ? "boot without kernel.yama.ptrace_scope = 3" : ""});
+}
+
+void CheckSelinux(PreflightRows& rows)
+{
+    const FileText enforce = ReadFile(AT_FDCWD, "/sys/fs/selinux/enforce", LIMIT);
+    const bool isEnforcing = enforce.IsRead() && enforce.text.starts_with('1');
+    const bool deniesPtrace =
+        ReadFile(AT_FDCWD, "/sys/fs/selinux/booleans/deny_ptrace", LIMIT).text.starts_with('1');
+    if (!isEnforcing) {
+        rows.push_back({"SELinux", Result::Good, enforce.IsRead() ? "permissive" : "not in use", ""});
+        return;
+    }
+    rows.push_back({"SELinux", deniesPtrace ? Result::Error : Result::Warning,
+                    deniesPtrace
+                        ? "enforcing, and deny_ptrace is on: no cores and no stacks"
+                        : "enforcing: a policy may keep gcore from a process or from the evidence folder",
+                    deniesPtrace ? "setsebool deny_ptrace off"
+                                 : "look for denials with ausearch -m avc after a rehearsal"});
+}
+
+void CheckTracers(const PreflightBase& base, PreflightRows& rows)
+{
+    std::set<int> seen;
+    for (const LiveCounter& counter : base.live.counters) {
+        if (counter.details.tracer != 0 && seen.insert(counter.pid).second) {
+            rows.push_back({"tracer", Result::Warning,
+                            "process " + std::to_string(counter.pid) + " (" + counter.process +
+                                ") is traced by process " + std::to_string(counter.details.tracer) +
+                                ": gcore and gstack fail for it",
+                            "end the debugger"});
+        }
+    }
+}
+
+/** True if a shell of this name runs commands, so that su can start the dump tool. */
+bool RunsCommands(const std::string& shell)
+{
+    const std::string name = shell.substr(shell.rfind('/') + 1);
+    return name != "nologin" && name != "false" && access(shell.c_str(), X_OK) == 0;
+}
+
+void CheckOwner(const LiveCounter& counter, PreflightRows& rows)
+{
+    const passwd* const owner = getpwuid(counter.details.user);
+    const std::string who = "process " + std::to_string(counter.pid) + " (" + counter.process + ")";
+    if (owner == nullptr) {
+        rows.push_back(
+            {"owner of Java", Result::Error,
+             who + " belongs to user " + std::to_string(counter.details.user) + ", who has no name: su fails",
+             "give the user a name"});
+        return;
+    }
+    const std::string shell = *owner->pw_shell == '\0' ? "/bin/sh" : owner->pw_shell;
+    const bool isGood = RunsCommands(shell);
+    rows.push_back({"owner of Java", isGood ? Result::Good : Result::Error,
+                    who + " belongs to " + owner->pw_name + ", whose shell " + shell +
+                        (isGood ? " runs commands" : " runs none: su fails, and no dump is taken"),
+                    isGood ? "" : std::string("usermod -s /bin/sh ") + owner->pw_name});
+}
+
+void CheckTemporary(const char* path, bool isForOthers, PreflightRows& rows)
+{
+    struct stat status = {};
+    const bool isFolder = stat(path, &status) == 0 && S_ISDIR(status.st_mode);
+    const bool isGood = isFolder && (!isForOthers || (status.st_mode & S_IWOTH) != 0 || status.st_uid != 0);
+    rows.push_back(
+        {"temporary folder",
+         isGood     ? Result::Good
+         : isFolder ? Result::Warning
+                    : Result::Error,
+         std::string(path) + (isGood ? " is there"
+                              : isFolder
+                                  ? " can be written by the superuser alone: Java dumps of others fail there"
+                                  : " isn't there"),
+         isGood     ? ""
+         : isFolder ? "let the owner of the Java programs write there"
+                    : std::string("mkdir -p ") + path});
+}
+
+void CheckJava(const PreflightBase& base, PreflightRows& rows)
+{
+    bool hasOthers = false;
+    std::set<int> seen;
+    for (const LiveCounter& counter : base.live.counters) {
+        if (IsJavaName(counter.process) && seen.insert(counter.pid).second) {
+            CheckOwner(counter, rows);
+            hasOthers = hasOthers || counter.details.user != 0;
+        }
+    }
+    CheckTemporary(TEMPORARY, false, rows); // of the lock files, too
+    if (hasOthers) {
+        CheckTemporary(TEMPORARY_OF_OTHERS, true, rows);
+    }
+}
+
+} // namespace
+
+void CheckRights(const PreflightBase& base, PreflightRows& rows)
+{
+    CheckUser(base, rows);
+    CheckPtraceScope(rows);
+    CheckSelinux(rows);
+    CheckTracers(base, rows);
+    CheckJava(base, rows);
+}
+
+} // namespace ctl

@@ -1,0 +1,128 @@
+"""`events`: each breach, capture, failure, start and stop once, whatever happens between two runs."""
+import json
+import os
+import signal
+import subprocess
+import time
+
+import pytest
+
+from host import companion
+
+YESTERDAY = "root.111326_00001.log"
+TODAY = "root.111426_00001.log"
+STARTED = "Tarnhaven Health Sentinel Service started"
+STOPPED = "Tarnhaven Health Sentinel Service stopped."
+PASS = "Tarnhaven Health Sentinel Service is monitoring the resources."
+
+
+@pytest.fixture(autouse=True)
+def _needs_companion():
+    if companion.program() is None:
+        pytest.skip("thsentinelctl is not built")
+
+
+def breach(number):
+    return f"CPU threshold exceeded by process : tbrd ({number}), Threshold : 80 Percent , Usage : 90.25 Percent"
+
+
+def write(folder, name, *texts, day=13, end="\n"):
+    with open(folder / name, "a", encoding="utf-8") as log:
+        log.write("".join(f"2026-11-{day} 02:07:28:045 - {text}{end}" for text in texts))
+
+
+def events(folder, *arguments):
+    done = companion.run("events", "--json", "--log", folder, *arguments)
+    assert done.status == 0, done.errors
+    return [json.loads(line) for line in done.output.splitlines()]
+
+
+def names(found):
+    return [(one["event"], one["pid"]) for one in found]
+
+
+def test_events_are_objects_with_what_their_lines_say(tmp_path):
+    write(tmp_path, YESTERDAY, "Number of CPUs = 2", STARTED, PASS, breach(7),
+          "Taking Process Dump (Count #1) for process tbrd (7).", "Error: Failed to get the helper object.", STOPPED,
+          STOPPED, STOPPED)
+    found = events(tmp_path)
+    assert names(found) == [("start", None), ("breach", 7), ("capture", 7), ("failure", None), ("stop", None)]
+    one = found[1]
+    assert one["schema"] == "thsentinelctl.event/1"
+    assert one["time"].startswith("2026-11-13T02:07:28.045")
+    assert (one["process"], one["resource"], one["reading"], one["limit"], one["unit"], one["forced"]) == (
+        "tbrd", "cpu", 90.25, 80, "Percent", False)
+    assert found[2]["number"] == 1
+    assert len({one["id"] for one in found}) == len(found)
+
+
+def test_a_cursor_hands_out_each_event_once_over_midnight(tmp_path):
+    cursor = tmp_path / "cursor"
+    logs = tmp_path / "logs"
+    logs.mkdir()
+    write(logs, YESTERDAY, STARTED, breach(1))
+    assert names(events(logs, "--cursor", cursor)) == [("start", None), ("breach", 1)]
+    assert events(logs, "--cursor", cursor) == []
+    write(logs, YESTERDAY, breach(2))
+    write(logs, TODAY, breach(3), day=14)
+    assert names(events(logs, "--cursor", cursor)) == [("breach", 2), ("breach", 3)]
+    write(logs, YESTERDAY, breach(4))  # a line whose writer was late
+    write(logs, TODAY, breach(5), day=14)
+    assert names(events(logs, "--cursor", cursor)) == [("breach", 4), ("breach", 5)]
+    assert events(logs, "--cursor", cursor) == []
+    assert oct(cursor.stat().st_mode & 0o777) == "0o600"
+    assert sorted(os.listdir(tmp_path)) == ["cursor", "logs"]
+
+
+def test_a_line_that_is_being_written_waits_for_its_end(tmp_path):
+    cursor, logs = tmp_path / "cursor", tmp_path / "logs"
+    logs.mkdir()
+    write(logs, TODAY, breach(1), end="")
+    assert events(logs, "--cursor", cursor) == []
+    with open(logs / TODAY, "a", encoding="utf-8") as log:
+        log.write("\n")
+    assert names(events(logs, "--cursor", cursor)) == [("breach", 1)]
+
+
+def test_following_loses_and_repeats_nothing_when_it_is_ended_and_begun_again(tmp_path):
+    cursor, logs = tmp_path / "cursor", tmp_path / "logs"
+    logs.mkdir()
+    seen = []
+    for number in range(1, 7):
+        process = subprocess.Popen([str(companion.program()), "events", "--follow", "--json", "--log", str(logs),
+                                    "--cursor", str(cursor)], stdout=subprocess.PIPE, text=True)
+        write(logs, TODAY if number > 3 else YESTERDAY, breach(number))
+        seen.append(json.loads(process.stdout.readline())["pid"])
+        if number % 2:  # the cursor is written after the event was handed out
+            wanted = str((logs / (TODAY if number > 3 else YESTERDAY)).stat().st_size)
+            end = time.monotonic() + 20
+            while wanted not in cursor.read_text() and time.monotonic() < end:
+                time.sleep(0.01)
+            process.kill()
+        else:
+            process.send_signal(signal.SIGTERM)
+        rest = process.communicate(timeout=20)[0]
+        assert rest == ""
+        assert process.returncode == (-signal.SIGKILL if number % 2 else 0)
+    assert seen == [1, 2, 3, 4, 5, 6]
+    assert events(logs, "--cursor", cursor) == []
+
+
+def test_hostile_logs_and_cursors_are_met_safely(tmp_path):
+    cursor, logs = tmp_path / "cursor", tmp_path / "logs"
+    logs.mkdir()
+    (logs / TODAY).write_bytes(b"\x00\xff" * 500000 + b"\n2026-11-14 02:07:28:045 - Error: \x1b[2J\xff\n")
+    os.mkfifo(logs / "root.111526_00001.log")
+    (logs / "root.111626_00001.log").symlink_to("/dev/zero")
+    (logs / "root.999926_00001.log").write_text("2026-11-14 02:07:28:045 - Error: none\n")
+    [only] = events(logs)
+    assert only["text"] == "Error: \x1b[2J\ufffd"
+    text = companion.run("events", "--log", logs)
+    assert "\x1b" not in text.output and r"Error: \x1B[2J\xFF" in text.output
+    for content in ("", "{", "[]", '{"schema": "other"}', '{"schema": "thsentinelctl.cursor/1", "stopped": 1, "logs": 7}'):
+        cursor.write_text(content)
+        done = companion.run("events", "--log", logs, "--cursor", cursor)
+        assert (done.status, done.output) == (3, "")
+        assert cursor.read_text() == content
+    assert companion.run("events", "--log", tmp_path / "none").status == 3
+    assert companion.run("events", "--since", "soon", "--log", logs).status == 64

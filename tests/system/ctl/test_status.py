@@ -1,0 +1,163 @@
+"""`status` and `wait`: what they know of a service, and that they never touch it."""
+import os
+import re
+
+import pytest
+
+from host import companion, product, texts
+
+LOCKS = [product.RUN_LOCK, product.CHILD_LOCK]
+
+
+@pytest.fixture(autouse=True)
+def _needs_companion():
+    if companion.program() is None:
+        pytest.skip("thsentinelctl is not built")
+
+
+def ctl(host, *arguments, **options):
+    result = host.run(str(companion.program()), *arguments, **options)
+    return companion.Outcome(result.status, result.output, result.errors)
+
+
+def status(host, **options):
+    return ctl(host, "status", "--json", **options)
+
+
+@pytest.fixture
+def watching(make_host, pace):
+    """A paced service that watches a real process, and the id of that."""
+    from host import paced
+
+    def start(**store):
+        host = make_host(real_tools=True, cpus=2, store={
+            "THHS_MONITOR_CPU": "sleep:80,absent:5", "THHS_MONITOR_MEMORY": "sleep:1000", "THHS_POLL_INTERVAL": 600,
+            **store})
+        sleeper = host.spawn("/bin/sleep", "1000")
+        daemon = paced.Paced(host, pace)
+        assert daemon.start().status == 0
+        return daemon, sleeper
+
+    return start
+
+
+def test_a_host_without_the_service_is_left_as_it_was(host):
+    before = host.shell("find /usr/tarnv /evidence -printf '%p %T@ %m\\n'")
+    done = status(host)
+    assert (done.status, done.document["running"], done.document["pid"]) == (3, False, None)
+    assert done.document["counters"] == [] and done.document["lastPass"] is None
+    assert ctl(host, "wait", "--running", "0").status == 2
+    assert host.shell("find /usr/tarnv /evidence -printf '%p %T@ %m\\n'") == before
+
+
+def test_counters_show_readings_windows_and_sets(watching):
+    daemon, sleeper = watching()
+    host = daemon.host
+    done = status(host)
+    assert done.status == 0
+    document = done.document
+    assert document["schema"] == "thsentinelctl.status/1"
+    assert (document["running"], document["pid"], document["staleId"]) == (True, host.daemon_pid(), None)
+    stamp = r"\d{4}-\d\d-\d\dT\d\d:\d\d:\d\d[+-]\d\d:\d\d"
+    assert all(re.fullmatch(stamp, document[key]) for key in ("time", "since", "lastPass", "nextPass"))
+    assert document["unmatched"] == ["absent"]
+    assert (document["stuck"], document["settingsValid"], document["levelsRaised"]) == (False, True, [])
+    cpu, memory = document["counters"]
+    assert {**cpu, "reading": 0} == {
+        "process": "sleep", "pid": sleeper, "resource": "cpu", "reading": 0, "limit": 80, "unit": "Percent",
+        "window": 1, "setsTaken": 0, "setsAllowed": 3}
+    assert {**memory, "reading": 0} == {
+        "process": "sleep", "pid": sleeper, "resource": "memory", "reading": 0, "limit": 1000, "unit": "MB",
+        "window": 1, "setsTaken": 0, "setsAllowed": 3}
+    assert 0 < memory["reading"] < 100
+    for window in (2, 3, 4, 5, 6, 1):
+        daemon.next_pass()
+        assert [one["window"] for one in status(host).document["counters"]] == [window, window]
+
+
+def test_sets_count_for_the_counter_that_breached(watching):
+    daemon, _ = watching(THHS_CAPTURE_WITHOUT_THRESHOLD=1, THHS_MONITOR_MEMORY=None, THHS_DUMP_COUNT=2)
+    for taken in (1, 2, 2):
+        [counter] = status(daemon.host).document["counters"]
+        assert (counter["setsTaken"], counter["setsAllowed"]) == (taken, 2)
+        daemon.next_pass()
+
+
+def test_settings_that_changed_are_said_to_be_unread_until_the_next_pass(watching):
+    daemon, _ = watching()
+    host = daemon.host
+    assert status(host).document["settingsChanged"] is False
+
+    def change():
+        host.configure(THHS_DUMP_COUNT=5)
+        return status(host).document["settingsChanged"]
+
+    host.until(change, "the change is seen")
+    assert "changed on disk and not read yet" in ctl(host, "status").output
+    daemon.next_pass()
+    host.until(lambda: not status(host).document["settingsChanged"] or daemon.next_pass() is None, "it is read")
+
+
+def test_an_end_without_a_stop_is_told_from_a_stop(host):
+    pid = host.start()
+    assert status(host).status == 0
+    host.kill(pid)
+    host.until_gone()
+    killed = status(host)
+    assert (killed.status, killed.document["running"], killed.document["staleId"]) == (1, False, pid)
+    assert f"process id {pid} in the run lock file is stale" in ctl(host, "status").output
+    host.start()
+    host.terminate()
+    stopped = status(host)
+    assert (stopped.status, stopped.document["running"]) == (3, False)
+
+
+def test_asking_never_stands_in_the_way_of_a_start(host):
+    asker = host.spawn("/bin/dash", "-c", f"while :; do {companion.program()} status >/dev/null; "
+                                          f"{companion.program()} wait --stopped 0; done")
+    for _ in range(2):
+        host.start()
+        assert ctl(host, "wait", "--running", "20").status == 0
+        host.terminate()
+        assert ctl(host, "wait", "--stopped", "20").status == 0
+    host.kill(asker)
+
+
+def test_an_ordinary_user_learns_whether_it_runs(host):
+    pid = host.start()
+    done = ctl(host, "status", "--json")
+    assert done.document["pid"] == pid
+    line = f"exec setpriv --reuid=65534 --clear-groups {companion.program()} status --json"
+    result = host.run("/bin/dash", "-c", line)
+    seen = companion.Outcome(*result)
+    assert (seen.status, seen.document["running"]) == (0, True)
+
+
+@pytest.mark.parametrize("content", ["", "not a number", "99999999999999999999", "-1", "\x1b[2J", "7" * 100000])
+def test_a_run_lock_that_holds_anything_is_met_safely(host, content):
+    host.put(product.RUN_LOCK, content)
+    host.put(product.CHILD_LOCK)
+    done = status(host)
+    assert done.document["running"] is False
+    assert done.status in (1, 3) and "\x1b" not in ctl(host, "status").output
+
+
+def test_lock_files_that_are_no_files_are_met_safely(host):
+    for path in LOCKS:
+        host.shell(f"mkfifo {path}")
+    assert status(host, limit=20).status in (3, 4)
+    host.shell(f"rm {product.CHILD_LOCK} && ln -s /dev/zero {product.CHILD_LOCK}")
+    assert status(host, limit=20).status in (3, 4)
+
+
+def test_what_the_program_calls_takes_no_lock_and_sends_no_signal(host):
+    if not os.path.exists("/usr/bin/strace"):
+        pytest.skip("strace is missing")
+    host.start()
+    for verb in (["status"], ["check"], ["metrics"], ["wait", "--running", "1"]):
+        host.shell(f"strace -f -o /run/trace -e trace=fcntl,flock,kill,tkill,tgkill,mkdir,mkdirat,openat "
+                   f"{companion.program()} {' '.join(verb)} >/dev/null; :")
+        trace = host.get("/run/trace")
+        assert "openat" in trace
+        assert not re.search(r"F_SETLK|F_SETLKW|F_OFD_SETLK|flock\(|kill\(|mkdir|O_CREAT|O_RDWR|O_WRONLY", trace), trace
+    assert texts.STARTED in host.log()
