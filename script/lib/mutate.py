@@ -92,7 +92,7 @@ def suites_of(folder):
 def notice(program, work, tests):
     """Whether a test of this filter fails, crashes or hangs."""
     command = [ROOT / "script/host", "--share", work.parent, "--", program, f"--gtest_filter={tests}",
-               "--gtest_fail_fast", "--gtest_brief=1"]
+               "--fail-fast"]
     try:
         return subprocess.run(command, timeout=LIMIT, stdin=subprocess.DEVNULL, stdout=subprocess.DEVNULL,
                               stderr=subprocess.DEVNULL, check=False).returncode != 0

@@ -2,7 +2,8 @@
 """Sums up test suites: script/lib/summary.py RESULTS SUITE...
 
 A suite has left two files in the folder RESULTS: SUITE.xml, a JUnit report, and SUITE.status, the exit status of
-its runner. Prints the failed and the skipped tests with the reason of each skip, and last one line
+its runner. Where an entry of that report is a whole program of tests, SUITE/ENTRY.xml is the program's own report and
+counts in its place. Prints the failed and the skipped tests with the reason of each skip, and last one line
 `N passed, N failed, N skipped`. The status is 0 only when nothing failed. A suite whose runner crashed, left no
 report, or ran nothing counts as one failure, so that silence is never taken for success.
 """
@@ -48,6 +49,17 @@ def case_name(case):
     return name if folder in ("", name) else f"{folder}.{name}"
 
 
+def read_program(path, entry):
+    """The outcomes of the program of tests that ran as this entry; the entry's own where the program left none."""
+    try:
+        rows = [(case_name(case), *outcome(case)) for case in xml.etree.ElementTree.parse(path).iter("testcase")]
+    except (OSError, xml.etree.ElementTree.ParseError):
+        rows = []
+    if not rows or (entry[1] == "failed" and all(row[1] != "failed" for row in rows)):
+        rows.append(entry)
+    return rows
+
+
 def read_suite(results, suite):
     """The outcomes of one suite as (suite, test, outcome, reason), the runner's own failure included."""
     rows, trouble = [], ""
@@ -57,7 +69,9 @@ def read_suite(results, suite):
         status = None
     try:
         tree = xml.etree.ElementTree.parse(results / f"{suite}.xml")
-        rows = [(suite, case_name(case), *outcome(case)) for case in tree.iter("testcase")]
+        rows = [(suite, *row) for case in tree.iter("testcase")
+                for row in read_program(results / suite / f"{case_name(case)}.xml",
+                                        (case_name(case), *outcome(case)))]
         if not rows:
             trouble = "no test ran"
     except (OSError, xml.etree.ElementTree.ParseError) as error:

@@ -41,11 +41,6 @@ std::string GetTHBinPath()
     return AppendPaths(GetTHPath(), "bin");
 }
 
-std::string GetTHLogPath()
-{
-    return AppendPaths(GetTHPath(), "logs");
-}
-
 std::string GetTHPerfMonLogDirName()
 {
     return SHORT_NAME;

@@ -61,6 +61,24 @@ def test_skips_are_told_with_their_reasons_and_do_not_fail_the_run(tmp_path):
     assert summary(tmp_path, {"x": report}, {"x": 0}) == (0, expected)
 
 
+def test_the_single_tests_of_a_program_are_counted_in_place_of_its_entry(tmp_path):
+    (tmp_path / "unit").mkdir()
+    (tmp_path / "unit/cli.ATest.xml").write_text(suite(
+        case("a", folder="S"), case("b", '<failure message="1 is 2"/>', folder="S"), case("c", "<skipped/>", folder="S")))
+    report = suite(case("cli.ATest", '<failure message="Failed"/>', "fail"), case("cli.BTest", "", "run"))
+    assert summary(tmp_path, {"unit": report}, {"unit": 8}) == (1, [
+        "failed: unit: S.b: 1 is 2", "skipped: unit: S.c: no reason given", "2 passed, 1 failed, 1 skipped"])
+
+
+@pytest.mark.parametrize("own, passed", [(suite(PASSED, PASSED), 2), (suite(), 0), ("<testsuites><tests", 0), ("\0", 0)])
+def test_a_program_that_failed_without_a_failed_test_counts_as_failed(tmp_path, own, passed):
+    (tmp_path / "unit").mkdir()
+    (tmp_path / "unit/cli.ATest.xml").write_text(own)
+    report = suite(case("cli.ATest", '<failure message="Timeout"/>', "fail"))
+    assert summary(tmp_path, {"unit": report}, {"unit": 8}) == (1, [
+        "failed: unit: cli.ATest: Timeout", f"{passed} passed, 1 failed, 0 skipped"])
+
+
 @pytest.mark.parametrize("bad, reason", [
     (case("a", "", "disabled"), "the test is disabled"),
     (case("a", '<skipped message="Unable to find executable"/>', "notrun"), "Unable to find executable"),

@@ -1,7 +1,7 @@
 #include "base/Console.h"
 
 #include "support/ChildProcess.h"
-#include "support/HostFixture.h"
+#include "support/LogFixture.h"
 
 #include <cerrno>
 #include <cstdio>
@@ -13,13 +13,6 @@
 
 namespace
 {
-std::string GetPrinted(void (*print)())
-{
-    testing::internal::CaptureStdout();
-    print();
-    return testing::internal::GetCapturedStdout();
-}
-
 std::set<std::string> GetDescriptors()
 {
     std::set<std::string> names;
@@ -32,17 +25,17 @@ std::set<std::string> GetDescriptors()
 
 TEST(Console, PrintsAsItStandsOrWithALineEnd)
 {
-    EXPECT_EQ(GetPrinted([] { ConsolePrint("%s-%d", "text", 7); }), "text-7");
-    EXPECT_EQ(GetPrinted([] { ConsolePrint("no end"); }), "no end");
-    EXPECT_EQ(GetPrinted([] { ConsolePuts("text"); }), "text\n");
-    EXPECT_EQ(GetPrinted([] { ConsolePuts(""); }), "\n");
-    EXPECT_EQ(GetPrinted([] { ConsolePuts("%s%n"); }), "%s%n\n");
+    EXPECT_EQ(GetConsole([] { ConsolePrint("%s-%d", "text", 7); }), "text-7");
+    EXPECT_EQ(GetConsole([] { ConsolePrint("no end"); }), "no end");
+    EXPECT_EQ(GetConsole([] { ConsolePuts("text"); }), "text\n");
+    EXPECT_EQ(GetConsole([] { ConsolePuts(""); }), "\n");
+    EXPECT_EQ(GetConsole([] { ConsolePuts("%s%n"); }), "%s%n\n");
 }
 
 TEST(Console, PrintsTextOfAnyLength)
 {
     static const std::string text(1000000, 'x');
-    EXPECT_EQ(GetPrinted([] { ConsolePuts(text.c_str()); }), text + "\n");
+    EXPECT_EQ(GetConsole([] { ConsolePuts(text.c_str()); }), text + "\n");
 }
 
 TEST(Console, KeepsOffStandardError)

@@ -51,12 +51,3 @@ protected:
 
 /** Path of the file below the folder of the locks. */
 std::string GetLockFile(const char* name);
-
-/** What an operation prints on standard output. */
-template <typename Operation>
-std::string GetConsole(Operation operation)
-{
-    testing::internal::CaptureStdout();
-    operation();
-    return testing::internal::GetCapturedStdout();
-}

@@ -1,5 +1,7 @@
 #include "cli/CActionInterface.h"
 
+#include "support/LogFixture.h"
+
 #include <gtest/gtest.h>
 
 #include <string>
@@ -19,9 +21,7 @@ public:
 
 std::string GetHelp(std::string programName)
 {
-    testing::internal::CaptureStdout();
-    EXPECT_TRUE(SilentActions().PrintHelp(programName.data()));
-    return testing::internal::GetCapturedStdout();
+    return GetConsole([&] { EXPECT_TRUE(SilentActions().PrintHelp(programName.data())); });
 }
 
 const std::string OPTIONS = " [-install] [-uninstall] [-start] [-terminate] [-version] [-help]\n"
@@ -53,9 +53,7 @@ TEST(CActionInterface, TakesANameThatLooksLikeAFormatAsItStands)
 
 TEST(CActionInterface, PrintsTheVersionWithoutTheMarkBeforeIt)
 {
-    testing::internal::CaptureStdout();
-    EXPECT_TRUE(SilentActions().PrintVersion());
-    EXPECT_EQ(testing::internal::GetCapturedStdout(), "Tarnhaven_9.1.0.1\n");
+    EXPECT_EQ(GetConsole([] { EXPECT_TRUE(SilentActions().PrintVersion()); }), "Tarnhaven_9.1.0.1\n");
 }
 
 TEST(CActionInterface, PrintsNothingOnStandardError)

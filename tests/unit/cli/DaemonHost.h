@@ -40,8 +40,6 @@ protected:
 /** An interval that no test lives through. */
 constexpr int LONG_INTERVAL = 100000;
 
-using Lines = std::vector<std::string>;
-
 /** What the log says of a start, of a pass and of a tear-down. */
 extern const Lines START_LINES;
 extern const Lines PASS_LINES;

@@ -15,8 +15,10 @@
 #include <syslog.h>
 #include <unistd.h>
 
+using testing::Contains;
 using testing::ElementsAre;
 using testing::IsEmpty;
+using testing::Not;
 
 namespace
 {
@@ -196,18 +198,57 @@ TEST_F(DaemonConversion, GoesOnWhereItsIdCanNotBeWritten)
 TEST_F(DaemonConversion, OpensTheSystemLogForItselfAndItsEntries)
 {
     FailCreations(3);
+    GetSeams().mSetlogmask = [](int mask) {
+        syslog(LOG_DEBUG, "mask %#x", static_cast<unsigned>(mask));
+        return 0xff;
+    };
     GetSeams().mOpenlog = [](const char* identity, int options, int facility) {
         syslog(LOG_DEBUG, "%s %d %d", identity, options, facility);
     };
-    ChildProcess daemon([] {
-        const int result = BecomeDaemon();
-        return result == 0 ? setlogmask(0) : -1;
-    });
-    EXPECT_EQ(daemon.Wait(), 0x7f);
+    ChildProcess daemon(BecomeDaemon);
+    EXPECT_EQ(daemon.Wait(), 0);
     const std::string opened =
         "7 thsentinel " + std::to_string(LOG_PID | LOG_CONS | LOG_PERROR) + " " + std::to_string(LOG_USER);
     const std::vector<std::string> log = daemon.GetSystemLog();
-    EXPECT_THAT(std::vector(log.begin(), log.begin() + 3), ElementsAre(opened, ENTRY, STARTED));
+    EXPECT_THAT(std::vector(log.begin(), log.begin() + 4),
+                ElementsAre("7 mask 0x7f", opened, ENTRY, STARTED));
+}
+
+TEST_F(DaemonConversion, ClosesTheSystemLogAfterItsLastEntry)
+{
+    FailCreations(3);
+    GetSeams().mCloselog = [] { syslog(LOG_DEBUG, "closed"); };
+    ChildProcess daemon(BecomeDaemon);
+    EXPECT_EQ(daemon.Wait(), 0);
+    const std::vector<std::string> log = daemon.GetSystemLog();
+    EXPECT_THAT(std::vector(log.end() - 2, log.end()), ElementsAre(EXIT, "7 closed"));
+}
+
+TEST_F(DaemonConversion, LeavesTheSystemLogOpenWhereItEndsOnABadConfiguration)
+{
+    GetConfigurationSeam().mRead = [] { return 101; };
+    GetSeams().mCloselog = [] { syslog(LOG_DEBUG, "closed"); };
+    ChildProcess daemon(BecomeDaemon);
+    EXPECT_EQ(daemon.Wait(), 101);
+    EXPECT_THAT(daemon.GetSystemLog(), Not(Contains("7 closed")));
+}
+
+TEST_F(DaemonConversion, ClosesInputThenOutputThenErrors)
+{
+    FailCreations(3);
+    GetSeams().mFclose = [](FILE* file) {
+        for (const auto& [stream, name] :
+             {std::pair{stdin, "input"}, {stdout, "output"}, {stderr, "errors"}}) {
+            if (file == stream) {
+                syslog(LOG_DEBUG, "close %s", name);
+            }
+        }
+    };
+    ChildProcess daemon(BecomeDaemon);
+    EXPECT_EQ(daemon.Wait(), 0);
+    const std::vector<std::string> log = daemon.GetSystemLog();
+    EXPECT_THAT(std::vector(log.begin(), log.begin() + 3),
+                ElementsAre("7 close input", "7 close output", "7 close errors"));
 }
 
 TEST_F(DaemonConversion, DetachesByOneForkAndClosedStreamsAlone)

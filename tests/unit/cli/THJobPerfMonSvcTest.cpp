@@ -6,7 +6,7 @@
 #include "platform/THUEnv.h"
 #include "support/ConfigurationSeam.h"
 #include "support/HelperSeam.h"
-#include "support/HostFixture.h"
+#include "support/LogFixture.h"
 #include "support/ScriptedHelper.h"
 
 #include <gmock/gmock.h>
@@ -22,7 +22,6 @@ using testing::IsEmpty;
 
 namespace
 {
-using Lines = std::vector<std::string>;
 
 constexpr char STARTED[] = "Tarnhaven Health Sentinel Service started";
 constexpr char MONITORING[] = "Tarnhaven Health Sentinel Service is monitoring the resources.";
@@ -88,12 +87,12 @@ Lines GetSystemLog()
 }
 } // namespace
 
-class MonitoringService : public HostFixture
+class MonitoringService : public LogFixture
 {
 protected:
     void SetUp() override
     {
-        HostFixture::SetUp();
+        LogFixture::SetUp();
         mScript.mAnswer = [this](const std::string& line) {
             gCalls.push_back(line);
             if (mDuringLine) {

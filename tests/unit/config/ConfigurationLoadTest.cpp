@@ -230,7 +230,7 @@ TEST_F(ConfigurationLoad, GoesThroughWithoutALog)
     SpoilLogFolder();
     GetStore().mValues["THHS_DUMP_COUNT"] = "0";
     GetStore().mValues["THHS_MONITOR_CPU"] = "a:1";
-    mConsole = CaptureConsole([this] { mResult = mConfig->ReadConfigurationFile(); });
+    mConsole = GetConsole([this] { mResult = mConfig->ReadConfigurationFile(); });
     EXPECT_EQ(mResult, 0);
     EXPECT_EQ(mConsole, std::string(WARNING) + "\n");
     EXPECT_EQ(mConfig->mMaxDumpCount, 3);

@@ -4,12 +4,18 @@
 #include "platform/THUEnv.h"
 #include "platform/UnixHelperFunction.h"
 #include "support/HelperSeam.h"
+#include "support/HostFixture.h"
 
 #include <algorithm>
+#include <atomic>
 #include <filesystem>
+#include <functional>
 #include <iterator>
+#include <thread>
 
 #include <sys/stat.h>
+#include <sys/syscall.h>
+#include <unistd.h>
 
 namespace
 {
@@ -17,7 +23,9 @@ namespace
 class LogFileHelper : public UnixHelperFunction
 {
 public:
-    LogFileHelper(Lines& notes, const Lines& refused) : mNotes(notes), mRefused(refused) {}
+    LogFileHelper(Lines& notes, const Lines& refused, const std::function<void()>& onNote)
+        : mNotes(notes), mRefused(refused), mOnNote(onNote)
+    {}
 
     bool HF_CreateDir(std::string path, bool recursive) override
     {
@@ -34,11 +42,15 @@ private:
     bool Note(const std::string& request)
     {
         mNotes.push_back(request);
+        if (const std::function<void()> onNote = mOnNote) {
+            onNote();
+        }
         return std::find(mRefused.begin(), mRefused.end(), request) == mRefused.end();
     }
 
     Lines& mNotes;
     const Lines& mRefused;
+    const std::function<void()>& mOnNote;
 };
 
 /** Each test builds a ConfigurationMgr by itself, on 5 March 2026. */
@@ -47,18 +59,22 @@ class LogFile : public SettingsFixture
 protected:
     void SetUp() override
     {
-        SettingsFixture::SetUp();
+        RequireHost();
         if (IsSkipped()) {
             return;
         }
+        SettingsFixture::SetUp();
+        SetLogPath("");
+        std::filesystem::create_directories(GetTHLogPath());
         GetStore().mLocalTime = MakeLocalTime(2026, 3, 5, 12, 0, 0);
-        GetHelperSeam().mMake = [this] { return new LogFileHelper(mNotes, mRefused); };
+        GetHelperSeam().mMake = [this] { return new LogFileHelper(mNotes, mRefused, mOnNote); };
         std::filesystem::remove_all("/tmp/thsentinel");
         StartAnew();
     }
 
     Lines mNotes;
     Lines mRefused;
+    std::function<void()> mOnNote; ///< called with each note
 };
 
 constexpr char FOLDER[] = "/usr/tarnv/tarnhaven/logs/thsentinel";
@@ -67,6 +83,30 @@ constexpr char OPEN_FIRST[] = "open /usr/tarnv/tarnhaven/logs/thsentinel/root.03
 constexpr char SECOND[] = "/tmp/thsentinel/root.030526_00001.log";
 constexpr char MAKE_SECOND[] = "mkdir /tmp/thsentinel/root.030526_00001.log";
 constexpr char OPEN_SECOND[] = "open /tmp/thsentinel/root.030526_00001.log a+";
+
+TEST_F(LogFile, IsPreparedUnderTheLockOfItsUnit)
+{
+    ConfigurationMgr& config = *ConfigurationMgr::GetInstance();
+    config.mVerbose = 1;
+    std::atomic<pid_t> id = 0;
+    std::atomic<bool> hasWritten = false;
+    std::thread writer;
+    mOnNote = [&] {
+        mOnNote = nullptr;
+        writer = std::thread([&] {
+            id = static_cast<pid_t>(syscall(SYS_gettid));
+            (void)config.GetThreasholdValue({}, "of the same unit");
+            hasWritten = true;
+        });
+        EXPECT_TRUE(WaitFor([&] { return hasWritten || (id != 0 && IsAsleep(id)); }));
+        WaitAMoment(); // a sleep for any other reason would be over
+        EXPECT_FALSE(hasWritten);
+    };
+    config.InitializeLogFile();
+    ASSERT_TRUE(writer.joinable());
+    writer.join();
+    EXPECT_TRUE(hasWritten);
+}
 
 TEST_F(LogFile, IsMadeWithItsFolder)
 {

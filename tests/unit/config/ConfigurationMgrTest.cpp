@@ -106,6 +106,16 @@ TEST_F(ConfigurationObject, IsTheSameObjectAtEachCall)
     EXPECT_EQ(ConfigurationMgr::mConfigMgr, mConfig);
 }
 
+TEST_F(ConfigurationObject, IsGivenWithoutALockOnceItIsBuilt)
+{
+    const long before = CountLocks();
+    EXPECT_EQ(ConfigurationMgr::GetInstance(), mConfig);
+    EXPECT_EQ(CountLocks(), before);
+    ForgetConfiguration();
+    mConfig = ConfigurationMgr::GetInstance();
+    EXPECT_GT(CountLocks(), before) << "the building is under one";
+}
+
 /** Counts the folders that helpers are asked to make. */
 class FolderCounter : public UnixHelperFunction
 {

@@ -4,6 +4,7 @@
 #include "config/SettingsFixture.h"
 #include "platform/UnixHelperFunction.h"
 #include "support/HelperSeam.h"
+#include "thbase.h"
 
 #include <limits>
 #include <ostream>
@@ -21,7 +22,7 @@ protected:
     /** Reads KEY into mValue, keeping result and console. */
     void Read()
     {
-        mConsole = CaptureConsole([this] { mResult = ReadIntegerValue(KEY, mValue); });
+        mConsole = GetConsole([this] { mResult = ReadIntegerValue(KEY, mValue); });
     }
 
     int mValue = 4711;
@@ -75,6 +76,17 @@ TEST_F(ReadInteger, ReportsAValueThatIsNoNumber)
     }
 }
 
+TEST_F(ReadInteger, LeavesTheFieldWhereTheStoreGivesANumberAndFails)
+{
+    GetStore().mValues[KEY] = "5";
+    for (const int code : {STORE_RC_NOT_FOUND, STORE_RC_NOT_NUMERIC, UNUSUAL}) {
+        GetStore().mResults[KEY] = code;
+        Read();
+        EXPECT_EQ(mValue, 4711) << code;
+        EXPECT_NE(mResult, 0) << code;
+    }
+}
+
 TEST_F(ReadInteger, TakesAnyOtherCodeForAnAbsentKeyWithoutAWord)
 {
     mConfig->mVerbose = 1;
@@ -94,8 +106,7 @@ TEST_F(ReadInteger, CutsTheMessageAtTheSizeOfItsBuffer)
     const std::string longKey(2000, 'K');
     GetStore().mValues[longKey] = "abc";
     int value = 0;
-    const std::string console =
-        CaptureConsole([&] { EXPECT_EQ(ReadIntegerValue(longKey.c_str(), value), 101); });
+    const std::string console = GetConsole([&] { EXPECT_EQ(ReadIntegerValue(longKey.c_str(), value), 101); });
     EXPECT_EQ(console, "Invalid numeric value for " + std::string(1023 - 26, 'K') + "\n");
     EXPECT_EQ(GetLogLines(), Lines{console.substr(0, 1023)});
 }
@@ -105,7 +116,7 @@ class ReadString : public SettingsFixture
 protected:
     void Read()
     {
-        mConsole = CaptureConsole([this] { mCopy = ReadStringValue("THHS_JDK_HOME", mValue, mResult); });
+        mConsole = GetConsole([this] { mCopy = ReadStringValue("THHS_JDK_HOME", mValue, mResult); });
     }
 
     std::string mValue = "of the load before";
@@ -124,6 +135,39 @@ TEST_F(ReadString, StoresAndReturnsTheText)
     EXPECT_EQ(mConsole, "");
     EXPECT_EQ(GetLogLines(), Lines());
     EXPECT_EQ(GetStore().mHandles, 1);
+}
+
+TEST_F(ReadString, HasEmptiedTheFieldWhenItAsksTheStore)
+{
+    std::string during = "not asked";
+    GetStore().mOnRead = [&](const std::string&) { during = mValue; };
+    GetStore().mValues["THHS_JDK_HOME"] = "/opt/jdk";
+    Read();
+    EXPECT_EQ(during, "");
+}
+
+TEST_F(ReadString, FreesTheTextOfTheStoreWhateverItIs)
+{
+    for (const char* const text : {"/opt/jdk", "", "a;b"}) {
+        GetStore().mFreedTexts = 0;
+        GetStore().mValues["THHS_JDK_HOME"] = text;
+        Read();
+        EXPECT_EQ(GetStore().mFreedTexts, 1) << text;
+    }
+}
+
+TEST_F(ReadString, IgnoresATextThatComesWithTheCodeOfAnAbsentKey)
+{
+    mConfig->mVerbose = 1;
+    GetStore().mValues["THHS_JDK_HOME"] = "/opt/jdk";
+    GetStore().mResults["THHS_JDK_HOME"] = STORE_RC_NOT_FOUND;
+    Read();
+    EXPECT_EQ(mResult, 103);
+    EXPECT_EQ(mValue, "");
+    EXPECT_EQ(mCopy, "");
+    EXPECT_EQ(GetLogLines(), Lines{"THHS_JDK_HOME not defined in Tarnhaven configuration."});
+    EXPECT_EQ(GetStore().mFreedTexts, 0) << "what an absent key brings is not the reader's";
+    FreeDeliveredText();
 }
 
 TEST_F(ReadString, TakesAnEmptyTextForAValue)
@@ -225,7 +269,7 @@ TEST_P(InputFilter, AnswersAndNamesTheReason)
 {
     const FilterRow& row = GetParam();
     bool isAllowed = false;
-    EXPECT_EQ(CaptureConsole([&] { isAllowed = ValidateInputForSpecialChars(row.mText); }), "");
+    EXPECT_EQ(GetConsole([&] { isAllowed = ValidateInputForSpecialChars(row.mText); }), "");
     EXPECT_EQ(isAllowed, row.mLine == nullptr);
     EXPECT_EQ(GetLogLines(), row.mLine == nullptr ? Lines() : Lines{row.mLine});
 }

@@ -6,17 +6,15 @@
 void LoadFixture::SetUp()
 {
     SettingsFixture::SetUp();
-    if (!IsSkipped()) {
-        mFolder = MakeFolder();
-        GetStore().mValues["THHS_EVIDENCE_PATH"] = mFolder;
-    }
+    mFolder = MakeFolder();
+    GetStore().mValues["THHS_EVIDENCE_PATH"] = mFolder;
 }
 
 void LoadFixture::Load()
 {
     ForgetLog();
     GetStore().mReads.clear();
-    mConsole = CaptureConsole([this] { mResult = mConfig->ReadConfigurationFile(); });
+    mConsole = GetConsole([this] { mResult = mConfig->ReadConfigurationFile(); });
 }
 
 void LoadFixture::Load(const std::string& key, const std::string& value)

@@ -33,7 +33,7 @@ protected:
     {
         const std::map<std::string, const char*> labels = {
             {CPU, "CPU"}, {MEMORY, "Memory"}, {DEADLOCK, "Deadlock"}};
-        mConsole = CaptureConsole([&] { mResult = ReadMapValue(key, labels.at(key), mThresholds); });
+        mConsole = GetConsole([&] { mResult = ReadMapValue(key, labels.at(key), mThresholds); });
     }
 
     int mResult = -1;
@@ -339,7 +339,7 @@ TEST_F(MonitoringLists, WouldBeLabelledMegabytesOnlyUnderTheKeyOfTheUnit)
 TEST_F(MonitoringLists, KeysAreComparedWithoutTheirCase)
 {
     GetStore().mValues["thhs_monitor_cpu"] = "a:101";
-    EXPECT_EQ(CaptureConsole([&] { EXPECT_EQ(ReadMapValue("thhs_monitor_cpu", "CPU", mThresholds), 101); }),
+    EXPECT_EQ(GetConsole([&] { EXPECT_EQ(ReadMapValue("thhs_monitor_cpu", "CPU", mThresholds), 101); }),
               "Invalid Value for CPU threshold. Process a requested threshold of 101 percent. "
               "Use a value less than 100.\n");
     GetStore().mValues["thhs_monitor_deadlock"] = "a";

@@ -99,6 +99,21 @@ TEST(Mutex, NamedOnesMayBeLockedWithoutHarm)
         testing::ExitedWithCode(0), "");
 }
 
+TEST(Mutex, IsDestroyedOnlyWhereItWasSetUp)
+{
+    int destroyed = 0;
+    GetSeams().mPthreadMutexDestroy = [&destroyed](pthread_mutex_t*) { ++destroyed; };
+    {
+        const mutex usable;
+    }
+    EXPECT_EQ(destroyed, 1);
+    {
+        const mutex named("any name"); // never set up
+    }
+    EXPECT_EQ(destroyed, 1);
+    GetSeams() = {};
+}
+
 TEST(MutexHold, EndsWithItsScope)
 {
     mutex held;

@@ -9,15 +9,6 @@
 #include <sys/stat.h>
 #include <unistd.h>
 
-void SettingsFixture::SetUp()
-{
-    HostFixture::SetUp();
-    if (!IsSkipped()) {
-        StartAnew();
-        ConfigurationFixture::SetUp();
-    }
-}
-
 void SettingsFixture::StartAnew()
 {
     ForgetConfiguration();
@@ -30,13 +21,6 @@ void SettingsFixture::SpoilLogFolder()
     WriteFile(GetTHPerfMonLogPath(), "not a folder");
 }
 
-std::string CaptureConsole(const std::function<void()>& action)
-{
-    testing::internal::CaptureStdout();
-    action();
-    return testing::internal::GetCapturedStdout();
-}
-
 std::vector<off_t> GetConsoleSizesAtLogLines(const std::function<void()>& action)
 {
     std::vector<off_t> sizes;
@@ -47,7 +31,7 @@ std::vector<off_t> GetConsoleSizesAtLogLines(const std::function<void()>& action
         EXPECT_EQ(fstat(STDOUT_FILENO, &status), 0);
         sizes.push_back(status.st_size);
     };
-    (void)CaptureConsole(action);
+    (void)GetConsole(action);
     GetSeams().mGettimeofday = nullptr;
     return sizes;
 }

@@ -10,15 +10,10 @@
 
 #include <sys/types.h>
 
-/** Log lines, each without stamp and line end. */
-using Lines = std::vector<std::string>;
-
 /** A test of the configuration, which looks at the diagnostic log and the console. */
 class SettingsFixture : public ConfigurationFixture
 {
 protected:
-    void SetUp() override;
-
     /** As before the first use of the program: no ConfigurationMgr, and no folder of the diagnostic log. */
     static void StartAnew();
 
@@ -26,9 +21,6 @@ protected:
      */
     static void SpoilLogFolder();
 };
-
-/** What `action` prints on the console. */
-std::string CaptureConsole(const std::function<void()>& action);
 
 /** How much stands on the console when each line of the log that `action` writes is stamped, in bytes. */
 std::vector<off_t> GetConsoleSizesAtLogLines(const std::function<void()>& action);

@@ -65,6 +65,14 @@ TEST_F(CounterBreach, GoesToTheSystemLogAsAWarningWithTheStampOfTheLogLine)
     EXPECT_EQ(log.substr(0, log.find('\n')), text);
 }
 
+TEST_F(CounterBreach, IsInTheLogAloneWhenItGoesToTheSystemLog)
+{
+    std::vector<Lines> logs;
+    GetSeams().mSyslog = [&logs] { logs.push_back(GetLogLines()); };
+    Breach();
+    EXPECT_THAT(logs, ElementsAre(Lines{BREACH_LINE}));
+}
+
 TEST_F(CounterBreach, ComesBehindTheTraceOfItsPass)
 {
     mThreshold = 1000;

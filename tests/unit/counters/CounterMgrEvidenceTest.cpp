@@ -27,9 +27,7 @@ protected:
     void SetUp() override
     {
         CounterFixture::SetUp();
-        if (!IsSkipped()) {
-            mConfig->mJdkHome = "/opt/jdk";
-        }
+        mConfig->mJdkHome = "/opt/jdk";
     }
 
     void SetGates(int processDump, int network, int disk, int logging)

@@ -92,33 +92,6 @@ TEST_F(CounterManager, DeletesItsCountersAtItsEndAndPassesOverMissingOnes)
     EXPECT_EQ(deleted, 2);
 }
 
-#ifdef __x86_64__
-namespace
-{
-/** Slot of a virtual operation: a pointer to it holds the offset into the table, plus one. */
-template <typename Operation>
-std::size_t GetSlot(Operation operation)
-{
-    std::size_t offset = 0;
-    std::memcpy(&offset, &operation, sizeof offset);
-    return (offset - 1) / sizeof(void*);
-}
-} // namespace
-
-TEST(CounterMgrSlots, StandInTheirOrderBehindTheTwoOfTheDestructor)
-{
-    const std::vector<std::size_t> slots = {GetSlot(&CounterMgr::AddCounterToMonitor),
-                                            GetSlot(&CounterMgr::AddCounterHelper),
-                                            GetSlot(&CounterMgr::HandleThresholdBreach),
-                                            GetSlot(&CounterMgr::ReadCounterIndexValue),
-                                            GetSlot(&CounterMgr::GetProcessesRegisteredMonitoring),
-                                            GetSlot(&CounterMgr::GetMessageStr),
-                                            GetSlot(&CounterMgr::CleanUpStaleCounters),
-                                            GetSlot(&CounterMgr::GetCounterValueFromOS)};
-    EXPECT_THAT(slots, ElementsAre(2, 3, 4, 5, 6, 7, 8, 9));
-}
-#endif
-
 // ---- One pass
 // -------------------------------------------------------------------------------------------------
 

@@ -19,9 +19,7 @@ protected:
     void SetUp() override
     {
         CounterFixture::SetUp();
-        if (!IsSkipped()) {
-            mConfig->mMaxDumpCount = PLENTY;
-        }
+        mConfig->mMaxDumpCount = PLENTY;
     }
 
     std::vector<int> GetBreaches(const std::vector<double>& readings)

@@ -126,6 +126,38 @@ TEST_F(CounterRegistry, StaysSilentAboutAnAbsentProcessWithoutVerbose)
     EXPECT_EQ(mRecord.mHelpersMade, 1);
 }
 
+TEST_F(CounterRegistry, CleansUpThroughTheOperationOfTheManagersOwnClass)
+{
+    class NotingMgr : public ReadingMgr
+    {
+    public:
+        using ReadingMgr::ReadingMgr;
+        void CleanUpStaleCounters() override { mSizes.push_back(mProcessIDAndCouterMap.size()); }
+        std::vector<std::size_t> mSizes;
+    };
+    NotingMgr manager("CPU");
+    Run("abc", 42);
+    manager.AddCounterHelper("abc", "", "");
+    EXPECT_THAT(manager.mSizes, ElementsAre(0U)) << "before the counter is added";
+    EXPECT_THAT(manager.mProcessIDAndCouterMap, ElementsAre(Key(42)));
+}
+
+TEST_F(CounterRegistry, AsksTheHelpersOwnClassForTheNameOfAJavaProcess)
+{
+    class NamingHelper : public EvidenceHelper
+    {
+    public:
+        using EvidenceHelper::EvidenceHelper;
+        void GetJavaProcessOSName(std::string& name) override { name = "jvm of " + name; }
+    };
+    GetHelperSeam().mMake = [this] { return new NamingHelper(mRecord); };
+    mRecord.mJavaPids["Dthwmc"] = 42;
+    Run("jvm of thwmc", 42);
+    Register("thwmc");
+    Add();
+    EXPECT_EQ(At(42).mProcessName, "jvm of thwmc");
+}
+
 TEST_F(CounterRegistry, CleansUpOnceForEachRegisteredNameBeforeItIsLookedAt)
 {
     mConfig->mVerbose = 1;

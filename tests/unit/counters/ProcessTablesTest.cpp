@@ -19,9 +19,6 @@ protected:
     void SetUp() override
     {
         ConfigurationFixture::SetUp();
-        if (IsSkipped()) {
-            return;
-        }
         mConfig->mDaemonPid = DAEMON_PID;
         mConfig->mMonitoredProcessNames = {"java", "exampled"};
         mScript.mAnswer = [this](const std::string& /*line*/) { return mOutput; };

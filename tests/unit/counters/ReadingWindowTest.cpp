@@ -67,6 +67,16 @@ TEST(ReadingWindow, SumsFiveReadingsDropsTheSixthAndStartsAnew)
     }
 }
 
+TEST(ReadingWindow, TakesTheReadingAfterMinusOneForTheFirstAgain)
+{
+    Counter counter;
+    (void)AddReading(counter, -1);
+    EXPECT_EQ(counter.mFirstReading, -1);
+    (void)AddReading(counter, 7);
+    (void)AddReading(counter, 8);
+    EXPECT_EQ(counter.mFirstReading, 7);
+}
+
 TEST(ReadingWindow, DividesTheSumTowardZero)
 {
     Counter counter;

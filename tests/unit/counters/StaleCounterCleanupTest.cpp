@@ -190,16 +190,25 @@ TEST_F(CounterMgrCleanup, TreatsJavaCountersLikeAllOthers)
     EXPECT_THAT(mRecord.mJavaMarkers, IsEmpty());
 }
 
-TEST_F(CounterMgrCleanup, DeletesWhatItRemoves)
+namespace
 {
-    struct NotingCounter : Counter
-    {
-        explicit NotingCounter(int& deleted) : mDeleted(deleted) {}
-        ~NotingCounter() override { ++mDeleted; }
-        int& mDeleted;
-    };
-    int deleted = 0;
-    mManager.mProcessIDAndCouterMap[10] = new NotingCounter(deleted);
+/** Notes whether its manager still has it when it is deleted. */
+class NotingCounter : public Counter
+{
+public:
+    NotingCounter(OpenMgr<>& manager, std::vector<bool>& notes) : mManager(manager), mNotes(notes) {}
+    ~NotingCounter() override { mNotes.push_back(mManager.mProcessIDAndCouterMap.count(10) != 0); }
+
+private:
+    OpenMgr<>& mManager;
+    std::vector<bool>& mNotes;
+};
+} // namespace
+
+TEST_F(CounterMgrCleanup, DeletesACounterOnceItIsOutOfTheMap)
+{
+    std::vector<bool> notes;
+    mManager.mProcessIDAndCouterMap[10] = new NotingCounter(mManager, notes);
     mManager.CleanUpStaleCounters();
-    EXPECT_EQ(deleted, 1);
+    EXPECT_THAT(notes, ElementsAre(false));
 }

@@ -69,9 +69,6 @@ protected:
     void SetUp() override
     {
         ConfigurationFixture::SetUp();
-        if (IsSkipped()) {
-            return;
-        }
         mConfig->mMonitoredProcessNames = {"java", "exampled"};
         mScript.mAnswer = [this](const std::string& /*line*/) { return mOutput; };
     }

@@ -17,10 +17,7 @@ std::string Section(const std::string& command, const std::string& output)
 
 void CaptureFixture::SetUp()
 {
-    HostFixture::SetUp();
-    if (IsSkipped()) {
-        return;
-    }
+    LogFixture::SetUp();
     GetStore().mLocalTime = MakeLocalTime(2026, 11, 13, 2, 10, 28); // also the day of the log
     ForgetLog();
     mRoot = MakeFolder() + "/thsentinel";
@@ -49,6 +46,7 @@ void CaptureFixture::TearDown()
     GetHelperSeam() = {};
     GetStore().mLocalTime.reset();
     SetVerbose(0);
+    LogFixture::TearDown();
 }
 
 ScriptedHelper<>* CaptureFixture::MakeHelper()

@@ -2,7 +2,7 @@
 
 #include "evidence/CaptureThread.h"
 #include "support/HelperSeam.h"
-#include "support/HostFixture.h"
+#include "support/LogFixture.h"
 #include "support/ScriptedHelper.h"
 
 #include <mutex>
@@ -15,11 +15,11 @@
 std::string Section(const std::string& command, const std::string& output = "");
 
 /**
- * Captures on an isolated host: an evidence root of the test's own, the local time 13 November 02:10:28,
+ * Captures: an evidence root of the test's own, the local time 13 November 02:10:28,
  * evidence number 1, quiet log. Threads that a capture starts are kept back for the test to run; so are the
  * shell lines of `system`, which succeed unless mSystemStatus says otherwise.
  */
-class CaptureFixture : public HostFixture
+class CaptureFixture : public LogFixture
 {
 protected:
     void SetUp() override;

@@ -109,9 +109,7 @@ protected:
     void SetUp() override
     {
         CaptureFixture::SetUp();
-        if (!IsSkipped()) {
-            ConfigurationMgr::GetInstance()->mCustomScriptPath = "/opt/script";
-        }
+        ConfigurationMgr::GetInstance()->mCustomScriptPath = "/opt/script";
     }
 
     bool Call(const std::string& javaName)

@@ -20,10 +20,8 @@ protected:
     void SetUp() override
     {
         CaptureFixture::SetUp();
-        if (!IsSkipped()) {
-            mHelper.reset(MakeHelper());
-            mFile = MakeFolder() + "/file";
-        }
+        mHelper.reset(MakeHelper());
+        mFile = MakeFolder() + "/file";
     }
 
     /** From now on lines run in a real shell, whose own words go nowhere. */

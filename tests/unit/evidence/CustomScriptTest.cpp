@@ -20,11 +20,9 @@ protected:
     void SetUp() override
     {
         CaptureFixture::SetUp();
-        if (!IsSkipped()) {
-            mHelper.reset(MakeHelper());
-            mFile = Path("exampled", 4321, 1, "CPU", "CustomScript");
-            SetScript("/opt/script", {"-a", "b"});
-        }
+        mHelper.reset(MakeHelper());
+        mFile = Path("exampled", 4321, 1, "CPU", "CustomScript");
+        SetScript("/opt/script", {"-a", "b"});
     }
 
     static void SetScript(const std::string& path, const std::vector<std::string>& arguments)

@@ -1,12 +1,14 @@
 #include "config/ConfigurationMgr.h"
 #include "evidence/CaptureFixture.h"
 #include "platform/THUEnv.h"
+#include "support/ChildProcess.h"
 
 #include <gmock/gmock.h>
 
 #include <filesystem>
 
 #include <fcntl.h>
+#include <sys/file.h>
 #include <sys/stat.h>
 #include <unistd.h>
 
@@ -221,6 +223,27 @@ TEST_F(EvidenceFolders, MarkerOnTheLowestDescriptorIsMade)
     EXPECT_THAT(GetLogLines(), IsEmpty());
 }
 
+// A read of it would wait for good, and so would a lock that waits.
+TEST_F(EvidenceFolders, MarkerIsNeitherReadNorLocked)
+{
+    const std::string marker = mRoot + "/exampled/4321/evidence.lock";
+    fs::create_directories(fs::path(marker).parent_path());
+    ASSERT_EQ(mkfifo(marker.c_str(), 0600), 0);
+    ChildProcess holder([&marker] {
+        const int descriptor = open(marker.c_str(), O_RDWR | O_CLOEXEC);
+        struct flock lock = {};
+        lock.l_type = F_WRLCK;
+        const bool isHeld = fcntl(descriptor, F_SETLK, &lock) == 0 && flock(descriptor, LOCK_EX) == 0;
+        WriteFile(marker + ".held", isHeld ? "yes" : "no");
+        return pause();
+    });
+    ASSERT_TRUE(WaitFor([&] { return ReadFile(marker + ".held") == "yes"; }));
+    EXPECT_EQ(GenerateName("exampled", 4321, "CPU", ""), Path("exampled", 4321, 1, "CPU", ""));
+    UnixHelperFunction().RemoveDir("exampled", 4321);
+    EXPECT_THAT(GetLogLines(), IsEmpty());
+    EXPECT_TRUE(fs::exists(marker));
+}
+
 TEST_F(EvidenceFolders, MarkerThatIsThereKeepsContentAndTime)
 {
     const fs::path marker = mRoot + "/exampled/4321/evidence.lock";
@@ -265,9 +288,8 @@ TEST_F(EvidenceFolders, RemoveDirTellsOfCleaningUpOnlyWhenItFailed)
     SetVerbose(1);
     (void)GenerateName("exampled", 4321, "CPU", "");
     UnixHelperFunction().RemoveDir("exampled", 4321);
-    EXPECT_THAT(GetLogLines(),
-                ElementsAre("Cleaned up folders that are not required "
-                            "/usr/tarnv/tarnhaven/logs/thsentinel/exampled/4321 (PID : 4321)"));
+    EXPECT_THAT(GetLogLines(), ElementsAre("Cleaned up folders that are not required " +
+                                           GetTHPerfMonLogPath() + "/exampled/4321 (PID : 4321)"));
     EXPECT_TRUE(fs::is_directory(mRoot + "/exampled/4321/Evidence1")) << "evidence stays in place";
 }
 
@@ -284,9 +306,8 @@ TEST_F(EvidenceFolders, RemoveDirCutsTheFolderOfALongProcessId)
 {
     SetVerbose(1);
     UnixHelperFunction().RemoveDir("exampled", 12345678);
-    EXPECT_THAT(GetLogLines(),
-                ElementsAre("Cleaned up folders that are not required "
-                            "/usr/tarnv/tarnhaven/logs/thsentinel/exampled/1234567 (PID : 12345678)"));
+    EXPECT_THAT(GetLogLines(), ElementsAre("Cleaned up folders that are not required " +
+                                           GetTHPerfMonLogPath() + "/exampled/1234567 (PID : 12345678)"));
 }
 
 TEST_F(EvidenceFolders, CleanLineIsUnquotedAndCutAt255Characters)

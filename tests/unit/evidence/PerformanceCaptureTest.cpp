@@ -2,6 +2,7 @@
 #include "evidence/CaptureFixture.h"
 #include "evidence/CommandRunData.h"
 #include "evidence/SnapshotData.h"
+#include "support/WatchedMemory.h"
 
 #include <gmock/gmock.h>
 
@@ -51,14 +52,12 @@ protected:
     void SetUp() override
     {
         CaptureFixture::SetUp();
-        if (!IsSkipped()) {
-            mHelper.reset(MakeHelper());
-            SetReadings(5, 1);
-            GetSeams().mSleep = [this](unsigned seconds) {
-                mSleeps.push_back(seconds);
-                return 0U;
-            };
-        }
+        mHelper.reset(MakeHelper());
+        SetReadings(5, 1);
+        GetSeams().mSleep = [this](unsigned seconds) {
+            mSleeps.push_back(seconds);
+            return 0U;
+        };
     }
 
     static void SetReadings(int interval, int count)
@@ -352,6 +351,22 @@ TEST_P(PerformanceThread, TellsThatItIsDoneWhenVerbose)
     SetVerbose(1);
     Run();
     EXPECT_THAT(GetLogLines(), ElementsAre(GetParam().mDone));
+}
+
+TEST_P(PerformanceThread, WritesItsDoneLineBeforeItsRecordGoes)
+{
+    SetVerbose(1);
+    std::vector<bool> notes;
+    GetHelperSeam().mMake = [this] { return new WorkerRecorder(mCalls); };
+    GetSeams().mGettimeofday = [&notes](struct timeval* now) {
+        *now = {0, 0};
+        notes.push_back(IsDeleted());
+    };
+    auto* const record = new SnapshotData("java", PID, "CPU");
+    WatchForDelete(record);
+    EXPECT_EQ(GetParam().mBody(record), nullptr);
+    EXPECT_THAT(notes, ElementsAre(false));
+    EXPECT_TRUE(IsDeleted());
 }
 
 INSTANTIATE_TEST_SUITE_P(

@@ -1,6 +1,7 @@
 #include "config/ConfigurationMgr.h"
 #include "evidence/CaptureFixture.h"
 #include "evidence/SnapshotData.h"
+#include "platform/THUEnv.h"
 
 #include <gmock/gmock.h>
 
@@ -21,12 +22,10 @@ protected:
     void SetUp() override
     {
         CaptureFixture::SetUp();
-        if (!IsSkipped()) {
-            mHelper.reset(MakeHelper());
-            mGcore = MakeFolder() + "/gcore";
-            mHelper->mCmdPath->mGcore = mGcore;
-            WriteFile(mGcore, "", 0755);
-        }
+        mHelper.reset(MakeHelper());
+        mGcore = MakeFolder() + "/gcore";
+        mHelper->mCmdPath->mGcore = mGcore;
+        WriteFile(mGcore, "", 0755);
     }
 
     int Take(int pid = 4321)
@@ -91,8 +90,8 @@ TEST_F(ProcessSnapshot, MissingGcoreIsToldWithItsPathWhetherVerboseOrNot)
     ForgetLog();
     EXPECT_EQ(Take(), 0);
     EXPECT_THAT(GetLogLines(),
-                ElementsAre(missing, "Cleaned up folders that are not required "
-                                     "/usr/tarnv/tarnhaven/logs/thsentinel/exampled/4321 (PID : 4321)"));
+                ElementsAre(missing, "Cleaned up folders that are not required " + GetTHPerfMonLogPath() +
+                                         "/exampled/4321 (PID : 4321)"));
     EXPECT_TRUE(fs::is_directory(mRoot + "/exampled/4321/Evidence1")) << "the evidence folders stay";
 }
 
@@ -115,11 +114,10 @@ TEST_P(SnapshotStatus, OtherThanZeroIsAFailureAndTheFoldersStay)
     mScript.mStatus = [](const std::string&) { return GetParam(); };
     mScript.mAnswer = [](const std::string&) { return "Saved corefile"; };
     EXPECT_EQ(Take(), 0);
-    EXPECT_THAT(GetLogLines(),
-                ElementsAre("TakeMemorySnapshotAndDump (TID : " + GetThreadText() +
-                                ") Error: Failed to generate the dump for pid 4321",
-                            "Cleaned up folders that are not required "
-                            "/usr/tarnv/tarnhaven/logs/thsentinel/exampled/4321 (PID : 4321)"));
+    EXPECT_THAT(GetLogLines(), ElementsAre("TakeMemorySnapshotAndDump (TID : " + GetThreadText() +
+                                               ") Error: Failed to generate the dump for pid 4321",
+                                           "Cleaned up folders that are not required " +
+                                               GetTHPerfMonLogPath() + "/exampled/4321 (PID : 4321)"));
     EXPECT_TRUE(fs::is_directory(mRoot + "/exampled/4321/Evidence1"));
 }
 

@@ -45,10 +45,11 @@ class ShellLines : public ConfigurationFixture, public testing::WithParamInterfa
 protected:
     void SetUp() override
     {
-        ConfigurationFixture::SetUp();
+        RequireHost();
         if (IsSkipped()) {
             return;
         }
+        ConfigurationFixture::SetUp();
         if (GetParam().mReleaseFile != nullptr) {
             mHost.Provide(GetParam().mReleaseFile);
         }

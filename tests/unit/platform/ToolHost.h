@@ -1,6 +1,7 @@
 #pragma once
 
 #include "support/ConfigurationFixture.h"
+#include "support/HostFixture.h"
 
 #include <algorithm>
 #include <filesystem>
@@ -76,10 +77,11 @@ class ScriptedPsHost : public ConfigurationFixture
 protected:
     void SetUp() override
     {
-        ConfigurationFixture::SetUp();
+        RequireHost();
         if (IsSkipped()) {
             return;
         }
+        ConfigurationFixture::SetUp();
         mListing = MakeFolder() + "/listing";
         mHost.Provide("/usr/bin/ps",
                       "#!/bin/sh\necho \"$*\" >" + mListing + ".arguments\ncat " + mListing + "\n");

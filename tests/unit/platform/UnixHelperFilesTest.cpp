@@ -1,7 +1,7 @@
 // The file operations of UnixHelperFunction.
 
 #include "platform/UnixHelperFunction.h"
-#include "support/HostFixture.h"
+#include "support/LogFixture.h"
 
 #include <cerrno>
 #include <cstring>
@@ -16,15 +16,12 @@
 
 namespace
 {
-class UnixHelperFiles : public HostFixture
+class UnixHelperFiles : public LogFixture
 {
 protected:
     void SetUp() override
     {
-        HostFixture::SetUp();
-        if (IsSkipped()) {
-            return;
-        }
+        LogFixture::SetUp();
         mFolder = MakeFolder();
         mFile = mFolder + "/file";
         WriteFile(mFile, "content");

@@ -11,10 +11,7 @@
 
 void ConfigurationFixture::SetUp()
 {
-    HostFixture::SetUp();
-    if (IsSkipped()) {
-        return;
-    }
+    LogFixture::SetUp();
     ForgetConfiguration();
     mConfig = ConfigurationMgr::GetInstance();
     ForgetLog();
@@ -26,6 +23,7 @@ void ConfigurationFixture::TearDown()
     GetHelperSeam() = {};
     GetSeams() = {};
     GetStore() = {};
+    LogFixture::TearDown();
 }
 
 void ConfigurationFixture::ForgetConfiguration()

@@ -2,6 +2,7 @@
 
 #include "thbase.h"
 
+#include <atomic>
 #include <cerrno>
 #include <climits>
 #include <cstdarg>
@@ -28,6 +29,16 @@ struct tm MakeLocalTime(int year, int month, int day, int hour, int minute, int 
 
 namespace
 {
+std::atomic<const void*> gDelivered = nullptr; // the latest text, until it is freed
+
+void NoteRead(const char* key)
+{
+    GetStore().mReads.push_back(key);
+    if (GetStore().mOnRead) {
+        GetStore().mOnRead(key);
+    }
+}
+
 int GetResult(const char* key)
 {
     const StoreDouble& store = GetStore();
@@ -39,6 +50,23 @@ int GetResult(const char* key)
 }
 } // namespace
 
+extern "C" {
+void __real_free(void* memory);
+void __wrap_free(void* memory)
+{
+    if (memory != nullptr && memory == gDelivered) {
+        gDelivered = nullptr;
+        ++GetStore().mFreedTexts;
+    }
+    __real_free(memory);
+}
+}
+
+void FreeDeliveredText()
+{
+    __real_free(const_cast<void*>(gDelivered.exchange(nullptr)));
+}
+
 void* get_master_config_ptr(void)
 {
     ++GetStore().mHandles;
@@ -47,30 +75,32 @@ void* get_master_config_ptr(void)
 
 int thconfGetKeyValPair(void* /*handle*/, const char* key, char** value)
 {
-    GetStore().mReads.push_back(key);
+    NoteRead(key);
     const auto entry = GetStore().mValues.find(key);
     if (entry != GetStore().mValues.end()) {
         *value = strdup(entry->second.c_str());
+        gDelivered = *value;
     }
     return GetResult(key);
 }
 
 int thconfGetKeyValPairAsInt(void* /*handle*/, const char* key, int* value)
 {
-    GetStore().mReads.push_back(key);
+    NoteRead(key);
     const int result = GetResult(key);
-    if (result != 0) {
+    const auto entry = GetStore().mValues.find(key);
+    if (entry == GetStore().mValues.end()) {
         return result;
     }
-    const std::string& text = GetStore().mValues.at(key);
+    const std::string& text = entry->second;
     char* end = nullptr;
     errno = 0;
     const long number = strtol(text.c_str(), &end, 10);
     if (text.empty() || *end != '\0' || errno != 0 || number < INT_MIN || number > INT_MAX) {
-        return STORE_RC_NOT_NUMERIC;
+        return result != 0 ? result : STORE_RC_NOT_NUMERIC;
     }
     *value = static_cast<int>(number);
-    return 0;
+    return result;
 }
 
 int TH_forced_read_master_config(void)

@@ -1,7 +1,18 @@
 #include "support/SystemSeams.h"
 
+#include <atomic>
 #include <cstdarg>
 #include <mutex>
+
+namespace
+{
+std::atomic<long> gLocks = 0;
+}
+
+long CountLocks()
+{
+    return gLocks;
+}
 
 SystemSeams& GetSeams()
 {
@@ -15,6 +26,25 @@ FILE* __real_fopen64(const char* path, const char* mode);
 FILE* __wrap_fopen64(const char* path, const char* mode)
 {
     return GetSeams().mFopen64 ? GetSeams().mFopen64(path, mode) : __real_fopen64(path, mode);
+}
+
+void __real_closelog(void);
+void __wrap_closelog(void)
+{
+    if (GetSeams().mCloselog) {
+        GetSeams().mCloselog();
+    } else {
+        __real_closelog();
+    }
+}
+
+int __real_fclose(FILE* file);
+int __wrap_fclose(FILE* file)
+{
+    if (GetSeams().mFclose) {
+        GetSeams().mFclose(file);
+    }
+    return __real_fclose(file);
 }
 
 pid_t __real_fork(void);
@@ -95,6 +125,28 @@ int __wrap_pthread_join(pthread_t thread, void** result)
                                    : __real_pthread_join(thread, result);
 }
 
+int __real_pthread_mutex_destroy(pthread_mutex_t* mutex);
+int __wrap_pthread_mutex_destroy(pthread_mutex_t* mutex)
+{
+    if (GetSeams().mPthreadMutexDestroy) {
+        GetSeams().mPthreadMutexDestroy(mutex);
+    }
+    return __real_pthread_mutex_destroy(mutex);
+}
+
+int __real_pthread_mutex_lock(pthread_mutex_t* mutex);
+int __wrap_pthread_mutex_lock(pthread_mutex_t* mutex)
+{
+    ++gLocks;
+    return __real_pthread_mutex_lock(mutex);
+}
+
+int __real_setlogmask(int mask);
+int __wrap_setlogmask(int mask)
+{
+    return GetSeams().mSetlogmask ? GetSeams().mSetlogmask(mask) : __real_setlogmask(mask);
+}
+
 unsigned __real_sleep(unsigned seconds);
 unsigned __wrap_sleep(unsigned seconds)
 {
@@ -115,6 +167,9 @@ void __wrap_syslog(int priority, const char* format, ...)
     va_start(arguments, format);
     (void)vsnprintf(text, sizeof text, format, arguments);
     va_end(arguments);
+    if (GetSeams().mSyslog) {
+        GetSeams().mSyslog();
+    }
     const std::lock_guard<std::mutex> hold(guard);
     GetSeams().mSystemLog.push_back({priority, text});
 }

@@ -15,6 +15,8 @@
  */
 struct SystemSeams
 {
+    std::function<void()> mCloselog;
+    std::function<void(FILE*)> mFclose; ///< called before the file is closed
     std::function<FILE*(const char*, const char*)> mFopen64;
     std::function<pid_t()> mFork;
     std::function<pid_t()> mGetppid;
@@ -27,8 +29,11 @@ struct SystemSeams
     std::function<int(pthread_t*, const pthread_attr_t*, void* (*)(void*), void*)> mPthreadCreate;
     std::function<int(pthread_t)> mPthreadDetach;
     std::function<int(pthread_t, void**)> mPthreadJoin;
+    std::function<void(pthread_mutex_t*)> mPthreadMutexDestroy; ///< called before the mutex is destroyed
+    std::function<int(int)> mSetlogmask;
     std::function<unsigned(unsigned)> mSleep;
     std::function<int(const char*)> mSystem;
+    std::function<void()> mSyslog; ///< called before an entry is kept
 
     /** Entries of the system log, which are kept here and go no further. */
     struct SystemLogEntry
@@ -40,3 +45,6 @@ struct SystemSeams
 };
 
 SystemSeams& GetSeams();
+
+/** How often this process has taken a lock so far. */
+long CountLocks();

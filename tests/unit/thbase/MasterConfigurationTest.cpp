@@ -20,6 +20,7 @@
 #include "StoreAnswer.h"
 #include "SystemLog.h"
 #include "TemporaryFolder.h"
+#include "runner/NeedOfHost.h"
 
 namespace
 {
@@ -36,8 +37,9 @@ class MasterConfiguration : public testing::Test
 protected:
     void SetUp() override
     {
-        if (!std::filesystem::exists("/run/thsentinel-isolated-host")) {
-            GTEST_SKIP() << "the store has a fixed path: run this under script/host";
+        if (!IsOnIsolatedHost()) {
+            AskForHost();
+            GTEST_SKIP() << "the store has a fixed path: script/host";
         }
         std::filesystem::create_directories(std::filesystem::path(mPath).parent_path());
         std::filesystem::remove(mPath);

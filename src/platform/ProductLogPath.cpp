@@ -1,0 +1,7 @@
+#include "platform/THUEnv.h"
+
+// In a file of its own, so that a test program can put a folder of its own in its place.
+std::string GetTHLogPath()
+{
+    return AppendPaths(GetTHPath(), "logs");
+}
