@@ -9,6 +9,7 @@
 #include "platform/THUEnv.h"
 #include "platform/UnixHelperFunction.h"
 #include "support/HelperSeam.h"
+#include "support/WatchedMemory.h"
 
 #include <atomic>
 #include <barrier>
@@ -131,6 +132,38 @@ public:
 private:
     std::atomic<int>& mCount;
 };
+
+/** Notes how many objects there had been when the folder of the log was asked for. */
+class MomentOfFolder : public UnixHelperFunction
+{
+public:
+    explicit MomentOfFolder(std::size_t& moment) : mMoment(moment) {}
+
+    bool HF_CreateDir(std::string path, bool recursive) override
+    {
+        mMoment = CountAllocations();
+        return UnixHelperFunction::HF_CreateDir(path, recursive);
+    }
+
+private:
+    std::size_t& mMoment;
+};
+
+TEST_F(ConfigurationObject, IsBuiltFromItsHelperThenTheFolderOfTheLogThenItsManagersInOrder)
+{
+    std::size_t folder = 0;
+    ForgetConfiguration();
+    GetHelperSeam().mMake = [&folder] { return new MomentOfFolder(folder); };
+    mConfig = ConfigurationMgr::GetInstance();
+    const std::size_t helper = GetAllocationNumber(mConfig->mHelper);
+    const std::size_t processor = GetAllocationNumber(mConfig->mCPUCounterMgr);
+    const std::size_t memory = GetAllocationNumber(mConfig->mMemoryCounterMgr);
+    EXPECT_GT(helper, 0U);
+    EXPECT_LT(helper, folder);
+    EXPECT_LT(folder, processor);
+    EXPECT_LT(processor, memory);
+    EXPECT_LT(memory, GetAllocationNumber(mConfig->mDeadLockCounterMgr));
+}
 
 TEST_F(ConfigurationObject, IsBuiltOnceForThreadsThatComeAtTheSameMoment)
 {

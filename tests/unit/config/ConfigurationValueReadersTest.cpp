@@ -308,6 +308,21 @@ TEST_F(ReadString, LetsNoOtherByteThrough)
     }
 }
 
+TEST_F(ReadString, NamesEveryOtherCharacter)
+{
+    const std::string quiet = "@_.\\/-:, \t\n*"; // allowed, the end of a log line, and what is a sequence
+    for (int byte = 1; byte < 256; ++byte) {
+        const char character = static_cast<char>(byte);
+        if ((byte < 128 && isalnum(byte) != 0) || quiet.find(character) != std::string::npos) {
+            continue;
+        }
+        ForgetLog();
+        EXPECT_FALSE(ValidateInputForSpecialChars(std::string("K") + character + "B"));
+        EXPECT_EQ(GetLogLines(), Lines{std::string("There are non alpha numeric characters in the input '") +
+                                       character + "'. Returning Error."});
+    }
+}
+
 TEST(UnauthorizedStrings, AreFoundAnywhere)
 {
     for (const char* const text :
