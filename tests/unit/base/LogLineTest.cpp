@@ -285,31 +285,6 @@ TEST_F(LogLines, IsLostQuietlyOnAFullDisk)
     EXPECT_EQ(GetLogLines(), Lines{"the next is not"});
 }
 
-/** The flags with which this process has a file open; empty where it hasn't. */
-std::string GetOpenFlags(const std::string& path)
-{
-    for (const auto& entry : std::filesystem::directory_iterator("/proc/self/fd")) {
-        std::error_code gone; // the descriptor of the iteration itself
-        if (std::filesystem::read_symlink(entry.path(), gone) == path) {
-            const std::string info = ReadFile("/proc/self/fdinfo/" + entry.path().filename().string());
-            return info.substr(info.find("flags:"), info.find("mnt_id:") - info.find("flags:"));
-        }
-    }
-    return "";
-}
-
-TEST_F(LogLines, OpensItsFileForReadingAndAppending)
-{
-    std::string flags;
-    GetSeams().mGettimeofday = [&flags](struct timeval* now) {
-        *now = {0, 0};
-        flags = GetOpenFlags(GetTHPerfMonLogFilePath());
-    };
-    WriteLine(firstUnit, "line");
-    const unsigned long value = std::stoul(flags.substr(flags.find_last_of('\t') + 1), nullptr, 8);
-    EXPECT_EQ(value & (O_ACCMODE | O_APPEND | O_TRUNC), static_cast<unsigned long>(O_RDWR | O_APPEND));
-}
-
 TEST_F(LogLines, IsMissingAloneWhereItsOpenFailsWithinALongerWalk)
 {
     mConfig->mVerbose = 1;
