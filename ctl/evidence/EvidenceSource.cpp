@@ -1,13 +1,12 @@
 #include "evidence/EvidenceSource.h"
 
-#include "ConfigurationStore.h"
 #include "StoreText.h"
 #include "base/Common.h"
 #include "config/KeyTable.h"
 #include "config/ReadingPlan.h"
+#include "store/Store.h"
 
 #include <algorithm>
-#include <cstdlib>
 #include <filesystem>
 #include <memory>
 #include <stdexcept>
@@ -16,7 +15,6 @@ namespace ctl
 {
 namespace
 {
-constexpr char STORE_PATH[] = "/usr/tarnv/tarnhaven/master.conf";
 
 /** An integer key as the daemon takes it: its default for what is missing, no number or out of range. */
 int ReadNumber(const SettingReader& read, const KeyRow& key)
@@ -24,28 +22,6 @@ int ReadNumber(const SettingReader& read, const KeyRow& key)
     const std::optional<std::string> text = read(key.mName);
     const std::optional<int> number = text ? ParseStoreNumber(*text) : std::nullopt;
     return number && *number >= key.mLowest && *number <= key.mHighest ? *number : GetDefaultNumber(key);
-}
-
-struct TextDeleter
-{
-    void operator()(char* text) const { std::free(text); }
-};
-
-/** Opens a store and reads it. Returns a reader that keeps it; null if it can't be read. */
-SettingReader OpenStore(const std::string& path)
-{
-    const auto store = std::make_shared<ConfigurationStore>(path, [](const char*) {}); // nothing is logged
-    if (store->ReadIfNeeded() != 0) {
-        return nullptr;
-    }
-    return [store](const std::string& key) -> std::optional<std::string> {
-        char* value = nullptr;
-        if (store->GetText(key, value) != 0) {
-            return std::nullopt;
-        }
-        const std::unique_ptr<char, TextDeleter> owner(value);
-        return std::string(value);
-    };
 }
 
 /** A name as it would stand in an id: without the way to the root and without a slash at the end. */
@@ -103,25 +79,32 @@ CapturePlan MakeCapturePlan(const SettingReader& read)
 
 SettingReader OpenSettings(const Common& common)
 {
-    return OpenStore(common.store.empty() ? STORE_PATH : common.store);
+    const std::shared_ptr<const Store> store = OpenStore(common.store);
+    if (!store->GetFailure().empty()) {
+        return nullptr;
+    }
+    return [store](const std::string& key) -> std::optional<std::string> {
+        const Store::Text text = store->GetText(key);
+        return text.result == 0 ? text.text : std::nullopt;
+    };
 }
 
 EvidenceSource OpenEvidence(const Common& common)
 {
-    const std::string path = common.store.empty() ? STORE_PATH : common.store;
+    const std::string name = common.store.empty() ? "the configuration store" : common.store;
     const SettingReader read = OpenSettings(common);
     EvidenceSource source;
     if (read) {
         source.plan = MakeCapturePlan(read);
     } else {
-        source.storeFailure = path + " can't be read";
+        source.storeFailure = name + " can't be read";
     }
     std::string directory = common.evidence;
     if (directory.empty()) {
         directory = read ? read(THHS_EVIDENCE_PATH).value_or("") : "";
     }
     if (directory.empty()) {
-        throw std::runtime_error(read ? path + " names no evidence folder; give --evidence DIR"
+        throw std::runtime_error(read ? name + " names no evidence folder; give --evidence DIR"
                                       : source.storeFailure + "; give --evidence DIR");
     }
     source.tree = FindEvidence(directory);

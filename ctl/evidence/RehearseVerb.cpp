@@ -12,6 +12,8 @@
 #include "evidence/EvidenceSource.h"
 #include "evidence/Rehearsal.h"
 #include "evidence/ScratchFolder.h"
+#include "processes/ProcessTable.h"
+#include "processes/WatchedNames.h"
 
 #include <algorithm>
 #include <filesystem>
@@ -61,34 +63,23 @@ struct Rehearsed
     }
 };
 
-/** The name of a process as the daemon sees it: the last part of the first word of its command line. */
-std::string GetProcessName(int processes, const std::string& pid)
-{
-    const std::string command = ReadFile(processes, pid + "/cmdline", LONGEST_COMMAND).text;
-    const std::string first = command.substr(0, command.find_first_of(std::string("\0 ", 2)));
-    return first.substr(first.rfind('/') + 1);
-}
-
-/** The process id that a target stands for. */
+/** The process that a target stands for: its id, or a name as a monitoring list would have it. */
 int FindTarget(const std::string& target)
 {
-    const OpenedFile processes = OpenFolder(AT_FDCWD, "/proc");
+    const std::optional<int> pid = ParsePidFolder(target);
     std::vector<int> found;
-    for (const std::string& name :
-         processes.IsOpen() ? ListNames(processes.file.Get()) : std::vector<std::string>()) {
-        const std::optional<int> pid = ParsePidFolder(name);
-        if (pid && *pid != getpid() &&
-            (name == target || GetProcessName(processes.file.Get(), name) == target)) {
-            found.push_back(*pid);
-        }
+    if (pid && ReadProcess(*pid)) {
+        found = {*pid};
+    } else if (!pid) {
+        found = WatchedNames(ReadProcesses(), GetTableNames({target}), getpid()).Find(target).pids;
     }
     if (found.empty()) {
         throw std::runtime_error("no process here has the id or the name " + target);
     }
     if (found.size() > 1) {
         std::string text = target + " stands for several processes; give one:";
-        for (const int pid : found) {
-            text += " " + std::to_string(pid);
+        for (const int one : found) {
+            text += " " + std::to_string(one);
         }
         throw std::runtime_error(text);
     }
