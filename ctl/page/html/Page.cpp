@@ -83,7 +83,7 @@ std::string HashForPolicy(std::string_view text)
 {
     std::array<unsigned char, EVP_MAX_MD_SIZE> digest = {};
     unsigned int length = 0;
-    std::array<unsigned char, 2 * EVP_MAX_MD_SIZE> encoded = {};
+    std::array<unsigned char, std::size_t{2}* EVP_MAX_MD_SIZE> encoded = {};
     if (EVP_Digest(text.data(), text.size(), digest.data(), &length, EVP_sha256(), nullptr) != 1) {
         return "sha256-"; // matches nothing: the page then stays without its scripts
     }

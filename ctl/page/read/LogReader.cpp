@@ -136,12 +136,10 @@ std::uint64_t FindLogOffset(int file, std::uint64_t bytes, Wall wall)
     while (high - low > NEAR) {
         const std::uint64_t middle = low + (high - low) / 2;
         const auto stamp = StampAfter(file, middle);
-        if (!stamp) {
-            high = middle; // a long line without a stamp: looking earlier costs time, never lines
-        } else if (*stamp < wall) {
+        if (stamp && *stamp < wall) {
             low = middle;
         } else {
-            high = middle;
+            high = middle; // also after a long line without a stamp: looking earlier costs time, never lines
         }
     }
     return low;

@@ -7,9 +7,9 @@
 namespace ctl
 {
 
-/** How much of the log belongs to a set: the readings of some hours before it, the captures after it. */
-constexpr Wall LOG_BEFORE = 6 * 3600;
-constexpr Wall LOG_AFTER = 2 * 3600;
+/** How many seconds of the log belong to a set: the readings before it, the captures after it. */
+constexpr Wall LOG_BEFORE = 21600;
+constexpr Wall LOG_AFTER = 7200;
 
 /**
  * Reads the daily logs in `folder` around the time of the set and adds the events of its process to `data`,
