@@ -96,7 +96,7 @@ def test_following_loses_and_repeats_nothing_when_it_is_ended_and_begun_again(tm
         if number % 2:  # the cursor is written after the event was handed out
             wanted = str((logs / (TODAY if number > 3 else YESTERDAY)).stat().st_size)
             end = time.monotonic() + 20
-            while wanted not in cursor.read_text() and time.monotonic() < end:
+            while not (cursor.exists() and wanted in cursor.read_text()) and time.monotonic() < end:
                 time.sleep(0.01)
             process.kill()
         else:
