@@ -2,6 +2,7 @@
 
 #include "runner/MemoryFile.h"
 #include "runner/NeedOfHost.h"
+#include "runner/ReadOnlyMachine.h"
 
 #include <gtest/gtest.h>
 
@@ -43,6 +44,9 @@ Result GetResultOf(const std::string& test)
     (void)dup2(output, STDOUT_FILENO);
     (void)dup2(output, STDERR_FILENO);
     (void)close(output); // a test may count the descriptors of its process
+    if (!IsOnIsolatedHost()) {
+        SeeMachineReadOnly(std::getenv("TMPDIR"));
+    }
     testing::GTEST_FLAG(filter) = test;
     const int status = RUN_ALL_TESTS();
     (void)status; // says less than the result of the test
