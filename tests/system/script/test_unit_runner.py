@@ -76,6 +76,10 @@ def test_the_tests_of_one_source_can_be_chosen(run):
     assert list(run(GOOD, "--file=/sample/SampleTest.cpp")[2]) == ["State.IsFreshInTheFirst", "State.IsFreshInTheSecond"]
 
 
+def test_a_test_without_a_host_cannot_change_the_machine(run):
+    assert run("Machine.*")[0] == 0
+
+
 def test_the_temporary_folder_of_a_test_goes_with_it(run):
     _, output, _ = run("Folder.*")
     folder = re.search("TMPDIR=(.+)", output)[1]

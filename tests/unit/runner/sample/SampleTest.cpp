@@ -75,6 +75,14 @@ TEST(Bad, WritesAnything)
     FAIL();
 }
 
+TEST(Machine, IsReadOnly)
+{
+    const char* const left = "/usr/bin/left-by-a-unit-test";
+    const bool isWritten = std::ofstream(left).put('x').good();
+    (void)unlink(left);
+    EXPECT_FALSE(isWritten);
+}
+
 TEST(Skipped, SaysWhy)
 {
     GTEST_SKIP() << "because";
