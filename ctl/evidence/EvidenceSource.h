@@ -23,7 +23,7 @@ SettingReader OpenSettings(const Common& common);
  * them. */
 CapturePlan MakeCapturePlan(const SettingReader& read);
 
-/** The evidence that a command line is about, and the settings that it is judged by. */
+/** The evidence that a command line is about, and the settings that decide about it. */
 struct EvidenceSource
 {
     EvidenceTree tree;

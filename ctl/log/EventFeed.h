@@ -19,7 +19,7 @@ struct FedEvent
     std::time_t time = 0;
     int milliseconds = 0;
     LogEvent event;
-    std::string text; ///< of the line, behind its stamp
+    std::string text; ///< of the line, after its stamp
     std::string id;   ///< LOG:OFFSET, the same whenever this line is read
 };
 

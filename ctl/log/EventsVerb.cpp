@@ -92,7 +92,7 @@ void Print(const Common& common, const FedEvent& event)
     }
 }
 
-/** A signal ends the verb between two events, when the cursor stands behind the last one. */
+/** A signal ends the verb between two events, when the cursor stands after the last one. */
 void CatchSignals()
 {
     struct sigaction action = {};

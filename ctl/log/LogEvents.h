@@ -40,7 +40,7 @@ struct LogEvent
     int number = 0;
 };
 
-/** Reads the text of a line behind its stamp; nothing for lines that say nothing about these events. */
+/** Reads the text of a line after its stamp; nothing for lines that say nothing about these events. */
 std::optional<LogEvent> ParseLogText(std::string_view text);
 
 /** A name for the kind, as the verb events gives it. */

@@ -14,7 +14,7 @@ struct LogLineRead
 {
     std::time_t time = 0; ///< in seconds since the epoch
     int milliseconds = 0;
-    std::string_view text;   ///< behind the stamp, without the line end; cut at 64 KiB
+    std::string_view text;   ///< after the stamp, without the line end; cut at 64 KiB
     std::uint64_t begin = 0; ///< where the line begins in its file
     std::uint64_t end = 0;   ///< where the next one does
 };
@@ -37,7 +37,7 @@ private:
 /**
  * Reads the stamped lines of an open log from `offset` on, in order, and calls `visit` for each until it
  * returns false. Lines without a stamp, as tool output has them, are passed over. A last line without its end
- * is not visited: it is being written. Returns where the reading stopped: behind the last whole line.
+ * is not visited: it is being written. Returns where the reading stopped: after the last whole line.
  */
 std::uint64_t ReadLogLines(int descriptor, std::uint64_t offset, StampReader& stamps,
                            const std::function<bool(const LogLineRead&)>& visit);

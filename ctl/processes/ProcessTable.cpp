@@ -50,7 +50,7 @@ std::uint64_t FindNumber(std::string_view text, std::string_view name)
     return std::strtoull(rest.c_str(), nullptr, 10);
 }
 
-/** The fields of a stat file behind the command, whose name may hold anything: the state is the first. */
+/** The fields of a stat file after the command, whose name may hold anything: the state is the first. */
 std::vector<std::string> SplitStat(const std::string& text)
 {
     std::vector<std::string> fields;
