@@ -2,6 +2,8 @@
 
 #include <exception>
 #include <iostream>
+#include <string>
+#include <vector>
 
 #include <CLI/CLI.hpp>
 
@@ -35,6 +37,14 @@ int Parse(CLI::App& program, Common& common, int argumentCount, const char* cons
     try {
         program.parse(argumentCount, arguments);
         return common.status;
+    } catch (const CLI::RequiredError& failure) {
+        const std::vector<std::string> unknown = program.remaining();
+        if (program.get_subcommands().empty() && !unknown.empty()) {
+            std::cerr << "thsentinelctl: there is no verb " << EscapeControls(unknown.front())
+                      << "; thsentinelctl --help lists them\n";
+            return EXIT_WRONG_USE;
+        }
+        return program.exit(failure) == 0 ? EXIT_GOOD : EXIT_WRONG_USE;
     } catch (const CLI::ParseError& failure) {
         return program.exit(failure) == 0 ? EXIT_GOOD : EXIT_WRONG_USE;
     }
@@ -70,6 +80,7 @@ int RunProgram(int argumentCount, const char* const* arguments)
     CLI::App program(ABOUT, "thsentinelctl");
     Common common;
     program.footer(STATUSES);
+    program.set_version_flag("--version", "thsentinelctl " THSENTINEL_VERSION);
     program.require_subcommand(1);
     AddCommonOptions(program, common);
     for (const VerbRegistration add : GetVerbs()) {

@@ -1,0 +1,45 @@
+#include "Verbs.h"
+
+#include <gtest/gtest.h>
+
+#include <string>
+#include <vector>
+
+namespace
+{
+struct Said
+{
+    int status;
+    std::string output;
+    std::string errors;
+};
+
+Said CallProgram(std::vector<const char*> arguments)
+{
+    arguments.insert(arguments.begin(), "thsentinelctl");
+    testing::internal::CaptureStdout();
+    testing::internal::CaptureStderr();
+    const int status = ctl::RunProgram(static_cast<int>(arguments.size()), arguments.data());
+    return {status, testing::internal::GetCapturedStdout(), testing::internal::GetCapturedStderr()};
+}
+} // namespace
+
+TEST(Program, NamesAVerbThatItDoesNotKnow)
+{
+    const Said said = CallProgram({"stauts\x1b"});
+    EXPECT_EQ(said.status, 64);
+    EXPECT_EQ(said.errors, "thsentinelctl: there is no verb stauts\\x1B; thsentinelctl --help lists them\n");
+}
+
+TEST(Program, AsksForAVerbWhenThereIsNone)
+{
+    EXPECT_EQ(CallProgram({}).status, 64);
+}
+
+TEST(Program, SaysItsRelease)
+{
+    const Said said = CallProgram({"--version"});
+    EXPECT_EQ(said.status, 0);
+    EXPECT_EQ(said.output.find("thsentinelctl "), 0U);
+    EXPECT_GT(said.output.size(), sizeof "thsentinelctl \n" - 1);
+}
