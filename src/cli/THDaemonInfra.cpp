@@ -183,8 +183,9 @@ void SignalHandler(int signal)
     // Another thread may be cancelled by the stop, or hold a lock that the stop waits for.
     if (!IsMainThread()) {
         NoteStop();
-        // Never as SIGINT, which is ignored while a capture runs a shell line.
-        (void)pthread_kill(GetMainThreadId(), SIGTERM); // fails only when the process is ending already
+        // Never as SIGINT, which is ignored while a capture runs a shell line. It ends no thread, because it
+        // is handled, and it fails only when the process is ending already.
+        (void)pthread_kill(GetMainThreadId(), SIGTERM); // NOLINT(bugprone-bad-signal-to-kill-thread)
         return;
     }
     if (gStopTreatment == STOPS_ARE_KEPT) {

@@ -36,7 +36,7 @@ bool UnixHelperFunction::EchoCommandToFile(std::string command, std::string outp
         return false;
     }
     const std::string rule(RULE_LENGTH, '-');
-    const std::string head = "\n\n" + rule + "\nCommand: " + command.c_str() + "\n" + rule + "\n";
+    const std::string head = "\n\n" + rule + "\nCommand: " + command + "\n" + rule + "\n";
     // Written by the close: the end of the process may wait for a stream that is being written, but not for
     // one that is being closed.
     std::vector<char> buffer(head.size() + 1);
