@@ -167,7 +167,7 @@ void LiveCheck::CheckUnmatched(const char* key, const UnmatchedName& unmatched)
             "\"" + name + "\": the first command line with " + GetJavaMarker(name) + " is that of process " +
                 std::to_string(unmatched.match.wrapper) + ", \"" +
                 unmatched.match.wrapperCommand.substr(0, 60) +
-                "\", which is no java process: the program behind it is never watched",
+                "\", which is no java process: what it starts is never watched",
             "start the java program without the wrapper, or let the wrapper replace itself by exec");
         return;
     }
