@@ -10,12 +10,14 @@ from . import product
 UNIT = product.CHECKOUT / "packaging" / "thsentinel.service"
 CONTROL = product.CHECKOUT / "packaging" / "lib" / "daemon-control"
 MANAGER = "/lib/systemd/systemd"
-# Of the unit only the waiting before a restart is shortened, and the host needs none of a machine's other units.
+# Of the unit only the waits before a restart are shortened, and the host needs none of a machine's other units.
 SHORTENED = """\
 [Unit]
 DefaultDependencies=no
 [Service]
 RestartSec=200ms
+ExecStartPre=
+ExecStartPre=-/usr/lib/thsentinel/daemon-control back-off 0
 """
 # The units by which a machine sets its kernel up and makes and cleans folders: they would reach beyond the host.
 MASKED = ["systemd-sysctl.service", "systemd-tmpfiles-setup.service", "systemd-tmpfiles-setup-dev.service",

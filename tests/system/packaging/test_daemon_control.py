@@ -80,7 +80,17 @@ def test_a_refresh_leaves_a_daemon_with_the_present_library_alone(host, control)
     assert host.daemon_pid() == pid
 
 
-@pytest.mark.parametrize("words", [(), ("end",), ("end", "soon"), ("holder", "1"), ("nonsense",)])
+@pytest.mark.parametrize("restarts, seconds", [
+    ("0", 0), ("1", 0), ("2", 10), ("3", 30), ("4", 70), ("5", 70), ("4000", 70), ("", None), ("[not set]", None)])
+def test_the_wait_before_a_restart_grows_with_the_restarts_in_a_row(host, control, restarts, seconds):
+    host.put("/usr/local/bin/systemctl", f"#!/bin/sh\n[ \"$*\" = 'show --property=NRestarts --value "
+                                         f"thsentinel.service' ] && echo '{restarts}'\n", 0o755)
+    host.put("/usr/local/bin/sleep", "#!/bin/sh\necho slept $1\n", 0o755)
+    said = host.shell(f"PATH=/usr/local/bin:$PATH {CONTROL} back-off 10")
+    assert said == ("" if seconds is None else f"slept {seconds}\n")
+
+
+@pytest.mark.parametrize("words", [(), ("end",), ("end", "soon"), ("holder", "1"), ("back-off",), ("nonsense",)])
 def test_a_wrong_usage_is_refused_with_the_right_one(control, words):
     said = control(*words)
     assert (said.status, said.output) == (2, "")

@@ -71,6 +71,25 @@ def test_a_daemon_that_keeps_crashing_is_given_up_after_five_starts(managed):
     assert service.host.daemons() == []
 
 
+def test_a_later_restart_waits_longer_and_a_stop_ends_the_wait(managed):
+    service = managed()
+    service.host.put("/etc/systemd/system/thsentinel.service.d/wait.conf",
+                     f"[Service]\nExecStartPre=\nExecStartPre=-/usr/lib/thsentinel/daemon-control back-off 60\n")
+    assert service.systemctl("daemon-reload").status == 0
+    assert service.start().status == 0
+    service.kill_daemon(signal.SIGABRT)
+    service.reaches("active", "success", "1")
+    service.kill_daemon(signal.SIGABRT)
+    service.host.until(lambda: waits(service.host, 60), "the second restart waits")
+    assert service.systemctl("stop", "thsentinel").status == 0
+    assert not waits(service.host, 60)
+    assert service.host.daemons() == []
+
+
+def waits(host, seconds):
+    return [one for one in host.processes() if one["arguments"] == ["sleep", str(seconds)]] != []
+
+
 def test_a_restart_leaves_another_daemon_running(managed):
     service = managed()
     service.start()
@@ -115,6 +134,16 @@ def test_the_unit_lets_evidence_lie_anywhere_but_among_the_systems_own_files(man
         service.host.configure(THHS_EVIDENCE_PATH=folder)
         service.host.log_says(f"THHS_EVIDENCE_PATH is set to {folder}/thsentinel. Check the folder for collected logs.")
     assert service.state() == ("active", "success", "0")
+
+
+def test_the_manager_understands_every_line_of_the_unit():
+    if missing_tools(["systemd-analyze"]):
+        pytest.skip("not installed: systemd-analyze")
+    said = subprocess.run(["systemd-analyze", "verify", "--man=no", manager.UNIT], capture_output=True, text=True,
+                          check=False).stderr
+    # The helper lies where packages put it.
+    assert [line for line in said.splitlines()
+            if "thsentinel" in line and "daemon-control is not executable" not in line] == []
 
 
 def test_the_unit_leaves_little_exposed():
