@@ -25,18 +25,24 @@ namespace
 
 using Result = PreflightRow::Result;
 
-constexpr std::uint64_t BYTES_PER_SECOND = 200'000'000; // what one disk of today writes
+constexpr std::uint64_t BYTES_PER_SECOND = 100'000'000; // a gibibyte takes about ten seconds
 constexpr std::size_t LIMIT = 65536;
 
-/** The bytes of an image of a process: what is resident, and what was swapped out. */
-std::uint64_t EstimateImage(const LiveCounter& counter)
+/** The kilobytes beside a name such as "VmSize" in a status file, 0 if it isn't there. */
+std::uint64_t FindKilobytes(const std::string& status, const std::string& name)
+{
+    const std::size_t place = status.find("\n" + name + ":");
+    return place == std::string::npos ? 0
+                                      : std::strtoull(status.c_str() + place + name.size() + 2, nullptr, 10);
+}
+
+/** The bytes of an image: a core image takes the address space, a heap dump at most what is in use. */
+std::uint64_t EstimateImage(const LiveCounter& counter, bool isJava)
 {
     const std::string path = "/proc/" + std::to_string(counter.pid) + "/status";
     const std::string status = ReadFile(AT_FDCWD, path, LIMIT).text;
-    const std::size_t place = status.find("\nVmSwap:");
-    const std::uint64_t swapped =
-        place == std::string::npos ? 0 : std::strtoull(status.c_str() + place + 8, nullptr, 10);
-    return (counter.details.residentKb + swapped) * 1024;
+    const std::uint64_t inUse = FindKilobytes(status, "VmRSS") + FindKilobytes(status, "VmSwap");
+    return (isJava ? inUse : FindKilobytes(status, "VmSize")) * 1024;
 }
 
 std::optional<std::uint64_t> GetFree(const std::string& folder)
@@ -51,14 +57,17 @@ std::optional<std::uint64_t> GetFree(const std::string& folder)
 void CheckImage(const PreflightBase& base, bool isJava, PreflightRows& rows)
 {
     const LiveCounter* largest = nullptr;
+    std::uint64_t bytes = 0;
     for (const LiveCounter& counter : base.live.counters) {
-        const bool isLarger = largest == nullptr || counter.details.residentKb > largest->details.residentKb;
-        largest = IsJavaName(counter.process) == isJava && isLarger ? &counter : largest;
+        const std::uint64_t estimate = EstimateImage(counter, isJava);
+        if (IsJavaName(counter.process) == isJava && (largest == nullptr || estimate > bytes)) {
+            largest = &counter;
+            bytes = estimate;
+        }
     }
     if (largest == nullptr) {
         return;
     }
-    const std::uint64_t bytes = EstimateImage(*largest);
     const std::chrono::seconds standstill(bytes / BYTES_PER_SECOND + 1);
     const std::optional<std::uint64_t> free = GetFree(base.evidencePath);
     const bool fits = !free || *free > bytes;
@@ -71,7 +80,7 @@ void CheckImage(const PreflightBase& base, bool isJava, PreflightRows& rows)
                         "), takes about " + FormatByteSize(bytes) +
                         (free ? ", " + FormatByteSize(*free) + " are free" : ", free space unknown") +
                         "; the process stands still for about " + FormatDuration(standstill) +
-                        " if the disk takes 200 MB a second",
+                        " if the disk takes 100 MB a second",
                     fits ? "" : "make room, or name another THHS_EVIDENCE_PATH"});
 }
 

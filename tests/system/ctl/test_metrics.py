@@ -111,6 +111,11 @@ def test_preflight_tries_tools_and_attaches_to_nothing(watched):
     assert checks["tool ps"]["result"] == "good"
     assert checks["reading of CPU"]["message"].startswith(f"process {sleeper} reads ")
     assert checks["store"]["result"] == "good"
+    # A core image is as large as the address space, of which little may be resident.
+    space = int(re.search(r"VmSize:\s+(\d+) kB", daemon.host.get(f"/proc/{sleeper}/status"))[1])
+    said = checks["space for a core image"]["message"]
+    number, unit = re.search(r"takes about ([\d.]+) (KiB|MiB),", said).groups()
+    assert abs(float(number) * {"KiB": 1, "MiB": 1024}[unit] - space) <= 0.1 * space, said
     daemon.host.remove("/usr/bin/vmstat")
     done = ctl(daemon.host, "preflight")
     assert done.status in (1, 2)
