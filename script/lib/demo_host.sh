@@ -97,7 +97,7 @@ startDaemon() {
     daemonPid=$(cat /usr/tarnv/tmp/*.RUN)
 }
 
-# The lines of the log that begin with these texts behind their time. Only the beginning counts: the log also quotes
+# The lines of the log that begin with these texts after their time. Only the beginning counts: the log also quotes
 # the command lines of processes, this script's own among them.
 logLines() {
     log | grep -e "^[-0-9]\{10\} [0-9:]\{12\} - \($1\)"
