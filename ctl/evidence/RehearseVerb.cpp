@@ -137,7 +137,8 @@ std::vector<Rehearsed> RunLines(const std::vector<RehearsalLine>& lines, const S
     std::vector<Rehearsed> rehearsed;
     for (const RehearsalLine& line : lines) {
         progress.SetDetail(line.section);
-        Rehearsed one = {line, {}, ""};
+        Rehearsed& one = rehearsed.emplace_back();
+        one.line = line;
         if (InterruptWatch::IsInterrupted()) {
             one.leftOutWhy = "interrupted";
         } else if (line.stopsProcess && !stopsProcess) {
@@ -147,7 +148,6 @@ std::vector<Rehearsed> RunLines(const std::vector<RehearsalLine>& lines, const S
             one.result = RunLine(line, scratch.GetPath() + "/" + GetKindName(line.kind) + ".out",
                                  scratch.GetPath() + "/complaints", isDump ? LONGEST_DUMP : LONGEST_LINE);
         }
-        rehearsed.push_back(std::move(one));
         progress.Advance(1);
     }
     return rehearsed;

@@ -147,10 +147,30 @@ def test_bash_offers_the_companions_verbs_and_options_from_its_help():
     assert complete_companion("--log", "/usr/shar") == ["/usr/share"]
 
 
-def test_the_companions_completion_is_sound_for_zsh():
+def complete_companion_in_zsh(*words):
+    """What zsh is given to offer for the last of the words after the companion's name."""
     if missing_tools(["zsh"]):
         pytest.skip("not installed: zsh")
-    subprocess.run(["zsh", "-f", "-n", BUILD / "packaging/completion/thsentinelctl.zsh"], check=True)
+    source = BUILD / "packaging/completion/thsentinelctl.zsh"
+    offered = ("function compadd() { print -rl -- ${(P)2} }; function _describe() { print -rl -- ${(P)3} };"
+               f" function _files() {{ print files $* }}; words=(\"$@\"); CURRENT=$#words; . {source}")
+    done = subprocess.run(["zsh", "-f", "-c", offered, "zsh", BUILD / "ctl/thsentinelctl", *words],
+                          capture_output=True, text=True, check=True)
+    assert done.stderr == ""
+    return done.stdout.splitlines()
+
+
+@pytest.mark.skipif(not packages.HOLDS_COMPANION, reason="the companion isn't built")
+def test_zsh_offers_the_companions_verbs_with_their_meaning_its_options_and_files():
+    verbs = [line.partition(":") for line in complete_companion_in_zsh("")]
+    assert [verb for verb, _, _ in verbs] == complete_companion("")
+    assert all(meaning for _, _, meaning in verbs)
+    assert complete_companion_in_zsh("--store", "/x", "ver")[0] == ":".join(verbs[0][::2])
+    assert {"--since", "--json", "--store"} <= set(complete_companion_in_zsh("verify", "--"))
+    assert "--since" not in complete_companion_in_zsh("--ev")
+    assert complete_companion_in_zsh("verify", "--evidence", "/usr/shar") == ["files -/"]
+    assert complete_companion_in_zsh("--store", "") == ["files"]
+    assert complete_companion_in_zsh("report", "-o", "") == ["files"]
 
 
 def test_an_unknown_mark_of_a_template_is_refused(tmp_path):
