@@ -1,7 +1,33 @@
-"""The tests of the companion program need one that is built."""
+"""The tests of the companion program need one that is built; some look at a Java process."""
+import pathlib
+import subprocess
+
 import pytest
 
 from host import product
+
+SLEEPER = """public class Sleeper {
+    public static void main(String[] arguments) throws Exception {
+        System.out.println("ready");
+        System.in.read();
+    }
+}
+"""
+
+
+@pytest.fixture(name="java_process")
+def _java_process(tmp_path):
+    """A Java process of this test's own: its id and the folder of its JDK's programs."""
+    tools = pathlib.Path("/usr/lib/jvm/default-java/bin")
+    if not (tools / "jcmd").exists():
+        pytest.skip("no JDK: install default-jdk-headless")
+    (tmp_path / "Sleeper.java").write_text(SLEEPER)
+    subprocess.run([tools / "javac", "Sleeper.java"], cwd=tmp_path, check=True)
+    with subprocess.Popen([tools / "java", "-Xmx32m", "-cp", tmp_path, "Sleeper"], stdin=subprocess.PIPE,
+                          stdout=subprocess.PIPE, text=True) as process:
+        assert process.stdout.readline() == "ready\n"
+        yield process.pid, tools
+        process.stdin.close()
 
 
 @pytest.fixture(autouse=True)

@@ -62,3 +62,36 @@ def test_a_core_is_taken_only_when_the_process_may_be_stopped(tmp_path, target):
     [scratch] = os.listdir(tmp_path)
     assert f"core.{target.pid}" in os.listdir(tmp_path / scratch)
     assert target.poll() is None
+
+
+def test_dumps_of_a_java_process_are_taken_only_when_it_may_be_stopped(tmp_path, java_process):
+    pid, tools = java_process
+    store = tmp_path / "store.conf"
+    store.write_text(f"THHS_JDK_HOME = {tools.parent}\n")
+    scratch = tmp_path / "scratch"
+    scratch.mkdir()
+
+    def lines(*more):
+        done = companion.run("rehearse", pid, "--json", "--scratch", scratch, "--store", store, *more)
+        return done, {one["file"]: one for one in done.document["lines"]}
+
+    _, without = lines()
+    assert {"hprof", "ThreadDump", "core"}.isdisjoint(without)
+    assert os.listdir(scratch) == []
+    done, dumped = lines("--stop-process", "--keep")
+    assert "core" not in dumped
+    for kind, request in (("hprof", "GC.heap_dump"), ("ThreadDump", "Thread.print")):
+        assert f"{tools}/jcmd {pid} {request}" in dumped[kind]["line"]
+        assert (dumped[kind]["status"], dumped[kind]["remark"]) == (0, "")
+        assert dumped[kind]["seconds"] > 0
+    [kept] = scratch.iterdir()
+    heap, threads = kept / "java/heap.hprof", kept / "ThreadDump.out"
+    assert heap.read_bytes().startswith(b"JAVA PROFILE 1.0.2\0")
+    assert "Full thread dump" in threads.read_text()
+    assert (dumped["hprof"]["bytes"], dumped["ThreadDump"]["bytes"]) == (heap.stat().st_size, threads.stat().st_size)
+    assert done.status == 0
+    store.write_text("THHS_JDK_HOME = /opt/jdk; id\n")
+    refused = companion.run("rehearse", pid, "--scratch", scratch, "--store", store, "--stop-process")
+    assert (refused.status, refused.errors) == (
+        3, 'thsentinelctl: not run: "/opt/jdk; id" is no plain word for a shell\n')
+    assert os.path.exists(f"/proc/{pid}")

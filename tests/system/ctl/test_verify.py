@@ -1,6 +1,5 @@
 """`list` and `verify`: evidence of the daemon with real tools, and damaged and hostile copies of it."""
 import os
-import pathlib
 import re
 import subprocess
 
@@ -163,30 +162,6 @@ def test_terabytes_of_holes_take_little_time_and_memory(tmp_path):
     assert done.document["sets"][0]["state"] == "incomplete"
     if not product.is_built_with("-fsanitize="):
         assert done.peak < 64 * 1024
-
-
-SLEEPER = """public class Sleeper {
-    public static void main(String[] arguments) throws Exception {
-        System.out.println("ready");
-        System.in.read();
-    }
-}
-"""
-
-
-@pytest.fixture(name="java_process")
-def _java_process(tmp_path):
-    """A Java process of this test's own: its id and the folder of its JDK's programs."""
-    tools = pathlib.Path("/usr/lib/jvm/default-java/bin")
-    if not (tools / "jcmd").exists():
-        pytest.skip("no JDK: install default-jdk-headless")
-    (tmp_path / "Sleeper.java").write_text(SLEEPER)
-    subprocess.run([tools / "javac", "Sleeper.java"], cwd=tmp_path, check=True)
-    with subprocess.Popen([tools / "java", "-Xmx32m", "-cp", tmp_path, "Sleeper"], stdin=subprocess.PIPE,
-                          stdout=subprocess.PIPE, text=True) as process:
-        assert process.stdout.readline() == "ready\n"
-        yield process.pid, tools
-        process.stdin.close()
 
 
 def test_dumps_of_a_real_jdk_are_complete_until_something_is_lost(tmp_path, java_process, plain_build):
