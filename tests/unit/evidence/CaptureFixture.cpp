@@ -1,6 +1,7 @@
 #include "evidence/CaptureFixture.h"
 
 #include "config/ConfigurationMgr.h"
+#include "support/WatchedMemory.h"
 
 #include <algorithm>
 #include <cerrno>
@@ -77,6 +78,20 @@ void CaptureFixture::RunStarts()
         EXPECT_EQ(start.mBody(start.mRecord), nullptr);
     }
     mStarts.clear();
+}
+
+std::vector<bool> CaptureFixture::NoteEndOfRecord(ThreadFunction body, SnapshotData* record)
+{
+    std::vector<bool> notes;
+    WatchForDelete(record);
+    GetSeams().mGettimeofday = [&notes](struct timeval* now) {
+        *now = {0, 0};
+        notes.push_back(IsDeleted());
+    };
+    EXPECT_EQ(body(record), nullptr);
+    GetSeams().mGettimeofday = nullptr;
+    notes.push_back(IsDeleted());
+    return notes;
 }
 
 void CaptureFixture::StartRealThreads()

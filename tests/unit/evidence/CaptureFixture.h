@@ -11,6 +11,8 @@
 #include <utility>
 #include <vector>
 
+struct SnapshotData;
+
 /** A section of an evidence file, whole. */
 std::string Section(const std::string& command, const std::string& output = "");
 
@@ -38,6 +40,13 @@ protected:
 
     /** Runs the bodies that were kept back, those that they start in turn included. */
     void RunStarts();
+
+    /**
+     * Runs the body of a capture.
+     * @return for each line that it wrote, whether its record was gone already; one more at the end, for the
+     * end of the body
+     */
+    static std::vector<bool> NoteEndOfRecord(ThreadFunction body, SnapshotData* record);
 
     /** From now on captures start real threads, which JoinThreads waits for. */
     void StartRealThreads();

@@ -115,6 +115,10 @@ TEST_F(CustomScript, SuccessIsTracedWhenVerbose)
                             "ThreadCustomScript (TID: " + id + ") Custom script executed successfully."));
 }
 
+class ScriptOutcome : public CustomScript, public testing::WithParamInterface<int>
+{
+};
+
 class ScriptStatus : public CustomScript, public testing::WithParamInterface<int>
 {
 };
@@ -133,6 +137,16 @@ TEST_P(ScriptStatus, OtherThanZeroIsAFailureThatIsTracedWhenVerbose)
 }
 
 INSTANTIATE_TEST_SUITE_P(Codes, ScriptStatus, testing::Values(-1, 9, 256, 127 * 256));
+
+TEST_P(ScriptOutcome, IsLoggedBeforeTheRecordIsFreed)
+{
+    mSystemStatus = GetParam();
+    SetVerbose(1);
+    EXPECT_THAT(NoteEndOfRecord(ThreadCustomScript, new SnapshotData("exampled", 4321, "CPU")),
+                ElementsAre(false, false, true));
+}
+
+INSTANTIATE_TEST_SUITE_P(Codes, ScriptOutcome, testing::Values(0, 256));
 
 TEST_F(CustomScript, FailureIsSilentUnlessVerbose)
 {

@@ -1,14 +1,14 @@
 #include "config/ConfigurationMgr.h"
 #include "evidence/CaptureFixture.h"
 #include "platform/THUEnv.h"
-#include "support/ChildProcess.h"
+#include "support/FileLocks.h"
 
 #include <gmock/gmock.h>
 
 #include <filesystem>
 
 #include <fcntl.h>
-#include <sys/file.h>
+#include <sys/ioctl.h>
 #include <sys/stat.h>
 #include <unistd.h>
 
@@ -223,25 +223,24 @@ TEST_F(EvidenceFolders, MarkerOnTheLowestDescriptorIsMade)
     EXPECT_THAT(GetLogLines(), IsEmpty());
 }
 
-// A read of it would wait for good, and so would a lock that waits.
+// What is read from a pipe is gone from it.
 TEST_F(EvidenceFolders, MarkerIsNeitherReadNorLocked)
 {
     const std::string marker = mRoot + "/exampled/4321/evidence.lock";
     fs::create_directories(fs::path(marker).parent_path());
     ASSERT_EQ(mkfifo(marker.c_str(), 0600), 0);
-    ChildProcess holder([&marker] {
-        const int descriptor = open(marker.c_str(), O_RDWR | O_CLOEXEC);
-        struct flock lock = {};
-        lock.l_type = F_WRLCK;
-        const bool isHeld = fcntl(descriptor, F_SETLK, &lock) == 0 && flock(descriptor, LOCK_EX) == 0;
-        WriteFile(marker + ".held", isHeld ? "yes" : "no");
-        return pause();
-    });
-    ASSERT_TRUE(WaitFor([&] { return ReadFile(marker + ".held") == "yes"; }));
+    const int pipe = open(marker.c_str(), O_RDWR | O_CLOEXEC);
+    ASSERT_EQ(write(pipe, "kept", 4), 4);
+    const long locks = CountFileLocks();
     EXPECT_EQ(GenerateName("exampled", 4321, "CPU", ""), Path("exampled", 4321, 1, "CPU", ""));
     UnixHelperFunction().RemoveDir("exampled", 4321);
+    EXPECT_EQ(CountFileLocks(), locks);
+    int bytes = 0;
+    EXPECT_EQ(ioctl(pipe, FIONREAD, &bytes), 0);
+    EXPECT_EQ(bytes, 4);
     EXPECT_THAT(GetLogLines(), IsEmpty());
     EXPECT_TRUE(fs::exists(marker));
+    (void)close(pipe);
 }
 
 TEST_F(EvidenceFolders, MarkerThatIsThereKeepsContentAndTime)

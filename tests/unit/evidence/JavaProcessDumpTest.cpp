@@ -336,6 +336,14 @@ INSTANTIATE_TEST_SUITE_P(
         OutcomeCase{"HeapIsNotMovedAndThreadsFail", {"mv -f", "Thread.print"}, {0, 1, 2}, {1, 2}, false}),
     [](const auto& row) { return row.param.mName; });
 
+TEST_F(JavaProcessDump, LinesAreWrittenBeforeTheRecordIsFreed)
+{
+    SetVerbose(1);
+    EXPECT_THAT(NoteEndOfRecord(ThreadJavaProcessDump, new SnapshotData("heap", PID, "Memory")),
+                ElementsAre(false, false, false, true));
+    EXPECT_EQ(GetLogLines().back(), "ThreadJavaProcessDump executed successfully.");
+}
+
 TEST_F(JavaProcessDump, FailedMoveLeavesTheTemporaryFile)
 {
     RequireHost(); // the dumps go through the product's folder for temporary files

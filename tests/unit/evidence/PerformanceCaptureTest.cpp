@@ -2,7 +2,6 @@
 #include "evidence/CaptureFixture.h"
 #include "evidence/CommandRunData.h"
 #include "evidence/SnapshotData.h"
-#include "support/WatchedMemory.h"
 
 #include <gmock/gmock.h>
 
@@ -353,20 +352,13 @@ TEST_P(PerformanceThread, TellsThatItIsDoneWhenVerbose)
     EXPECT_THAT(GetLogLines(), ElementsAre(GetParam().mDone));
 }
 
-TEST_P(PerformanceThread, WritesItsDoneLineBeforeItsRecordGoes)
+TEST_P(PerformanceThread, WritesItsDoneLineBeforeItsRecordIsFreed)
 {
     SetVerbose(1);
-    std::vector<bool> notes;
     GetHelperSeam().mMake = [this] { return new WorkerRecorder(mCalls); };
-    GetSeams().mGettimeofday = [&notes](struct timeval* now) {
-        *now = {0, 0};
-        notes.push_back(IsDeleted());
-    };
-    auto* const record = new SnapshotData("java", PID, "CPU");
-    WatchForDelete(record);
-    EXPECT_EQ(GetParam().mBody(record), nullptr);
-    EXPECT_THAT(notes, ElementsAre(false));
-    EXPECT_TRUE(IsDeleted());
+    EXPECT_THAT(NoteEndOfRecord(GetParam().mBody, new SnapshotData("java", PID, "CPU")),
+                ElementsAre(false, true));
+    EXPECT_THAT(GetLogLines(), ElementsAre(GetParam().mDone));
 }
 
 INSTANTIATE_TEST_SUITE_P(
