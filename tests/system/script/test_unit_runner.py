@@ -1,7 +1,9 @@
 """The program around the unit tests: each test in a process of its own, and none lost whatever it does."""
 import os
 import re
+import shutil
 import subprocess
+import tempfile
 import xml.etree.ElementTree
 
 import pytest
@@ -99,3 +101,19 @@ def test_tests_that_need_a_host_get_one_that_is_reset_between_them(run, hosts_po
     assert {name for name, one in cases.items() if one.get("host") == "true"} == {
         "OnHost.FindsNothingOfTheSecond", "OnHost.FindsNothingOfTheFirst", "OnHost.Fails", "OnHost.GoesOnAfterAFailure"}
     assert cases["OnHost.GoesOnAfterAFailure"].find("failure") is None
+
+
+def test_a_build_in_a_folder_that_is_reset_between_tests_stays(hosts_possible):
+    """The host shares the folder of the program, at its own path, with the machine."""
+    program = product.build_folder() / "tests/unit/runner_sample"
+    if not program.exists():
+        pytest.skip(f"needs the build in {product.build_folder()}")
+    with tempfile.TemporaryDirectory(dir="/tmp") as folder:
+        shutil.copy(program, folder)
+        os.makedirs(f"{folder}/below")
+        shutil.copy(program, f"{folder}/below/kept")
+        done = subprocess.run([f"{folder}/runner_sample", "--gtest_filter=OnHost.*-*.Fails"], capture_output=True,
+                              timeout=120, check=False)
+        assert done.stdout.decode().endswith("3 passed, 0 failed, 0 skipped; 0 without a host\n")
+        assert sorted(os.listdir(folder)) == ["below", "runner_sample"]
+        assert os.listdir(f"{folder}/below") == ["kept"]

@@ -68,7 +68,7 @@ protected:
         std::filesystem::create_directories(GetTHLogPath());
         GetStore().mLocalTime = MakeLocalTime(2026, 3, 5, 12, 0, 0);
         GetHelperSeam().mMake = [this] { return new LogFileHelper(mNotes, mRefused, mOnNote); };
-        std::filesystem::remove_all("/tmp/thsentinel");
+        ASSERT_FALSE(std::filesystem::exists("/tmp/thsentinel")) << "the checkout must lie elsewhere";
         StartAnew();
     }
 
@@ -170,7 +170,7 @@ TEST_F(LogFile, HasItsSecondPathWhereAPlainFileLies)
 {
     std::filesystem::create_directory("/tmp/thsentinel");
     WriteFile(SECOND, "earlier\n");
-    WriteFile(FOLDER, "not a folder"); // the same name counts as made, and the open behind it fails
+    WriteFile(FOLDER, "not a folder"); // the same name counts as made, and the open that follows fails
     EXPECT_EQ(ConfigurationMgr::GetInstance()->mLogFilePath, SECOND);
     EXPECT_EQ(mNotes, (Lines{MAKE_FOLDER, OPEN_FIRST, MAKE_SECOND, OPEN_SECOND}));
     EXPECT_EQ(ReadFile(SECOND), "earlier\n");
