@@ -49,6 +49,9 @@ bool CUnixAction::StopAction()
 
 bool CUnixAction::RunAction()
 {
+    // Before the first load: its complaints would open the system log on a stream that was closed at the
+    // start.
+    OccupyFreeStandardDescriptors();
     if (mHelper == nullptr || mHelper->PreCheckForAction(HelperFunctionInterface::THPM_ACTION_RUN) != 0) {
         return false;
     }

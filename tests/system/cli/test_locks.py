@@ -128,6 +128,18 @@ def test_a_daemon_whose_starter_had_closed_streams_keeps_its_lock(make_host, clo
     host.terminate()
 
 
+@pytest.mark.parametrize("closed", [">&-", "2>&-"])
+def test_complaints_of_the_first_load_come_once_where_the_starter_had_closed_streams(make_host, closed):
+    host = make_host(store={"THHS_POLL_INTERVAL": 600})
+    host.put(product.STORE, host.get(product.STORE) + "no key and no value\n")
+    assert host.run("/bin/dash", "-c", f"exec {product.PROGRAM} -start {closed}").status == 0
+    host.log_says(texts.MONITORING)
+    entries = host.ask("datagrams")
+    assert sum(product.STORE in entry for entry in entries) == 1
+    assert [entry for entry in entries if not entry.startswith("<")] == []  # none by way of a stream
+    host.terminate()
+
+
 def test_a_stop_beside_an_id_that_nobody_has_any_more_succeeds_and_stops_nobody(make_host):
     host = make_host(store={"THHS_POLL_INTERVAL": 600})
     pid = host.start()
