@@ -99,7 +99,7 @@ void CounterMgr::HandleThresholdBreach()
         return;
     }
     const bool isUnitAbsolute =
-        IsSameText(ConfigurationMgr::GetInstance()->mMemoryUnit, MEMORY_UNIT_ABSOLUTE);
+        !helper->CompareIgnoreCase(ConfigurationMgr::GetInstance()->mMemoryUnit, MEMORY_UNIT_ABSOLUTE);
     if (isUnitAbsolute) {
         WriteVerboseLine(logFileMtx, UNIT_IS_ABSOLUTE_TEXT);
     }
@@ -115,7 +115,7 @@ void CounterMgr::Evaluate(HelperFunctionInterface& helper, Counter& counter, boo
     const Evaluation evaluation = {
         reading, TruncateReading(reading),
         ConfigurationMgr::GetInstance()->GetThreasholdValue(mProcessesRegisteredMonitoring, configuredName),
-        configuredName, GetUnit(isUnitAbsolute)};
+        configuredName, GetUnit(helper, isUnitAbsolute)};
     WriteVerboseLine(logFileMtx, READING_TEXT, mMessageStr.c_str(), AppendBinExt(configuredName).c_str(),
                      counter.mCounterIndex, reading, evaluation.mUnit.c_str());
     WriteVerboseLine(logFileMtx, THRESHOLD_TEXT, mMessageStr.c_str(), AppendBinExt(configuredName).c_str(),
@@ -127,9 +127,9 @@ void CounterMgr::Evaluate(HelperFunctionInterface& helper, Counter& counter, boo
     ++counter.mReadingNumber;
 }
 
-std::string CounterMgr::GetUnit(bool isUnitAbsolute) const
+std::string CounterMgr::GetUnit(HelperFunctionInterface& helper, bool isUnitAbsolute) const
 {
-    return isUnitAbsolute && IsSameText(mMessageStr, "Memory") ? UNIT_MEGABYTES : UNIT_PERCENT;
+    return isUnitAbsolute && !helper.CompareIgnoreCase(mMessageStr, "Memory") ? UNIT_MEGABYTES : UNIT_PERCENT;
 }
 
 void CounterMgr::MoveWindow(Counter& counter, const Evaluation& evaluation) const

@@ -74,7 +74,7 @@ private:
                                int pid) const;
 
     void Evaluate(HelperFunctionInterface& helper, Counter& counter, bool isUnitAbsolute);
-    std::string GetUnit(bool isUnitAbsolute) const;
+    std::string GetUnit(HelperFunctionInterface& helper, bool isUnitAbsolute) const;
     void MoveWindow(Counter& counter, const Evaluation& evaluation) const;
     void Fire(HelperFunctionInterface& helper, Counter& counter, const Evaluation& evaluation) const;
     void ReportBreach(HelperFunctionInterface& helper, const Counter& counter,

@@ -21,7 +21,8 @@ double MemoryCounterMgr::ReadCounterIndexValue(Counter* counter)
     if (!helper) {
         return 0.0;
     }
-    const bool isAbsolute = IsSameText(ConfigurationMgr::GetInstance()->mMemoryUnit, MEMORY_UNIT_ABSOLUTE);
+    const bool isAbsolute =
+        !helper->CompareIgnoreCase(ConfigurationMgr::GetInstance()->mMemoryUnit, MEMORY_UNIT_ABSOLUTE);
     const double usage =
         isAbsolute ? helper->GetMemoryUsageForProcessInMB(counter->mProcessName, counter->mCounterIndex)
                    : helper->GetMemoryUsageForProcessInPercent(counter->mProcessName, counter->mCounterIndex);

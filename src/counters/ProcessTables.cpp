@@ -116,7 +116,8 @@ bool UnixHelperFunction::isProcessAlive(int pid)
 
 std::string UnixHelperFunction::GetUserOfProcess(int pid)
 {
-    const std::string text = ExecuteForFields(GetOwnerLine(*mCmdPath, pid));
+    const std::string pattern = GetCompleteMatchWrap(std::to_string(pid), true, false, true, false);
+    const std::string text = ExecuteForFields(GetOwnerLine(*mCmdPath, pattern));
     return GetPid(text, 0, " ") == pid ? GetProcName(text, 1, " ") : "root";
 }
 

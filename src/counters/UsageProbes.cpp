@@ -20,7 +20,8 @@ double UnixHelperFunction::ReadUsage(const std::string& line, const std::string&
 double UnixHelperFunction::GetUsage(const std::string& columns, const std::string& processName, int pid)
 {
     const std::string filter = GetProcNameFilterForGrep(GetTHBasePath());
-    return ReadUsage(GetUsageLine(*mCmdPath, columns, filter, pid), processName, pid);
+    const std::string pattern = GetCompleteMatchWrap(std::to_string(pid), true, false, true, false);
+    return ReadUsage(GetUsageLine(*mCmdPath, columns, filter, pattern), processName, pid);
 }
 
 double UnixHelperFunction::GetCPUUsageForProcessInPercent(std::string processName, int pid)

@@ -6,12 +6,6 @@
 namespace
 {
 constexpr char BLANKS_PATTERN[] = "[[:space:]]*";
-
-/** Matches the lines that begin with this process id. */
-std::string GetPidPattern(int pid)
-{
-    return "\"" + GetWholeWordPattern(std::to_string(pid), true, false, true, false) + "\"";
-}
 } // namespace
 
 std::string JoinNames(const std::set<std::string>& names, const std::string& extra)
@@ -45,9 +39,10 @@ std::string GetListingLine(const CmdPath& tools, const std::string& columns, con
            GetDoubleQuatedPath(filter);
 }
 
-std::string GetUsageLine(const CmdPath& tools, const std::string& columns, const std::string& filter, int pid)
+std::string GetUsageLine(const CmdPath& tools, const std::string& columns, const std::string& filter,
+                         const std::string& pidPattern)
 {
-    return GetListingLine(tools, columns, filter) + " | " + tools.mGrep + " " + GetPidPattern(pid);
+    return GetListingLine(tools, columns, filter) + " | " + tools.mGrep + " \"" + pidPattern + "\"";
 }
 
 std::string GetSingleUsageLine(const CmdPath& tools, const std::string& filter, int pid)
@@ -62,9 +57,9 @@ std::string GetJavaLine(const CmdPath& tools, const std::string& filter, const s
            "\" | " + tools.mGrep + " -v \"" + tools.mGrep + "\"";
 }
 
-std::string GetOwnerLine(const CmdPath& tools, int pid)
+std::string GetOwnerLine(const CmdPath& tools, const std::string& pidPattern)
 {
-    return CmdPath::AppendSpace(tools.mPs) + "-eo pid,user | " + tools.mGrep + " " + GetPidPattern(pid);
+    return CmdPath::AppendSpace(tools.mPs) + "-eo pid,user | " + tools.mGrep + " \"" + pidPattern + "\"";
 }
 
 std::string GetProcessorCountLine(const CmdPath& tools)

@@ -29,9 +29,9 @@ std::string GetWholeWordPattern(const std::string& word, bool anchorStart, bool 
 /** All processes whose line matches the filter. */
 std::string GetListingLine(const CmdPath& tools, const std::string& columns, const std::string& filter);
 
-/** The same for one process id. */
+/** The same for the one process whose id `pidPattern` finds. */
 std::string GetUsageLine(const CmdPath& tools, const std::string& columns, const std::string& filter,
-                         int pid);
+                         const std::string& pidPattern);
 
 /** CPU use of one process, which ps is asked for alone. */
 std::string GetSingleUsageLine(const CmdPath& tools, const std::string& filter, int pid);
@@ -39,8 +39,8 @@ std::string GetSingleUsageLine(const CmdPath& tools, const std::string& filter, 
 /** All listed processes with `marker` on their command line. */
 std::string GetJavaLine(const CmdPath& tools, const std::string& filter, const std::string& marker);
 
-/** Process id and owner. */
-std::string GetOwnerLine(const CmdPath& tools, int pid);
+/** Process id and owner of the process whose id `pidPattern` finds. */
+std::string GetOwnerLine(const CmdPath& tools, const std::string& pidPattern);
 
 /** Prints the number of processors. */
 std::string GetProcessorCountLine(const CmdPath& tools);

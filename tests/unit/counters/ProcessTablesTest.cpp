@@ -134,6 +134,27 @@ TEST_F(ProcessTables, TakeEachARunOfTheListing)
     EXPECT_EQ(mHelper.GetPidProcNamePairsOutput(), "the output");
 }
 
+TEST_F(ProcessTables, AskForOneProcessByThePatternOfTheHelperItself)
+{
+    /** A helper with a pattern of its own. */
+    class OwnPattern : public ScriptedHelper<>
+    {
+    public:
+        using ScriptedHelper::ScriptedHelper;
+        std::string GetCompleteMatchWrap(std::string word, bool anchorStart, bool anchorEnd,
+                                         bool spaceAtStart, bool spaceAtEnd) override
+        {
+            return word + (anchorStart ? " start" : "") + (anchorEnd ? " end" : "") +
+                   (spaceAtStart ? " blank" : "") + (spaceAtEnd ? " trailing" : "");
+        }
+    };
+    OwnPattern helper(mScript);
+    (void)helper.GetUserOfProcess(77);
+    (void)helper.GetCPUUsageForProcessInPercent("java", 78);
+    EXPECT_THAT(mScript.mLines, ElementsAre(testing::EndsWith(" \"77 start blank\""),
+                                            testing::EndsWith(" \"78 start blank\"")));
+}
+
 TEST_F(ProcessTables, LeaveTheDaemonOutEvenWhenItsNameIsMonitored)
 {
     mConfig->mMonitoredProcessNames.insert("thsentinel");
