@@ -6,6 +6,7 @@
 #include <cstdio>
 #include <string_view>
 
+#include <fcntl.h>
 #include <sys/wait.h>
 #include <unistd.h>
 
@@ -80,6 +81,8 @@ int UnixHelperFunction::ExecuteCommandWithRc(const char* command, std::string& o
     if (pipe == nullptr) {
         return errno;
     }
+    // A tool that another thread starts meanwhile would have the pipe too, and outlive its reader.
+    (void)fcntl(fileno(pipe), F_SETFD, FD_CLOEXEC); // fails for no stream of popen
     output = ReadToEnd(fileno(pipe));
     const int status = pclose(pipe);
     LogOutcome(output, status);
