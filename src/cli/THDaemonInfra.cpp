@@ -69,6 +69,16 @@ void WaitForWorker()
     }
 }
 
+/** Restores the target of a raise that the stop has met; twice when the raise ends during that. */
+void RestoreWhatRaisesLate()
+{
+    const bool wasInProgress = IsMetRaiseInProgress();
+    RestoreMetTarget();
+    if (wasInProgress && !IsMetRaiseInProgress()) {
+        RestoreMetTarget();
+    }
+}
+
 bool IsMainThread()
 {
     return pthread_equal(pthread_self(), GetMainThreadId()) != 0;
@@ -199,9 +209,10 @@ void SignalHandler(int signal)
     gStopTheDaemon = 1;
     NoteStop();
     if (bThreadInitialized) {
+        ForbidRaises();                 // by the worker, which goes on meanwhile
         (void)StopMonitoringActivity(); // always 0
         WaitForWorker();
-        RestoreMetTarget();
+        RestoreWhatRaisesLate();
         (void)pthread_cancel(gTID); // the worker may have ended by itself
     }
     exit(EXIT_ON_SIGNAL);

@@ -141,7 +141,6 @@ void* ServiceWorkerThread(void* arg)
 
 int StopMonitoringActivity()
 {
-    ForbidRaises();
     ConfigurationMgr* const config = ConfigurationMgr::GetInstance();
     syslog(LOG_INFO, "%s", FormatBounded(MESSAGE_SIZE, SYSTEM_LOG_STOPPED_TEXT, TITLE).c_str());
     WriteLogLine(logFileMtx, CLEANING_UP_TEXT);

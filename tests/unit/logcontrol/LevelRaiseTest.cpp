@@ -1,5 +1,6 @@
 #include "logcontrol/LevelRaise.h"
 
+#include "cli/THJobPerfMonSvc.h"
 #include "logcontrol/LogLevelFixture.h"
 
 #include <gmock/gmock.h>
@@ -71,6 +72,13 @@ TEST_F(LevelRaises, AreRestoredOnceWhereAStopMeetsNone)
     RestoreMetTarget();
     EXPECT_THAT(mScript.mLines,
                 ElementsAre(GetRestoreLine("485", "1", "2"), GetRestoreLine("495", "3", "4")));
+}
+
+TEST_F(LevelRaises, AreForbiddenByTheStopOfTheProcessAndNotByThatOfTheService)
+{
+    EXPECT_EQ(StopMonitoringActivity(), 0);
+    Raise("thwmc");
+    EXPECT_THAT(mConfig->mLogLevelMap, ElementsAre(Pair("485", LogLevel{1, 2}), Pair("495", LogLevel{3, 4})));
 }
 
 TEST_F(LevelRaises, BeginAgainWithTheNextService)
