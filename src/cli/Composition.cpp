@@ -30,5 +30,6 @@ ConfigurationMgr* ConfigurationMgr::Compose()
     config->mCPUCounterMgr = new CPUCounterMgr("CPU");
     config->mMemoryCounterMgr = new MemoryCounterMgr("Memory");
     config->mDeadLockCounterMgr = new DeadLockCounterMgr("Deadlock");
+    config->InitJavaProcesses();
     return config;
 }

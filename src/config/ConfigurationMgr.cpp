@@ -49,7 +49,6 @@ ConfigurationMgr::ConfigurationMgr(HelperFunctionInterface* helper)
       mMemoryCounterMgr(nullptr), mDeadLockCounterMgr(nullptr), mHelper(helper)
 {
     InitializeLogFile();
-    InitJavaProcesses();
 }
 
 void ConfigurationMgr::InitJavaProcesses()
