@@ -113,7 +113,10 @@ set(CPACK_RPM_COMPANION_PACKAGE_SUMMARY "Companion program of the Tarnhaven Heal
 
 foreach(group IN ITEMS main base companion)
   string(TOUPPER ${group} upper)
-  string(REGEX REPLACE "^[^\n]*\n" "" text "${description_${group}}")
+  # The first line is the summary.
+  string(FIND "${description_${group}}" "\n" end)
+  math(EXPR begin "${end} + 1")
+  string(SUBSTRING "${description_${group}}" ${begin} -1 text)
   string(REGEX REPLACE "\n\\.\n" "\n\n" CPACK_RPM_${upper}_PACKAGE_DESCRIPTION "${text}")
 endforeach()
 

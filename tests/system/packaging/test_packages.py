@@ -105,6 +105,15 @@ def test_the_version_of_every_package_is_the_programs(debs, rpms, name):
     assert output_of(*query) == VERSION
 
 
+@pytest.mark.parametrize("name", NAMES)
+def test_both_kinds_of_a_package_are_described_alike(debs, rpms, name):
+    said = field(packages.path_of(debs, name), "Description").partition("\n")[2]
+    paragraphs = "\n".join(line[1:].removesuffix(".") if line == " ." else line[1:] for line in said.splitlines())
+    query = ["rpm", "-qp", "--queryformat", "%{DESCRIPTION}", packages.path_of(rpms, name, "rpm")]
+    assert output_of(*query) == paragraphs
+    assert paragraphs.count("\n") > 2
+
+
 def test_the_daemons_deb_asks_for_a_base_library_and_the_tools_of_its_lines(debs):
     package = packages.path_of(debs, MAIN)
     asked = [re.sub(r" \(.*?\)", "", one) for one in field(package, "Depends").split(", ")]
