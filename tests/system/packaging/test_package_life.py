@@ -77,6 +77,21 @@ def test_the_init_script_starts_reports_and_stops(bare, debs):
     assert host.run(INIT, "nonsense").status == 2
 
 
+@pytest.mark.parametrize("functions", [None, 'log_success_msg() { echo "done: $*"; }\n'])
+def test_the_init_script_needs_no_functions_of_debian(bare, debs, functions):
+    host = bare()
+    install(host, debs)
+    host.remove("/lib/lsb/init-functions")
+    if functions:
+        host.put("/lib/lsb/init-functions", functions)
+    assert host.run(INIT, "start") == (0, "Starting Tarnhaven Health Sentinel: thsentinel.\n", "")
+    assert host.run(INIT, "status").output == f"thsentinel is running, process {host.daemon_pid()}\n"
+    assert host.run(INIT, "stop") == (0, "Stopping Tarnhaven Health Sentinel: thsentinel.\n", "")
+    host.configure(THHS_POLL_INTERVAL="0")
+    failed = host.run(INIT, "start")
+    assert (failed.status, failed.output) == (1, "Starting Tarnhaven Health Sentinel: thsentinel failed!\n")
+
+
 def test_the_init_script_keeps_logs_and_evidence_for_root_alone(bare, debs):
     host = bare()
     install(host, debs)
