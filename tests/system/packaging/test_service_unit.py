@@ -16,6 +16,15 @@ def test_a_started_service_is_the_daemon_of_the_run_lock_file(managed):
     service.host.after_pass(1)
 
 
+def test_the_service_has_the_language_of_bytes_and_no_width_of_lines(managed):
+    service = managed()
+    assert service.systemctl("set-environment", "COLUMNS=40", "LINES=5", "LC_ALL=de_DE.UTF-8").status == 0
+    assert service.start().status == 0
+    shown = service.run("/usr/bin/cat", f"/proc/{service.main_pid()}/environ").output
+    variables = dict(one.partition("=")[::2] for one in shown.split("\0"))
+    assert variables["LC_ALL"] == "C" and variables.keys().isdisjoint(["COLUMNS", "LINES"])
+
+
 def test_a_stop_restores_what_a_termination_restores_and_counts_as_a_good_end(managed):
     service = managed(THHS_POLL_INTERVAL="600")
     service.start()
