@@ -174,7 +174,7 @@ void FindThreads(const ReportData& data, Findings& found)
                          FormatCount(static_cast<double>(group.mThreadCount), "thread") + " of " +
                              FormatPlain(static_cast<double>(data.mStacks.mThreadCount), 0) +
                              " stood at the same place" +
-                             (group.mFrames.empty() ? "." : ", " + group.mFrames.front() + "."),
+                             (group.mFrames.empty() ? "." : ", " + GetInnermostKnown(group.mFrames) + "."),
                          "threads"});
     }
 }

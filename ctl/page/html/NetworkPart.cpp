@@ -29,6 +29,9 @@ void WriteStates(Html& html, const ReportData& data)
         }
     }
     html.EndTable();
+    if (data.mSockets.mUnixSockets == 0) {
+        return;
+    }
     html.Paragraph("And " + FormatCount(data.mSockets.mUnixSockets, "socket") + " within the machine.",
                    "aside");
 }

@@ -45,9 +45,13 @@ double BarOf(double value, double highest)
 void WriteRows(Html& html, const ReportData& data, const std::vector<const ProcessSummary*>& processes,
                bool isByCpu)
 {
+    if (processes.empty()) {
+        html.Paragraph("No process used a share that the tools show.");
+        return;
+    }
     html.BeginTable({NumberCell("Id"), TextCell("Process"), NumberCell("Processor, highest"),
                      NumberCell("Mean"), NumberCell("Memory, highest"), NumberCell("Growth")});
-    const ProcessSummary* const first = processes.empty() ? nullptr : processes.front();
+    const ProcessSummary* const first = processes.front();
     for (const ProcessSummary* process : processes) {
         const double cpuBar = isByCpu ? BarOf(process->mHighestCpu, first->mHighestCpu) : -1;
         const double memoryBar = isByCpu ? -1 : BarOf(process->mHighestResident, first->mHighestResident);

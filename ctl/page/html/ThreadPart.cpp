@@ -37,12 +37,14 @@ bool IsOfSystem(std::string_view frame)
            frame.find("(libpthread") != std::string_view::npos;
 }
 
-/** The innermost function and, when that is a wait of the system, the first one of the program itself. */
+/** The innermost known function and, when that is a wait of the system, the first one of the program itself.
+ */
 void WriteHeadline(Html& html, const std::vector<std::string>& frames)
 {
-    html.Element("code", frames.empty() ? "no frames" : frames.front());
+    const std::string innermost = GetInnermostKnown(frames);
+    html.Element("code", innermost.empty() ? "no frames" : innermost);
     const auto own = std::find_if_not(frames.begin(), frames.end(), IsOfSystem);
-    if (own != frames.begin() && own != frames.end()) {
+    if (own != frames.end() && *own != innermost) {
         html.Markup(" called from ").Element("code", *own);
     }
 }

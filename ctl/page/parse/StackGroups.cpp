@@ -31,6 +31,16 @@ std::size_t BytesOf(const std::vector<std::string>& frames)
 }
 } // namespace
 
+std::string GetInnermostKnown(const std::vector<std::string>& frames)
+{
+    const auto known = std::find_if_not(frames.begin(), frames.end(),
+                                        [](const std::string& frame) { return frame.starts_with("??"); });
+    if (known != frames.end()) {
+        return *known;
+    }
+    return frames.empty() ? "" : frames.front();
+}
+
 StackGroup* StackGroups::Find(std::size_t hash, const std::string& state,
                               const std::vector<std::string>& frames)
 {

@@ -21,6 +21,10 @@ constexpr std::size_t MOST_THREAD_NAMES = 50;
 constexpr std::size_t MOST_STACKS = 2000;
 constexpr std::size_t MOST_FRAMES = 200;
 
+/** The innermost function with a name, of which a stack has one at least unless all of it is unknown:
+ * libraries without symbols show "??". Empty for a stack without frames. */
+std::string GetInnermostKnown(const std::vector<std::string>& frames);
+
 /** Groups threads by identical stacks. What it holds is bounded, whatever comes. */
 class StackGroups
 {

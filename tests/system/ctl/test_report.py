@@ -1,4 +1,5 @@
 """`report`: one page of a set, on the command line and in a browser."""
+import html
 import os
 import pathlib
 import re
@@ -11,6 +12,7 @@ import pytest
 from host import browser, companion, missing_tools, product
 
 SOURCES = pathlib.Path(__file__).resolve().parents[3]
+RECORDED = pathlib.Path(__file__).with_name("recorded")  # see record.sh there
 SERIES = bytes.fromhex("1f6f9f")  # the first line of each chart, on light ground
 ELSEWHERE = "http" "://192.0.2.1/x"  # an address that nobody has
 LARGEST_PAGE = 3 << 20
@@ -97,6 +99,27 @@ def test_a_set_without_its_files_and_its_log_is_a_page_that_says_so(tmp_path):
     assert "The folder of the logs, /absent, can&#39;t be read: No such file or directory." in text
     assert "The set has no memory statistics." in text
     assert f"{stem}.MemoryPerf: holds no byte" in text
+
+
+def words(page):
+    """The page as a reader has it: its texts, a bar between two."""
+    text = re.sub("<script>.*?</script>|<style>.*?</style>|<svg.*?</svg>", "", page.read_text(), flags=re.S)
+    return re.sub(r"[|\s]*\|[|\s]*", "|", html.unescape(re.sub("<[^>]+>", "|", text)))
+
+
+def test_evidence_recorded_with_the_tools_of_debian_13_is_read_in_all_its_sections(tmp_path):
+    arguments = ("--evidence", RECORDED / "trixie", "--store", "/absent")
+    assert companion.run("verify", *arguments).status == 0
+    assert companion.run("report", "--last", *arguments, "--log", "/absent", "-o", tmp_path / "page.html").status == 0
+    text = words(tmp_path / "page.html")
+    [pid] = os.listdir(RECORDED / "trixie/thsentinel/tbrd")
+    for expected in ("|recorder, 2 processors, 23.6 GiB of memory, Linux 6.18.44", "|2 samples from 00:14:1",
+                     "|Processes that want to run|", f"|{pid}|/tmp/tbrd /tmp/target.py|",
+                     "|State|S (sleeping)|Threads|3|", "|[heap]|1.25 MiB|1.25 MiB|", "|vda|",
+                     "|tcp|CLOSE_WAIT|4|4|", "|tcp|FIN_WAIT2|4|0|", f"|127.0.0.1|{pid}/tbrd|4|4|",
+                     "|3 threads with 2 different stacks, from the stack listing of the capture.",
+                     "|2 threads|clock_nanosleep (libc.so.6)|called from|_PyEval_EvalFrameDefault|", "|complete|"):
+        assert expected in text, expected
 
 
 def test_threads_come_from_the_core_where_no_stacks_were_captured(tmp_path):
