@@ -64,6 +64,7 @@ set(CPACK_DEBIAN_COMPANION_PACKAGE_NAME thsentinel-ctl)
 set(CPACK_DEBIAN_COMPANION_DESCRIPTION "${description_companion}")
 # It looks for the base library when it needs it: copies of settings and evidence are read on any host.
 set(CPACK_DEBIAN_COMPANION_PACKAGE_RECOMMENDS thsentinel)
+set(CPACK_DEBIAN_COMPANION_PACKAGE_CONTROL_EXTRA "${deb}/ctl/postinst;${deb}/ctl/prerm;${deb}/ctl/postrm")
 
 # ---- rpm -------------------------------------------------------------------------------------------------------------
 
@@ -110,6 +111,9 @@ set(CPACK_RPM_BASE_POST_TRANS_SCRIPT_FILE ${rpm}/base.posttrans)
 
 set(CPACK_RPM_COMPANION_PACKAGE_NAME thsentinel-ctl)
 set(CPACK_RPM_COMPANION_PACKAGE_SUMMARY "Companion program of the Tarnhaven Health Sentinel for operators")
+set(CPACK_RPM_COMPANION_POST_INSTALL_SCRIPT_FILE ${rpm}/ctl.reload)
+set(CPACK_RPM_COMPANION_PRE_UNINSTALL_SCRIPT_FILE ${rpm}/ctl.preun)
+set(CPACK_RPM_COMPANION_POST_UNINSTALL_SCRIPT_FILE ${rpm}/ctl.reload)
 
 foreach(group IN ITEMS main base companion)
   string(TOUPPER ${group} upper)

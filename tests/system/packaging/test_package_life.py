@@ -4,7 +4,7 @@ import os
 import pytest
 
 from host import Process, manager, packages, product, texts
-from host.packages import BASE, MAIN
+from host.packages import BASE, COMPANION, MAIN
 
 INIT = "/etc/init.d/thsentinel"
 CONTROL = "/usr/lib/thsentinel/daemon-control"
@@ -137,6 +137,26 @@ def test_an_upgrade_restarts_the_service_under_its_manager(bare, debs, tmp_path)
         assert service.run("/usr/bin/dpkg", "-r", MAIN).status == 0
         assert host.daemons() == []
         assert service.run("/usr/bin/find", "/etc/systemd/system", "-lname", "*thsentinel.service").output == ""
+    finally:
+        service.close()
+
+
+@pytest.mark.skipif(not packages.HOLDS_COMPANION, reason="the companion isn't built")
+def test_the_timer_of_the_companion_is_off_until_it_is_enabled_and_goes_with_its_package(bare, debs):
+    if manager.why_no_manager():
+        pytest.skip(manager.why_no_manager())
+    host = bare()
+    service = manager.Managed(host, packaged=True)
+    timer = "thsentinel-prune.timer"
+    try:
+        # The host lacks the libraries' packages, not the libraries.
+        assert service.run("/usr/bin/dpkg", "--force-depends", "-i", str(packages.path_of(debs, COMPANION))).status == 0
+        assert service.systemctl("is-enabled", timer).output == "disabled\n"
+        assert service.systemctl("enable", "--now", timer).status == 0
+        assert service.systemctl("is-active", timer).output == "active\n"
+        assert service.run("/usr/bin/dpkg", "-r", COMPANION).status == 0
+        assert service.systemctl("is-active", timer).output == "inactive\n"
+        assert service.run("/usr/bin/find", "/etc/systemd/system", "-lname", f"*{timer}").output == ""
     finally:
         service.close()
 
