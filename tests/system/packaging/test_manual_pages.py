@@ -135,6 +135,29 @@ def complete_companion(*words):
     return done.stdout.split()
 
 
+def companion_help(*words):
+    return subprocess.run([BUILD / "ctl/thsentinelctl", *words, "--help"], capture_output=True, text=True,
+                          check=True).stdout
+
+
+def long_options(text):
+    return set(re.findall(r"(?:^|[ ,])--([a-z][a-z-]*)", text, re.MULTILINE))
+
+
+@pytest.mark.skipif(not packages.HOLDS_COMPANION, reason="the companion isn't built")
+def test_the_companions_page_describes_every_verb_with_its_options_and_no_other():
+    parts = re.split(r"^\.It Cm (\w+)", page("thsentinelctl.1"), flags=re.MULTILINE)
+    described = {}
+    for verb, text in zip(parts[1::2], parts[2::2]):
+        described[verb] = described.get(verb, set()) | set(re.findall(r"Fl -([a-z][a-z-]*)", text.partition("\n")[0]))
+    verbs = complete_companion("")
+    assert sorted(described) == sorted(verbs)
+    common = long_options(companion_help()) | {"help", "output"}
+    found = {verb: long_options(companion_help(verb)) - common for verb in verbs}
+    assert {verb: options - common for verb, options in described.items()} == found
+    assert found["verify"] == {"since"}
+
+
 @pytest.mark.skipif(not packages.HOLDS_COMPANION, reason="the companion isn't built")
 def test_bash_offers_the_companions_verbs_and_options_from_its_help():
     text = subprocess.run([BUILD / "ctl/thsentinelctl", "--help"], capture_output=True, text=True, check=True).stdout
