@@ -115,6 +115,49 @@ def test_each_damage_of_a_bundle_is_found(tmp_path, evidence):
         f"{name}: has 10 bytes, {len(files[name])} by the manifest", "extra: is not in the manifest"]
 
 
+def change_one_letter(folder, name):
+    text = (folder / name).read_bytes()
+    (folder / name).write_bytes(text[:-1] + bytes([text[-1] ^ 1]))
+    return f"{name}: is not what was bundled; its SHA-256 differs"
+
+
+def remove_a_file(folder, name):
+    (folder / name).unlink()
+    return f"{name}: is missing"
+
+
+def put_a_link(folder, name):
+    (folder / name).unlink()
+    (folder / name).symlink_to("/etc/passwd")
+    return f"{name}: is no plain file\n{name}: is missing"
+
+
+def damage_the_manifest(folder, _):
+    (folder / "MANIFEST.json").write_text('{"files": [{"path": 1}]}')
+    return "MANIFEST.json: is damaged"
+
+
+def empty_the_manifest(folder, _):
+    (folder / "MANIFEST.json").write_text("")
+    return "MANIFEST.json: is missing"
+
+
+@pytest.mark.parametrize("damage", [change_one_letter, remove_a_file, put_a_link, damage_the_manifest,
+                                    empty_the_manifest])
+def test_each_other_damage_of_a_bundle_has_its_words(tmp_path, evidence, damage):
+    assert evidence
+    bundle(tmp_path, "--no-redact")
+    path, again = tmp_path / "b.tar.zst", tmp_path / "again"
+    files = unpack_from(tmp_path, path.read_bytes())
+    expected = damage(again, next(name for name in files if name.endswith("Netstat")))
+    left = sorted(str(one.relative_to(again)) for one in again.rglob("*") if one.is_symlink() or one.is_file())
+    subprocess.run(["tar", "--zstd", "-cf", path, "-C", again, *left], check=True)
+    done = check(path)
+    assert done.status == 2
+    assert done.output.startswith(expected + "\n")
+    assert f"{path}: damaged, " in done.output.splitlines()[-1]
+
+
 def unpack_from(tmp_path, data):
     folder = tmp_path / "again"
     folder.mkdir()

@@ -92,6 +92,33 @@ TEST(EvidenceTree, WaitsForNoPipe)
     EXPECT_EQ(tree.sets[0].Find(FileKind::Core)->obstacle, "is a named pipe");
 }
 
+TEST(EvidenceTree, NamesWhatLiesWhereAFileBelongs)
+{
+    const EvidenceFolder folder;
+    const std::string stem = "tbrd/4321/Evidence1/4321_13-11_02.10.28_CPU.";
+    folder.Write(stem + "hprof/inside", "x");
+    const std::string device = (folder.GetRoot() / (stem + "4321")).string();
+    const bool hasDevice = mknod(device.c_str(), S_IFCHR | 0600, 0) == 0; // not every kernel lets everybody
+    const EvidenceTree tree = FindEvidence(folder.GetPath());
+    ASSERT_EQ(tree.sets.size(), 1U);
+    EXPECT_EQ(tree.sets[0].Find(FileKind::HeapDump)->obstacle, "is a folder");
+    if (hasDevice) {
+        EXPECT_EQ(tree.sets[0].Find(FileKind::Core)->obstacle, "is a device");
+    }
+    EXPECT_EQ(tree.sets[0].GetBytes(), 0U) << "neither holds evidence";
+}
+
+TEST(EvidenceTree, TakesAnyNameOfAProcess)
+{
+    const EvidenceFolder folder;
+    const std::string name = "a \"b\"\n\x1b[2J<script>$(id)'\xff";
+    WriteStatistics(folder, name, 4321, 1, "13-11_02.10.28");
+    const EvidenceTree tree = FindEvidence(folder.GetPath());
+    ASSERT_EQ(tree.sets.size(), 1U);
+    EXPECT_EQ(tree.sets[0].process, name);
+    EXPECT_TRUE(OpenSetFolder(tree, tree.sets[0]).IsOpen());
+}
+
 TEST(EvidenceTree, ShowsAFolderThatHoldsNothing)
 {
     const EvidenceFolder folder;

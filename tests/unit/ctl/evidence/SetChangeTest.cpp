@@ -79,6 +79,34 @@ TEST(SetDeletion, StopsAtAFileThatChanged)
     EXPECT_TRUE(fs::exists(folder.GetRoot() / FOLDER / (std::string(STEM) + ".MemoryPerf")));
 }
 
+TEST(SetDeletion, LeavesALinkThatTookThePlaceOfAFile)
+{
+    const EvidenceFolder folder;
+    const EvidenceFolder elsewhere;
+    const std::string target = elsewhere.Write("precious", "x");
+    WriteStatistics(folder, "tbrd", 4321, 1, "13-11_02.10.28");
+    const EvidenceTree tree = FindOne(folder);
+    const fs::path swapped = folder.GetRoot() / FOLDER / (std::string(STEM) + ".Netstat");
+    fs::remove(swapped);
+    fs::create_symlink(target, swapped);
+    EXPECT_EQ(DeleteSet(tree, tree.sets[0], true).failure,
+              std::string(STEM) + ".Netstat: changed meanwhile; what is left of the set stays");
+    EXPECT_TRUE(fs::exists(target) && fs::is_symlink(swapped));
+}
+
+TEST(SetDeletion, OfFilesThatAreGoneAlreadyIsDone)
+{
+    const EvidenceFolder folder;
+    WriteStatistics(folder, "tbrd", 4321, 1, "13-11_02.10.28");
+    const EvidenceTree tree = FindOne(folder);
+    const std::uint64_t netstat = tree.sets[0].Find(FileKind::Netstat)->diskBytes;
+    fs::remove(folder.GetRoot() / FOLDER / (std::string(STEM) + ".Netstat"));
+    const SetChange change = DeleteSet(tree, tree.sets[0], true);
+    EXPECT_EQ(change.failure, "");
+    EXPECT_EQ(change.freedBytes, tree.sets[0].GetDiskBytes() - netstat);
+    EXPECT_FALSE(fs::exists(folder.GetRoot() / FOLDER));
+}
+
 TEST(SetDeletion, DoesNotFollowAFolderThatBecameALink)
 {
     const EvidenceFolder folder;

@@ -91,6 +91,22 @@ TEST(EvidenceSet, WithAFileOfNoByteIsIncomplete)
     EXPECT_THAT(report.problems, ElementsAre("4321_13-11_02.10.28_CPU.4321: holds no byte"));
 }
 
+TEST(EvidenceSet, LosesAFileOrAllOfThemAfterTheyWereFound)
+{
+    const EvidenceFolder folder;
+    WriteStatistics(folder, "tbrd", 4321, 1, "13-11_02.10.28");
+    const EvidenceTree tree = FindEvidence(folder.GetPath());
+    Activity activity("/absent", tree.sets.at(0).time + 1'000'000);
+    std::filesystem::remove(folder.GetRoot() / (std::string(STEM) + "Netstat"));
+    const SetReport one = CheckSet(tree, tree.sets.at(0), {}, activity);
+    EXPECT_EQ(one.state, SetState::Incomplete);
+    EXPECT_THAT(one.problems, ElementsAre("4321_13-11_02.10.28_CPU.Netstat: No such file or directory"));
+    std::filesystem::remove_all(folder.GetRoot() / "tbrd/4321");
+    const SetReport all = CheckSet(tree, tree.sets.at(0), {}, activity);
+    EXPECT_EQ(all.state, SetState::Incomplete);
+    EXPECT_THAT(all.problems, ElementsAre("No such file or directory"));
+}
+
 TEST(EvidenceSet, OfAnEmptyFolderIsIncomplete)
 {
     const EvidenceFolder folder;

@@ -1,0 +1,100 @@
+#include "evidence/Bundle.h"
+
+#include "ctl/evidence/EvidenceFolder.h"
+
+#include <gmock/gmock.h>
+
+#include <unistd.h>
+
+using namespace ctl;
+using testing::IsEmpty;
+
+namespace
+{
+constexpr char STEM[] = "tbrd/4321/Evidence1/4321_13-11_02.10.28_CPU.";
+constexpr std::size_t LARGE = 3U << 20U; // several blocks of a reading
+
+/** A set with a core image, and an open file for its bundle. */
+class BundleFixture : public testing::Test
+{
+protected:
+    BundleFixture()
+    {
+        WriteStatistics(mFolder, "tbrd", 4321, 1, "13-11_02.10.28");
+        mCore = mFolder.Write(std::string(STEM) + "4321", std::string(LARGE, 'c'));
+        mRules.withCores = true;
+    }
+
+    std::vector<BundledFile> Write(const BundleRules& rules)
+    {
+        const EvidenceTree tree = FindEvidence(mFolder.GetPath());
+        return Write(tree, rules);
+    }
+
+    std::vector<BundledFile> Write(const EvidenceTree& tree, const BundleRules& rules)
+    {
+        const std::string path = mFolder.GetPath() + "/bundle";
+        mOutput = Descriptor(open(path.c_str(), O_RDWR | O_CREAT | O_TRUNC | O_CLOEXEC, 0600));
+        return WriteBundle(mOutput.Get(), tree, tree.sets.at(0), SetReport(), rules);
+    }
+
+    BundleReport Check() const
+    {
+        EXPECT_EQ(lseek(mOutput.Get(), 0, SEEK_SET), 0);
+        return CheckBundle(mOutput.Get(), [](std::uint64_t) {});
+    }
+
+    const EvidenceFolder mFolder;
+    std::string mCore;
+    BundleRules mRules;
+    Descriptor mOutput;
+};
+} // namespace
+
+TEST_F(BundleFixture, HoldsWhatItsManifestSays)
+{
+    mRules.redaction = Redaction();
+    EXPECT_EQ(Write(mRules).size(), 6U);
+    const BundleReport report = Check();
+    EXPECT_THAT(report.problems, IsEmpty());
+    EXPECT_EQ(report.files, 6U);
+    EXPECT_GT(report.bytes, LARGE);
+}
+
+TEST_F(BundleFixture, TakesAFileThatGrowsAsLongAsItWas)
+{
+    mRules.progress = [this](std::uint64_t) {
+        std::filesystem::resize_file(mCore, std::filesystem::file_size(mCore) + 100);
+    };
+    const std::vector<BundledFile> files = Write(mRules);
+    EXPECT_EQ(files.at(0).bytes, LARGE);
+    EXPECT_THAT(Check().problems, IsEmpty());
+}
+
+TEST_F(BundleFixture, OfAFileThatBecomesShorterIsGivenUp)
+{
+    mRules.progress = [this](std::uint64_t) { std::filesystem::resize_file(mCore, 1); };
+    try {
+        Write(mRules);
+        FAIL() << "it was taken for whole";
+    } catch (const std::runtime_error& error) {
+        EXPECT_STREQ(error.what(), "a file of the set became shorter while it was read");
+    }
+}
+
+TEST_F(BundleFixture, LeavesOutAFileThatIsGoneAndSaysSo)
+{
+    const EvidenceTree tree = FindEvidence(mFolder.GetPath());
+    std::filesystem::remove(mCore);
+    const std::vector<BundledFile> files = Write(tree, mRules);
+    EXPECT_EQ(files.at(0).leftOutWhy, "No such file or directory");
+    EXPECT_EQ(Check().files, 5U);
+}
+
+TEST_F(BundleFixture, HoldsNothingThatALinkPointsTo)
+{
+    const EvidenceTree tree = FindEvidence(mFolder.GetPath());
+    std::filesystem::remove(mCore);
+    std::filesystem::create_symlink("/etc/passwd", mCore);
+    EXPECT_EQ(Write(tree, mRules).at(0).leftOutWhy, "is a symbolic link, which isn't followed");
+}
