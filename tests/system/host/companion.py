@@ -41,16 +41,33 @@ def run(*arguments, environment=None, user=None, limit=120):
     return Outcome(process.returncode, output, errors)
 
 
+# A child begins with the memory of the process that starts it as its peak, so a small one does.
+MEASURING = """
+import os, sys
+child = os.fork()
+if child == 0:
+    os.execv(sys.argv[2], sys.argv[2:])
+_, status, usage = os.wait4(child, 0)
+with open(sys.argv[1], "w") as result:
+    print(os.waitstatus_to_exitcode(status), usage.ru_maxrss, usage.ru_utime + usage.ru_stime, file=result)
+"""
+
+
+def measure(result, command, **streams):
+    """Runs a command; gives its status, its peak of resident memory in KiB and its processor time in seconds."""
+    subprocess.run(["/usr/bin/python3", "-I", "-S", "-c", MEASURING, result, *(str(word) for word in command)],
+                   stdin=subprocess.DEVNULL, check=True, **streams)
+    status, peak, seconds = pathlib.Path(result).read_text(encoding="ascii").split()
+    return int(status), int(peak), float(seconds)
+
+
 def run_measured(folder, *arguments):
     """Runs the program with its output in files of the folder, and measures its memory."""
     folder = pathlib.Path(folder)
     with open(folder / "output", "wb") as output, open(folder / "errors", "wb") as errors:
-        process = subprocess.Popen([str(program()), *(str(argument) for argument in arguments)],
-                                   stdin=subprocess.DEVNULL, stdout=output, stderr=errors)
-        _, status, usage = os.wait4(process.pid, 0)
-        process.returncode = os.waitstatus_to_exitcode(status)
-    return Outcome(process.returncode, (folder / "output").read_text(errors="surrogateescape"),
-                   (folder / "errors").read_text(errors="surrogateescape"), usage.ru_maxrss)
+        status, peak, _ = measure(folder / "measured", [program(), *arguments], stdout=output, stderr=errors)
+    return Outcome(status, (folder / "output").read_text(errors="surrogateescape"),
+                   (folder / "errors").read_text(errors="surrogateescape"), peak)
 
 
 def head(command):

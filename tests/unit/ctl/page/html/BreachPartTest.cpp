@@ -1,0 +1,57 @@
+#include "ctl/page/html/PartText.h"
+
+#include <gmock/gmock.h>
+
+namespace ctl
+{
+namespace
+{
+
+using testing::HasSubstr;
+using testing::Not;
+
+ReportData MakeMemoryBreach(const char* unit, double reading, double limit)
+{
+    ReportData data;
+    data.mProcess = "tbrd";
+    data.mResource = "memory";
+    data.mBreach = MakeEvent(TimelineKind::Breach, 1000);
+    data.mBreach->mLabel = "Memory";
+    data.mBreach->mUnit = unit;
+    data.mBreach->mReading = reading;
+    data.mBreach->mLimit = limit;
+    return data;
+}
+
+TEST(BreachPart, NamesAmountLimitAndExcessInTheirUnit)
+{
+    const std::string inMegabytes = ReadPart(WriteBreach, MakeMemoryBreach("MB", 3000, 2000));
+    EXPECT_THAT(inMegabytes, HasSubstr("used 3000.00 MB of memory; its limit is 2000 MB."));
+    EXPECT_THAT(inMegabytes, HasSubstr("|1.5 times the limit, 1000.00 MB above it.|"));
+    const std::string inPercent = ReadPart(WriteBreach, MakeMemoryBreach("Percent", 30, 0));
+    EXPECT_THAT(inPercent, HasSubstr("used 30.00 % of this machine&#39;s memory; its limit is 0 %."));
+    EXPECT_THAT(inPercent, HasSubstr("|30.00 percentage points above it.|")) << "nothing is a multiple of 0";
+}
+
+TEST(BreachPart, ShowsTheWindowThatEndsWithTheBreach)
+{
+    ReportData data = MakeMemoryBreach("MB", 60, 10);
+    for (int minute = 0; minute < 8; ++minute) {
+        data.mReadings.push_back(MakeEvent(TimelineKind::Reading, 1000 + 60 * (minute - 6)));
+        data.mReadings.back().mReading = 10 * minute;
+    }
+    EXPECT_THAT(ReadPart(WriteBreach, data),
+                HasSubstr("|20.00, 30.00, 40.00, 50.00, 60.00. Their average is 40.00.|"));
+}
+
+TEST(BreachPart, SaysWhenTheSettingsTakeEvidenceWhateverTheLimit)
+{
+    ReportData data = MakeMemoryBreach("MB", 60, 10);
+    data.mBreach->mKind = TimelineKind::CaptureWithoutLimit;
+    const std::string text = ReadPart(WriteBreach, data);
+    EXPECT_THAT(text, HasSubstr("used 60.00 MB of memory; the settings take evidence whatever the limit."));
+    EXPECT_THAT(text, Not(HasSubstr("By how much")));
+}
+
+} // namespace
+} // namespace ctl

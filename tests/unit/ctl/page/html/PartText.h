@@ -1,0 +1,44 @@
+#pragma once
+
+#include "page/html/Parts.h"
+
+#include <string>
+
+namespace ctl
+{
+
+/** What a reader sees of a part: its texts with a bar between two, pictures left out. */
+inline std::string ReadPart(void (*write)(Html&, const ReportData&), const ReportData& data)
+{
+    Html html;
+    write(html, data);
+    std::string text = "|";
+    bool isTag = false;
+    for (const char letter : html.Get()) {
+        isTag = isTag || letter == '<';
+        const bool isGap = letter == '\n' && text.back() == '|';
+        if (!isTag && !isGap) {
+            text += letter == '\n' ? ' ' : letter;
+        } else if (text.back() != '|') {
+            text += '|';
+        }
+        isTag = isTag && letter != '>';
+    }
+    return text;
+}
+
+/** A breach of a limit of processor time at second 1000. */
+inline TimelineEvent MakeEvent(TimelineKind kind, Wall wall)
+{
+    TimelineEvent event;
+    event.mKind = kind;
+    event.mWall = wall;
+    event.mLabel = "CPU";
+    event.mName = "tbrd";
+    event.mReading = 48.5;
+    event.mLimit = 25;
+    event.mUnit = "Percent";
+    return event;
+}
+
+} // namespace ctl

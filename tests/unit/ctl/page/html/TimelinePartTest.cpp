@@ -1,0 +1,50 @@
+#include "ctl/page/html/PartText.h"
+
+#include <gmock/gmock.h>
+
+namespace ctl
+{
+namespace
+{
+
+using testing::HasSubstr;
+using testing::Not;
+
+ReportData MakeTimeline()
+{
+    ReportData data;
+    data.mHasLog = true;
+    data.mWall = 1000;
+    data.mBreach = MakeEvent(TimelineKind::Breach, 1000);
+    return data;
+}
+
+TEST(TimelinePart, ShowsBreachCapturesAndLevelsWithTheirDistance)
+{
+    ReportData data = MakeTimeline();
+    data.mEvents = {MakeEvent(TimelineKind::ServiceStarted, 400), *data.mBreach,
+                    MakeEvent(TimelineKind::CaptureDone, 1262), MakeEvent(TimelineKind::LevelRaised, 1003)};
+    data.mEvents[2].mDetail = "Memory Performance";
+    const std::string text = ReadPart(WriteTimeline, data);
+    EXPECT_THAT(text, HasSubstr("|1970-01-01 00:06:40|\u221210 min|The daemon started|"));
+    EXPECT_THAT(text, HasSubstr("|+0 s|Limit exceeded: 48.50 %, limit 25 %|"));
+    EXPECT_THAT(text, HasSubstr("|+4 min 22 s|Capture ended: Memory Performance|"));
+    EXPECT_THAT(text, HasSubstr("|+3 s|Log levels of tbrd raised to 6|"));
+}
+
+TEST(TimelinePart, KeepsTheEventsAroundTheBreachWhereThereAreMany)
+{
+    ReportData data = MakeTimeline();
+    for (int second = 0; second < 2000; ++second) {
+        data.mEvents.push_back(MakeEvent(TimelineKind::Error, second));
+        data.mEvents.back().mDetail = " number " + std::to_string(second) + ".";
+    }
+    const std::string text = ReadPart(WriteTimeline, data);
+    EXPECT_THAT(text, HasSubstr("Error: number 1000.|"));
+    EXPECT_THAT(text, Not(HasSubstr("Error: number 900.|")));
+    EXPECT_THAT(text,
+                HasSubstr("The log has 2000 events of that time; the ones around the breach are shown."));
+}
+
+} // namespace
+} // namespace ctl
