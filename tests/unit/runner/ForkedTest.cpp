@@ -8,13 +8,10 @@
 
 #include <chrono>
 #include <csignal>
-#include <cstdio>
 #include <cstdlib>
-#include <cstring>
 #include <filesystem>
 #include <fstream>
 
-#include <ftw.h>
 #include <sys/prctl.h>
 #include <sys/stat.h>
 #include <sys/wait.h>
@@ -106,19 +103,26 @@ Result GetResult(int status, std::string& output)
 
 constexpr char HOST_MARK[] = "/run/thsentinel-isolated-host";
 
-int RemoveEntry(const char* path, const struct stat* /*status*/, int /*kind*/, struct FTW* place)
-{
-    if (place->level > 0 && strcmp(path, HOST_MARK) != 0) {
-        (void)remove(path); // what can't be removed shows in the next test
-    }
-    return 0;
-}
-
 /** Empties a folder. What the host shares with the machine is mounted there, and stays. */
-void Clear(const char* folder)
+void Clear(const fs::path& folder)
 {
-    constexpr int DESCRIPTORS = 16;
-    (void)nftw(folder, RemoveEntry, DESCRIPTORS, FTW_DEPTH | FTW_MOUNT | FTW_PHYS);
+    struct stat own = {};
+    (void)lstat(folder.c_str(), &own);
+    std::error_code ignored; // what can't be removed shows in the next test
+    for (const fs::directory_entry& entry : fs::directory_iterator(folder, ignored)) {
+        struct stat status = {};
+        (void)lstat(entry.path().c_str(), &status);
+        // Only of folders: a file on an overlay may show the device of its layer.
+        if (S_ISDIR(status.st_mode) && status.st_dev != own.st_dev) {
+            continue;
+        }
+        if (S_ISDIR(status.st_mode)) {
+            Clear(entry.path());
+        }
+        if (entry.path() != HOST_MARK) {
+            (void)fs::remove(entry.path(), ignored);
+        }
+    }
 }
 
 void ResetHost()

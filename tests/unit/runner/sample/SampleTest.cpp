@@ -9,6 +9,7 @@
 #include <iostream>
 #include <string>
 
+#include <sys/stat.h>
 #include <unistd.h>
 
 namespace
@@ -26,12 +27,14 @@ protected:
         }
     }
 
-    /** Leaves a file, and expects none of an earlier test. */
-    static void LeaveFile()
+    /** Leaves files, and expects none of an earlier test. */
+    static void LeaveFiles()
     {
-        EXPECT_NE(access("/tmp/left", F_OK), 0);
+        for (const std::string folder : {"/tmp/of-a-test", "/run/of-a-test", "/usr/tarnv/of-a-test"}) {
+            EXPECT_EQ(mkdir(folder.c_str(), S_IRWXU), 0) << folder;
+            std::ofstream(folder + "/left") << "left";
+        }
         EXPECT_NE(access("/etc/redhat-release", F_OK), 0);
-        std::ofstream("/tmp/left") << "left";
         std::ofstream("/etc/redhat-release") << "left";
     }
 };
@@ -103,12 +106,12 @@ TEST(Orphan, IsLeft)
 
 TEST_F(OnHost, FindsNothingOfTheSecond)
 {
-    LeaveFile();
+    LeaveFiles();
 }
 
 TEST_F(OnHost, FindsNothingOfTheFirst)
 {
-    LeaveFile();
+    LeaveFiles();
 }
 
 TEST_F(OnHost, Fails)
@@ -118,5 +121,5 @@ TEST_F(OnHost, Fails)
 
 TEST_F(OnHost, GoesOnAfterAFailure)
 {
-    LeaveFile();
+    LeaveFiles();
 }
