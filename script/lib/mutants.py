@@ -31,7 +31,7 @@ class Mutant(NamedTuple):
         return source.count("\n", 0, self.start) + 1
 
     def before_and_after(self, source):
-        """The lines that the change touches, without line ends and blanks in a row, before and behind it."""
+        """The lines that the change touches, without line ends and blanks in a row, before and after it."""
         first = source.rfind("\n", 0, self.start) + 1
         last = source.find("\n", self.end)
         last = len(source) if last < 0 else last

@@ -24,11 +24,15 @@ LIMIT = 120  # seconds for the tests of one mutant, which take five
 # Below thbase/ only what decides, scans and reads texts: the tests of the rest run against the installed library.
 SOURCES = ["src/*/*.cpp", "thbase/BoundedScan.cpp", "thbase/ConfigurationStore.cpp", "thbase/ScanConversion.cpp",
            "thbase/StoreText.cpp"]
+# Not linked into the test programs: main, and what the tests put functions of their own in place of.
+WITHOUT_TESTS = {"src/cli/main.cpp", "src/config/ConfigurationFile.cpp", "src/platform/ProductLogPath.cpp",
+                 "src/platform/UnixHelperFactoryMethod.cpp"}
 EQUIVALENT = "script/lib/equivalent_mutants.txt"
 
 
 def all_sources():
-    return sorted(str(path.relative_to(ROOT)) for pattern in SOURCES for path in ROOT.glob(pattern))
+    paths = {str(path.relative_to(ROOT)) for pattern in SOURCES for path in ROOT.glob(pattern)}
+    return sorted(paths - WITHOUT_TESTS)
 
 
 class Build:
@@ -40,7 +44,7 @@ class Build:
         self.compile = {entry["file"]: entry["command"] for entry in commands}
         ninja = ["ninja", "-C", folder, "-t", "commands", "thsentinel_tests", "thbase_tests"]
         lines = subprocess.run(ninja, check=True, capture_output=True, text=True).stdout.splitlines()
-        # Behind the linker a test program's line lists its tests, which no mutant needs.
+        # After the linker a test program's line lists its tests, which no mutant needs.
         self.link = {name: next(line.removeprefix(": && ").split(" && ")[0] for line in lines
                                 if f"-o {name} " in line)
                      for name in ("tests/unit/thsentinel_tests", "tests/unit/thbase_tests", "thbase/libthbase.so")}

@@ -1,3 +1,5 @@
+#include "config/ConfigurationLoad.h"
+
 #include "base/BoundedText.h"
 #include "base/LogFileMtx.h"
 #include "base/LogLine.h"
@@ -97,7 +99,7 @@ bool ReadRevertingKeys(ConfigurationMgr& config, std::span<const RevertingKey> k
     for (const RevertingKey& entry : keys) {
         const KeyRow& key = entry.mKey;
         int& field = config.*entry.mField;
-        // A value that is no number has been reported and leaves the field, which then passes its check.
+        // A value that is no number has been reported. It leaves the field as it was, which passes the check.
         (void)ReadIntegerValue(key.mName, field);
         if (field >= key.mLowest && field <= key.mHighest) {
             continue;
@@ -177,7 +179,7 @@ int ReadEvidencePath(ConfigurationMgr& config)
     if (result == 0) {
         result = MakeEvidenceRoot(config, path);
     }
-    PublishSharedText(config.mEvidencePath, path); // one that was refused too
+    PublishSharedText(config.mEvidencePath, path); // also one that was refused
     if (result == 0) {
         WriteLogLine(logFileMtx, EVIDENCE_PATH_TEXT, THHS_EVIDENCE_PATH, path.c_str());
     }
@@ -205,28 +207,28 @@ void ReportSuccess(const ConfigurationMgr& config, bool reverted)
 }
 } // namespace
 
-int ConfigurationMgr::ReadConfigurationFile()
+int LoadConfiguration(ConfigurationMgr& config)
 {
     WriteLogLine(logFileMtx, LOAD_STARTS_TEXT);
-    if (mHelper == nullptr) {
+    if (config.mHelper == nullptr) {
         return RC_CONFIG_NO_HELPER;
     }
-    int result = ReadStoppingKeys(*this);
+    int result = ReadStoppingKeys(config);
     if (result != 0) {
         return result;
     }
-    bool reverted = ReadRevertingKeys(*this, CAPTURE_KEYS);
-    mForceReadingInterval = GetDefaultNumber(GetKey(FORCE_READING_INTERVAL));
-    (void)ReadIntegerValue(FORCE_READING_INTERVAL, mForceReadingInterval); // any value is accepted
-    reverted |= ReadRevertingKeys(*this, READING_KEYS);
-    FitReadings(*this);
-    reverted |= ReadRevertingKeys(*this, SERVICE_KEYS);
-    ReadJdkHome(*this);
-    result = ReadEvidencePath(*this);
+    bool reverted = ReadRevertingKeys(config, CAPTURE_KEYS);
+    config.mForceReadingInterval = GetDefaultNumber(GetKey(FORCE_READING_INTERVAL));
+    (void)ReadIntegerValue(FORCE_READING_INTERVAL, config.mForceReadingInterval); // any value is accepted
+    reverted |= ReadRevertingKeys(config, READING_KEYS);
+    FitReadings(config);
+    reverted |= ReadRevertingKeys(config, SERVICE_KEYS);
+    ReadJdkHome(config);
+    result = ReadEvidencePath(config);
     if (result != 0) {
         return result;
     }
-    reverted |= ReadRevertingKeys(*this, TRACE_KEYS);
-    ReportSuccess(*this, reverted);
+    reverted |= ReadRevertingKeys(config, TRACE_KEYS);
+    ReportSuccess(config, reverted);
     return 0;
 }

@@ -20,16 +20,10 @@
 
 namespace
 {
-/** One list while it is read. */
-struct MonitoringList
+bool IsList(const MonitoringList& list, const char* key)
 {
-    const char* mKey;
-    std::string mLabel;     ///< of the manager
-    std::string mUnitLabel; ///< printed after a threshold; empty for a list without thresholds
-    HelperFunctionInterface& mHelper;
-
-    bool Is(const char* key) const { return strcasecmp(mKey, key) == 0; }
-};
+    return strcasecmp(list.mKey, key) == 0;
+}
 
 struct MonitoredProcess
 {
@@ -43,14 +37,15 @@ int RefuseList(int result, const std::string& message)
     return Refuse(logFileMtx, MessageOrder::LogFirst, result, message);
 }
 
-std::string GetUnitLabel(const MonitoringList& list, const std::string& memoryUnit)
+/** What is printed after a threshold; empty for a list without thresholds. */
+std::string GetUnitLabel(const MonitoringList& list)
 {
     // Intentional: this compares the key of the list with the key of the unit, which it never is, so MB is
     // never printed. Whoever reads the log expects ABSOLUTE in these lines.
-    if (IsSameText(memoryUnit, MEMORY_UNIT_ABSOLUTE) && list.Is(THHS_MEMORY_UNIT)) {
+    if (IsSameText(list.mMemoryUnit, MEMORY_UNIT_ABSOLUTE) && IsList(list, THHS_MEMORY_UNIT)) {
         return "MB";
     }
-    return list.Is(THHS_MONITOR_DEADLOCK) ? "" : MEMORY_UNIT_ABSOLUTE;
+    return IsList(list, THHS_MONITOR_DEADLOCK) ? "" : MEMORY_UNIT_ABSOLUTE;
 }
 
 MonitoredProcess SplitElement(const MonitoringList& list, const std::string& element)
@@ -58,32 +53,32 @@ MonitoredProcess SplitElement(const MonitoringList& list, const std::string& ele
     MonitoredProcess process = {element, "", -1};
     GetKeyValueFromStringTouple(element, ":", process.mName, process.mThreshold);
     // A bare name is a valid element of this list. An element such as ":5" becomes a name as a whole.
-    if (list.Is(THHS_MONITOR_DEADLOCK) && process.mName.empty()) {
+    if (IsList(list, THHS_MONITOR_DEADLOCK) && process.mName.empty()) {
         process.mName = element;
         process.mThreshold = 0;
     }
     return process;
 }
 
-int CheckLimit(const MonitoringList& list, const MonitoredProcess& process)
+int CheckLimit(const MonitoringList& list, const std::string& unitLabel, const MonitoredProcess& process)
 {
     // Intentional: the label of the list is compared and not the setting, and it is never PERCENT. So a
     // memory threshold has no upper bound in either unit, and stores with such thresholds stay valid.
-    const bool isPercent = list.Is(THHS_MONITOR_CPU) ||
-                           (list.Is(THHS_MONITOR_MEMORY) && IsSameText(list.mUnitLabel, MEMORY_UNIT_PERCENT));
+    const bool isPercent = IsList(list, THHS_MONITOR_CPU) ||
+                           (IsList(list, THHS_MONITOR_MEMORY) && IsSameText(unitLabel, MEMORY_UNIT_PERCENT));
     if (isPercent && process.mThreshold > HIGHEST_PERCENT) {
         return RefuseList(RC_CONFIG_INVALID,
                           FormatBounded(MESSAGE_SIZE, BAD_PERCENT_TEXT, list.mLabel.c_str(),
                                         AppendBinExt(process.mName).c_str(), process.mThreshold));
     }
-    if (list.Is(THHS_MONITOR_DEADLOCK) && process.mThreshold != 0) {
+    if (IsList(list, THHS_MONITOR_DEADLOCK) && process.mThreshold != 0) {
         return RefuseList(RC_CONFIG_INVALID, FormatBounded(MESSAGE_SIZE, BAD_DEADLOCK_ELEMENT_TEXT,
                                                            process.mName.c_str(), list.mKey));
     }
     return 0;
 }
 
-int CheckProcess(const MonitoringList& list, const MonitoredProcess& process)
+int CheckProcess(const MonitoringList& list, const std::string& unitLabel, const MonitoredProcess& process)
 {
     if (process.mName.empty() || process.mThreshold < 0) {
         return RefuseList(RC_CONFIG_INVALID,
@@ -92,23 +87,23 @@ int CheckProcess(const MonitoringList& list, const MonitoredProcess& process)
     if (!ValidateInputForSpecialChars(process.mName)) {
         return RefuseList(RC_CONFIG_BAD_CHARS, BAD_NAME_TEXT);
     }
-    return CheckLimit(list, process);
+    return CheckLimit(list, unitLabel, process);
 }
 
-void RecordProcess(const MonitoringList& list, const MonitoredProcess& process)
+void RecordProcess(const MonitoringList& list, const std::string& unitLabel, const MonitoredProcess& process,
+                   std::set<std::string>& names)
 {
-    ConfigurationMgr* const config = ConfigurationMgr::GetInstance();
     std::string name = process.mName;
-    if (config->mJavaProcessMap.count(name) != 0) {
+    if (list.mJavaProcesses.count(name) != 0) {
         list.mHelper.GetJavaProcessOSName(name);
     }
-    config->mMonitoredProcessNames.insert(name);
-    if (list.mUnitLabel.empty()) {
+    names.insert(name);
+    if (unitLabel.empty()) {
         WriteLogLine(logFileMtx, MONITORED_DEADLOCK_TEXT, AppendBinExt(name).c_str(), list.mLabel.c_str());
         return;
     }
     WriteLogLine(logFileMtx, MONITORED_TEXT, AppendBinExt(name).c_str(), list.mLabel.c_str(),
-                 process.mThreshold, list.mUnitLabel.c_str());
+                 process.mThreshold, unitLabel.c_str());
 }
 } // namespace
 
@@ -120,27 +115,34 @@ int ReadMapValue(const char* key, std::string messageStr, std::map<std::string, 
         return RC_CONFIG_NO_HELPER;
     }
     int result = RC_CONFIG_NOT_DEFINED;
-    std::string value;
-    (void)ReadStringValue(key, value, result); // `value` holds the same text
+    std::string text;
+    (void)ReadStringValue(key, text, result); // `text` holds the same
     if (result != 0) {
         return result;
     }
+    ConfigurationMgr& config = *ConfigurationMgr::GetInstance();
+    const MonitoringList list = {key, messageStr, config.mMemoryUnit, config.mJavaProcessMap, *helper};
+    return ParseMonitoringList(list, text, thresholds, config.mMonitoredProcessNames);
+}
+
+int ParseMonitoringList(const MonitoringList& list, const std::string& text,
+                        std::map<std::string, int>& thresholds, std::set<std::string>& names)
+{
     std::vector<std::string> elements;
-    GetVectorFromString(value, ",", elements);
+    GetVectorFromString(text, ",", elements);
     if (elements.empty()) {
-        WriteLogLine(logFileMtx, EMPTY_LIST_TEXT, key);
+        WriteLogLine(logFileMtx, EMPTY_LIST_TEXT, list.mKey);
         return RC_CONFIG_INVALID;
     }
-    MonitoringList list = {key, messageStr, "", *helper};
-    list.mUnitLabel = GetUnitLabel(list, ConfigurationMgr::GetInstance()->mMemoryUnit);
+    const std::string unitLabel = GetUnitLabel(list);
     for (const std::string& element : elements) {
         const MonitoredProcess process = SplitElement(list, element);
-        const int checked = CheckProcess(list, process);
+        const int checked = CheckProcess(list, unitLabel, process);
         if (checked != 0) {
             return checked;
         }
         thresholds.emplace(process.mName, process.mThreshold); // the first threshold of a name counts
-        RecordProcess(list, process);
+        RecordProcess(list, unitLabel, process, names);
     }
     return 0;
 }

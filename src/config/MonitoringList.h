@@ -1,9 +1,11 @@
 #pragma once
 
 #include <map>
+#include <set>
 #include <string>
 
 class ConfigurationMgr;
+class HelperFunctionInterface;
 
 /**
  * Reads one of the three monitoring lists, "name:threshold, name:threshold", and records each name for the
@@ -18,6 +20,26 @@ class ConfigurationMgr;
  * Thread of the load.
  */
 int ReadMapValue(const char* key, std::string messageStr, std::map<std::string, int>& thresholds);
+
+/** A list and what it is parsed by, besides its text. */
+struct MonitoringList
+{
+    const char* mKey;                                         ///< of the three lists
+    std::string mLabel;                                       ///< of the manager, in messages
+    std::string mMemoryUnit;                                  ///< THHS_MEMORY_UNIT
+    const std::map<std::string, std::string>& mJavaProcesses; ///< configured names of the Java processes
+    HelperFunctionInterface& mHelper;                         ///< knows their name in the process tables
+};
+
+/**
+ * Parses the text of a list; ReadMapValue without store and settings.
+ *
+ * @param thresholds  receives configured name to threshold
+ * @param names       receives the names for the process tables; it may hold others
+ * @return 0 or an RC_CONFIG code. Thread of the load.
+ */
+int ParseMonitoringList(const MonitoringList& list, const std::string& text,
+                        std::map<std::string, int>& thresholds, std::set<std::string>& names);
 
 /**
  * Reads the three lists into the managers, which hold them; defined beside the managers.

@@ -4,6 +4,7 @@
 #include "config/ConfigurationMgr.h"
 #include "config/SharedSetting.h"
 #include "evidence/CaptureTexts.h"
+#include "evidence/EvidenceNames.h"
 #include "platform/THUEnv.h"
 #include "platform/UnixHelperFunction.h"
 #include "thbase.h"
@@ -15,50 +16,52 @@
 
 namespace
 {
-constexpr std::size_t FILE_NAME_SIZE = 64;
-constexpr std::size_t PID_FOLDER_SIZE = 8;
-constexpr std::size_t EVIDENCE_FOLDER_SIZE = 16;
 constexpr std::size_t CLEAN_LINE_SIZE = 256;
 constexpr mode_t MARKER_MODE = 0600;
 
-/** Intentional: day before month and no year. Whoever collects evidence parses these names. */
-std::string GetEvidenceFileName(int pid, const std::string& counterLabel)
+struct tm GetLocalTime()
 {
     const time_t now = time(nullptr);
     struct tm local = {};
     (void)T_localtime(&now, &local); // fills the record that it returns
-    return FormatBounded(FILE_NAME_SIZE, "%d_%02d-%02d_%02d.%02d.%02d_%s", pid, local.tm_mday,
-                         local.tm_mon + 1, local.tm_hour, local.tm_min, local.tm_sec, counterLabel.c_str());
+    return local;
+}
+
+/** Makes the folders of a process and their marker. @return the last of them; empty when one can't be made */
+std::string MakeProcessFolder(UnixHelperFunction& helper, const std::string& root,
+                              const std::string& folderName, int pid)
+{
+    if (!helper.HF_DoesFolderExist(root) && !helper.HF_CreateDir(root, false)) {
+        WriteLogLine(logFileMtx, NO_EVIDENCE_ROOT_TEXT, root.c_str());
+        return "";
+    }
+    std::string path = AppendPaths(root, folderName);
+    if (!helper.HF_CreateDir(path, false)) {
+        return "";
+    }
+    path = AppendPaths(path, GetPidFolderName(pid));
+    if (!helper.HF_CreateDir(path, false)) {
+        return "";
+    }
+    (void)helper.CreateTouchFile(AppendPaths(path, "evidence.lock")); // only a marker, nothing reads it
+    return path;
 }
 } // namespace
 
 void UnixHelperFunction::GenerateFileName(std::string folderName, int pid, std::string counterLabel,
                                           std::string& outputPath, std::string fileSuffix)
 {
-    const std::string fileName = GetEvidenceFileName(pid, counterLabel);
-    const ConfigurationMgr* const config = ConfigurationMgr::GetInstance();
-    const std::string root = CopySharedText(config->mEvidencePath); // a load may replace it meanwhile
-    if (!HF_DoesFolderExist(root) && !HF_CreateDir(root, false)) {
-        WriteLogLine(logFileMtx, NO_EVIDENCE_ROOT_TEXT, root.c_str());
+    const std::string fileName = GetEvidenceFileName(GetLocalTime(), pid, counterLabel, fileSuffix);
+    const ConfigurationMgr& config = *ConfigurationMgr::GetInstance();
+    const std::string root = CopySharedText(config.mEvidencePath); // a load may replace it meanwhile
+    const std::string folder = MakeProcessFolder(*this, root, folderName, pid);
+    if (folder.empty()) {
         return;
     }
-    std::string path = AppendPaths(root, folderName);
-    if (!HF_CreateDir(path, false)) {
-        return;
-    }
-    path = AppendPaths(path, FormatBounded(PID_FOLDER_SIZE, "%d", pid));
-    if (!HF_CreateDir(path, false)) {
-        return;
-    }
-    (void)CreateTouchFile(AppendPaths(path, "evidence.lock")); // only a marker, nothing reads it
-    path = AppendPaths(path, FormatBounded(EVIDENCE_FOLDER_SIZE, "Evidence%d",
-                                           GetSharedNumber(config->mCurrentEvidenceNumber)));
-    if (!HF_CreateDir(path, false)) {
-        return;
-    }
-    outputPath += AppendPaths(path, fileName);
-    if (!fileSuffix.empty()) {
-        outputPath += "." + fileSuffix;
+    const int number = GetSharedNumber(config.mCurrentEvidenceNumber);
+    const std::string path = AppendPaths(folder, GetEvidenceFolderName(number));
+    if (HF_CreateDir(path, false)) {
+        outputPath += AppendPaths(path, fileName);
     }
 }
 
@@ -77,7 +80,7 @@ void UnixHelperFunction::RemoveDir(std::string folderName, int pid)
 {
     // Intentional: below the folder of the log and not below the evidence root, so evidence folders stay.
     const std::string path =
-        AppendPaths(GetTHPerfMonLogPath(), folderName) + "/" + FormatBounded(PID_FOLDER_SIZE, "%d", pid);
+        AppendPaths(AppendPaths(GetTHPerfMonLogPath(), folderName), GetPidFolderName(pid));
     // Intentional: despite its text, the line is written only when rmdir fails.
     if (rmdir(path.c_str()) != 0) {
         WriteVerboseLine(logFileMtx, "Cleaned up folders that are not required %s (PID : %d)\n", path.c_str(),

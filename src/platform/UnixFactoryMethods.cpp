@@ -6,7 +6,12 @@
 
 CmdPath* GetCmdPathInstance()
 {
-    if (GetOSType() == eOSSuse) {
+    return MakeCmdPath(GetOSType());
+}
+
+CmdPath* MakeCmdPath(int osType)
+{
+    if (osType == eOSSuse) {
         return new SuseCmdPath();
     }
     return new CmdPath();

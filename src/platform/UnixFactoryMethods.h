@@ -2,6 +2,8 @@
 
 class CmdPath;
 
-/** A new CmdPath, of the SUSE kind when GetOSType() is exactly 1. Never null. The caller owns it. Any thread.
- */
+/** MakeCmdPath for this machine. */
 CmdPath* GetCmdPathInstance();
+
+/** A new CmdPath, of the SUSE kind when the type is eOSSuse. Never null. The caller owns it. Any thread. */
+CmdPath* MakeCmdPath(int osType);

@@ -1,9 +1,10 @@
 #include "platform/UnixHelperFactoryMethod.h"
 
-#include "platform/RhelHelperFunction.h"
+#include "platform/HelperKinds.h"
 #include "platform/THOSVersion.h"
 #include "platform/UnixHelperFunction.h"
 
+// In a file of their own, so that a test program can make helpers of its own.
 HelperFunctionInterface* GetHelperFunctionInstance()
 {
     return GetUnixHelperFunctionInstance();
@@ -11,8 +12,5 @@ HelperFunctionInterface* GetHelperFunctionInstance()
 
 UnixHelperFunction* GetUnixHelperFunctionInstance()
 {
-    if (GetOSType() == eOSRedHat) {
-        return new RhelHelperFunction();
-    }
-    return new UnixHelperFunction();
+    return MakeUnixHelper(GetOSType());
 }

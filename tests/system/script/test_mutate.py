@@ -1,9 +1,12 @@
 """script/mutate: the changes that it makes, and what it says of those that no test notices."""
 import importlib
 import pathlib
+import subprocess
 import sys
 
 import pytest
+
+from host import product
 
 CHECKOUT = pathlib.Path(__file__).resolve().parents[3]
 
@@ -60,7 +63,7 @@ def test_what_is_no_code_or_would_not_build_is_left_alone(library, code):
     assert not changes(library, code)
 
 
-def test_a_change_is_told_by_its_lines_before_and_after(library):
+def test_a_change_is_shown_by_its_lines_before_and_after(library):
     code = "int a;\n  return a <\n    b  + c;\n"
     mutant = library("mutants").mutants(code)[-1]
     assert mutant.line_number(code) == 3
@@ -128,7 +131,36 @@ def test_a_list_may_be_empty_or_hold_lines_like_those_of_its_form(library):
         ("a.cpp", "- x", "+ - y"), ("b.cpp", "", ";")}
 
 
-def test_every_row_of_the_list_has_its_form_and_names_a_source(library):
+def test_every_row_of_the_list_has_its_form_and_names_a_change_of_a_source(library):
     mutate = library("mutate")
     rows = mutate.read_equivalents((CHECKOUT / mutate.EQUIVALENT).read_text())
     assert {source for source, _, _ in rows} <= set(mutate.all_sources())
+    for source, before, after in rows:
+        code = (CHECKOUT / source).read_text()
+        made = {mutant.before_and_after(code) for mutant in library("mutants").mutants(code)}
+        assert (before, after) in made, f"{source}: {before}"
+
+
+def functions_of(*files):
+    """(file or member of an archive, the functions that it defines)."""
+    listing = subprocess.run(["nm", "-A", "--defined-only", *files], capture_output=True, text=True, check=True).stdout
+    defined = {}
+    for line in listing.splitlines():
+        place, kind, name = line.rsplit(maxsplit=2)
+        if kind == "T":
+            defined.setdefault(place.split(":")[-2], set()).add(name)
+    return defined
+
+
+def test_a_whole_run_leaves_out_the_sources_that_the_test_program_does_not_hold(library):
+    """The linker takes the functions of the tests in place of those of the same name in the core."""
+    mutate, build = library("mutate"), product.build_folder()
+    objects = sorted((build / "tests/unit/CMakeFiles/thsentinel_tests.dir").rglob("*.cpp.o"))
+    if not objects:
+        pytest.skip(f"needs the unit tests in {build}")
+    of_tests = set().union(*functions_of(*objects).values())
+    replaced = {member.removesuffix(".o") for member, names in functions_of(build / "src/libthsentinel_core.a").items()
+                if names & of_tests}
+    assert replaced | {"main.cpp"} == {pathlib.Path(source).name for source in mutate.WITHOUT_TESTS}
+    assert all((CHECKOUT / source).exists() for source in mutate.WITHOUT_TESTS)
+    assert not mutate.WITHOUT_TESTS & set(mutate.all_sources())

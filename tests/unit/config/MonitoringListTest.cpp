@@ -486,7 +486,7 @@ TEST_F(MonitoringListHelpers, ANameIsCheckedBeforeItsNumber)
     EXPECT_EQ(mResult, 102);
 }
 
-TEST_F(MonitoringListHelpers, AreGivenBackOnEveryPath)
+TEST_F(MonitoringListHelpers, AreFreedOnEveryPath)
 {
     for (const char* const list : {"a:1,b:2", "", "a", "a;b", "a:101", "spoil:5"}) {
         Read(CPU, list);

@@ -38,56 +38,14 @@ std::string GenerateName(const std::string& folder, int pid, const std::string& 
 
 // ---- The tree and its names -------------------------------------------------------------------------------
 
-struct NameCase
-{
-    const char* mName;
-    int mPid;
-    int mNumber;
-    std::string mLabel;
-    std::string mSuffix;
-    std::string mPath; ///< below the folder
-};
-
-class GenerateFileNameTable : public CaptureFixture, public testing::WithParamInterface<NameCase>
-{
-};
-
-TEST_P(GenerateFileNameTable, NamesFolderAndFile)
-{
-    const NameCase& row = GetParam();
-    ConfigurationMgr::GetInstance()->mCurrentEvidenceNumber = row.mNumber;
-    EXPECT_EQ(GenerateName("exampled", row.mPid, row.mLabel, row.mSuffix), mRoot + "/exampled/" + row.mPath);
-    EXPECT_THAT(GetLogLines(), IsEmpty());
-}
-
-INSTANTIATE_TEST_SUITE_P(
-    Names, GenerateFileNameTable,
-    testing::Values(
-        NameCase{"WithoutSuffix", 4321, 1, "Memory", "", "4321/Evidence1/4321_13-11_02.10.28_Memory"},
-        NameCase{"WithSuffix", 4321, 1, "Memory", "MemoryPerf",
-                 "4321/Evidence1/4321_13-11_02.10.28_Memory.MemoryPerf"},
-        NameCase{"ByEvidenceNumber", 4321, 12, "CPU", "hprof",
-                 "4321/Evidence12/4321_13-11_02.10.28_CPU.hprof"},
-        NameCase{"WithoutLabel", 1, 1, "", "x", "1/Evidence1/1_13-11_02.10.28_.x"},
-        NameCase{"IdOfSevenDigits", 1234567, 1, "CPU", "", "1234567/Evidence1/1234567_13-11_02.10.28_CPU"},
-        NameCase{"FolderOfALongerIdIsCut", 12345678, 1, "CPU", "",
-                 "1234567/Evidence1/12345678_13-11_02.10.28_CPU"},
-        NameCase{"EvidenceFolderOfFifteenCharacters", 1, 1234567, "CPU", "",
-                 "1/Evidence1234567/1_13-11_02.10.28_CPU"},
-        NameCase{"LongerEvidenceFolderIsCut", 1, 12345678, "CPU", "",
-                 "1/Evidence1234567/1_13-11_02.10.28_CPU"},
-        NameCase{"NameOfSixtyThreeCharacters", 4321, 1, std::string(43, 'L'), "",
-                 "4321/Evidence1/4321_13-11_02.10.28_" + std::string(43, 'L')},
-        NameCase{"LongerNameIsCutBeforeItsSuffix", 4321, 1, std::string(44, 'L'), "Netstat",
-                 "4321/Evidence1/4321_13-11_02.10.28_" + std::string(43, 'L') + ".Netstat"}),
-    [](const auto& row) { return row.param.mName; });
-
 using EvidenceFolders = CaptureFixture;
 
-TEST_F(EvidenceFolders, NamePutsDayBeforeMonthInTwoDigits)
+TEST_F(EvidenceFolders, FileLiesInTheFolderOfItsSetBelowProcessAndId)
 {
-    GetStore().mLocalTime = MakeLocalTime(2021, 3, 5, 7, 8, 9);
-    EXPECT_EQ(fs::path(GenerateName("exampled", 1, "CPU", "")).filename(), "1_05-03_07.08.09_CPU");
+    ConfigurationMgr::GetInstance()->mCurrentEvidenceNumber = 12;
+    EXPECT_EQ(GenerateName("exampled", 4321, "CPU", "hprof"),
+              mRoot + "/exampled/4321/Evidence12/4321_13-11_02.10.28_CPU.hprof");
+    EXPECT_THAT(GetLogLines(), IsEmpty());
 }
 
 TEST_F(EvidenceFolders, NameTakesTheTimeOfEachCall)
@@ -154,7 +112,7 @@ TEST_F(EvidenceFolders, FolderNameIsUsedAsItStands)
 
 // ---- Folders that can't be made ---------------------------------------------------------------------------
 
-TEST_F(EvidenceFolders, RootThatCantBeMadeIsToldAndLeavesThePath)
+TEST_F(EvidenceFolders, RootThatCantBeMadeIsReportedAndLeavesThePath)
 {
     ConfigurationMgr::GetInstance()->mEvidencePath = mRoot + "/no/such";
     UnixHelperFunction helper;
@@ -201,7 +159,7 @@ INSTANTIATE_TEST_SUITE_P(
 
 // ---- The marker -------------------------------------------------------------------------------------------
 
-TEST_F(EvidenceFolders, MarkerThatCantBeMadeIsToldAndThePathIsBuilt)
+TEST_F(EvidenceFolders, MarkerThatCantBeMadeIsReportedAndThePathIsBuilt)
 {
     const std::string marker = mRoot + "/exampled/4321/evidence.lock";
     fs::create_directories(marker);
@@ -257,7 +215,7 @@ TEST_F(EvidenceFolders, MarkerThatIsThereKeepsContentAndTime)
     EXPECT_EQ(GetMode(marker), 0640U);
 }
 
-TEST_F(EvidenceFolders, TouchFileTellsWhetherItCouldBeOpened)
+TEST_F(EvidenceFolders, TouchFileReportsWhetherItCouldBeOpened)
 {
     const std::string folder = MakeFolder();
     UnixHelperFunction helper;
@@ -271,7 +229,7 @@ TEST_F(EvidenceFolders, TouchFileTellsWhetherItCouldBeOpened)
 
 // ---- Clean-up ---------------------------------------------------------------------------------------------
 
-TEST_F(EvidenceFolders, RemoveDirRemovesTheEmptyFolderBelowTheLogWithoutAWord)
+TEST_F(EvidenceFolders, RemoveDirRemovesTheEmptyFolderBelowTheLogSilently)
 {
     SetVerbose(1);
     const std::string folder = GetTHPerfMonLogPath() + "/exampled/4321";
@@ -282,7 +240,7 @@ TEST_F(EvidenceFolders, RemoveDirRemovesTheEmptyFolderBelowTheLogWithoutAWord)
     EXPECT_THAT(GetLogLines(), IsEmpty());
 }
 
-TEST_F(EvidenceFolders, RemoveDirTellsOfCleaningUpOnlyWhenItFailed)
+TEST_F(EvidenceFolders, RemoveDirLogsACleanUpOnlyWhenItFailed)
 {
     SetVerbose(1);
     (void)GenerateName("exampled", 4321, "CPU", "");
@@ -318,7 +276,7 @@ TEST_F(EvidenceFolders, CleanLineIsUnquotedAndCutAt255Characters)
     EXPECT_EQ(helper.HF_CommandToCleanFolder(""), "rm -f ");
 }
 
-TEST_F(EvidenceFolders, PurgeKeepsTheTreeAndTellsOfSuccess)
+TEST_F(EvidenceFolders, PurgeKeepsTheTreeAndReportsSuccess)
 {
     const std::string path = GenerateName("exampled", 4321, "CPU", "Netstat");
     WriteFile(path, "evidence");

@@ -1,47 +1,42 @@
 #include "platform/UnixFactoryMethods.h"
 
 #include "platform/SUSECommandPath.h"
+#include "platform/THOSVersion.h"
 #include "platform/ToolHost.h"
 
 #include <memory>
 
 namespace
 {
-using UnixFactoryMethods = ToolHost;
-
-/** True when the factory makes the kind for SUSE. */
-bool MakesSuseTools()
+bool IsOfSuse(CmdPath* tools)
 {
-    const std::unique_ptr<CmdPath> tools(GetCmdPathInstance());
-    return dynamic_cast<SuseCmdPath*>(tools.get()) != nullptr;
+    const std::unique_ptr<CmdPath> owned(tools);
+    return dynamic_cast<SuseCmdPath*>(tools) != nullptr;
 }
+
+using UnixFactoryMethods = ToolHost;
 } // namespace
 
-TEST_F(UnixFactoryMethods, MakeTheUsualToolsWithoutAReleaseFile)
+TEST(CmdPathKinds, MakeTheToolsOfSuseThereAlone)
 {
-    EXPECT_FALSE(MakesSuseTools());
+    EXPECT_TRUE(IsOfSuse(MakeCmdPath(eOSSuse)));
+    EXPECT_FALSE(IsOfSuse(MakeCmdPath(eOSRedHat)));
+    EXPECT_FALSE(IsOfSuse(MakeCmdPath(eOSOther)));
+    EXPECT_FALSE(IsOfSuse(MakeCmdPath(-1)));
+    EXPECT_FALSE(IsOfSuse(MakeCmdPath(3)));
 }
 
-TEST_F(UnixFactoryMethods, MakeTheUsualToolsOnRedHatAndOracle)
+TEST(CmdPathKinds, MakeANewObjectEachTime)
 {
-    mHost.Provide(REDHAT_RELEASE);
-    EXPECT_FALSE(MakesSuseTools());
-    mHost.Remove(REDHAT_RELEASE);
-    mHost.Provide(ORACLE_RELEASE);
-    EXPECT_FALSE(MakesSuseTools());
+    const std::unique_ptr<CmdPath> tools(MakeCmdPath(eOSOther));
+    EXPECT_NE(std::unique_ptr<CmdPath>(MakeCmdPath(eOSOther)), tools);
 }
 
-TEST_F(UnixFactoryMethods, MakeTheToolsOfSuseThereAlone)
+TEST_F(UnixFactoryMethods, LookAtTheReleaseFilesAtEachCall)
 {
+    EXPECT_FALSE(IsOfSuse(GetCmdPathInstance()));
     mHost.Provide(SUSE_RELEASE);
-    EXPECT_TRUE(MakesSuseTools());
+    EXPECT_TRUE(IsOfSuse(GetCmdPathInstance()));
     mHost.Provide(REDHAT_RELEASE);
-    EXPECT_FALSE(MakesSuseTools());
-}
-
-TEST_F(UnixFactoryMethods, MakeANewObjectEachTime)
-{
-    const std::unique_ptr<CmdPath> first(GetCmdPathInstance());
-    const std::unique_ptr<CmdPath> second(GetCmdPathInstance());
-    EXPECT_NE(first, second);
+    EXPECT_FALSE(IsOfSuse(GetCmdPathInstance()));
 }

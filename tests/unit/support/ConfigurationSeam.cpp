@@ -1,6 +1,7 @@
 #include "support/ConfigurationSeam.h"
 
-class ConfigurationMgr;
+#include "config/ConfigurationLoad.h"
+#include "config/ConfigurationMgr.h"
 
 ConfigurationSeam& GetConfigurationSeam()
 {
@@ -8,13 +9,8 @@ ConfigurationSeam& GetConfigurationSeam()
     return *seam;
 }
 
-extern "C" {
-
-int __real__ZN16ConfigurationMgr21ReadConfigurationFileEv(ConfigurationMgr* config);
-int __wrap__ZN16ConfigurationMgr21ReadConfigurationFileEv(ConfigurationMgr* config)
+// In place of the program's own.
+int ConfigurationMgr::ReadConfigurationFile()
 {
-    return GetConfigurationSeam().mRead ? GetConfigurationSeam().mRead()
-                                        : __real__ZN16ConfigurationMgr21ReadConfigurationFileEv(config);
+    return GetConfigurationSeam().mRead ? GetConfigurationSeam().mRead() : LoadConfiguration(*this);
 }
-
-} // extern "C"

@@ -2,7 +2,7 @@
 
 #include <functional>
 
-/** The load of the settings as other sources call it: a test can answer in its place. */
+/** The load of the settings, ConfigurationMgr::ReadConfigurationFile: a test can answer in its place. */
 struct ConfigurationSeam
 {
     std::function<int()> mRead;

@@ -1,5 +1,8 @@
 #include "support/HelperSeam.h"
 
+#include "platform/HelperKinds.h"
+#include "platform/THOSVersion.h"
+#include "platform/UnixHelperFactoryMethod.h"
 #include "platform/UnixHelperFunction.h"
 
 HelperSeam& GetHelperSeam()
@@ -8,18 +11,13 @@ HelperSeam& GetHelperSeam()
     return *seam;
 }
 
-extern "C" {
-
-HelperFunctionInterface* __real__Z25GetHelperFunctionInstancev();
-HelperFunctionInterface* __wrap__Z25GetHelperFunctionInstancev()
+// Both in place of the program's own.
+HelperFunctionInterface* GetHelperFunctionInstance()
 {
-    return GetHelperSeam().mMake ? GetHelperSeam().mMake() : __real__Z25GetHelperFunctionInstancev();
+    return GetUnixHelperFunctionInstance();
 }
 
-UnixHelperFunction* __real__Z29GetUnixHelperFunctionInstancev();
-UnixHelperFunction* __wrap__Z29GetUnixHelperFunctionInstancev()
+UnixHelperFunction* GetUnixHelperFunctionInstance()
 {
-    return GetHelperSeam().mMake ? GetHelperSeam().mMake() : __real__Z29GetUnixHelperFunctionInstancev();
+    return GetHelperSeam().mMake ? GetHelperSeam().mMake() : MakeUnixHelper(GetOSType());
 }
-
-} // extern "C"
