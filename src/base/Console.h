@@ -21,7 +21,7 @@ void CloseStandardStreams();
  * Puts an inert descriptor on each of the descriptors 0 to 2 that is free.
  *
  * Reading and writing such a descriptor fails with EBADF just as on a closed one, and tools that the daemon
- * starts find it closed. But no lock file, evidence file or log can come to lie on it, where a closing of the
- * streams would drop its lock, or a message for standard error would land in it.
+ * starts find it closed. But no lock file, evidence file or log can get such a descriptor, where closing the
+ * streams would drop its lock, or a message for standard error would be written into it.
  */
 void OccupyFreeStandardDescriptors();

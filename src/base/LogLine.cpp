@@ -23,7 +23,7 @@ std::size_t MeasureText(const char* format, va_list arguments)
 void WriteLine(mutex& unitMutex, bool hasStamp, const char* format, va_list arguments)
 {
     LOG_GATE.mPrepare();
-    // A cancellation in the middle would leave behind an open stream without its buffer, which the end of
+    // A cancellation in the middle would leave an open stream without its buffer, which the end of
     // the process would still write out.
     const CancellationHold uncancelled;
     const MutexHold hold(unitMutex);

@@ -10,7 +10,7 @@
  * loses the line and nothing else. Any thread. A cancelled thread finishes its line first.
  */
 
-/** What the log needs to know of the program around it. */
+/** What the log needs from the program around it. */
 struct LogGate
 {
     void (*mPrepare)();   ///< makes the folder of the log at its first call; comes before every line
@@ -35,7 +35,7 @@ enum class MessageOrder
     ConsoleFirst
 };
 
-/** Writes a message as a line and prints it on the console, in the order that is asked for. */
+/** Writes a message as a line and prints it on the console, in the given order. */
 void ReportMessage(mutex& unitMutex, MessageOrder order, const std::string& message);
 
 /** True when verbose lines are written; for work that only such lines need. */

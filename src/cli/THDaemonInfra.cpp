@@ -33,24 +33,24 @@ constexpr int CREATION_BUDGET = 3;
 constexpr int EXIT_ON_SIGNAL = -1;
 constexpr useconds_t MICROSECONDS_BETWEEN_LOOKS = 10000;
 
-/** What a stop does that meets the main thread. */
+/** What a stop signal does on the main thread. */
 enum eStopTreatment : int
 {
-    STOPS_ARE_TAKEN,   ///< all of its work: the main thread waits and holds no lock
-    STOPS_END_AT_ONCE, ///< it ends the process: the main thread works, with nothing to tear down yet
+    STOPS_ARE_TAKEN,   ///< all of the work of a stop: the main thread waits and holds no lock
+    STOPS_END_AT_ONCE, ///< it ends the process: nothing has to be torn down yet
     STOPS_ARE_KEPT     ///< nothing until the main thread waits: it may hold a lock that the stop needs
 };
 
 volatile sig_atomic_t gStopTreatment = STOPS_ARE_TAKEN;
 volatile sig_atomic_t gKeptStop = 0;
 
-/** For the main thread at work. */
+/** For the time in which the main thread works and doesn't wait. */
 void SetStopTreatmentOfWork()
 {
     gStopTreatment = bThreadInitialized ? STOPS_ARE_KEPT : STOPS_END_AT_ONCE;
 }
 
-/** Takes a stop that was kept, and from then on those that come. */
+/** Handles a stop that was kept, and from now on each stop when it comes. */
 void TakeStops()
 {
     gStopTreatment = STOPS_ARE_TAKEN;
@@ -105,7 +105,7 @@ bool ReadLockFile(const std::string& path, std::string& content)
     return true;
 }
 
-/** Takes away what the starter's terminal is called: the tools would cut their lines by it. */
+/** Removes the size of the starter's terminal from the environment: the tools would cut their lines to it. */
 void ForgetTerminal()
 {
     for (const char* const name : {"COLUMNS", "LINES"}) {
@@ -152,7 +152,7 @@ void RunWorker()
             return;
         }
         if (status.mAlive == 0) {
-            (void)StopMonitoringActivity(); // Intentional: the second time, after the worker's own call
+            (void)StopMonitoringActivity(); // Intentional: repeats the worker's own call, see the header
             return;
         }
         WaitTakingStops(1);
@@ -178,7 +178,7 @@ int RunDaemon(const char* processName, const char* runFileName)
     }
     RunWorker();
     TakeStops();
-    SetStopTreatmentOfWork(); // one that is kept from now on meets a process that is ending anyway
+    SetStopTreatmentOfWork(); // the process ends anyway, so one that is kept from now on isn't missed
     syslog(LOG_INFO, DAEMON_EXIT_TEXT);
     closelog();
     return 0;
@@ -203,7 +203,7 @@ void SignalHandler(int signal)
         return;
     }
     if (gStopTreatment == STOPS_END_AT_ONCE) {
-        _exit(EXIT_ON_SIGNAL); // exit isn't safe at the place that the signal met
+        _exit(EXIT_ON_SIGNAL); // exit isn't safe wherever a signal may interrupt the thread
     }
     gStopTreatment = STOPS_ARE_KEPT; // a second stop doesn't interrupt the first
     gStopTheDaemon = 1;

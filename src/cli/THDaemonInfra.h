@@ -9,7 +9,7 @@
  * The daemon as the only process of its kind: two lock files, the signals, and the fork.
  *
  * The daemon counts as running exactly when the child lock can't be taken; whoever asks and finds it free
- * holds it until the end of the process. Both locks are record locks, so a crash leaves none behind, a child
+ * holds it until the end of the process. Both locks are record locks, so a crash releases them, a child
  * doesn't inherit them, and a process that holds or may hold one closes no descriptor of its file, which
  * would drop it.
  */
@@ -42,8 +42,8 @@ extern std::int32_t gUUIDFd;        ///< descriptor of the lock file that was op
 void SignalHandler(int signal);
 
 /**
- * Waits, and meanwhile takes stops. At all other times the main thread keeps them once there is a worker, so
- * the program waits between its actions through this and not by sleep alone. SIGHUP cuts the wait short.
+ * Waits, and handles stops meanwhile. Once there is a worker, a stop that comes at any other time is kept
+ * until the next such wait, so the program never waits by sleep alone. SIGHUP cuts the wait short.
  */
 void WaitTakingStops(unsigned int seconds);
 

@@ -23,5 +23,9 @@ int StartMonitoringActivity();
 /** Body of the worker: pass after pass, until the service is stopped. @param arg  a ServiceThreadStatus */
 void* ServiceWorkerThread(void* arg);
 
-/** Stops the service. A second call repeats everything, its lines too. Main thread or worker. Always 0. */
+/**
+ * Stops the service. A second call repeats everything, its lines too. Intentional: after a reload that
+ * failed, worker and main thread both call it, and operators know such an end by the lines that come twice.
+ * Main thread or worker. Always 0.
+ */
 int StopMonitoringActivity();

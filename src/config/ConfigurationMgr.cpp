@@ -79,7 +79,7 @@ void ConfigurationMgr::InitializeLogFile()
     const std::string secondPath =
         AppendPaths(GetSystemTempPath(), AppendPaths(GetTHPerfMonLogDirName(), GetTHPerfMonLogFileName()));
     // Intentional: this makes a folder of the file's own name and not the folder above it, so the second path
-    // is used only where a plain file of that name exists. Nobody reads mLogFilePath; lines go to the first
+    // is used only where a plain file of that name exists. Nothing reads mLogFilePath; lines go to the first
     // path alone.
     if (mHelper->HF_CreateDir(secondPath, false) && mHelper->HF_OpenFileInMode(&file, secondPath, "a+")) {
         mLogFilePath = secondPath;

@@ -57,7 +57,7 @@ enum class WhenAbsent
     StopsService
 };
 
-/** What a value does that is out of range, or that isn't what the kind asks for. */
+/** What happens at a value that is out of range or not of its kind. */
 enum class WhenBad
 {
     StopsService,     ///< the load ends with mStopCode, or with RC_CONFIG_BAD_CHARS for forbidden characters

@@ -4,7 +4,8 @@
 
 /**
  * One POSIX mutex, not recursive. Intentional: its operations check neither whether it was set up nor the
- * results of POSIX. A log line has nobody to report a failure to.
+ * results of POSIX. A failure could only be reported by a log line,
+ * which needs a mutex itself.
  */
 class mutex
 {

@@ -19,7 +19,7 @@ inline constexpr char DUMP_COUNT_TEXT[] = "Taking Process Dump (Count #%d) for p
 /** Name in the process tables, THHS_DUMP_COUNT. */
 inline constexpr char DUMP_COUNT_REACHED_TEXT[] = "Dump count reached max allowed for process %s : %d\n";
 
-/** Handed to the capture of a core image: label, title, reading, unit, threshold, unit. */
+/** Passed to the capture of a core image: label, title, reading, unit, threshold, unit. */
 inline constexpr char DUMP_EVENT_TEXT[] =
     "Dump Event : %s threshold detected by %s Service (Current Usage : %.2lf %s,  Threshold Set : %d %s)";
 

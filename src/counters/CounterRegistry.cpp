@@ -17,7 +17,7 @@ namespace
 constexpr std::size_t LABEL_SIZE = 64;
 }
 
-/** One configured name on its way to counters. */
+/** One configured name, and what its counters are made from. */
 struct CounterMgr::Registration
 {
     std::string mConfiguredName;

@@ -11,7 +11,7 @@ struct CaptureTexts
     const char* mNotCreated; ///< for the subject
 };
 
-/** What a capture is about: of most a process, "name (PID : 42)", in both lines. */
+/** The subject of both lines about a capture: for most captures a process, "name (PID : 42)". */
 struct CaptureSubject
 {
     std::string mOfStart;

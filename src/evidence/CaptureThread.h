@@ -53,7 +53,7 @@ bool StartCapture(UnixHelperFunction& helper, mutex& unitMutex, ThreadFunction b
         WriteLogLine(unitMutex, texts.mNotCreated, subject.mOfFailure.c_str());
         return false;
     }
-    (void)record.release(); // the thread's
+    (void)record.release(); // the thread owns it
     WriteVerboseLine(unitMutex, texts.mCreated, start.mThreadId, subject.mOfStart.c_str());
     return true;
 }

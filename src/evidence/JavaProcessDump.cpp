@@ -93,9 +93,9 @@ void* ThreadJavaProcessDump(void* data)
     return RunCapture<SnapshotData>(data, GetHelperFunctionInstance,
                                     [](HelperFunctionInterface& helper, const SnapshotData& record) {
                                         const bool hasHeap = TakeHeapDump(helper, record);
-                                        // Tried also after a failed heap dump; one of the two is a success.
+                                        // Tried also after a failed heap dump; one of the two is enough.
                                         const bool hasThreads = TakeThreadDump(helper, record);
-                                        if ((hasHeap || hasThreads)) {
+                                        if (hasHeap || hasThreads) {
                                             WriteVerboseLine(logFileMtx, JAVA_DUMP_TAKEN_TEXT);
                                         }
                                     });

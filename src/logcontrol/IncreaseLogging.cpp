@@ -65,7 +65,7 @@ void ReadLevels(UnixHelperFunction& helper, const std::string& tool, const std::
 void Raise(UnixHelperFunction& helper, const std::string& tool, const std::string& target)
 {
     const std::string line = tool + " -a -p TH -o " + target + " -s DebugLevel=6 -s DiagnosticLevel=6";
-    // A tool that says nothing counts as good as one that does; only the line is left out.
+    // A tool that prints nothing counts as a success too, only without the line.
     if (!helper.ExecuteCommand(line.c_str()).empty()) {
         WriteVerboseLine(logFileMtx, LEVELS_RAISED_TEXT, target.c_str());
     }

@@ -6,12 +6,11 @@
 #include <string>
 
 /**
- * Raises of log levels against the stop that restores them.
+ * Log levels that the worker raises while a stop restores them on another thread.
  *
- * The worker raises one target after the other, and a stop restores them on another thread. Each level that
- * is raised is among those that the stop restores, and nothing is raised once a stop has begun. The tool that
- * raises may still be at work when the stop restores its target, and may come later; so that target is
- * restored again. All functions: any thread.
+ * The stop restores each level that is raised, and nothing is raised once it has begun. The tool that raises
+ * a target may still run when the stop restores that target, and may change it afterwards, so the target is
+ * restored once more. All functions: any thread.
  */
 
 using SavedLevels = std::map<std::string, LogLevel>;
@@ -39,7 +38,8 @@ private:
     bool mIsAllowed;
 };
 
-/** The saved levels, for a restore. A raise that is in progress now counts as met. */
+/** The saved levels, for a restore. A raise that is in progress now is noted as the one that the restore has
+ * met. */
 SavedLevels CopySavedLevels(const SavedLevels& saved);
 
 /** Whether the raise that a restore has met is still in progress. */

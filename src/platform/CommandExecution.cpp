@@ -43,8 +43,8 @@ private:
 };
 
 /**
- * Reads from the descriptor, past the stream: a thread in the middle of a read on a stream holds the lock of
- * that, and the end of the process, which may take the locks of all streams, would wait for the tool.
+ * Reads from the descriptor and not from the stream: a thread that reads from a stream holds its lock, and
+ * the end of the process, which may take the locks of all streams, would wait for the tool.
  */
 std::string ReadToEnd(int pipe)
 {
@@ -55,7 +55,7 @@ std::string ReadToEnd(int pipe)
         if (length > 0) {
             output.Append({buffer, static_cast<std::size_t>(length)});
         } else if (length == 0 || errno != EINTR) {
-            return output.GetText(); // an error that stays would never come to the end of the pipe
+            return output.GetText(); // an error that lasts would be met forever
         }
     }
 }
