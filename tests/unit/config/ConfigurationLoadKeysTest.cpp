@@ -15,7 +15,7 @@ struct KeyRow
     int mDefault;
     std::vector<int> mGood; ///< the last one is not the default
     std::vector<int> mBad;
-    const char* mRest; ///< of the line, behind the value
+    const char* mRest; ///< of the line, after the value
 
     friend void PrintTo(const KeyRow& row, std::ostream* out) { *out << row.mName; }
 };
@@ -42,7 +42,7 @@ protected:
     {
         const std::string key = GetParam().mKey;
         LogOfLoad load = {{}, {}, 600, true};
-        Lines& lines = key == "THHS_VERBOSE" ? load.mBehindEvidencePath : load.mBeforeJdkHome;
+        Lines& lines = key == "THHS_VERBOSE" ? load.mAfterEvidencePath : load.mBeforeJdkHome;
         lines = {GetLine(value)};
         if (key == "THHS_PURGE_OLD_EVIDENCE") {
             lines.push_back("Make sure that required evidences are copied before setting it to 1.");
@@ -216,7 +216,7 @@ TEST_F(StoppingKey, TheMemoryUnitIsAbsoluteWithoutItsKey)
     GetStore().mValues.erase("THHS_MEMORY_UNIT");
     Load();
     EXPECT_EQ(mConfig->mMemoryUnit, "ABSOLUTE");
-    GetStore().mResults["THHS_MEMORY_UNIT"] = 228; // a text that wasn't read for good
+    GetStore().mResults["THHS_MEMORY_UNIT"] = 228; // a text that comes with an unusual result
     Load("THHS_MEMORY_UNIT", "PERCENT");
     EXPECT_EQ(mConfig->mMemoryUnit, "ABSOLUTE");
     EXPECT_EQ(mResult, 0);

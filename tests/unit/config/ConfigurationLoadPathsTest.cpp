@@ -1,12 +1,10 @@
+#include "config/ConcurrentReaders.h"
 #include "config/LoadFixture.h"
 #include "config/SharedSetting.h"
 
-#include <algorithm>
-#include <atomic>
 #include <filesystem>
 #include <iterator>
 #include <ostream>
-#include <thread>
 
 #include <sys/stat.h>
 
@@ -102,7 +100,7 @@ TEST_F(EvidencePath, MayEndInASlash)
     EXPECT_EQ(GetLogLines(), GetLog({}));
 }
 
-TEST_F(EvidencePath, TakesAPlainFileOfTheFoldersNameForMade)
+TEST_F(EvidencePath, AcceptsAPlainFileOfTheFoldersName)
 {
     WriteFile(mFolder + "/thsentinel", "in the way");
     Load();
@@ -184,7 +182,7 @@ INSTANTIATE_TEST_SUITE_P(
                     "folder. thsentinel will not start."}}),
     NameOfRow());
 
-TEST_F(EvidencePath, WithAnUnusualCodeOfTheStoreStopsAsNotDefinedWithoutAWord)
+TEST_F(EvidencePath, WithAnUnusualCodeOfTheStoreStopsAsNotDefinedSilently)
 {
     GetStore().mResults["THHS_EVIDENCE_PATH"] = 228;
     Load();
@@ -204,38 +202,22 @@ TEST_F(EvidencePath, IsEmptyOnceTheKeyHasGone)
     EXPECT_EQ(mConfig->mEvidencePath, "");
 }
 
-TEST_F(EvidencePath, IsReplacedByTheWholeNewOneUnderThoseWhoReadIt)
+TEST_F(EvidencePath, IsReplacedAsAWholeWhileOthersReadIt)
 {
     constexpr int COPIES = 20000;
     const std::string places[] = {MakeFolder(), MakeFolder() + "/a/longer/way/to/a/place/of/evidence"};
     std::filesystem::create_directories(places[1]);
     Load("THHS_EVIDENCE_PATH", places[0]);
-    std::atomic<bool> isDone = false;
-    std::atomic<bool> isEachWhole = true;
-    std::vector<std::atomic<int>> copies(3);
-    std::vector<std::thread> readers;
-    for (std::atomic<int>& count : copies) {
-        readers.emplace_back([&] {
-            while (!isDone) {
-                const std::string path = CopySharedText(mConfig->mEvidencePath);
-                isEachWhole =
-                    isEachWhole && (path == places[0] + "/thsentinel" || path == places[1] + "/thsentinel");
-                ++count;
-            }
-        });
-    }
+    ConcurrentReaders readers([&] {
+        const std::string path = CopySharedText(mConfig->mEvidencePath);
+        return path == places[0] + "/thsentinel" || path == places[1] + "/thsentinel";
+    });
     std::size_t load = 0;
-    const bool didAllRead = WaitFor([&] {
+    EXPECT_TRUE(WaitFor([&] {
         Load("THHS_EVIDENCE_PATH", places[++load % 2]);
         EXPECT_EQ(mResult, 0);
-        return load > 20 && std::all_of(copies.begin(), copies.end(),
-                                        [](const std::atomic<int>& count) { return count >= COPIES; });
-    });
-    isDone = true;
-    for (std::thread& reader : readers) {
-        reader.join();
-    }
-    EXPECT_TRUE(didAllRead);
-    EXPECT_TRUE(isEachWhole);
+        return load > 20 && readers.HaveRead(COPIES);
+    }));
+    EXPECT_TRUE(readers.End());
 }
 } // namespace

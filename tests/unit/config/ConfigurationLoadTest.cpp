@@ -225,7 +225,7 @@ TEST_F(ConfigurationLoad, StopsWithoutAHelper)
     EXPECT_EQ(GetStore().mReads, Lines());
 }
 
-TEST_F(ConfigurationLoad, GoesThroughWithoutALog)
+TEST_F(ConfigurationLoad, SucceedsWithoutALog)
 {
     SpoilLogFolder();
     GetStore().mValues["THHS_DUMP_COUNT"] = "0";

@@ -138,7 +138,7 @@ TEST_F(LogFile, KeepsTheLinesOfAnEarlierRun)
     EXPECT_EQ(ReadFile(GetTHPerfMonLogFilePath()), "earlier\n");
 }
 
-TEST_F(LogFile, IsNamedNowhereWhenItsFolderCannotBeMade)
+TEST_F(LogFile, HasNoNameWhenItsFolderCannotBeMade)
 {
     std::filesystem::rename("/usr/tarnv/tarnhaven/logs", "/usr/tarnv/tarnhaven/logs-away");
     EXPECT_EQ(ConfigurationMgr::GetInstance()->mLogFilePath, "");

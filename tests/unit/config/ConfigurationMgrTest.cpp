@@ -107,7 +107,7 @@ TEST_F(ConfigurationObject, IsTheSameObjectAtEachCall)
     EXPECT_EQ(ConfigurationMgr::mConfigMgr, mConfig);
 }
 
-TEST_F(ConfigurationObject, IsGivenWithoutALockOnceItIsBuilt)
+TEST_F(ConfigurationObject, IsReturnedWithoutALockOnceItIsBuilt)
 {
     const long before = CountLocks();
     EXPECT_EQ(ConfigurationMgr::GetInstance(), mConfig);

@@ -30,7 +30,7 @@ protected:
     std::string mConsole;
 };
 
-TEST_F(ReadInteger, StoresTheNumberAndSaysNothing)
+TEST_F(ReadInteger, StoresTheNumberSilently)
 {
     mConfig->mVerbose = 1;
     for (const int number :
@@ -87,7 +87,7 @@ TEST_F(ReadInteger, LeavesTheFieldWhereTheStoreGivesANumberAndFails)
     }
 }
 
-TEST_F(ReadInteger, TakesAnyOtherCodeForAnAbsentKeyWithoutAWord)
+TEST_F(ReadInteger, TreatsAnyOtherCodeAsAnAbsentKeySilently)
 {
     mConfig->mVerbose = 1;
     GetStore().mValues[KEY] = "5";
@@ -196,7 +196,7 @@ TEST_F(ReadString, TracesAnAbsentKeyWhenVerbose)
     EXPECT_EQ(GetLogLines(), Lines{"THHS_JDK_HOME not defined in Tarnhaven configuration."});
 }
 
-TEST_F(ReadString, TakesAnUnusualCodeWithoutATextForAnAbsentKey)
+TEST_F(ReadString, TreatsAnUnusualCodeWithoutATextAsAnAbsentKey)
 {
     mConfig->mVerbose = 1;
     GetStore().mResults["THHS_JDK_HOME"] = UNUSUAL;
@@ -291,7 +291,7 @@ INSTANTIATE_TEST_SUITE_P(
         FilterRow{"TheFolderAbove", "/var/../x", UNAUTHORIZED},
         FilterRow{"TheFolderAboveInAnotherManner", "..\\x", UNAUTHORIZED},
         FilterRow{"TwoDots", "a..b", UNAUTHORIZED}, FilterRow{"AStarAtTheEnd", "a*", UNAUTHORIZED},
-        FilterRow{"AStarBehindABadCharacter", ";*", UNAUTHORIZED},
+        FilterRow{"AStarAfterABadCharacter", ";*", UNAUTHORIZED},
         FilterRow{"ADotAndAQuestionMark", "a.?", UNAUTHORIZED},
         FilterRow{"AQuestionMarkAlone", "a?", BAD_QUESTION}, FilterRow{"ASemicolon", "a;b", BAD_SEMICOLON},
         FilterRow{"TheFirstOfSeveral", "ok;?$", BAD_SEMICOLON},
@@ -417,7 +417,7 @@ INSTANTIATE_TEST_SUITE_P(
                     ListRow{"Empty", "", {}}, ListRow{"DelimiterAtTheEnd", "a:1, b:2,", {"a:1", "b:2"}},
                     ListRow{"DelimiterAtTheStart", ",a", {"", "a"}}, ListRow{"DelimiterAlone", ",", {""}},
                     ListRow{"TwoInARow", "a,,b", {"a", "", "b"}}, ListRow{"BlanksAlone", "   ", {"   "}},
-                    ListRow{"BlanksBehindTheLastDelimiter", "a, ", {"a", " "}},
+                    ListRow{"BlanksAfterTheLastDelimiter", "a, ", {"a", " "}},
                     ListRow{"BlanksBetween", "a, ,b", {"a", " ", "b"}},
                     ListRow{"TabsStay", "\ta\t, b\t", {"\ta\t", "b\t"}}),
     NameOfRow());
@@ -466,7 +466,7 @@ private:
     int& mCount;
 };
 
-TEST(Splitters, TakeOneHelperEachAndGiveItBack)
+TEST(Splitters, UseOneHelperEachAndFreeIt)
 {
     int made = 0;
     int alive = 0;

@@ -30,7 +30,7 @@ Lines LoadFixture::GetLog(const LogOfLoad& load) const
     log.push_back(NO_JDK_HOME);
     log.push_back("THHS_EVIDENCE_PATH is set to " + mFolder +
                   "/thsentinel. Check the folder for collected logs.");
-    log.insert(log.end(), load.mBehindEvidencePath.begin(), load.mBehindEvidencePath.end());
+    log.insert(log.end(), load.mAfterEvidencePath.begin(), load.mAfterEvidencePath.end());
     log.push_back(SUCCESS);
     log.push_back("Processes will be monitored regularly after " + std::to_string(load.mPollInterval) +
                   " seconds. It can be modified by changing THHS_POLL_INTERVAL value in Tarnhaven "

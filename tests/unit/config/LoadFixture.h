@@ -19,7 +19,7 @@ protected:
     struct LogOfLoad
     {
         Lines mBeforeJdkHome = {};
-        Lines mBehindEvidencePath = {};
+        Lines mAfterEvidencePath = {};
         int mPollInterval = 600;
         bool mIsReverted = false;
     };

@@ -25,7 +25,7 @@ public:
     bool WaitUntilItTook()
     {
         const bool took = WaitFor([this] { return mTook.load(); });
-        took ? mThread.join() : mThread.detach(); // it waits for good, and the test has failed
+        took ? mThread.join() : mThread.detach(); // it waits forever, and the test has failed
         return took;
     }
 

@@ -39,6 +39,6 @@ std::vector<off_t> GetConsoleSizesAtLogLines(const std::function<void()>& action
 bool IsAsleep(pid_t thread)
 {
     const std::string status = ReadFile("/proc/self/task/" + std::to_string(thread) + "/stat");
-    const std::size_t behindName = status.rfind(") ");
-    return behindName != std::string::npos && status[behindName + 2] == 'S';
+    const std::size_t afterName = status.rfind(") ");
+    return afterName != std::string::npos && status[afterName + 2] == 'S';
 }

@@ -1,14 +1,11 @@
 #include "config/SharedSetting.h"
 
-#include "support/HostFixture.h"
+#include "config/ConcurrentReaders.h"
+#include "support/LogFixture.h"
 
 #include <gtest/gtest.h>
 
-#include <algorithm>
-#include <atomic>
 #include <string>
-#include <thread>
-#include <vector>
 
 namespace
 {
@@ -30,32 +27,15 @@ bool IsWhole(const std::string& text)
 TEST(SharedText, IsCopiedWholeWhileItIsReplaced)
 {
     std::string setting = MakeText(0);
-    std::vector<std::atomic<int>> copies(3);
-    std::atomic<bool> isDone = false;
-    std::atomic<bool> isEachWhole = true;
-    std::vector<std::thread> readers;
-    for (std::atomic<int>& count : copies) {
-        readers.emplace_back([&] {
-            while (!isDone) {
-                isEachWhole = isEachWhole && IsWhole(CopySharedText(setting));
-                ++count;
-            }
-        });
-    }
+    ConcurrentReaders readers([&setting] { return IsWhole(CopySharedText(setting)); });
     std::size_t step = 0;
-    const bool didAllRead = WaitFor([&] {
+    EXPECT_TRUE(WaitFor([&] {
         for (int change = 0; change < 1000; ++change) {
             PublishSharedText(setting, MakeText(++step));
         }
-        return std::all_of(copies.begin(), copies.end(),
-                           [](const std::atomic<int>& count) { return count >= COPIES; });
-    });
-    isDone = true;
-    for (std::thread& reader : readers) {
-        reader.join();
-    }
-    EXPECT_TRUE(didAllRead);
-    EXPECT_TRUE(isEachWhole);
+        return readers.HaveRead(COPIES);
+    }));
+    EXPECT_TRUE(readers.End());
 }
 
 TEST(SharedText, MayBeLongerThanAnyStore)
