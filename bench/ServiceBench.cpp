@@ -70,7 +70,7 @@ void Print(const char* when, int pass, const Footprint& footprint)
                 footprint.mResidentKilobytes, footprint.mDescriptors, footprint.mThreads);
 }
 
-/** The shell lines of the pass that has just ended, as the verbose log tells them. */
+/** The shell lines of the pass that has just ended, as the verbose log shows them. */
 void CollectShellLines()
 {
     std::ifstream log(GetTHPerfMonLogFilePath());

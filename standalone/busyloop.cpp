@@ -1,5 +1,5 @@
 // Keeps processors busy until it is ended: `busyloop [THREADS [SECONDS]]`. Each thread has a name of its own
-// and the process holds a marker text, so that a core image can be told from any other.
+// and the process holds a marker text, so that a core image differs from any other.
 #include <atomic>
 #include <chrono>
 #include <cstdlib>
@@ -43,7 +43,7 @@ int main(int argc, char** argv)
     for (int number = 1; number <= NumberAt(argc, argv, 1, DEFAULT_THREADS); ++number) {
         threads.emplace_back(Spin, number);
     }
-    // Bounded, so that a forgotten one doesn't stay for good.
+    // Bounded, so that a forgotten one doesn't run forever.
     std::this_thread::sleep_for(std::chrono::seconds(NumberAt(argc, argv, 2, DEFAULT_SECONDS)));
     gEnough = true;
     for (std::thread& thread : threads) {

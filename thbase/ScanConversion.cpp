@@ -14,7 +14,7 @@ struct LengthLetters
     std::size_t mSize; ///< bytes of the type
 };
 
-// A longer word comes before its own beginning.
+// The first that fits is taken, so hh comes before h and ll before l.
 constexpr LengthLetters LENGTHS[] = {
     {"hh", sizeof(char)},    {"h", sizeof(short)},       {"ll", sizeof(long long)},     {"l", sizeof(long)},
     {"j", sizeof(intmax_t)}, {"z", sizeof(std::size_t)}, {"t", sizeof(std::ptrdiff_t)},

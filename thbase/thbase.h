@@ -33,7 +33,7 @@ extern "C" {
  * been read, each call tries again, and a failure with a new reason puts one line into the system log.
  *
  * Returns the handle, which is the same at every call and stays valid until the process ends; the caller
- * never frees it. It is given also when the file can't be read: the reads then answer STORE_RC_UNREADABLE.
+ * never frees it. It is returned also when the file can't be read: the reads then answer STORE_RC_UNREADABLE.
  * NULL only if memory ran out at the first call; the next call tries again.
  */
 void* get_master_config_ptr(void);

@@ -2,7 +2,7 @@
 # The life of the packages on a host that has nothing but a minimal Debian: scenario.sh FOLDER
 #
 # FOLDER holds the packages of this version, and in higher/ those of a later one. Each step prints its name and then
-# what it saw; the tests beside this file judge that. The host is a throw-away one.
+# what it saw; the tests beside this file check that. The host is a throw-away one.
 export DEBIAN_FRONTEND=noninteractive LC_ALL=C
 folder=$(cd "$1" && pwd) || exit 1
 logs=/usr/tarnv/tarnhaven/logs/thsentinel

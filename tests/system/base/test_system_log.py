@@ -51,7 +51,7 @@ def test_a_foreground_action_leaves_no_entry(host):
     assert host.log() == []
 
 
-def test_a_store_line_that_is_no_setting_is_told_once_by_number(host):
+def test_a_store_line_that_is_no_setting_is_reported_once_by_number(host):
     host.put(product.STORE, "# a comment\n\nno setting\nTHHS_EVIDENCE_PATH = /evidence\n= 5\n")
     host.start()
     entries = [one.partition(": ")[2] for one in host.ask("datagrams") if "line" in one]

@@ -62,7 +62,7 @@ def test_install_prints_its_notes_every_time_and_needs_neither_store_nor_lock(ho
     assert not host.exists(product.BASE + "/tmp")
 
 
-def test_uninstall_on_a_fresh_host_tells_that_nothing_is_known_and_succeeds(host):
+def test_uninstall_on_a_fresh_host_says_that_nothing_is_known_and_succeeds(host):
     expected = texts.begun("uninstall") + texts.NO_DETAILS + texts.done("uninstall")
     assert host.run("-uninstall") == (0, expected, "")
     assert host.run("-UnInstall") == (0, expected, "")

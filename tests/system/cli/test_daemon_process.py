@@ -180,7 +180,7 @@ def test_a_start_sleeps_two_seconds_the_worker_once_a_pass_and_the_main_thread_a
     assert set(sleeps_of(host, pid)) == {1}
 
 
-def test_a_start_in_vain_sleeps_a_second_behind_each_of_its_three_checks(make_host, interpose):
+def test_a_failed_start_sleeps_a_second_after_each_of_its_three_checks(make_host, interpose):
     host = make_host(store=LONG)
     refusing.in_child(host, "until [ -e /run/go ]; do sleep 0.05; done\n")
     host.put("/run/awake")
@@ -222,7 +222,7 @@ def test_a_hangup_ends_the_wait_of_a_starter(make_host, interpose):
 
 
 @pytest.mark.parametrize("number", [signal.SIGTERM, signal.SIGINT])
-def test_a_stopped_daemon_sleeps_a_second_behind_its_last_line_and_ends(make_host, interpose, number):
+def test_a_stopped_daemon_sleeps_a_second_after_its_last_line_and_ends(make_host, interpose, number):
     host = make_host(store=LONG)
     host.adopt_orphans()
     pid = host.start(environment=interpose(host, SLEEPS))

@@ -79,7 +79,7 @@ def test_the_end_waits_for_no_capture_that_reads_from_a_tool(make_host, interpos
 
 
 def test_what_threads_may_use_to_the_last_is_not_taken_down_at_the_end(make_host, interpose, plain_build):
-    """But for the lock under which the one object of all settings is built, and which nobody takes later."""
+    """But for the lock under which the one object of all settings is built, and which is never taken later."""
     host = make_host(store={"THHS_POLL_INTERVAL": 600})
     host.start(environment=interpose(host, REGISTRATIONS))
     host.log_says(texts.MONITORING)

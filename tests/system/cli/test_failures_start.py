@@ -13,7 +13,7 @@ OPTIONS = pytest.mark.parametrize("option, label, status", [("-start", "start", 
 
 @pytest.fixture(name="life")
 def _life(make_host, interpose, pace):
-    """A host whose machine refuses what it is told to, and its paced daemon, not started yet."""
+    """A host whose machine refuses what it is set to refuse, and its paced daemon, not started yet."""
     host = make_host(store=LONG)
     library = interpose(host, refusing.SOURCE)["LD_PRELOAD"]
     host.adopt_orphans()
@@ -21,7 +21,7 @@ def _life(make_host, interpose, pace):
 
 
 @OPTIONS
-def test_a_fork_that_fails_is_told_and_nothing_runs(life, option, label, status):
+def test_a_fork_that_fails_is_reported_and_nothing_runs(life, option, label, status):
     host, daemon = life
     refusing.refuse(host, "fork")
     assert daemon.start(option) == (status, texts.begun(label) + NO_FORK + texts.failed(label), "")
@@ -48,7 +48,7 @@ def test_a_load_that_fails_in_the_daemon_alone_ends_it_before_its_worker(life, o
     assert host.shell_lines() == []
 
 
-def test_a_daemon_that_is_never_seen_is_given_up_behind_three_checks_and_comes_all_the_same(life):
+def test_a_daemon_that_is_never_seen_is_given_up_after_three_checks_and_comes_all_the_same(life):
     host, daemon = life
     refusing.in_child(host, "until [ -e /run/go ]; do sleep 0.05; done\n")
     start = host.spawn(product.PROGRAM, "-start", environment=daemon.environment)
@@ -73,7 +73,7 @@ def test_a_child_lock_that_cannot_be_made_lets_no_daemon_run(life):
     assert host.system_log() == []
 
 
-def test_a_stop_takes_a_child_lock_that_cannot_be_asked_for_a_daemon(life):
+def test_a_child_lock_that_cannot_be_tried_counts_as_a_daemon_for_a_stop(life):
     host, _ = life
     other = host.spawn("/bin/sleep", "1000")
     host.put(product.RUN_LOCK, str(other))
@@ -93,7 +93,7 @@ def test_a_child_that_finds_a_daemon_ends_well(life):
     assert host.status_of(int(host.get("/run/child"))) == 0
 
 
-def test_a_worker_that_cannot_be_made_is_tried_three_times_without_a_word(life):
+def test_a_worker_that_cannot_be_made_is_tried_three_times_silently(life):
     host, daemon = life
     refusing.refuse(host, "thread of main")
     refusing.in_child(host, "echo $PPID >/run/daemon\n")
@@ -112,7 +112,7 @@ def test_a_worker_that_is_made_at_the_third_try_works_as_any(life):
     host.terminate()
 
 
-def test_other_texts_with_an_unusual_code_count_as_not_defined_without_a_word(life):
+def test_other_texts_with_an_unusual_code_count_as_not_defined_silently(life):
     host, daemon = life
     keys = {"THHS_MEMORY_UNIT": "PERCENT", "THHS_MONITOR_CPU": "a:1", "THHS_MONITOR_MEMORY": "a:1",
             "THHS_MONITOR_DEADLOCK": "a", "THHS_JDK_HOME": "/opt/jdk"}

@@ -37,7 +37,7 @@ def test_a_terminated_daemon_logs_its_stop_once_and_ends_with_255(make_host):
     assert host.system_log() == [*SYSTEM_LOG_OF_START, texts.DOWN]
 
 
-# A log configuration tool that hangs in the restore until it is told to go on.
+# A log configuration tool that hangs in the restore until it is released.
 HANGING_RESTORE = """#!/bin/sh
 case $* in
     *' -l') printf 'DebugLevel = 1\\nDiagnosticLevel = 1\\n' ;;
@@ -112,7 +112,7 @@ def test_both_stop_signals_stop_the_daemon_in_order(make_host, number):
     assert host.log() == host.log_of_start() + texts.STOPPING
 
 
-def test_a_hangup_is_survived_without_a_word(make_host):
+def test_a_hangup_is_survived_silently(make_host):
     host = make_host(store=LONG)
     pid = begin(host)
     host.kill(pid, signal.SIGHUP)

@@ -1,4 +1,4 @@
-"""The locks of the daemon: who holds them when, and whom a stop reaches behind them."""
+"""The locks of the daemon: who holds them when, and whom a stop reaches."""
 import signal
 import time
 
@@ -9,7 +9,7 @@ from host import product, refusing, texts
 EARLIER = "999999"  # the id of a daemon that is long gone
 BUSY_RUN = "Error: Another instance of run action in progressing state\n"
 
-# The child of a fork waits for the test. So does its parent, once it has looked for it in vain.
+# The child of a fork waits for the test. So does its parent, once it has looked for it without success.
 LATE_CHILD = """
 #define _GNU_SOURCE
 #include <dlfcn.h>
@@ -107,7 +107,7 @@ def test_a_stop_beside_a_daemon_holds_the_run_lock_alone_to_the_end(host, option
     assert let_out(host, first) == (0, texts.begun(label) + said + texts.done(label))
 
 
-def test_a_start_holds_the_run_lock_to_its_end_and_the_daemon_the_other_one_for_good(make_host):
+def test_a_start_holds_the_run_lock_to_its_end_and_the_daemon_the_other_one_as_long_as_it_runs(make_host):
     host = make_host(store={"THHS_POLL_INTERVAL": 600})
     starter = host.spawn(product.PROGRAM, "-start")
     host.log_says(texts.MONITORING)

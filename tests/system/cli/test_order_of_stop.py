@@ -13,7 +13,7 @@ LEVELS = {"119": (2, 3), "128": (4, 5), "exampled": (1, 0)}
 TOOL = f"{product.HOME}/bin/txlogcfg"
 RESTORES = [f'"{TOOL}" -a -p TH -o {target} -s DebugLevel={debug} -s DiagnosticLevel={diagnostic}'
             for target, (debug, diagnostic) in LEVELS.items()]
-# The tool, which at the first restore hangs until it is told to go on.
+# The tool, which at the first restore hangs until it is released.
 HANGING = """#!/bin/dash
 [ "$1" = -a ] && [ "$7" != DebugLevel=6 ] && {
     : >/run/restoring
@@ -66,7 +66,7 @@ def test_a_stop_restores_the_levels_by_target_between_its_second_and_its_last_li
     else:
         host.kill(pid, end)
     assert host.status_of(pid) == 255
-    assert host.log()[daemon.told:] == TEAR_DOWN
+    assert host.log()[daemon.logged:] == TEAR_DOWN
     assert lines_since(host, sent) == RESTORES
     assert host.system_log() == [texts.ENTRY, texts.UP, texts.DOWN]
 
@@ -81,10 +81,10 @@ def test_a_stop_is_in_the_system_log_before_the_first_level_is_restored(raised):
     host.kill(pid, signal.SIGTERM)
     host.until(lambda: host.exists("/run/restoring"), "the restore hangs")
     assert host.system_log()[-1] == texts.DOWN
-    assert host.log()[daemon.told:] == TEAR_DOWN[:3]
+    assert host.log()[daemon.logged:] == TEAR_DOWN[:3]
     host.put("/run/go")
     assert host.status_of(pid) == 255
-    assert host.log()[daemon.told:] == TEAR_DOWN
+    assert host.log()[daemon.logged:] == TEAR_DOWN
     assert host.system_log()[-1] == texts.DOWN
 
 
@@ -101,13 +101,13 @@ BAD_RELOADS = {
 
 
 @pytest.mark.parametrize("changes, complaint, reason", BAD_RELOADS.values(), ids=BAD_RELOADS.keys())
-def test_a_failed_reload_tears_everything_down_twice_behind_its_reason(raised, changes, complaint, reason):
+def test_a_failed_reload_tears_everything_down_twice_after_its_reason(raised, changes, complaint, reason):
     daemon = raised()
     host, pid, sent = daemon.host, daemon.host.daemon_pid(), daemon.host.shell_lines()
     host.configure(changes)
     assert not daemon.step()
     assert host.status_of(pid) == 8
-    assert host.log()[daemon.told:] == [texts.READING, *complaint, f"Error:{reason}", texts.STOPPED,
+    assert host.log()[daemon.logged:] == [texts.READING, *complaint, f"Error:{reason}", texts.STOPPED,
                                         *TEAR_DOWN * 2]
     assert lines_since(host, sent) == RESTORES * 2
     assert host.system_log() == [texts.ENTRY, texts.UP, ("error", reason), texts.DOWN, texts.DOWN, texts.EXIT]
@@ -121,7 +121,7 @@ def test_a_stop_before_the_worker_is_there_ends_the_daemon_and_tears_nothing_dow
     refusing.in_child(host, f"echo $PPID >/run/daemon; kill -{name} $PPID\n")
     host.adopt_orphans()
     result = daemon.start()
-    # The run lock file is not written either, so the starter can't tell who is to be looked for.
+    # The run lock file is not written either, so the starter doesn't know whom to look for.
     assert (result.status, result.output.removeprefix(texts.begun("start"))) == (
         8, texts.begun("start") * product.is_built_with("-fsanitize=thread")  # which writes out what is buffered
         + texts.NO_DETAILS * 3 + texts.NOT_STARTED + texts.failed("start"))

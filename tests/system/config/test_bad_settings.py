@@ -160,13 +160,13 @@ REVERTED = [
 
 
 @pytest.mark.parametrize("key, value, lines", REVERTED, ids=[f"{key} {value}" for key, value, _ in REVERTED])
-def test_a_setting_that_is_reverted_is_told_and_the_daemon_starts(make_host, key, value, lines):
+def test_a_setting_that_is_reverted_is_reported_and_the_daemon_starts(make_host, key, value, lines):
     host = make_host(store={**LONG, key: value})
     first = texts.begun("start") + texts.REVERTED + "\n"
     assert host.run("-start") == (0, first * 2 + texts.IS_RUNNING + texts.done("start"), "")
     host.log_says(texts.REVERTED, times=2)
     end = texts.end_of_load(host.store)
-    if key == "THHS_VERBOSE":  # read behind the evidence path
+    if key == "THHS_VERBOSE":  # read after the evidence path
         load = [texts.READING, texts.JDK_NOT_SET, end[0], *lines, *end[1:], texts.REVERTED]
     else:
         load = [texts.READING, *lines, texts.JDK_NOT_SET, *end, texts.REVERTED]
@@ -180,7 +180,7 @@ def test_a_setting_that_is_reverted_is_told_and_the_daemon_starts(make_host, key
     "THHS_CAPTURE_PROCESS_DUMP", "THHS_ALWAYS_DUMP", "THHS_CAPTURE_DISK_IO", "_FORCE_READING_INTERVAL_",
     "THHS_PURGE_OLD_EVIDENCE", "THHS_CAPTURE_WITHOUT_THRESHOLD", "THHS_VERBOSE"])
 @pytest.mark.parametrize("value", ["abc", "", "1x", "2147483648"])
-def test_a_number_that_is_none_is_told_and_the_setting_stays(make_host, key, value):
+def test_a_number_that_is_none_is_reported_and_the_setting_stays(make_host, key, value):
     host = make_host(store={**LONG, key: value})
     first = texts.begun("start") + not_numeric(key) + "\n"
     assert host.run("-start") == (0, first * 2 + texts.IS_RUNNING + texts.done("start"), "")
@@ -193,7 +193,7 @@ def test_a_number_that_is_none_is_told_and_the_setting_stays(make_host, key, val
 ACCEPTED = {
     "a limit of exactly 100": ({CPU: "a:100"}, [watched("CPU", "a", 100)]),
     "a limit that is no number": ({CPU: "a:abc"}, [watched("CPU", "a", 0)]),
-    "a limit with text behind it": ({CPU: "a:12x"}, [watched("CPU", "a", 12)]),
+    "a limit with text after it": ({CPU: "a:12x"}, [watched("CPU", "a", 12)]),
     "blanks around everything": (
         {CPU: "  a : 10 ,  b:20  "}, [watched("CPU", "a", 10), watched("CPU", "b", 20)]),
     "a comma at the end": ({CPU: "a:10,"}, [watched("CPU", "a", 10)]),
@@ -241,7 +241,7 @@ def test_readings_that_do_not_fit_an_interval_are_made_to(make_host, interval, r
 @pytest.mark.parametrize("home, lines", [
     ("/opt/../jdk", [UNAUTHORIZED, in_the_input_for("THHS_JDK_HOME")]),
     ("/opt/jdk$", [bad_character("$"), in_the_input_for("THHS_JDK_HOME")]), ("/no/such/jdk", [])])
-def test_a_bad_jdk_home_is_told_and_the_daemon_starts(make_host, home, lines):
+def test_a_bad_jdk_home_is_reported_and_the_daemon_starts(make_host, home, lines):
     host = make_host(store={**LONG, "THHS_JDK_HOME": home})
     first = texts.begun("start") + "".join(f"{line}\n" for line in lines[1:])
     assert host.run("-start") == (0, first * 2 + texts.IS_RUNNING + texts.done("start"), "")

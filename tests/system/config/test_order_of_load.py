@@ -53,7 +53,7 @@ ALL_BAD = {**{key: value for key, (value, _) in REVERTED.items()}, **LISTS, "THH
            "_FORCE_READING_INTERVAL_": None, "THHS_JDK_HOME": "/opt/../jdk"}
 
 
-def test_all_that_is_reverted_is_told_in_the_order_of_the_keys_with_one_warning_at_the_end(make_host):
+def test_all_that_is_reverted_is_reported_in_the_order_of_the_keys_with_one_warning_at_the_end(make_host):
     host = make_host(store=ALL_BAD)
     first = texts.begun("start") + BAD_JDK[1] + "\n" + texts.REVERTED + "\n"
     assert host.run("-start") == (0, first * 2 + texts.IS_RUNNING + texts.done("start"), "")
@@ -63,7 +63,7 @@ def test_all_that_is_reverted_is_told_in_the_order_of_the_keys_with_one_warning_
     assert host.log() == [*load, texts.STARTED, *load, *host.machine_lines(), texts.MONITORING]
 
 
-def test_a_path_that_is_missing_comes_behind_all_that_is_reverted_and_ends_the_load_without_the_warning(
+def test_a_path_that_is_missing_comes_after_all_that_is_reverted_and_ends_the_load_without_the_warning(
         make_host):
     host = make_host(store={**ALL_BAD, "THHS_EVIDENCE_PATH": None})
     said = f"{BAD_JDK[1]}\n{NO_PATH}\n"
@@ -71,7 +71,7 @@ def test_a_path_that_is_missing_comes_behind_all_that_is_reverted_and_ends_the_l
     assert host.log() == [*UP_TO_THE_PATH, NO_PATH]
 
 
-def test_numbers_that_are_none_are_told_in_the_order_of_the_keys_on_console_and_in_the_log(make_host):
+def test_numbers_that_are_none_are_reported_in_the_order_of_the_keys_on_console_and_in_the_log(make_host):
     keys = [*ORDER[:7], "_FORCE_READING_INTERVAL_", *ORDER[7:]]
     host = make_host(store={**dict.fromkeys(keys, "x"), "THHS_POLL_INTERVAL": 600})
     lines = [not_numeric(key) for key in keys]
@@ -107,8 +107,8 @@ STOPPING = {
 }
 
 
-def test_of_several_values_that_end_a_load_the_first_one_read_is_told_and_no_other(make_host):
-    """All are bad; each time the one that was told is mended. What is read behind them is not reached."""
+def test_of_several_values_that_end_a_load_the_first_one_read_is_reported_and_no_other(make_host):
+    """All are bad; each time the one that was reported is mended. What is read after them is not reached."""
     host = make_host(store={**{key: bad for key, (bad, *_) in STOPPING.items()}, "THHS_DUMP_COUNT": 11})
     before, expected = [texts.READING], []
     for key, (_, good, complaint, lines) in STOPPING.items():
@@ -145,7 +145,7 @@ def console_first(line):
     return [line, f"<stamp>{line}"]
 
 
-# The readers of single values and of lists log first; a load that judges what they read prints first.
+# The readers of single values and of lists log first; a load that checks what they read prints first.
 SHOWN = {
     "a bad character": (
         {"THHS_MEMORY_UNIT": "K;B"}, [f"<stamp>{IN_THE_UNIT[0]}", *log_first(IN_THE_UNIT[1])]),

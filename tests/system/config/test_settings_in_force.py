@@ -79,7 +79,7 @@ def test_a_bad_value_brings_the_default_in_force_and_none_keeps_the_last_one(liv
 
 @pytest.mark.parametrize("value, fires", [
     (2, False), (-1, False), (0, False), ("x", True), (None, True), (1, True)])
-def test_capturing_without_a_threshold_ends_with_a_bad_value_and_goes_on_with_none(live, value, fires):
+def test_capturing_without_a_threshold_ends_with_a_bad_value_and_continues_with_none(live, value, fires):
     daemon = live(store=WATCHING, processes=[FIRST])
     said = daemon.next_pass(THHS_CAPTURE_WITHOUT_THRESHOLD=value)
     assert (texts.taking(2, "exampled", 100) in said) == fires
@@ -166,7 +166,7 @@ def test_no_variable_of_the_environment_is_a_setting(make_host, environment):
     assert host.ask("tree", "/srv") == []
 
 
-def test_a_store_that_changes_behind_the_first_load_is_seen_behind_the_first_sleep(
+def test_a_store_that_changes_after_the_first_load_is_seen_after_the_first_sleep(
         make_host, interpose, pace):
     """The load of the daemon still speaks of the store of the foreground process."""
     host = make_host()
@@ -227,7 +227,7 @@ def test_an_interval_of_a_second_leaves_no_reading_which_is_reverted_at_every_la
     assert daemon.next_pass() == [*later, texts.MONITORING]
 
 
-def test_a_value_that_was_reverted_is_not_told_again_once_its_key_has_gone(live):
+def test_a_value_that_was_reverted_is_not_reported_again_once_its_key_has_gone(live):
     keys = {**OUT_OF_RANGE, "THHS_DEADLOCK_INTERVAL": 0, "THHS_READING_INTERVAL": 0, "THHS_VERBOSE": 2,
             "THHS_ALWAYS_DUMP": 2, "THHS_PURGE_OLD_EVIDENCE": 2, "THHS_CAPTURE_WITHOUT_THRESHOLD": 2}
     daemon = live(store=keys)

@@ -11,7 +11,7 @@ def watching(live, **settings):
     return live(store={**WATCHING, **settings}, processes=[Process(PID, f"/opt/{NAME}", cpu=7)])
 
 
-def test_a_number_whose_key_has_gone_stays_in_force_without_a_word(live):
+def test_a_number_whose_key_has_gone_stays_in_force_silently(live):
     daemon = watching(live, THHS_CAPTURE_WITHOUT_THRESHOLD=1, THHS_DUMP_COUNT=1)
     assert texts.taking(1, NAME, PID) in daemon.says()
     expected = [texts.MONITORING,
@@ -82,7 +82,7 @@ def test_a_reload_that_fails_without_a_reason_ends_the_daemon(make_host, pace, i
     assert daemon.says()[-1] == texts.MONITORING
     assert not daemon.step()
     assert host.status_of(pid) == 8
-    assert host.log()[daemon.told:] == [*COMPLAINT, *UNNAMED, *texts.STOPPING * 2]
+    assert host.log()[daemon.logged:] == [*COMPLAINT, *UNNAMED, *texts.STOPPING * 2]
     assert host.system_log() == [
         texts.ENTRY, texts.UP, ("error", ""), texts.DOWN, texts.DOWN, texts.EXIT]
 
@@ -93,7 +93,7 @@ NUMBERS = ["THHS_POLL_INTERVAL", "THHS_DUMP_COUNT", "THHS_CAPTURE_NETWORK_STAT",
            "THHS_PURGE_OLD_EVIDENCE", "THHS_CAPTURE_WITHOUT_THRESHOLD", "THHS_VERBOSE"]
 
 
-def test_numbers_that_the_store_fails_to_give_stay_in_force_without_a_word(make_host, interpose, pace):
+def test_numbers_that_the_store_fails_to_give_stay_in_force_silently(make_host, interpose, pace):
     """The interval alone is the default then; texts that are not there are traced as ever."""
     host = make_host(store={**WATCHING, "THHS_POLL_INTERVAL": 7, "THHS_CAPTURE_WITHOUT_THRESHOLD": 1,
                             "THHS_DUMP_COUNT": 1, "THHS_VERBOSE": 1},

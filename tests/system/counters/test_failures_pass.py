@@ -21,7 +21,7 @@ NOTHING_READ = [texts.MONITORING, "Memory unit is ABSOLUTE.", "Memory unit is AB
 
 @pytest.fixture(name="faulty")
 def _faulty(make_host, interpose, pace):
-    """Makes a host whose machine refuses what it is told to, and its paced daemon behind its first pass."""
+    """Makes a host whose machine refuses what it is set to refuse, and its paced daemon after its first pass."""
 
     def start(*refused, processes=(Process(PID, f"/opt/{NAME}", cpu=7),), **description):
         host = make_host(processes=processes, **description)
@@ -35,7 +35,7 @@ def _faulty(make_host, interpose, pace):
 
 
 def a_pass(daemon):
-    """Ends the sleep, and gives what the next pass says behind its load."""
+    """Ends the sleep, and gives what the next pass says after its load."""
     said = daemon.next_pass()
     return said[said.index(texts.end_of_load(daemon.host.store)[-1]) + 1:]
 
@@ -87,7 +87,7 @@ def test_a_probe_that_fails_once_counts_as_a_reading_of_zero(faulty):
 
 # Some awks end with 2 where standard error is closed, as it is for the tools of the daemon.
 @pytest.mark.parametrize("status", [0, 2])
-def test_a_machine_that_tells_nothing_of_itself_has_no_processors_and_no_memory(make_host, pace, status):
+def test_a_machine_that_shows_nothing_of_itself_has_no_processors_and_no_memory(make_host, pace, status):
     host = make_host(store=WATCHING, cpus=0, processes=[Process(PID, f"/opt/{NAME}", cpu=7)],
                      tools={"awk": Tool(output="", status=status)})
     host.ask("cover", "/proc/meminfo", "")
@@ -124,7 +124,7 @@ ON_JAVA = {"THHS_MONITOR_CPU": "adminconsole:80", "THHS_CAPTURE_PROCESS_DUMP": 1
 OF_JAVA = f"adminconsole (PID : {PID})"
 
 
-def test_a_java_process_without_threads_has_each_capture_told_under_its_configured_name(faulty):
+def test_a_java_process_without_threads_has_each_capture_logged_under_its_configured_name(faulty):
     daemon = faulty("thread of worker", processes=[JAVA], store={
         **ON_JAVA, "THHS_CAPTURE_NETWORK_STAT": 1, "THHS_CAPTURE_DISK_IO": 1})
     assert daemon.says()[-6:] == [
@@ -163,7 +163,7 @@ def dumps_of(said):
             if entry.startswith(("ThreadJava", "Starting to gather", "Cmd:su ", "Cmd:mv ", NO_ROOT))]
 
 
-def test_dumps_that_find_no_evidence_path_are_told_and_stay_where_they_were_written(faulty):
+def test_dumps_that_find_no_evidence_path_are_reported_and_stay_where_they_were_written(faulty):
     daemon = faulty(processes=[JAVA], store={
         **ON_JAVA, "THHS_VERBOSE": 1, "THHS_CAPTURE_WITHOUT_THRESHOLD": 0})
     host = daemon.host
@@ -206,7 +206,7 @@ esac
 """
 
 
-def test_a_raise_and_a_restore_that_fail_are_told_by_their_commands_alone_and_not_tried_again(faulty):
+def test_a_raise_and_a_restore_that_fail_show_in_the_lines_of_their_commands_alone_and_are_not_tried_again(faulty):
     daemon = faulty(store={**WATCHING, "THHS_INCREASE_LOG_LEVEL": 1})
     host = daemon.host
     host.put(TOOL, REFUSING_TOOL, 0o755)

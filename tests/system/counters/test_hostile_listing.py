@@ -88,7 +88,7 @@ def test_a_watched_program_with_hostile_arguments_is_read_all_the_same(make_host
 
 
 @pytest.mark.parametrize("locale", ["C", "C.UTF-8"])
-def test_real_processes_with_hostile_arguments_are_told_apart(make_host, locale):
+def test_real_processes_with_hostile_arguments_are_distinguished(make_host, locale):
     """The real ps, with newlines in the arguments that would make lines of their own."""
     host = make_host(real_tools=True, store={"THHS_MONITOR_CPU": f"{NAME}:100", "THHS_VERBOSE": 1})
     host.shell(f"mkdir '/opt/a b' && cp /bin/sleep /opt/{NAME} && cp /bin/sleep '/opt/a b/{NAME}' "

@@ -45,11 +45,11 @@ def test_a_reading_is_not_divided_by_an_unknown_number_of_processors(live, machi
     assert "Number of CPUs = 0" in daemon.host.log()
 
 
-# What wc and awk print about the machine; how many processors and how much memory are told of it; the share
+# What wc and awk print about the machine; how many processors and how much memory the log then shows; the share
 # of a reading of 100 that is compared.
 MACHINES = {
     "blanks around": ("   4  ", "  2048  ", 4, 2048, 25),
-    "words behind": ("2 processors", "2048 kB", 2, 2048, 50),
+    "words after": ("2 processors", "2048 kB", 2, 2048, 50),
     "digits and letters": ("3x9", "12e5", 3, 12, 100 / 3),
     "more than one line": ("4\\n8", "16\\n32", 4, 16, 25),
     "words alone": ("many", "much", 0, 0, 100),
@@ -67,8 +67,8 @@ def test_the_machine_is_as_large_as_the_digits_say_that_an_answer_begins_with(ma
         host.remove(f"/usr/bin/{tool}")  # it may be a link to one that others use
         host.put(f"/usr/bin/{tool}", f"#!/bin/dash\nprintf '%b\\n' '{answer}'\n", 0o755)
     assert paced.Paced(host, pace).start().status == 0
-    told = ("Number of CPUs", "Total size", "CPUCounterMgr", "CPU usage")
-    assert [entry for entry in host.log() if entry.startswith(told)] == [
+    shown = ("Number of CPUs", "Total size", "CPUCounterMgr", "CPU usage")
+    assert [entry for entry in host.log() if entry.startswith(shown)] == [
         f"Number of CPUs = {processors}", f"Total size of Memory = {memory}",
         f"CPUCounterMgr::ReadCounterIndexValue Getting CPU for Process exampled (Pid 100) {share:f}.",
         f"CPU usage for process exampled(100) : {share:.2f} Percent"]

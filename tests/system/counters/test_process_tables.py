@@ -22,7 +22,7 @@ def listing_line(words):
 
 
 def listings(host, words):
-    """The two listings of each pass as (rows, entries behind them up to the next line for a shell)."""
+    """The two listings of each pass as (rows, entries after them up to the next line for a shell)."""
     log = host.log()
     shells = [place for place, entry in enumerate(log) if entry.startswith("Cmd:")] + [len(log)]
     return [(rows_of(log[place + 1].removeprefix("Output:")), log[place + 2:following])
@@ -99,7 +99,7 @@ def test_only_a_process_from_outside_the_product_gets_a_note(live):
 
 
 def test_the_note_comes_for_all_that_are_listed_before_any_is_left_out(live):
-    """The daemon's own line is among them, and that of a process that nobody watches."""
+    """The daemon's own line is among them, and that of a process that is not watched."""
     daemon = live(store={**VERBOSE, "THHS_MONITOR_CPU": f"{NAME}:100"})
     itself = daemon.host.daemon_pid()
     daemon.host.show(Process(itself, "./thsentinel -start /usr/tarnv"), Process(200, f"other {NAME}"),
@@ -126,7 +126,7 @@ def test_an_id_that_is_listed_again_stands_once_under_each_name_and_has_one_coun
 
 
 # ----------------------------------------------------------------------------------------------------------
-# How a line is taken apart
+# How a line is split
 # ----------------------------------------------------------------------------------------------------------
 
 # A line of the listing, and the name and the id that are found in it. A point as a name lets all lines pass.
@@ -148,7 +148,7 @@ LINES = {
 }
 
 
-def test_a_line_of_the_listing_is_taken_apart_at_its_blanks(make_host, pace):
+def test_a_line_of_the_listing_is_split_at_its_blanks(make_host, pace):
     host = make_host(store={**VERBOSE, "THHS_MONITOR_CPU": ".:80"})
     for kind in ("listing", "ids"):
         host.put(scripted.answer_of_ps(kind), "".join(f"{line}\n" for line in LINES))
@@ -189,7 +189,7 @@ JAVA = {**VERBOSE, "THHS_MONITOR_CPU": "adminconsole:80", "THHS_CAPTURE_WITHOUT_
 
 
 @pytest.mark.parametrize("rows, owner, temp", OWNERS.values(), ids=OWNERS.keys())
-def test_the_owner_of_a_java_process_is_the_second_word_behind_its_id_or_root(make_host, pace, rows, owner,
+def test_the_owner_of_a_java_process_is_the_second_word_after_its_id_or_root(make_host, pace, rows, owner,
                                                                               temp):
     host = make_host(store=JAVA, processes=[Process(PID, "/opt/jre/bin/java tarn.thx.AdminConsole", cpu=90)])
     host.put(scripted.answer_of_ps("user"), "    PID USER\n" + rows)

@@ -112,7 +112,7 @@ def test_a_resource_without_a_list_keeps_the_counters_of_the_dead(live):
     assert next_pass(daemon, *looked_at, **{CPU: "otherd:50"}) == [removed(100)[0]]
 
 
-def test_a_counter_goes_without_a_word_unless_verbose(live):
+def test_a_counter_is_removed_silently_unless_verbose(live):
     process = Process(100, f"/opt/{NAME}", cpu=40, last=1)
     again = Process(100, f"/opt/{NAME}", cpu=40, first=3)
     daemon = live(store={CPU: f"{NAME}:50"}, processes=[process, again])

@@ -18,23 +18,23 @@ ROWS = {
     "another command, which the filter lets pass": ("   {pid} {value} /opt/other exampled\n", False),
     "a longer name": ("   {pid} {value} /opt/exampled2\n", False),
     "longer ids alone": ("  {pid}0 {value} exampled\n1{pid} {value} exampled\n", False),
-    "longer ids behind it": ("{pid} {value} exampled\n  {pid}0 99 exampled\n1{pid} 99 exampled\n", True),
+    "longer ids after it": ("{pid} {value} exampled\n  {pid}0 99 exampled\n1{pid} 99 exampled\n", True),
     "the id as a reading": ("   77 {pid} exampled\n", False),
     "a reading that is a word": ("   {pid} much exampled\n", False),
     "two rows with a blank between": ("   {pid} {value} exampled\n   {pid} 99 exampled\n", True),
     "two rows with nothing between": ("   {pid} {value} exampled\n{pid} 99 exampled\n", False),
 }
 PIDS = dict(zip(ROWS, range(4301, 4400)))
-# The key of the list, the unit, what ps is asked for, what it answers, and how a reading of that is told.
+# The key of the list, the unit, what ps is asked for, what it answers, and how a reading of that is shown.
 PROBES = {
     "CPU": ("CPU", "ABSOLUTE", "cpu", "61.5", "61.50"),
     "percent of memory": ("MEMORY", "PERCENT", "mem", "61.5", "61.50"),
-    "kilobytes told as megabytes": ("MEMORY", "ABSOLUTE", "rss", "62976", "61.50"),
+    "kilobytes shown as megabytes": ("MEMORY", "ABSOLUTE", "rss", "62976", "61.50"),
 }
 
 
 def readings_of_first_pass(host, pace):
-    """Process id to reading, as the trace of the first pass tells it."""
+    """Process id to reading, as the trace of the first pass shows it."""
     assert paced.Paced(host, pace).start().status == 0
     found = (READING.fullmatch(entry) for entry in host.log())
     return {int(one[1]): one[2] for one in found if one}
@@ -45,15 +45,15 @@ def probed_host(make_host, key="CPU", unit="ABSOLUTE", **more):
                      processes=[Process(pid, f"/opt/{NAME} -d") for pid in PIDS.values()], **more)
 
 
-@pytest.mark.parametrize("key, unit, kind, value, told", PROBES.values(), ids=PROBES.keys())
+@pytest.mark.parametrize("key, unit, kind, value, shown", PROBES.values(), ids=PROBES.keys())
 def test_a_reading_is_believed_for_the_whole_id_and_the_right_name_alone(make_host, pace, key, unit, kind,
-                                                                         value, told):
+                                                                         value, shown):
     """All answers come at once, so each process meets the rows of the others too."""
     host = probed_host(make_host, key, unit)
     host.put(scripted.answer_of_ps(kind), "".join(
         rows.format(pid=PIDS[row], value=value) for row, (rows, _) in ROWS.items()))
     assert readings_of_first_pass(host, pace) == {
-        PIDS[row]: told if is_believed else "0.00" for row, (_, is_believed) in ROWS.items()}
+        PIDS[row]: shown if is_believed else "0.00" for row, (_, is_believed) in ROWS.items()}
 
 
 def test_on_red_hat_too_a_reading_is_believed_for_the_whole_id_and_the_right_name_alone(make_host, pace):

@@ -82,7 +82,7 @@ def test_the_seventh_reading_opens_a_fresh_window(make_host):
     assert breaches(host) == [(11, texts.exceeded("CPU", NAME, PID, 50, 51))]
 
 
-def test_the_window_goes_on_through_a_breach(make_host):
+def test_the_window_continues_through_a_breach(make_host):
     host = watching(make_host, 50, [99])
     host.after_pass(12)
     text = texts.exceeded("CPU", NAME, PID, 50, 99)
@@ -92,7 +92,7 @@ def test_the_window_goes_on_through_a_breach(make_host):
                                                                       texts.taking(2, NAME, PID)]
 
 
-def test_a_breach_beyond_the_dump_count_is_told_and_collects_nothing(make_host):
+def test_a_breach_beyond_the_dump_count_is_reported_and_collects_nothing(make_host):
     host = watching(make_host, 50, [99], THHS_DUMP_COUNT=1)
     host.after_pass(11)
     text = texts.exceeded("CPU", NAME, PID, 50, 99)

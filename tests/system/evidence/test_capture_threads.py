@@ -27,7 +27,7 @@ int pthread_detach(pthread_t thread)
 
 @pytest.fixture(name="breached")
 def _breached(make_host, pace, interpose):
-    """Makes a paced daemon behind a first pass with a breach, on a machine that refuses these calls."""
+    """Makes a paced daemon after a first pass with a breach, on a machine that refuses these calls."""
 
     def make(*calls):
         host = make_host(store={"THHS_MONITOR_CPU": f"{NAME}:80", "THHS_CAPTURE_WITHOUT_THRESHOLD": 1},
@@ -66,7 +66,7 @@ def test_a_thread_that_cannot_be_started_leaves_the_id_of_the_main_one_which_is_
     failed = [entry for entry in host.log() if entry.startswith("Error: Failed to create a thread ")]
     assert len(failed) == expected.count("main")
     refusing.refuse(host)
-    assert daemon.step(), "the main thread goes on as ever"
+    assert daemon.step(), "the main thread continues as ever"
     daemon.captures_end()
     assert let_go(host) == sorted(expected + ["another"] * 6)
     host.terminate()

@@ -118,7 +118,7 @@ until [ -e /run/go ]; do sleep 0.1; done
 """
 SAY = f"printf '{CAME_BACK[:-1]}\\n'"
 
-# What is held; what it does when it is let go; what is in the evidence after that, and nothing behind it.
+# What is held; what it does when it is let go; what is in the evidence after that, and nothing after it.
 HELD = {
     # It speaks to the daemon, which ends it once the daemon is gone; so the image is written first.
     "gcore": ("/usr/bin/gcore", f'echo "core of $3" >"$2.$3"; {SAY}', {str(PID): f"core of {PID}\n"}),
@@ -273,7 +273,7 @@ AT_THE_SIGN = f"until [ -e /run/go ]; do :; done; exec {product.PROGRAM} -start"
 
 
 def outcome(result):
-    """Status and output behind the banner; the banner may come twice, once from each side of the fork."""
+    """Status and output after the banner; the banner may come twice, once from each side of the fork."""
     return result.status, result.output.replace(texts.begun("start"), "")
 
 

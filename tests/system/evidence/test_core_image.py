@@ -113,7 +113,7 @@ def test_a_process_that_dies_first_gives_its_line_and_leaves_the_folder(make_hos
     assert not entries_like(host, generated(999999))
 
 
-def test_a_missing_gcore_is_told_with_its_path(make_host):
+def test_a_missing_gcore_is_reported_with_its_path(make_host):
     host = scripted_host(make_host, without=["gcore"], store={"THHS_VERBOSE": 1})
     log_tells(host, r"TakeMemorySnapshotAndDump \(TID: \d+\) Error:/usr/bin/gcore file not found "
                     "to generate the dump")
@@ -123,7 +123,7 @@ def test_a_missing_gcore_is_told_with_its_path(make_host):
     assert not entries_like(host, ".*Dump has generated.*|.*Failed to generate.*")
 
 
-def test_a_gcore_that_fails_is_told_without_a_verbose_line(make_host):
+def test_a_gcore_that_fails_is_reported_without_a_verbose_line(make_host):
     host = scripted_host(make_host, tools={"gcore": Tool(status=3, errors="no such process\n")})
     log_tells(host, failed(4321))
     assert host.calls("gcore")[0].startswith("-o /evidence/thsentinel/exampled/4321/Evidence1/4321_")

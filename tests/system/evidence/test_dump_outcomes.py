@@ -1,4 +1,4 @@
-"""What a dump is judged by: the ends of its commands, each with its lines in the log, verbose and not."""
+"""What decides on a dump: the ends of its commands, each with its lines in the log, verbose and not."""
 import re
 
 import pytest
@@ -12,7 +12,7 @@ ONE_BREACH = {"THHS_CAPTURE_WITHOUT_THRESHOLD": 1, "THHS_DUMP_COUNT": 1, "THHS_C
 
 
 def dumped(make_host, pace, name, command, *prepared, **store):
-    """A host behind a breach of one process; prepared: what is done to it before the start."""
+    """A host after a breach of one process; prepared: what is done to it before the start."""
     host = make_host(store={**ONE_BREACH, "THHS_MONITOR_CPU": f"{name}:80", **store},
                      processes=[Process(PID, command, cpu=7)])
     for prepare in prepared:
@@ -70,7 +70,7 @@ def of_core(host):
 
 
 @pytest.mark.parametrize("prepare, trace, is_generated", CORES.values(), ids=CORES.keys())
-def test_a_core_is_judged_by_the_status_of_its_command_alone(make_host, pace, prepare, trace, is_generated):
+def test_a_core_is_decided_by_the_status_of_its_command_alone(make_host, pace, prepare, trace, is_generated):
     host = dumped(make_host, pace, NAME, f"/opt/{NAME}", prepare, THHS_VERBOSE=1)
     assert sorted(of_core(host)) == sorted([
         f"Thread (TID : <id>) created to take a process snapshot for {NAME} (PID : {PID})", f"Cmd:{LINE}",
@@ -80,7 +80,7 @@ def test_a_core_is_judged_by_the_status_of_its_command_alone(make_host, pace, pr
     assert len([line for line in host.shell_lines() if "gcore" in line]) == 1
 
 
-# The folders below the log, where the cleaning behind a failed core looks; what stays, and what is said.
+# The folders below the log, where the cleaning after a failed core looks; what stays, and what is said.
 BELOW = {
     "an empty folder": ([""], 1, False, []),
     "a folder that holds something": (["/other"], 1, True, [CLEANED_UP]),
@@ -89,7 +89,7 @@ BELOW = {
 
 
 @pytest.mark.parametrize("paths, verbose, stays, said", BELOW.values(), ids=BELOW.keys())
-def test_behind_a_failed_core_an_empty_folder_below_the_log_goes_without_a_word(make_host, pace, paths,
+def test_after_a_failed_core_an_empty_folder_below_the_log_is_removed_silently(make_host, pace, paths,
                                                                                verbose, stays, said):
     def fill(host):
         for path in paths:

@@ -177,7 +177,7 @@ def test_a_name_that_is_a_path_is_the_name_of_its_folder_as_it_stands(make_host)
         "999999/evidence.lock"])
 
 
-def test_a_process_that_is_gone_leaves_heads_alone(make_host):
+def test_a_process_that_is_gone_leaves_only_heads(make_host):
     host = make_host(store={"THHS_MONITOR_CPU": f"{NAME}:80", "THHS_VERBOSE": 1},
                      processes=[Process(999999, f"/opt/{NAME}", cpu=ONE_BREACH)])
     host.start()
@@ -197,7 +197,7 @@ def test_what_a_tool_says_on_standard_error_stays_out(make_host):
     assert "bad" not in host.evidence()[path]
 
 
-def test_a_missing_tool_leaves_its_head_alone_and_the_service_goes_on(make_host):
+def test_a_missing_tool_leaves_only_its_head_and_the_service_continues(make_host):
     host, pid = breaching_host(make_host, without=["top", "netstat", "iostat", "gstack", "pmap"])
     host.after_pass(6)
     evidence = host.evidence()

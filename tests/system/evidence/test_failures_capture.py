@@ -51,13 +51,13 @@ def errors_of(host):
 
 
 def returned(host):
-    """(command, the end of its file's name, status) of all that the captures ran, as the log tells."""
+    """(command, the end of its file's name, status) of all that the captures ran, as the log shows."""
     found = [RETURNED.fullmatch(entry) for entry in host.log()]
     return [(one[1], one[2].rpartition(".")[2], one[3]) for one in found if one]
 
 
 def captured(make_host, pace, preloaded=(), before=(), processes=None, **description):
-    """A host where something stands in the way, and its paced daemon behind the captures of a first pass."""
+    """A host where something stands in the way, and its paced daemon after the captures of a first pass."""
     store = {**ON, **description.pop("store", {})}
     host = make_host(store=store, processes=processes or [Process(PID, f"/opt/{NAME}", cpu=7)], **description)
     for prepare in before:
@@ -97,8 +97,8 @@ OBSTACLES = {"the root": (ROOT, []), "the folder of the name": (f"{ROOT}/{NAME}"
 
 
 @pytest.mark.parametrize("obstacle, lines", OBSTACLES.values(), ids=OBSTACLES.keys())
-def test_a_folder_that_cannot_be_made_costs_the_set_without_a_word(make_host, pace, obstacle, lines):
-    """Only what comes of it is told: the line of the core, and of each command how it ended, when verbose."""
+def test_a_folder_that_cannot_be_made_costs_the_set_silently(make_host, pace, obstacle, lines):
+    """Only what comes of it is reported: the line of the core, and of each command how it ended, when verbose."""
     host, daemon = captured(make_host, pace, before=[lambda host: host.put(obstacle, "in the way\n")],
                             tools=FAILING_GCORE)
     assert errors_of(host) == [*lines, NO_CORE]
@@ -123,7 +123,7 @@ def test_files_below_a_folder_that_is_none_cannot_be_opened_and_the_names_stay(m
     assert host.evidence() == {f"{NAME}/{PID}/Evidence1": "in the way\n"}
 
 
-def test_a_marker_that_cannot_be_made_is_told_for_each_file_and_costs_none(make_host, pace):
+def test_a_marker_that_cannot_be_made_is_reported_for_each_file_and_costs_none(make_host, pace):
     host, _ = captured(make_host, pace, before=[lambda host: host.folder(MARKER)])
     assert errors_of(host) == [NO_MARKER] * 6
     assert sorted(host.evidence()) == whole_set()
@@ -135,7 +135,7 @@ def takes_the_evidence_away(host):
     host.put("/usr/bin/ps", scripted.PS.replace("#!/bin/dash\n", move, 1), 0o755)
 
 
-def test_a_root_that_cannot_be_made_is_told_for_each_file_and_stops_the_service_later(make_host, pace):
+def test_a_root_that_cannot_be_made_is_reported_for_each_file_and_stops_the_service_later(make_host, pace):
     host, daemon = captured(make_host, pace, before=[takes_the_evidence_away], tools=FAILING_GCORE)
     assert errors_of(host) == [NO_FOLDER] * 6 + [NO_CORE]
     assert sorted(returned(host)) == [(command, "", NOT_REDIRECTED) for command in EVERY_COMMAND]
@@ -164,7 +164,7 @@ def test_a_file_that_cannot_be_opened_shows_in_the_verbose_lines_alone(make_host
 # Tools and shells
 # ----------------------------------------------------------------------------------------------------------
 
-def test_tools_that_are_missing_end_with_the_status_of_the_shell_and_are_not_told_else(make_host, pace):
+def test_tools_that_are_missing_end_with_the_status_of_the_shell_and_are_not_reported_otherwise(make_host, pace):
     host, _ = captured(make_host, pace, without=["free", "gstack", "mpstat"])
     told = {command: status for command, _, status in returned(host)}
     assert {command: status for command, status in told.items() if status == NOT_FOUND} == {
@@ -201,7 +201,7 @@ QUIET = {"THHS_VERBOSE": 0}
 
 
 @pytest.mark.parametrize("number", THREADS)
-def test_a_capture_without_a_thread_is_told_and_the_others_go_on(refused, number):
+def test_a_capture_without_a_thread_is_reported_and_the_others_continue(refused, number):
     line, missing = THREADS[number]
     host, daemon = refused(f"thread of worker {number}", store=QUIET)
     assert errors_of(host) == [line]
@@ -228,14 +228,14 @@ def test_without_any_thread_each_capture_has_its_line_in_order_and_the_set_is_co
 
 
 @pytest.mark.parametrize("number, tool", [("1", "iostat"), ("2", "mpstat")])
-def test_a_disk_tool_without_a_thread_is_told_and_the_other_one_runs(refused, number, tool):
+def test_a_disk_tool_without_a_thread_is_reported_and_the_other_one_runs(refused, number, tool):
     """The threads of a capture are those of the disk alone."""
     host, _ = refused(f"thread of capture {number}", store=QUIET)
     assert errors_of(host) == [f"{NO_THREAD}to run the /usr/bin/{tool} command "]
     assert sorted(host.evidence()) == whole_set(without=[f"DiskPerf_{tool}"])
 
 
-def test_a_process_with_the_id_0_has_no_core_and_no_word_of_one(make_host, pace):
+def test_a_process_with_the_id_0_has_no_core_and_no_line_about_one(make_host, pace):
     host, _ = captured(make_host, pace, processes=[Process(0, f"/opt/{NAME}", cpu=7)])
     assert texts.taking(1, NAME, 0) in host.log()
     assert host.calls("gcore") == []

@@ -156,7 +156,7 @@ def test_a_heap_dump_that_fails_does_not_hold_up_a_good_thread_dump(make_java_ho
 
 def test_a_dump_that_cant_be_moved_stays_in_the_temporary_folder(make_java_host):
     host = make_java_host()
-    # The destination goes while the dump is taken; what comes behind makes it anew.
+    # The destination goes while the dump is taken; what comes after makes it anew.
     replace_jcmd(host, '[ "$2" = GC.heap_dump ] && rm -rf /evidence/thsentinel/adminconsole/*')
     pid = a_java_process(host, user="root")
     host.start()

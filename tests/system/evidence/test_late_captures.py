@@ -1,4 +1,4 @@
-"""Captures that take their time: the names, settings and folders that each goes by, what runs beside it."""
+"""Captures that take their time: the names, settings and folders that each uses, what runs beside it."""
 import pytest
 
 from host import Process, paced, scripted, texts
@@ -46,7 +46,7 @@ def _held(make_host, pace):
 
 
 # ----------------------------------------------------------------------------------------------------------
-# What a capture goes by
+# What a capture uses
 # ----------------------------------------------------------------------------------------------------------
 
 JCMD = '[ "$2" = Thread.print ] && echo threads || echo heap >"$3"'
@@ -154,7 +154,7 @@ def test_all_captures_of_a_breach_run_at_once_and_hold_up_no_pass(held):
 # Folders
 # ----------------------------------------------------------------------------------------------------------
 
-def test_an_evidence_root_that_vanishes_behind_the_load_is_made_by_the_captures(make_host, pace):
+def test_an_evidence_root_that_vanishes_after_the_load_is_made_by_the_captures(make_host, pace):
     """The listing of the pass takes it away."""
     host = make_host(store=EVERY_PASS, processes=[Process(PID, f"/opt/{NAME}", cpu=7)])
     host.put("/usr/bin/ps", scripted.PS.replace("\n", f"\n[ $# != 2 ] || rm -rf {ROOT}\n", 1), 0o755)

@@ -24,7 +24,7 @@ STEMS = {(100, "CPU"): f"{ROOT}/exampled/100/Evidence1/100_<time>_CPU",
 
 
 def fifth_pass(live, *processes, **store):
-    """The host, and the shell lines and the log of the pass of the breaches, behind its load."""
+    """The host, and the shell lines and the log of the pass of the breaches, after its load."""
     daemon = live(store={**EVERYTHING, **store}, processes=processes)
     daemon.host.put("/opt/jdk/bin/jcmd", JCMD, 0o755)
     for _ in range(3):
@@ -39,7 +39,7 @@ def fifth_pass(live, *processes, **store):
 # ----------------------------------------------------------------------------------------------------------
 
 def destination(line):
-    """The file or the tool that tells which capture sent a line; None for one of the worker."""
+    """The file or the tool that shows which capture sent a line; None for one of the worker."""
     command, redirected, path = line.partition(" >> ")
     if redirected:
         return path
@@ -195,7 +195,7 @@ def _one_breach(live):
     return fifth_pass(live, EXAMPLED, THHS_MONITOR_CPU="exampled:80", THHS_NUMBER_OF_READINGS=2)[2]
 
 
-def test_a_capture_logs_each_command_before_and_behind_its_run_and_is_done_behind_the_last(one_breach):
+def test_a_capture_logs_each_command_before_and_after_its_run_and_is_done_after_the_last(one_breach):
     stem = STEMS[100, "CPU"]
     commands = capture_commands(stem, 100)
     commands[f"{stem}.MemoryPerf"] *= 2

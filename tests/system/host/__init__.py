@@ -15,7 +15,7 @@ alone. Where isolated hosts can't be made, the tests that need one are skipped w
 
 The host
   `make_host(...)` makes a host, as many as the test wants; `host` is one with nothing but defaults. Host()
-  tells what can be described. Each is a private namespace (script/host) with an agent inside, and ends with
+  shows what can be described. Each is a private namespace (script/host) with an agent inside, and ends with
   the test, all its processes with it. The program is installed from one staged tree a session.
 
 The store

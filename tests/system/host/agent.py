@@ -224,7 +224,7 @@ class Agent:
         os.kill(pid, number)
 
     def adopt(self):
-        """From now on processes that lose their parent become ours, so that their status can be told."""
+        """From now on processes that lose their parent become ours, so that their status can be reported."""
         if ctypes.CDLL(None, use_errno=True).prctl(PR_SET_CHILD_SUBREAPER, 1, 0, 0, 0) != 0:
             raise OSError(ctypes.get_errno(), "prctl")
 
@@ -262,7 +262,7 @@ def main():
         operation, arguments = json.loads(line)
         try:
             answer = {"answer": getattr(agent, operation)(*arguments)}
-        except Exception as error:  # whatever went wrong is the test's to judge
+        except Exception as error:  # whatever went wrong is for the test to check
             answer = {"error": f"{type(error).__name__}: {error}"}
         print(json.dumps(answer), flush=True)
 

@@ -1,4 +1,4 @@
-"""The layout of the program's classes as the compiler itself tells it."""
+"""The layout of the program's classes as the compiler itself prints it."""
 import functools
 import re
 import subprocess
@@ -23,7 +23,7 @@ def slots(header):
     dump = compile_headers([header], "-fsyntax-only", "-fdump-lang-class=/dev/stdout")
     tables = {}
     for table in re.finditer(r"^Vtable for (\w+)\n.*\n((?:\d+ .*\n)+)", dump, re.MULTILINE):
-        entries = re.findall(r"^\d+ +(.*)$", table[2], re.MULTILINE)[2:]  # behind offset and type
+        entries = re.findall(r"^\d+ +(.*)$", table[2], re.MULTILINE)[2:]  # after offset and type
         names = [re.sub(r"^\(int \(\*\)\(\.\.\.\)\)", "", entry) for entry in entries]
         tables[table[1]] = [None if name in ("0", "__cxa_pure_virtual") else name for name in names]
     return tables
@@ -58,7 +58,7 @@ class DebugInformation:
                 self.order.append({"depth": int(begun[1], 16), "tag": begun[3]})
                 self.entries[begun[2]] = self.order[-1]
                 continue
-            # The value stands behind its encoding.
+            # The value stands after its encoding.
             attribute = re.match(r" *<\w+> +DW_AT_(\w+) *: *(?:\([^)]*\):? )*(.*)", line)
             if attribute and self.order:
                 self.order[-1].setdefault(attribute[1], attribute[2].strip())

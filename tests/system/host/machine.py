@@ -246,7 +246,7 @@ class Host:
         return [one for one in named if one["parent"] not in at_work]
 
     def adopt_orphans(self):
-        """Lets status_of() tell how a daemon ended that is started after this."""
+        """Lets status_of() report how a daemon ended that is started after this."""
         self.ask("adopt")
 
     def status_of(self, pid, limit=LIMIT):

@@ -108,7 +108,7 @@ class Paced:
         """library: what build() gave; preloaded: paths of more libraries, with their environment."""
         self.host = host
         self.environment = {**environment, "LD_PRELOAD": ":".join([LIBRARY, *preloaded])}
-        self.passed = self.told = 0
+        self.passed = self.logged = 0
         host.put(LIBRARY, library, 0o755)
 
     def start(self, option="-start"):
@@ -124,7 +124,7 @@ class Paced:
         return result
 
     def next_pass(self, **changes):
-        """Changes settings, goes on to the sleep of the next pass, and gives what was said from then on."""
+        """Changes settings, continues to the sleep of the next pass, and gives what was said from then on."""
         self.says()
         self.host.configure(changes)
         if not self.step():
@@ -135,7 +135,7 @@ class Paced:
         """What the log says since this was asked last, once the captures of the pass have ended."""
         self.captures_end()
         log = self.host.log()
-        fresh, self.told = log[self.told:], len(log)
+        fresh, self.logged = log[self.logged:], len(log)
         return fresh
 
     def sleeps(self):

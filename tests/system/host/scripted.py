@@ -30,7 +30,7 @@ fi
 exec /bin/dash "$@"
 """
 
-# The reader of a listing is told by the shell line that ps stands in. The first of the two plain listings of
+# The reader of a listing is known by the shell line that ps stands in. The first of the two plain listings of
 # a pass is for the table of names, the second for that of ids.
 PS = f"""#!/bin/dash
 here={SCENARIO}/ps

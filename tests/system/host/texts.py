@@ -1,4 +1,4 @@
-"""What the program says, word for word, and how the files it writes are taken apart for a comparison."""
+"""What the program says, word for word, and how the files it writes are split for a comparison."""
 import re
 
 from . import product
@@ -70,9 +70,9 @@ def without_file_times(text):
 
 
 def entries_of(text):
-    """The entries of a diagnostic log, each behind its stamp and without the last line end.
+    """The entries of a diagnostic log, each after its stamp and without the last line end.
 
-    An entry goes on up to the next line that starts with a stamp. Text that isn't behind any stamp is an
+    An entry extends to the next line that starts with a stamp. Text that isn't after any stamp is an
     error.
     """
     found = []
@@ -150,7 +150,7 @@ def probe_line(column, names, pid):
 
 
 def is_of_a_capture(entry):
-    """Whether a verbose line tells of the start or the work of a thread that captures."""
+    """Whether a verbose line reports the start or the work of a thread that captures."""
     return entry.startswith(("Thread (TID : ", "CollectCommandData : ")) or entry.endswith(
         " data collected successfully.")
 

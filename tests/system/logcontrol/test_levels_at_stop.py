@@ -14,7 +14,7 @@ ON = {"THHS_INCREASE_LOG_LEVEL": 1, "THHS_CAPTURE_WITHOUT_THRESHOLD": 1, "THHS_P
 BEFORE = ["119 2 3", "128 4 5"]
 SOON = 20  # seconds
 
-# The tool, whose call that matches a pattern hangs until it is told to go on.
+# The tool, whose call that matches a pattern hangs until it is released.
 HANGING = """#!/bin/dash
 case $* in {pattern})
     : >/run/hangs

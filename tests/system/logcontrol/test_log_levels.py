@@ -183,7 +183,7 @@ def test_a_target_that_could_not_be_read_is_tried_again_at_the_next_breach(make_
                   "mDiagnosticLevel and  DebugLevel for the process exampled have been reset to original "
                   "values."]),
     ("echo refused >&2; exit 1", [])], ids=["a tool that speaks", "a tool that fails"])
-def test_a_raise_is_told_by_what_the_tool_says_and_restored_in_any_case(make_life, says, told):
+def test_a_raise_is_logged_by_what_the_tool_prints_and_restored_in_any_case(make_life, says, told):
     host, _ = make_life("exampled", tool=tool_that_lists({"exampled": BOTH}, says), THHS_VERBOSE=1)
     host.terminate()
     assert tool_lines(host) == raised("exampled") + restored("exampled", 3, 4)
@@ -208,7 +208,7 @@ LISTINGS = {
 }
 
 
-def test_a_level_is_the_number_behind_the_first_equals_sign_between_blanks(make_life):
+def test_a_level_is_the_number_after_the_first_equals_sign_between_blanks(make_life):
     listings = {name: f"{text}\\nDiagnosticLevel = 4" for name, (text, _) in LISTINGS.items()}
     host, _ = make_life(*LISTINGS, tool=tool_that_lists(listings))
     host.terminate()
@@ -254,7 +254,7 @@ def test_a_daemon_that_is_killed_leaves_levels_of_6_which_the_next_one_takes_for
     assert host.get(LEVELS) == "exampled 6 6\n"
 
 
-def test_a_missing_tool_raises_nothing_and_the_service_goes_on(make_life):
+def test_a_missing_tool_raises_nothing_and_the_service_continues(make_life):
     host, daemon = make_life("exampled", "tbrd", tool="")
     assert daemon.step()
     host.terminate()

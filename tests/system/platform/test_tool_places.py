@@ -23,7 +23,7 @@ def own_bin(host, *moved):
 
 
 def breached(make_host, pace, prepare, **description):
-    """A host behind a first pass with a breach and its captures, prepared before the start."""
+    """A host after a first pass with a breach and its captures, prepared before the start."""
     store = {**EVERY_PASS, "THHS_DUMP_COUNT": 1, **description.pop("store", {})}
     host = make_host(store=store, processes=[Process(PID, f"/opt/{NAME}", cpu=7)], **description)
     prepare(host)

@@ -11,7 +11,7 @@ LAST = "5 passed, 0 failed, 0 skipped"
 
 @pytest.fixture(name="run")
 def make_run(tmp_path):
-    """Runs it beside scripts that end as they are told; gives the status, the output and the calls of script/test."""
+    """Runs it beside scripts with a given end; gives the status, the output and the calls of script/test."""
     (tmp_path / ".ci").mkdir()
     (tmp_path / "script").mkdir()
     (tmp_path / "bin").mkdir()

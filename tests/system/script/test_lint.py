@@ -65,7 +65,7 @@ def test_a_file_name_that_points_outside_is_found(tmp_path):
     assert check(tmp_path, name, "") == (1, f"{name}:0: the file name: '{'spec' 'ification'}' {PAPER}\n")
 
 
-def test_every_finding_of_every_line_is_told(tmp_path):
+def test_every_finding_of_every_line_is_reported(tmp_path):
     text = "\u00a7 and /wo" "rk/\nfine\n\u00a7\n"
     expected = [f"a:1: '\u00a7' {HEADING}", f"a:1: '/wo" f"rk/' {FOLDER}", f"a:3: '\u00a7' {HEADING}"]
     assert check(tmp_path, "a", text) == (1, "\n".join(expected) + "\n")

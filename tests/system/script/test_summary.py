@@ -48,7 +48,7 @@ def test_failures_and_errors_are_named_and_fail_the_run(tmp_path):
     assert summary(tmp_path, {"system": report}, {"system": 1}) == (1, expected)
 
 
-def test_skips_are_told_with_their_reasons_and_do_not_fail_the_run(tmp_path):
+def test_skips_are_reported_with_their_reasons_and_do_not_fail_the_run(tmp_path):
     matched = '<skipped message="SKIP_REGULAR_EXPRESSION_MATCHED"/>'
     report = suite(
         case("a", '<skipped message="no gdb"/>'),

@@ -38,7 +38,7 @@ TEST(Console, PrintsTextOfAnyLength)
     EXPECT_EQ(GetConsole([] { ConsolePuts(text.c_str()); }), text + "\n");
 }
 
-TEST(Console, KeepsOffStandardError)
+TEST(Console, WritesNothingToStandardError)
 {
     testing::internal::CaptureStdout();
     testing::internal::CaptureStderr();
@@ -53,7 +53,7 @@ TEST(Console, WritesWhatIsBufferedWhenItIsClosedAndDropsWhatComesLater)
     ChildProcess process([] {
         ConsolePuts("before");
         CloseStandardStreams();
-        ConsolePuts("behind");
+        ConsolePuts("after");
         ConsolePrint("%d", 7);
         for (const int descriptor : {STDIN_FILENO, STDOUT_FILENO, STDERR_FILENO}) {
             if (fcntl(descriptor, F_GETFD) != -1) {

@@ -21,7 +21,7 @@ struct ActionScript
     HelperScript mShell;
 };
 
-/** A helper whose checks before and behind an action are scripted. */
+/** A helper whose checks before and after an action are scripted. */
 class ActionHelper : public ScriptedHelper<>
 {
 public:

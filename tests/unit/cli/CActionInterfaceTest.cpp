@@ -36,7 +36,7 @@ const std::string OPTIONS = " [-install] [-uninstall] [-start] [-terminate] [-ve
                             "default:                This will start the daemon.\n";
 } // namespace
 
-TEST(CActionInterface, PrintsTheHelpBehindTwoLineFeedsAndTheName)
+TEST(CActionInterface, PrintsTheHelpAfterTwoLineFeedsAndTheName)
 {
     EXPECT_EQ(GetHelp("thsentinel"), "\n\nthsentinel" + OPTIONS);
 }

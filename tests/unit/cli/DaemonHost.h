@@ -45,7 +45,7 @@ extern const Lines START_LINES;
 extern const Lines PASS_LINES;
 extern const Lines STOP_LINES;
 
-/** The lines one group behind the other. */
+/** The lines one group after the other. */
 Lines Join(const std::vector<Lines>& groups);
 
 constexpr char ENTRY[] = "6 ===== Daemon Entry Point =====\n";

@@ -111,7 +111,7 @@ TEST_F(DaemonConversion, AnswersTheParentAtOnceWithHandlersAndMaskInPlace)
     EXPECT_FALSE(std::filesystem::exists(GetLockFile(THHS_CHILD_LOCK_NAME)));
 }
 
-TEST_F(DaemonConversion, TellsThatThereWasNoFork)
+TEST_F(DaemonConversion, ReportsThatTheForkFailed)
 {
     GetSeams().mFork = [] { return pid_t(-1); };
     EXPECT_EQ(GetConsole([] { EXPECT_EQ(Convert(), DAEMON_RC_FORK_FAILED); }), NO_FORK);
@@ -151,7 +151,7 @@ TEST_F(Refusal, MeetsAChildOfProcess1)
     EXPECT_EQ(GetConsole([] { EXPECT_EQ(Convert(), DAEMON_RC_LOCK_HELD); }), ORPHANED);
 }
 
-TEST_F(Refusal, TellsOfTheOtherRunFirst)
+TEST_F(Refusal, ReportsTheOtherRunFirst)
 {
     GetSeams().mGetppid = [] { return pid_t(1); };
     const LockHolder run({THHS_RUN_LOCK_NAME});
@@ -270,7 +270,7 @@ TEST_F(DaemonConversion, DetachesByOneForkAndClosedStreamsAlone)
     EXPECT_EQ(daemon.GetOutput(), "buffered"); // written by the closing
 }
 
-TEST_F(DaemonConversion, LeavesDescriptorsBehindThatCanNeitherBeReadNorWritten)
+TEST_F(DaemonConversion, LeavesStandardDescriptorsThatCanNeitherBeReadNorWritten)
 {
     ChildProcess daemon(BecomeDaemon);
     AwaitPass();
@@ -303,7 +303,7 @@ TEST_F(DaemonConversion, GivesUpAtTheThirdFailedCreationWithoutATearDown)
     EXPECT_EQ(GetLogLines(), START_LINES); // and no pass
 }
 
-TEST_F(DaemonConversion, RunsBehindTwoFailedCreationsAndMakesNoSecondWorker)
+TEST_F(DaemonConversion, RunsAfterTwoFailedCreationsAndMakesNoSecondWorker)
 {
     FailCreations(2);
     ChildProcess daemon(BecomeDaemon);

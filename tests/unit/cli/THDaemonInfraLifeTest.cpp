@@ -150,7 +150,7 @@ TEST_F(DaemonLife, EndsWithTheStatusOfItsActionWhenALaterReadingFails)
         return PerformAction(eActionStart);
     });
     EXPECT_EQ(daemon.Wait(), 8);
-    EXPECT_EQ(daemon.GetOutput(), STARTING); // the banner behind finds the stream closed
+    EXPECT_EQ(daemon.GetOutput(), STARTING); // the banner that follows finds the stream closed
 }
 
 /** Standard descriptors that are closed at the start. */
@@ -210,9 +210,9 @@ protected:
     static int GetNumber() { return std::getenv("THSENTINEL_NIGHTLY") == nullptr ? 6 : 30; }
 
     /** Waits for a moment of the start and the first passes, or of the captures of the first breach. */
-    void AwaitMoment(bool isBehindABreach, const std::filesystem::path& evidence)
+    void AwaitMoment(bool isAfterABreach, const std::filesystem::path& evidence)
     {
-        if (isBehindABreach) {
+        if (isAfterABreach) {
             EXPECT_TRUE(WaitFor([&] { return exists(evidence / "thsentinel" / "thsentinel_tests"); }));
         }
         (void)usleep(std::uniform_int_distribution<unsigned>(0, 150000)(mGenerator));

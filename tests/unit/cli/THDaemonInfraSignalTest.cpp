@@ -44,7 +44,7 @@ std::vector<std::string> GetStopEntries(const ChildProcess& daemon)
     return {stop, log.end()};
 }
 
-unsigned SleepAndTellTheWorker(unsigned seconds)
+unsigned SleepAndSignalTheWorker(unsigned seconds)
 {
     if (seconds == LONG_INTERVAL) {
         WriteThreadId(WORKER);
@@ -179,7 +179,7 @@ protected:
     }
 };
 
-TEST_P(WorkerInPlace, HandsItsOwnStopSignalToTheMainThread)
+TEST_P(WorkerInPlace, PassesItsOwnStopSignalToTheMainThread)
 {
     ChildProcess daemon(BecomeDaemon);
     SendToThread(daemon.GetPid(), AwaitId(WORKER), SIGTERM);
@@ -207,7 +207,7 @@ using DaemonSignals = DaemonHost;
 TEST_F(DaemonSignals, StopADaemonWhoseWorkerSleeps)
 {
     ChildProcess daemon([] {
-        GetSeams().mSleep = SleepAndTellTheWorker;
+        GetSeams().mSleep = SleepAndSignalTheWorker;
         return BecomeDaemon();
     });
     SendToThread(daemon.GetPid(), AwaitId(WORKER), SIGINT);
@@ -218,7 +218,7 @@ TEST_F(DaemonSignals, StopADaemonWhoseWorkerSleeps)
 TEST_F(DaemonSignals, LetAHangUpBeginThePassOfASleepingWorkerEarly)
 {
     ChildProcess daemon([] {
-        GetSeams().mSleep = SleepAndTellTheWorker;
+        GetSeams().mSleep = SleepAndSignalTheWorker;
         return BecomeDaemon();
     });
     const pid_t worker = AwaitId(WORKER);

@@ -143,7 +143,7 @@ TEST_F(DaemonLocks, CoverTheWholeFileHoweverLong)
     (void)close(descriptor);
 }
 
-TEST_F(DaemonLocks, FallWithTheProcessThatHeldThem)
+TEST_F(DaemonLocks, AreReleasedWithTheProcessThatHeldThem)
 {
     LockHolder daemon({THHS_CHILD_LOCK_NAME});
     EXPECT_EQ(CheckForAnotherInstanceRunning(THHS_CHILD_LOCK_NAME), DAEMON_RC_LOCK_HELD);
@@ -195,7 +195,7 @@ INSTANTIATE_TEST_SUITE_P(
     DaemonLocks, RunFileContent,
     testing::Values(PidCase{"an id", "1234", 0, 1234}, PidCase{"an id and a line end", "1234\n", 0, 1234},
                     PidCase{"blanks before it", " \n\t 1234", 0, 1234},
-                    PidCase{"text behind it", "1234abc", 0, 1234}, PidCase{"two numbers", "1 2", 0, 1},
+                    PidCase{"text after it", "1234abc", 0, 1234}, PidCase{"two numbers", "1 2", 0, 1},
                     PidCase{"a negative number", "-7", 0, -7},
                     PidCase{"the largest number", "2147483647", 0, 2147483647},
                     PidCase{"nothing", "", DAEMON_RC_NO_PID, -1},
@@ -203,7 +203,7 @@ INSTANTIATE_TEST_SUITE_P(
                     PidCase{"an endless word", std::string(1000000, 'x'), 0, -1},
                     PidCase{"bytes", std::string("\0\xff\x01 1", 5), 0, -1}));
 
-TEST_F(DaemonLocks, MissTheIdWhereThereIsNoFile)
+TEST_F(DaemonLocks, FindNoIdWhereThereIsNoFile)
 {
     int pid = 77;
     EXPECT_EQ(GetChildPidFromLockFile(THHS_RUN_LOCK_NAME, pid), DAEMON_RC_OPEN_FAILED);
@@ -220,21 +220,21 @@ TEST_F(DaemonLocks, OutliveTheReadingOfTheirFile)
     EXPECT_EQ(AskElsewhere(THHS_RUN_LOCK_NAME), DAEMON_RC_LOCK_HELD);
 }
 
-TEST_F(DaemonLocks, TellThatADaemonRuns)
+TEST_F(DaemonLocks, ShowThatADaemonRuns)
 {
     WriteRunFile("not even a number");
     const LockHolder daemon({THHS_CHILD_LOCK_NAME});
     EXPECT_EQ(GetConsole([] { EXPECT_EQ(CheckTheDaemonRuning(nullptr, THHS_RUN_LOCK_NAME), 0); }), "");
 }
 
-TEST_F(DaemonLocks, TellThatNoDaemonRunsAndAreHeldFromThenOn)
+TEST_F(DaemonLocks, ShowThatNoDaemonRunsAndAreHeldFromThenOn)
 {
     WriteRunFile("1234");
     EXPECT_EQ(GetConsole([] { EXPECT_EQ(CheckTheDaemonRuning(nullptr, THHS_RUN_LOCK_NAME), 23); }), "");
     EXPECT_EQ(AskElsewhere(THHS_CHILD_LOCK_NAME), DAEMON_RC_LOCK_HELD);
 }
 
-TEST_F(DaemonLocks, TellThatNoIdIsKnownEvenBesideADaemon)
+TEST_F(DaemonLocks, ReportAMissingIdEvenBesideADaemon)
 {
     const LockHolder daemon({THHS_CHILD_LOCK_NAME});
     EXPECT_EQ(GetConsole([] { EXPECT_EQ(CheckTheDaemonRuning(nullptr, THHS_RUN_LOCK_NAME), 34); }),
@@ -250,7 +250,7 @@ TEST_F(DaemonLocks, AreNotTakenByACheckWithoutAnId)
     EXPECT_EQ(AskElsewhere(THHS_CHILD_LOCK_NAME), 0);
 }
 
-TEST_F(DaemonLocks, TellThatTheDaemonCanNotBeAskedFor)
+TEST_F(DaemonLocks, ReportThatTheDaemonCanNotBeLookedFor)
 {
     WriteRunFile("1234");
     std::filesystem::create_directory(CHILD_FILE);
@@ -269,7 +269,7 @@ protected:
     }
 };
 
-TEST_F(Stopping, SendsOneSignalWhateverBecomesOfIt)
+TEST_F(Stopping, SendsOneSignalWhateverItsResult)
 {
     WriteRunFile("1234");
     const LockHolder daemon({THHS_CHILD_LOCK_NAME});
@@ -318,7 +318,7 @@ TEST_F(Stopping, FailsWhereTheFileCanNotBeReadAgain)
     EXPECT_EQ(stop.GetOutput(), NO_DETAILS);
 }
 
-TEST_F(Stopping, SignalsNobodyWithoutADaemon)
+TEST_F(Stopping, SendsNoSignalWithoutADaemon)
 {
     WriteRunFile("1234"); // left by one that was killed
     EXPECT_EQ(Stop(DAEMON_RC_NOT_RUNNING), NO_INSTANCE);
@@ -326,7 +326,7 @@ TEST_F(Stopping, SignalsNobodyWithoutADaemon)
     EXPECT_EQ(AskElsewhere(THHS_CHILD_LOCK_NAME), DAEMON_RC_LOCK_HELD);
 }
 
-TEST_F(Stopping, TakesALockThatCanNotBeAskedForADaemon)
+TEST_F(Stopping, TreatsALockThatCanNotBeTriedAsADaemon)
 {
     WriteRunFile("1234");
     std::filesystem::create_directory(CHILD_FILE);

@@ -30,7 +30,7 @@ constexpr char RESETTING[] = "Resetting the original log levels for the processe
 constexpr char STOPPED[] = "Tarnhaven Health Sentinel Service stopped.";
 constexpr char SUCCESS[] = "Tarnhaven Health Sentinel Service successfully started";
 
-/** The order of calls, each with the last line of the log at its time where that tells something. */
+/** The order of calls, each with the last line of the log at its time where that matters. */
 Lines gCalls;
 
 /** A manager of which the operations that a pass calls are noted. */
@@ -225,7 +225,7 @@ TEST_P(FailedLoad, EndsTheStart)
     EXPECT_THAT(mScript.mLines, IsEmpty());
 }
 
-TEST_P(FailedLoad, EndsTheWorkerBehindATearDown)
+TEST_P(FailedLoad, EndsTheWorkerAfterATearDown)
 {
     (void)UseNotedManagers();
     mResults = {GetParam().mResult};
@@ -352,7 +352,7 @@ TEST_F(MonitoringService, MakesNoPassOnceItWasStoppedUntilItsFlagIsSetAgain)
     EXPECT_EQ(gCalls.front(), "name table");
 }
 
-TEST_F(MonitoringService, EndsBehindThePassThatAStopMeets)
+TEST_F(MonitoringService, EndsAfterThePassInWhichAStopComes)
 {
     (void)UseNotedManagers();
     GetSeams().mSleep = [](unsigned) {

@@ -54,7 +54,7 @@ class WrongArguments : public testing::TestWithParam<std::vector<std::string>>
 {
 };
 
-TEST_P(WrongArguments, GetTheHelpBehindTheComplaint)
+TEST_P(WrongArguments, GetTheHelpAfterTheComplaint)
 {
     const std::string console = GetConsole([] {
         std::vector<std::string> words = {"program"};
@@ -215,7 +215,7 @@ TEST_F(PerformingActions, PrintsTheVersionWithoutBanners)
     EXPECT_EQ(GetConsole([] { EXPECT_EQ(PerformAction(eActionVersion), 0); }), release);
 }
 
-TEST_F(PerformingActions, AnswersAnyOtherValueWithStatus5AndNoWord)
+TEST_F(PerformingActions, ReturnsStatus5SilentlyForAnyOtherValue)
 {
     for (const int value : {0, 9, 10, -1, 1000}) {
         const auto action = static_cast<eCommandActions>(value);

@@ -85,7 +85,7 @@ TEST_F(UnixAction, OwnsOneHelper)
     EXPECT_EQ(mScript.mDeleted, 1);
 }
 
-TEST_F(UnixAction, InstallsByTheCheckBehindTheAction)
+TEST_F(UnixAction, InstallsByTheCheckAfterTheAction)
 {
     EXPECT_TRUE(CUnixAction().InstallAction());
     mScript.mPostCheck = 1;
@@ -149,7 +149,7 @@ TEST_F(UnixAction, WaitsTwoSecondsForADaemonThatIsThere)
 }
 
 // The first check takes the free lock, and a process doesn't conflict with itself.
-TEST_F(UnixAction, GivesUpBehindTheThirdCheckAndItsSleep)
+TEST_F(UnixAction, GivesUpAfterTheThirdCheckAndItsSleep)
 {
     PretendToFork();
     WriteRunFile("4321");

@@ -110,7 +110,7 @@ void CounterFixture::SetUp()
 
 void CounterFixture::TearDown()
 {
-    EXPECT_EQ(mRecord.mHelpersAlive, 0) << "a helper was not given back";
+    EXPECT_EQ(mRecord.mHelpersAlive, 0) << "a helper was not freed";
     ConfigurationFixture::TearDown();
 }
 

@@ -102,7 +102,7 @@ public:
     std::function<double(const Counter&)> mRead;
 };
 
-/** A test of counters: every helper that the program makes is an EvidenceHelper, and all are given back. */
+/** A test of counters: every helper that the program makes is an EvidenceHelper, and all are freed. */
 class CounterFixture : public ConfigurationFixture
 {
 protected:

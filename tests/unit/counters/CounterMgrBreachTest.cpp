@@ -65,7 +65,7 @@ TEST_F(CounterBreach, GoesToTheSystemLogAsAWarningWithTheStampOfTheLogLine)
     EXPECT_EQ(log.substr(0, log.find('\n')), text);
 }
 
-TEST_F(CounterBreach, IsInTheLogAloneWhenItGoesToTheSystemLog)
+TEST_F(CounterBreach, IsInTheLogBeforeItIsInTheSystemLog)
 {
     std::vector<Lines> logs;
     GetSeams().mSyslog = [&logs] { logs.push_back(GetLogLines()); };
@@ -73,7 +73,7 @@ TEST_F(CounterBreach, IsInTheLogAloneWhenItGoesToTheSystemLog)
     EXPECT_THAT(logs, ElementsAre(Lines{BREACH_LINE}));
 }
 
-TEST_F(CounterBreach, ComesBehindTheTraceOfItsPass)
+TEST_F(CounterBreach, ComesAfterTheTraceOfItsPass)
 {
     mThreshold = 1000;
     Breach();
@@ -92,7 +92,7 @@ TEST_F(CounterBreach, ComesBehindTheTraceOfItsPass)
             "Taking Process Dump (Count #1) for process abc (42)."));
 }
 
-TEST_F(CounterBreach, SaysNothingAtOrBelowTheThreshold)
+TEST_F(CounterBreach, IsNotReportedAtOrBelowTheThreshold)
 {
     Breach(80.99);
     EXPECT_THAT(GetLogLines(), IsEmpty());

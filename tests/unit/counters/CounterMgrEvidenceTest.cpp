@@ -46,7 +46,7 @@ protected:
         mManager.mProcessesRegisteredMonitoring["thwmc"] = 80;
     }
 
-    /** One pass that is a breach; its actions alone are in the record behind it. */
+    /** One pass that is a breach; its actions alone are in the record after it. */
     const std::vector<std::string>& Breach()
     {
         mRecord.mActions.clear();
@@ -152,7 +152,7 @@ TEST_F(CounterEvidence, LeavesTheNumberAloneWithoutABreach)
     EXPECT_EQ(mConfig->mCurrentEvidenceNumber, 7) << "a breach over the limit numbers nothing";
 }
 
-TEST_F(CounterEvidence, CountsItsSetBehindTheLastAction)
+TEST_F(CounterEvidence, CountsItsSetAfterTheLastAction)
 {
     SetGates(1, 1, 1, 1);
     std::vector<int> counts;
@@ -173,7 +173,7 @@ TEST_F(CounterEvidence, CountsItsSetAlsoWhenTheDumpFails)
     EXPECT_EQ(mCounter.mDumpCount, 2);
 }
 
-TEST_F(CounterEvidence, TellsADumpOfMemoryInItsUnit)
+TEST_F(CounterEvidence, DescribesADumpOfMemoryInItsUnit)
 {
     SetGates(1, 0, 0, 0);
     ReadingMgr memory("Memory");
@@ -188,7 +188,7 @@ TEST_F(CounterEvidence, TellsADumpOfMemoryInItsUnit)
               "Service (Current Usage : 1024.13 MB,  Threshold Set : 512 MB) | Memory");
 }
 
-TEST_F(CounterEvidence, WithoutThresholdTellsTheDumpThatThereIsNone)
+TEST_F(CounterEvidence, WithoutThresholdDescribesTheDumpWithMinusOne)
 {
     SetGates(1, 0, 0, 0);
     mManager.mProcessesRegisteredMonitoring.clear();

@@ -48,7 +48,7 @@ TEST_F(CounterManager, ReadsZeroUnlessAResourceIsRead)
     EXPECT_EQ(manager.GetCounterValueFromOS(42), 0.0);
 }
 
-TEST_F(CounterManager, HandsOutItsOwnListAndLabel)
+TEST_F(CounterManager, ReturnsItsOwnListAndLabel)
 {
     OpenMgr<> manager("CPU");
     manager.GetProcessesRegisteredMonitoring()["abc"] = 80;
@@ -200,7 +200,7 @@ TEST_F(CounterPass, ShowsPercentForMemoryInAnyOtherUnit)
             "Running Average : 1 for Memory for process abc(42)"));
 }
 
-TEST_F(CounterPass, TellsTheAbsoluteUnitOncePerCallForTheProcessorManagerToo)
+TEST_F(CounterPass, LogsTheAbsoluteUnitOncePerCallForTheProcessorManagerToo)
 {
     mConfig->mVerbose = 1;
     mCPU.HandleThresholdBreach();
@@ -221,7 +221,7 @@ TEST_F(CounterPass, TakesTheLabelMemoryInAnyCaseForTheUnit)
     EXPECT_EQ(GetLogLines().at(2), "mEMORY usage for process abc(42) : 0.00 MB");
 }
 
-TEST_F(CounterPass, NamesAJavaCounterByItsConfiguredNameSaveInTheLastLine)
+TEST_F(CounterPass, NamesAJavaCounterByItsConfiguredNameExceptInTheLastLine)
 {
     mConfig->mVerbose = 1;
     mConfig->mMemoryUnit = "PERCENT";

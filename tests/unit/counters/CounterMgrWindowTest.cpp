@@ -163,7 +163,7 @@ TEST_F(CounterWindow, TakesMegabytesAsPlainNumbers)
 
 namespace
 {
-/** The decision told by the history of the readings alone. */
+/** The decision, from the history of the readings alone. */
 bool IsExpected(const std::vector<double>& history, const ConfigurationMgr& config, int threshold)
 {
     const std::size_t place = (history.size() - 1) % 6;

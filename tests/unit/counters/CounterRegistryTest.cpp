@@ -274,7 +274,7 @@ TEST_F(CounterRegistry, TriesASkippedJavaProcessAgainButNotOneThatHasItsCounter)
                                            "CPU counter added for process java with PID - 41 : java#41"));
 }
 
-TEST_F(CounterRegistry, TellsTheTwoJavaNamesApartByTheirMarks)
+TEST_F(CounterRegistry, DistinguishesTheTwoJavaNamesByTheirMarks)
 {
     Register("adminconsole");
     Register("thwmc");
@@ -343,7 +343,7 @@ TEST_F(CounterRegistry, LeavesTheRestToTheNextPassWhenThereIsNoMemory)
     EXPECT_THAT(mManager.mProcessIDAndCouterMap, ElementsAre(Key(42), Key(43)));
 }
 
-TEST_F(CounterRegistry, WorksOnWithoutALog)
+TEST_F(CounterRegistry, WorksWithoutALog)
 {
     LoseLog();
     mConfig->mVerbose = 1;

@@ -66,7 +66,7 @@ const ListingCase LISTINGS[] = {
      {{7, "java"}, {8, std::string(MEGABYTE, 'n')}, {9, "java"}},
      {{"java", 7}, {"java", 9}}},
     {"CutInTheMiddleOfALine", "7 java\n8 ja", {{7, "java"}, {8, "ja"}}, {{"java", 7}}},
-    {"CutBehindTheId", "7 java\n8", {{7, "java"}, {8, ""}}, {{"java", 7}}},
+    {"CutAfterTheId", "7 java\n8", {{7, "java"}, {8, ""}}, {{"java", 7}}},
     {"BinaryMatchOfTheFilter", "grep: (standard input): binary file matches\n", {{0, "(standard"}}, {}},
 };
 

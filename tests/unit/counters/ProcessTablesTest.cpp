@@ -122,7 +122,7 @@ TEST_F(ProcessTables, AreEmptyWithoutAListing)
     EXPECT_THAT(ReadIds(""), IsEmpty());
 }
 
-TEST_F(ProcessTables, TakeEachARunOfTheListing)
+TEST_F(ProcessTables, NeedOneRunOfTheListingEach)
 {
     const std::string line = mHelper.mCmdPath->mPs + " -eo pid,command | " + mHelper.mCmdPath->mEgrep +
                              " \"exampled|java|/usr/tarnv\"";
@@ -192,7 +192,7 @@ TEST_F(ProcessTables, NoteProcessesFromOutsideTheProductAndKeepThem)
                                            "Inserting in to multimap processNameAndIDMap <java : 104> "));
 }
 
-TEST_F(ProcessTables, NoteTheDaemonAndUnmonitoredProcessesTooBeforeTheyAreDropped)
+TEST_F(ProcessTables, LogTheDaemonAndUnmonitoredProcessesTooBeforeTheyAreDropped)
 {
     mConfig->mVerbose = 1;
     EXPECT_THAT(ReadNames("999 thsentinel\n55 sh -c java\n"), IsEmpty());
@@ -340,7 +340,7 @@ constexpr OwnerCase OWNERS[] = {
 };
 } // namespace
 
-TEST_P(ProcessTablesOwner, IsTheSecondWordBehindTheRightId)
+TEST_P(ProcessTablesOwner, IsTheSecondWordAfterTheRightId)
 {
     mOutput = GetParam().mOutput;
     EXPECT_EQ(mHelper.GetUserOfProcess(4711), GetParam().mOwner);

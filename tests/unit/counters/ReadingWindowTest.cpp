@@ -62,7 +62,7 @@ TEST(ReadingWindow, SumsFiveReadingsDropsTheSixthAndStartsAnew)
         EXPECT_EQ(counter.mSum, step.mSum);
         EXPECT_EQ(counter.mRunningAverage, step.mAverage);
         EXPECT_EQ(counter.mReadingNumber, step.mNumber);
-        EXPECT_EQ(counter.mFirstReading, 10) << "the first reading is kept for good";
+        EXPECT_EQ(counter.mFirstReading, 10) << "the first reading is never replaced";
         ++counter.mReadingNumber;
     }
 }

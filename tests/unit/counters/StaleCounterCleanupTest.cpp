@@ -73,7 +73,7 @@ INSTANTIATE_TEST_SUITE_P(
                     CleanupCase{"LastGone", {10, 20, 30}, {10, 20}, {10, 20}, {10, 20}},
                     CleanupCase{"HeadGone", {10, 20, 30}, {20, 30}, {20, 30}, {20, 30}},
                     CleanupCase{"NewHeadIsPassedOverOnce", {10, 20, 30}, {30}, {20, 30}, {30}},
-                    CleanupCase{"AllBehindALivingHeadGone", {10, 20, 30, 40}, {10}, {10}, {10}},
+                    CleanupCase{"AllAfterALivingHeadGone", {10, 20, 30, 40}, {10}, {10}, {10}},
                     CleanupCase{"TwoGone", {10, 20}, {}, {20}, {}},
                     CleanupCase{"ThreeGone", {10, 20, 30}, {}, {20}, {}},
                     CleanupCase{"AllGone", {1, 2, 3, 4, 5, 6}, {}, {2}, {}},
@@ -91,7 +91,7 @@ Pids GetRandomPids(std::mt19937& random, int mostPids)
     return pids;
 }
 
-/** Behind a living head every stale counter goes; of a stale head's followers only the next one is spared. */
+/** If the head is alive, all stale counters are removed; after a stale head only the next one stays. */
 Pids GetSurvivors(const Pids& counted, const Pids& alive)
 {
     Pids survivors;
@@ -155,7 +155,7 @@ TEST_F(CounterMgrCleanup, RemovesAlsoWhenNoLineCanBeWritten)
     EXPECT_THAT(mManager.mProcessIDAndCouterMap, ElementsAre(Key(10)));
 }
 
-TEST_F(CounterMgrCleanup, TakesAnIdThatAnotherProcessHasTakenOverForAlive)
+TEST_F(CounterMgrCleanup, TreatsAnIdThatAnotherProcessGotAsAlive)
 {
     Counter& counter = mManager.Add(10, "abc");
     counter.mDumpCount = 2;

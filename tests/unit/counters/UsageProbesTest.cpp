@@ -54,7 +54,7 @@ const Reading READINGS[] = {
     {"ValueIsNoNumber", "4711 - java\n", 0.0},
     {"ValueWithATail", "4711 12.5% java\n", 12.5},
     {"LinesRunTogether", "4711 12.5 java\n4712 99 java\n", 0.0},
-    {"LinesRunTogetherBehindTheName", "4711 12.5 java -x\n4712 99 java\n", 12.5},
+    {"LinesRunTogetherAfterTheName", "4711 12.5 java -x\n4712 99 java\n", 12.5},
     {"HeadLine", "PID %CPU COMMAND\n4711 12.5 java\n", 0.0},
     {"FailureText", "error: process ID list syntax error\n", 0.0},
     {"BlankInThePath", "4711 12.5 /opt/Some Folder/java\n", 0.0},
@@ -107,7 +107,7 @@ TEST_P(UsageProbesReading, IsBelievedOnRedHatAlike)
 INSTANTIATE_TEST_SUITE_P(All, UsageProbesReading, testing::ValuesIn(READINGS),
                          [](const auto& test) { return test.param.mName; });
 
-TEST_F(UsageProbes, TellResidentKilobytesAsMegabytes)
+TEST_F(UsageProbes, ShowResidentKilobytesAsMegabytes)
 {
     for (const auto& [kilobytes, megabytes] : {std::pair("2048", 2.0), std::pair("1", 0.0009765625),
                                                std::pair("1536", 1.5), std::pair("0", 0.0)}) {

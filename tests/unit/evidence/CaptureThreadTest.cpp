@@ -141,7 +141,7 @@ TEST_P(CaptureStarter, StartsOneThreadWithARecordOfItsProcess)
     EXPECT_TRUE(ConfigurationMgr::GetInstance()->mThreadMap.empty()) << "no capture is entered there";
 }
 
-TEST_P(CaptureStarter, TellsOfItsThreadWhenVerbose)
+TEST_P(CaptureStarter, LogsItsThreadWhenVerbose)
 {
     SetVerbose(1);
     EXPECT_TRUE(Call(""));
@@ -163,7 +163,7 @@ TEST_P(CaptureStarter, ShowsTheJavaNameWhenThereIsOne)
     }
 }
 
-TEST_P(CaptureStarter, TellsOfARefusedThreadWhetherVerboseOrNot)
+TEST_P(CaptureStarter, LogsARefusedThreadWhetherVerboseOrNot)
 {
     RefuseThreads(); // the leak check of the sanitizer build sees whether the record is freed
     for (const int verbose : {0, 1}) {

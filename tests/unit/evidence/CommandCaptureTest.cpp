@@ -90,7 +90,7 @@ TEST_F(CommandCapture, HeadTakesTheCommandAsItIs)
     EXPECT_EQ(ReadFile(mFile), Section(command) + Section(""));
 }
 
-TEST_F(CommandCapture, HeadThatCantBeWrittenIsNotTold)
+TEST_F(CommandCapture, HeadThatCantBeWrittenIsNotReported)
 {
     SetVerbose(1);
     EXPECT_FALSE(mHelper->EchoCommandToFile("/t/ps", ""));
@@ -147,7 +147,7 @@ TEST_F(CommandCapture, ShellThatCantBeStartedShowsAsMinusOne)
     EXPECT_EQ(GetLogLines().back(), "CollectCommandData : command /t/ps  >> " + mFile + " return the -1");
 }
 
-TEST_F(CommandCapture, MissingToolLeavesItsHeadAloneAndStatus127)
+TEST_F(CommandCapture, MissingToolLeavesOnlyItsHeadAndStatus127)
 {
     UseRealShell();
     SetVerbose(1);
@@ -193,7 +193,7 @@ TEST_F(CommandCapture, NewRunHasEmptyTextsAndNoFilter)
     EXPECT_EQ(run.mFilterPid, -1);
 }
 
-TEST_F(CommandCapture, BackgroundRunHandsItsArgumentsToItsThread)
+TEST_F(CommandCapture, BackgroundRunPassesItsArgumentsToItsThread)
 {
     mHelper->CollectCommandDataInBackground(mFile, "/t/iostat", "-xt 5 50", 7);
     ASSERT_EQ(mStarts.size(), 1U);
@@ -210,7 +210,7 @@ TEST_F(CommandCapture, BackgroundRunHandsItsArgumentsToItsThread)
     EXPECT_THAT(GetLogLines(), IsEmpty());
 }
 
-TEST_F(CommandCapture, BackgroundRunIsToldWithItsThreadWhenVerbose)
+TEST_F(CommandCapture, BackgroundRunIsLoggedWithItsThreadWhenVerbose)
 {
     SetVerbose(1);
     mHelper->CollectCommandDataInBackground(mFile, "/t/iostat", "", -1);
@@ -218,7 +218,7 @@ TEST_F(CommandCapture, BackgroundRunIsToldWithItsThreadWhenVerbose)
     RunStarts();
 }
 
-TEST_F(CommandCapture, BackgroundRunThatCantStartIsAlwaysTold)
+TEST_F(CommandCapture, BackgroundRunThatCantStartIsAlwaysLogged)
 {
     RefuseThreads();
     mHelper->CollectCommandDataInBackground(mFile, "/t/iostat", "", -1);
@@ -227,7 +227,7 @@ TEST_F(CommandCapture, BackgroundRunThatCantStartIsAlwaysTold)
     EXPECT_FALSE(fs::exists(mFile));
 }
 
-TEST_F(CommandCapture, BackgroundRunWithoutAHelperIsSkippedWithoutAWord)
+TEST_F(CommandCapture, BackgroundRunWithoutAHelperIsSkippedSilently)
 {
     SetVerbose(1);
     GetHelperSeam().mMake = [] { return nullptr; };

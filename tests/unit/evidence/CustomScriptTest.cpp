@@ -60,7 +60,7 @@ protected:
     std::string mScriptPath;
 };
 
-TEST_F(CustomScript, LineIsScriptAndArgumentsInOrderBehindItsHead)
+TEST_F(CustomScript, LineIsScriptAndArgumentsInOrderAfterItsHead)
 {
     Execute();
     EXPECT_EQ(ReadFile(mFile), Section("/opt/script -a b")) << "the head comes before the thread";
@@ -156,7 +156,7 @@ TEST_F(CustomScript, FailureIsSilentUnlessVerbose)
     EXPECT_THAT(GetLogLines(), IsEmpty());
 }
 
-TEST_F(CustomScript, MissingScriptLeavesItsHeadAlone)
+TEST_F(CustomScript, MissingScriptLeavesOnlyItsHead)
 {
     GetSeams().mSystem = nullptr;
     SetScript("/no/such", {});

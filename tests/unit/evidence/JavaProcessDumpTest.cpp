@@ -45,7 +45,7 @@ protected:
         GetSeams().mGetuid = [user] { return user; };
     }
 
-    /** Who owns the Java process by ps; nobody knows when empty. */
+    /** Who owns the Java process by ps; unknown when empty. */
     void SetOwner(const std::string& owner)
     {
         mScript.mAnswer = [owner](const std::string& line) {
@@ -252,13 +252,13 @@ INSTANTIATE_TEST_SUITE_P(Lengths, JavaLineCut,
 
 // ---- Outcomes ---------------------------------------------------------------------------------------------
 
-/** Which lines fail, and what runs and is told then. */
+/** Which lines fail, and what runs and is logged then. */
 struct OutcomeCase
 {
     const char* mName;
     std::vector<std::string> mFailing; ///< texts in the lines that fail
     std::vector<int> mRun;             ///< which of the four lines run: heap, its move, threads, their move
-    std::vector<int> mFailed;          ///< which of them are told to have failed
+    std::vector<int> mFailed;          ///< which of them are logged as failed
     bool mIsSuccess;
 };
 
@@ -278,14 +278,14 @@ protected:
     std::vector<std::string> GetExpectedLog() const
     {
         const auto failures = [this](int first, int last) {
-            std::vector<std::string> told;
+            std::vector<std::string> logged;
             for (const int line : GetParam().mFailed) {
                 if (line >= first && line <= last) {
-                    told.push_back("ThreadJavaProcessDump failed to execute : " +
-                                   mLines[static_cast<std::size_t>(line)]);
+                    logged.push_back("ThreadJavaProcessDump failed to execute : " +
+                                     mLines[static_cast<std::size_t>(line)]);
                 }
             }
-            return told;
+            return logged;
         };
         std::vector<std::string> log = {"Starting to gather GC.heap_dump for PID : 5000"};
         for (const std::string& line : failures(0, 1)) {
@@ -304,7 +304,7 @@ protected:
     std::vector<std::string> mLines;
 };
 
-TEST_P(JavaOutcome, RunsAndTells)
+TEST_P(JavaOutcome, RunsAndLogs)
 {
     SetVerbose(1);
     CreateAndRun();

@@ -129,7 +129,7 @@ TEST_P(PerformanceWorker, TriesEveryLineWithAnEmptyFileName)
     EXPECT_THAT(GetLogLines(), ElementsAre("Error: Failed to create evidence folder /no/such/root"));
 }
 
-TEST_P(PerformanceWorker, GoesOnBehindALineThatFails)
+TEST_P(PerformanceWorker, ContinuesAfterALineThatFails)
 {
     mSystemStatus = 127 * 256;
     Work(GetParam().mWorker);
@@ -162,7 +162,7 @@ TEST_P(MemoryReadings, TakeFiveSectionsAndASleepEach)
     }
     Work(&UnixHelperFunction::ExecuteMemStat);
     ExpectCommands(expected, Path("exampled", PID, 1, "CPU", "MemoryPerf"));
-    EXPECT_EQ(mSleeps, sleeps) << "one behind each reading, the last included";
+    EXPECT_EQ(mSleeps, sleeps) << "one after each reading, the last included";
 }
 
 INSTANTIATE_TEST_SUITE_P(Counts, MemoryReadings, testing::Values(-1, 0, 1, 2, 50));
@@ -180,7 +180,7 @@ TEST_F(PerformanceCapture, MemoryReadingsKeepTheSettingsOfTheirStart)
     EXPECT_EQ(mSystemLines.size(), 10U);
 }
 
-TEST_F(PerformanceCapture, MemoryReadingSleepsBehindItsLines)
+TEST_F(PerformanceCapture, MemoryReadingSleepsAfterItsLines)
 {
     std::size_t linesAtSleep = 0;
     GetSeams().mSleep = [&](unsigned) {
@@ -337,7 +337,7 @@ protected:
     std::vector<std::string> mCalls;
 };
 
-TEST_P(PerformanceThread, HasItsWorkerDoWithAHelperOfItsOwn)
+TEST_P(PerformanceThread, RunsItsWorkerWithAHelperOfItsOwn)
 {
     Run();
     EXPECT_THAT(mCalls,
@@ -345,7 +345,7 @@ TEST_P(PerformanceThread, HasItsWorkerDoWithAHelperOfItsOwn)
     EXPECT_THAT(GetLogLines(), IsEmpty());
 }
 
-TEST_P(PerformanceThread, TellsThatItIsDoneWhenVerbose)
+TEST_P(PerformanceThread, LogsThatItIsDoneWhenVerbose)
 {
     SetVerbose(1);
     Run();
@@ -389,7 +389,7 @@ TEST_F(PerformanceCapture, DoneLineComesAlsoWhenNothingCouldBeCollected)
                             "Process specific data collected successfully."));
 }
 
-TEST_F(PerformanceCapture, ProcessThatHasEndedLeavesHeadsAlone)
+TEST_F(PerformanceCapture, ProcessThatHasEndedLeavesOnlyHeads)
 {
     GetSeams().mSystem = nullptr;
     CmdPath& tools = *mHelper->mCmdPath;

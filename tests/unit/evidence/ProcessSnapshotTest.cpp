@@ -79,7 +79,7 @@ TEST_F(ProcessSnapshot, EveryOtherProcessIdIsTried)
     EXPECT_EQ(mScript.mLines.size(), 3U);
 }
 
-TEST_F(ProcessSnapshot, MissingGcoreIsToldWithItsPathWhetherVerboseOrNot)
+TEST_F(ProcessSnapshot, MissingGcoreIsLoggedWithItsPathWhetherVerboseOrNot)
 {
     fs::remove(mGcore);
     const std::string missing = "TakeMemorySnapshotAndDump (TID: " + GetThreadText() + ") Error:" + mGcore +
@@ -128,7 +128,7 @@ TEST_P(SnapshotStatus, OtherThanZeroIsAFailureAndTheFoldersStay)
 
 INSTANTIATE_TEST_SUITE_P(Codes, SnapshotStatus, testing::Values(-1, 9, 12, 256, 127 * 256));
 
-TEST_F(ProcessSnapshot, WithoutAPathGcoreIsGivenNoNameAndItsFailureIsTold)
+TEST_F(ProcessSnapshot, WithoutAPathGcoreIsGivenNoNameAndItsFailureIsLogged)
 {
     ConfigurationMgr::GetInstance()->mEvidencePath = "/no/such/root";
     mScript.mStatus = [](const std::string&) { return 256; };
@@ -172,7 +172,7 @@ TEST_F(ProcessSnapshot, ThreadTakesTheDumpWithAHelperOfItsOwn)
     EXPECT_THAT(calls, ElementsAre("exampled:4321:Dump Event : x:Memory", "deleted"));
 }
 
-TEST_F(ProcessSnapshot, LinesShowTheIdOfTheThreadThatTheStartTold)
+TEST_F(ProcessSnapshot, LinesShowTheIdOfTheThreadThatTheStartLogged)
 {
     SetVerbose(1);
     StartRealThreads();
@@ -184,7 +184,7 @@ TEST_F(ProcessSnapshot, LinesShowTheIdOfTheThreadThatTheStartTold)
     EXPECT_TRUE(mHelper->CreateProcessDump("exampled", 4321, "", "Memory"));
     JoinThreads();
     std::vector<std::string> lines = GetLogLines();
-    std::sort(lines.begin(), lines.end()); // either thread may be the first to tell
+    std::sort(lines.begin(), lines.end()); // either thread may be the first to log
     ASSERT_EQ(lines.size(), 2U);
     const std::string before = "TakeMemorySnapshotAndDump (TID: ";
     ASSERT_EQ(lines[0].substr(0, before.size()), before);

@@ -197,7 +197,7 @@ class LevelListing : public LogLevelFixture, public testing::WithParamInterface<
 };
 } // namespace
 
-TEST_P(LevelListing, GivesTheNumberBehindItsFirstMark)
+TEST_P(LevelListing, GivesTheNumberAfterItsFirstMark)
 {
     mConfig->mVerbose = 1;
     List("abc", GetParam().mListing, GetParam().mListing);
@@ -216,11 +216,10 @@ INSTANTIATE_TEST_SUITE_P(
         ListingCase{"FirstOfTwoLines", "DebugLevel = 2\nDebugOther = 3\n", 2},
         ListingCase{"Wide", "Level = 100000\n", 100000}, ListingCase{"Negative", "Level = -7\n", -7},
         ListingCase{"MoreBlanks", "Level =    5\n", 5}, ListingCase{"NoNumber", "Level = high\n", 0},
-        ListingCase{"NothingBehindTheMark", "Level = ", 0},
-        ListingCase{"NumberThenText", "Level = 3of6\n", 3}, ListingCase{"Hex", "Level = 0x10\n", 0},
-        ListingCase{"NoMark", "DebugLevel=4\n", 0}, ListingCase{"NoMarkNumberAtThird", "xy17\n", 17},
-        ListingCase{"TwoCharacters", "x\n", 0}, ListingCase{"MarkAtStart", " = 9\n", 9},
-        ListingCase{"Binary", std::string("\0\xff = \x01", 6), 0},
+        ListingCase{"NothingAfterTheMark", "Level = ", 0}, ListingCase{"NumberThenText", "Level = 3of6\n", 3},
+        ListingCase{"Hex", "Level = 0x10\n", 0}, ListingCase{"NoMark", "DebugLevel=4\n", 0},
+        ListingCase{"NoMarkNumberAtThird", "xy17\n", 17}, ListingCase{"TwoCharacters", "x\n", 0},
+        ListingCase{"MarkAtStart", " = 9\n", 9}, ListingCase{"Binary", std::string("\0\xff = \x01", 6), 0},
         ListingCase{"Huge", std::string(1000000, 'x') + " = 8\n", 8}),
     [](const auto& test) { return test.param.mName; });
 

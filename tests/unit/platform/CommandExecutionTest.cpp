@@ -124,7 +124,7 @@ TEST_F(CommandExecution, EndsTheReadingAtAnErrorThatStays)
     EXPECT_EQ(mOutput, "");
 }
 
-TEST_F(CommandExecution, HandsTheLineToTheShellForReading)
+TEST_F(CommandExecution, PassesTheLineToTheShellForReading)
 {
     std::vector<std::string> calls;
     GetSeams().mPopen = [&calls](const char* command, const char* mode) -> FILE* {
@@ -173,7 +173,7 @@ TEST_F(CommandExecution, LeavesStandardErrorToTheLineItself)
     EXPECT_EQ(mHelper.ExecuteCommand("{ echo error >&2; } 2>&1"), "error\n");
 }
 
-TEST_F(CommandExecution, CutsALineAtItsFirstNulAndGoesOnWithTheNext)
+TEST_F(CommandExecution, CutsALineAtItsFirstNulAndContinuesWithTheNext)
 {
     EXPECT_EQ(PassThroughPipe("ab" + NUL + "cd\nef\n"), "abef\n");
     EXPECT_EQ(PassThroughPipe(NUL + NUL), "");
@@ -275,7 +275,7 @@ TEST_F(CommandExecution, RunsTheCommandWhenTheLogCannotBeOpened)
     std::filesystem::remove(GetTHPerfMonLogPath());
 }
 
-TEST_F(CommandExecution, HoldsTheLogOfNobodyUpWhileACommandRuns)
+TEST_F(CommandExecution, BlocksNoLogLineWhileACommandRuns)
 {
     mConfig->mVerbose = 1;
     const std::string folder = MakeFolder();
@@ -343,14 +343,14 @@ protected:
     }
 
     /** The output of a command that is interrupted between the two pieces of its output. */
-    std::string Run(const std::string& before, const std::string& behind)
+    std::string Run(const std::string& before, const std::string& after)
     {
         const std::string folder = MakeFolder();
         WriteFile(folder + "/before", before);
-        WriteFile(folder + "/behind", behind);
+        WriteFile(folder + "/after", after);
         const std::string command = "cd " + folder +
                                     "; cat before; : >printed; until [ -e go ]; do sleep 0.01; done;"
-                                    " cat behind; exit 3";
+                                    " cat after; exit 3";
         const Interruption interruption(folder);
         EXPECT_EQ(mHelper.ExecuteCommandWithRc(command.c_str(), mOutput), 768);
         return mOutput;
@@ -358,12 +358,12 @@ protected:
 };
 } // namespace
 
-TEST_F(CommandExecutionInterrupted, GoesOnBeforeTheFirstByte)
+TEST_F(CommandExecutionInterrupted, ContinuesBeforeTheFirstByte)
 {
     EXPECT_EQ(Run("", "one\ntwo\n"), "one\ntwo\n");
 }
 
-TEST_F(CommandExecutionInterrupted, GoesOnBetweenTwoLines)
+TEST_F(CommandExecutionInterrupted, ContinuesBetweenTwoLines)
 {
     EXPECT_EQ(Run("one\n", "two\n"), "one\ntwo\n");
 }

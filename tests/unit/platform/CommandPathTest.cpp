@@ -121,7 +121,7 @@ TEST_F(CommandPath, StaysAsItWasWhenTheObjectWasBuilt)
     EXPECT_EQ(CmdPath().mPs, "/usr/bin/ps");
 }
 
-TEST(CommandPathText, HasOneBlankMoreBehindIt)
+TEST(CommandPathText, HasOneMoreBlankAtItsEnd)
 {
     EXPECT_EQ(CmdPath::AppendSpace("/usr/bin/ps"), "/usr/bin/ps ");
     EXPECT_EQ(CmdPath::AppendSpace("/usr/bin/ps "), "/usr/bin/ps  ");

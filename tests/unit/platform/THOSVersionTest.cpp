@@ -30,7 +30,7 @@ class THOSVersionRelease : public ToolHost, public testing::WithParamInterface<R
 using THOSVersion = ToolHost;
 } // namespace
 
-TEST_P(THOSVersionRelease, IsToldByTheFirstFileThatExists)
+TEST_P(THOSVersionRelease, IsChosenByTheFirstFileThatExists)
 {
     for (const std::string& file : GetParam().mFiles) {
         mHost.Provide(file);
@@ -54,7 +54,7 @@ TEST_F(THOSVersion, TakesAnythingThatExistsForTheFile)
     EXPECT_EQ(GetOSType(), 1);
 }
 
-TEST_F(THOSVersion, TakesALinkThatLeadsNowhereForNone)
+TEST_F(THOSVersion, IgnoresALinkThatLeadsNowhere)
 {
     mHost.Remove(REDHAT_RELEASE);
     std::filesystem::create_symlink("/no/such/file", REDHAT_RELEASE);

@@ -42,13 +42,13 @@ const TokenCase TOKENS[] = {
     {"FarPastTheLast", "ab cd", INT_MAX, " ", ""},
     {"MiddleOfThree", "ab cd ef", 1, " ", "cd"},
     {"WholeTextWithoutDelimiter", "abcd", 0, " ", "abcd"},
-    {"NothingBehindAWholeText", "abcd", 1, " ", ""},
+    {"NothingAfterAWholeText", "abcd", 1, " ", ""},
     {"BetweenTwoBlanks", "ab  cd", 1, " ", ""},
-    {"BehindTwoBlanks", "ab  cd", 2, " ", "cd"},
+    {"AfterTwoBlanks", "ab  cd", 2, " ", "cd"},
     {"BeforeALeadingDelimiter", " ab", 0, " ", ""},
-    {"BehindALeadingDelimiter", " ab", 1, " ", "ab"},
+    {"AfterALeadingDelimiter", " ab", 1, " ", "ab"},
     {"BeforeATrailingDelimiter", "ab ", 0, " ", "ab"},
-    {"BehindATrailingDelimiter", "ab ", 1, " ", ""},
+    {"AfterATrailingDelimiter", "ab ", 1, " ", ""},
     {"NegativeIndex", "ab cd", -1, " ", ""},
     {"NegativeIndexWithoutDelimiter", "abcd", -1, " ", ""},
     {"LowestIndex", "ab cd", INT_MIN, " ", ""},
@@ -75,7 +75,7 @@ TEST_P(TextUtilitiesToken, IsWhatStandsBetweenTheDelimiters)
 INSTANTIATE_TEST_SUITE_P(All, TextUtilitiesToken, testing::ValuesIn(TOKENS),
                          [](const auto& test) { return test.param.mName; });
 
-TEST_F(TextUtilities, FindATokenBehindAMegabyte)
+TEST_F(TextUtilities, FindATokenAfterAMegabyte)
 {
     const std::string word(1 << 20, 'x');
     EXPECT_EQ(mHelper.GetToken(word + " second", 1, " "), "second");
@@ -106,7 +106,7 @@ constexpr NumberCase NUMBERS[] = {
     {"Plus", "+5", 5, 5, 5.0},
     {"LeadingZeros", "007", 7, 7, 7.0},
     {"TabBefore", "\t9", 9, 9, 9.0},
-    {"LettersBehind", "12abc", 12, 12, 12.0},
+    {"LettersAfter", "12abc", 12, 12, 12.0},
     {"LettersAlone", "abc", 0, 0, 0.0},
     {"Fraction", "0.5", 0, 0, 0.5},
     {"Percent", "99.9", 99, 99, 99.9},
@@ -175,7 +175,7 @@ constexpr PathCase PATHS[] = {
 };
 } // namespace
 
-TEST_P(TextUtilitiesPath, ComesApartIntoNameAndDirectory)
+TEST_P(TextUtilitiesPath, IsSplitIntoNameAndDirectory)
 {
     const std::string text = "4711 " + std::string(GetParam().mToken) + " --option /usr/tarnv/x";
     UnixHelperFunction helper;
@@ -250,7 +250,7 @@ const BlankCase BLANKS[] = {
 };
 } // namespace
 
-TEST_P(TextUtilitiesBlanks, GoFromTheEndsUnlessThereIsNothingElse)
+TEST_P(TextUtilitiesBlanks, AreRemovedFromTheEndsUnlessThereIsNothingElse)
 {
     EXPECT_EQ(UnixHelperFunction().trim(GetParam().mText), GetParam().mTrimmed);
 }

@@ -7,7 +7,7 @@
 #include <filesystem>
 #include <vector>
 
-/** The release files by which GetOSType tells hosts apart. */
+/** The release files by which GetOSType distinguishes hosts. */
 constexpr char REDHAT_RELEASE[] = "/etc/redhat-release";
 constexpr char ORACLE_RELEASE[] = "/etc/oracle-release";
 constexpr char SUSE_RELEASE[] = "/etc/SuSE-release";
@@ -43,8 +43,7 @@ public:
         mPaths.push_back(path);
     }
 
-    /** Puts a file in the place of whatever lies there: a program that does nothing, unless told otherwise.
-     */
+    /** Puts a file in the place of whatever lies there, by default a program that does nothing. */
     void Provide(const std::string& path, const std::string& content = "#!/bin/sh\n", unsigned mode = 0755)
     {
         Remove(path);

@@ -78,7 +78,7 @@ TEST_F(UnixHelperFiles, MakesNoParentFoldersWhateverTheFlagSays)
     EXPECT_FALSE(std::filesystem::exists(mFolder + "/missing"));
 }
 
-TEST_F(UnixHelperFiles, TellWhenAFolderCannotBeMade)
+TEST_F(UnixHelperFiles, ReportAFolderThatCannotBeMade)
 {
     EXPECT_FALSE(mHelper.HF_CreateDir(mFile + "/below-a-file", false));
     EXPECT_FALSE(mHelper.HF_CreateDir("", false));

@@ -140,7 +140,7 @@ TEST_F(UnixHelper, ReadsTheConfigurationBeforeARun)
     GetConfigurationSeam() = {};
 }
 
-TEST_F(UnixHelper, NotesTheMandatorySettingAfterAnInstallation)
+TEST_F(UnixHelper, PrintsTheMandatorySettingAfterAnInstallation)
 {
     testing::internal::CaptureStdout();
     EXPECT_EQ(mHelper.PostCheckForAction(HelperFunctionInterface::THPM_ACTION_INSTALL), 0);
@@ -150,7 +150,7 @@ TEST_F(UnixHelper, NotesTheMandatorySettingAfterAnInstallation)
               "-start' to start the process.\n");
 }
 
-TEST_F(UnixHelper, NotesNothingAfterOtherActions)
+TEST_F(UnixHelper, PrintsNothingAfterOtherActions)
 {
     testing::internal::CaptureStdout();
     EXPECT_EQ(mHelper.PostCheckForAction(HelperFunctionInterface::THPM_ACTION_RUN), 0);
@@ -222,7 +222,7 @@ TEST_F(UnixHelper, StartsADetachedThreadWithDefaultAttributes)
     };
     GetSeams().mPthreadDetach = [&calls](pthread_t id) {
         calls.push_back("detach " + std::to_string(id));
-        return EINVAL; // nobody asks
+        return EINVAL; // the result isn't read
     };
     unsigned long id = 7;
     EXPECT_TRUE(mHelper.CreateThreadWithoutWait(id, Store, &argument));

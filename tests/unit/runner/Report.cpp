@@ -10,7 +10,7 @@
 
 namespace
 {
-constexpr std::size_t MAX_OUTPUT = 65536; // bytes of a test's output in a report; its end tells why it failed
+constexpr std::size_t MAX_OUTPUT = 65536; // bytes of a test's output in a report; its end shows why it failed
 
 const char* GetWord(Result result)
 {
@@ -34,10 +34,10 @@ std::string Escape(const std::string& text)
 }
 
 /** What stands between two texts, where both are there; else the whole. */
-std::string GetBetween(const std::string& text, const std::string& before, const std::string& behind)
+std::string GetBetween(const std::string& text, const std::string& before, const std::string& after)
 {
     const std::size_t begin = text.find(before);
-    const std::size_t end = begin == std::string::npos ? begin : text.find(behind, begin + before.size());
+    const std::size_t end = begin == std::string::npos ? begin : text.find(after, begin + before.size());
     return end == std::string::npos ? text : text.substr(begin + before.size(), end - begin - before.size());
 }
 

@@ -28,7 +28,7 @@ protected:
     /** Removes today's diagnostic log, so that only what comes after is seen. */
     static void ForgetLog();
 
-    /** A new empty folder, which goes with the test. */
+    /** A new empty folder, removed with the test. */
     static std::string MakeFolder();
 };
 
@@ -44,7 +44,7 @@ std::string GetConsole(const std::function<void()>& action);
 /** The whole of a file; empty when it can't be read. */
 std::string ReadFile(const std::string& path);
 
-/** Writes a file anew, with mode 0644 unless told otherwise. */
+/** Writes a file anew, with mode 0644 unless another is given. */
 void WriteFile(const std::string& path, const std::string& content, unsigned mode = 0644);
 
 /** A hundredth of a second. */

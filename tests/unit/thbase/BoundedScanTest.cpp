@@ -34,7 +34,7 @@ TEST(BoundedScan, LeavesTheDestinationAloneWhenTheTextIsNoNumber)
     EXPECT_EQ(pid, -1);
 }
 
-TEST(BoundedScan, TellsTheEndOfTheFile)
+TEST(BoundedScan, ReportsTheEndOfTheFile)
 {
     int pid = -1;
     EXPECT_EQ(ScannedText("").Scan("%d", &pid, 4), -1);
@@ -77,8 +77,8 @@ INSTANTIATE_TEST_SUITE_P(
     Decimal, BoundedScanNumber,
     testing::Values(
         NumberCase{"Zero", "0", "%d", 1, 0, ""}, NumberCase{"BlanksBefore", " \t\n\v\f\r7", "%d", 1, 7, ""},
-        NumberCase{"TextBehind", "12x", "%d", 1, 12, "x"},
-        NumberCase{"LineEndBehind", "12\n", "%d", 1, 12, "\n"}, NumberCase{"Minus", "-12", "%d", 1, -12, ""},
+        NumberCase{"TextAfter", "12x", "%d", 1, 12, "x"},
+        NumberCase{"LineEndAfter", "12\n", "%d", 1, 12, "\n"}, NumberCase{"Minus", "-12", "%d", 1, -12, ""},
         NumberCase{"Plus", "+12", "%d", 1, 12, ""}, NumberCase{"LeadingZeros", "0012", "%d", 1, 12, ""},
         NumberCase{"NoPrefix", "0x12", "%d", 1, 0, "x12"}, NumberCase{"Width", "12345", "%3d", 1, 123, "45"},
         NumberCase{"SignWithinWidth", "-12345", "%3d", 1, -12, "345"},
@@ -114,7 +114,7 @@ INSTANTIATE_TEST_SUITE_P(
                     NumberCase{"PrefixWithoutDigits", "0xg", "%x", 0, UNTOUCHED, "g"},
                     NumberCase{"PrefixAtTheEnd", "0x", "%i", 0, UNTOUCHED, ""},
                     NumberCase{"WidthCutsThePrefix", "0x1", "%1x", 1, 0, "x1"},
-                    NumberCase{"WidthEndsBehindThePrefix", "0x1", "%2x", 0, UNTOUCHED, "1"},
+                    NumberCase{"WidthEndsAfterThePrefix", "0x1", "%2x", 0, UNTOUCHED, "1"},
                     NumberCase{"WidthCountsThePrefix", "0x12", "%3i", 1, 1, "2"},
                     NumberCase{"Octal", "0178", "%o", 1, 15, "8"},
                     NumberCase{"OctalWithoutZero", "17", "%o", 1, 15, ""},
@@ -260,7 +260,7 @@ TEST(BoundedScan, ReadsSeveralConversions)
     EXPECT_EQ(text.TakeRest(), "");
 }
 
-TEST(BoundedScan, GoesOnBehindATextThatWasCut)
+TEST(BoundedScan, ContinuesAfterATextThatWasCut)
 {
     std::array<char, 3> word = {};
     int number = UNTOUCHED;
@@ -300,7 +300,7 @@ TEST(BoundedScan, EndsAtASizeThatDoesNotFitAndKeepsWhatCameBefore)
     EXPECT_EQ(text.TakeRest(), " 2");
 }
 
-TEST(BoundedScan, EndsAtASizeThatDoesNotFitAndLeavesWhatComesBehind)
+TEST(BoundedScan, EndsAtASizeThatDoesNotFitAndLeavesWhatFollows)
 {
     int64_t first = UNTOUCHED;
     int second = UNTOUCHED;
@@ -313,13 +313,13 @@ TEST(BoundedScan, EndsAtASizeThatDoesNotFitAndLeavesWhatComesBehind)
 
 TEST(BoundedScan, EndsAtANullPointer)
 {
-    int behind = UNTOUCHED;
+    int after = UNTOUCHED;
     ScannedText text("1");
-    EXPECT_EQ(text.Scan("%d%d", nullptr, 4, &behind, 4), 0);
-    EXPECT_EQ(text.Scan("%s%d", nullptr, 8, &behind, 4), 0);
-    EXPECT_EQ(text.Scan("%c%d", nullptr, 8, &behind, 4), 0);
-    EXPECT_EQ(text.Scan("%n%d", nullptr, 4, &behind, 4), 0);
-    EXPECT_EQ(behind, UNTOUCHED);
+    EXPECT_EQ(text.Scan("%d%d", nullptr, 4, &after, 4), 0);
+    EXPECT_EQ(text.Scan("%s%d", nullptr, 8, &after, 4), 0);
+    EXPECT_EQ(text.Scan("%c%d", nullptr, 8, &after, 4), 0);
+    EXPECT_EQ(text.Scan("%n%d", nullptr, 4, &after, 4), 0);
+    EXPECT_EQ(after, UNTOUCHED);
     EXPECT_EQ(text.TakeRest(), "1");
 }
 
@@ -404,7 +404,7 @@ TEST(BoundedScan, DoesNotWriteACountThatDoesNotFit)
     EXPECT_EQ(count[1], 42);
 }
 
-TEST(BoundedScan, GoesOnWhereTheScanBeforeEnded)
+TEST(BoundedScan, ContinuesWhereTheScanBeforeEnded)
 {
     ScannedText text("1 2 x");
     int value = UNTOUCHED;
@@ -435,7 +435,7 @@ TEST(BoundedScan, KeepsOtherThreadsFromItsStreamWhileItReads)
     EXPECT_TRUE(text.IsFree());
 }
 
-TEST(BoundedScan, TellsAFileThatCannotBeReadLikeItsEnd)
+TEST(BoundedScan, ReportsAFileThatCannotBeReadLikeItsEnd)
 {
     std::FILE* const folder = std::fopen("/", "r");
     ASSERT_NE(folder, nullptr);

@@ -384,7 +384,7 @@ protected:
     static constexpr int ROUNDS = 8;
     static constexpr int REWRITES_PER_ROUND = 40;
 
-    /** Reads again and again until told to stop. */
+    /** Reads again and again until it is asked to stop. */
     void ReadUntilStopped()
     {
         while (!mStop) {

@@ -216,7 +216,7 @@ TEST_F(MasterConfiguration, ComesThroughAWantOfMemory)
 /** Takes all pieces of memory of this size that there are, in what the process has and may still get. */
 void TakeAllMemory(std::size_t piece)
 {
-    void* volatile last = nullptr; // volatile, or the compiler would see that nobody reads the pieces
+    void* volatile last = nullptr; // volatile, or the compiler would see that the pieces are never read
     for (void* memory = std::malloc(piece); memory != nullptr; memory = std::malloc(piece)) {
         *static_cast<void**>(memory) = last; // a chain, so that no piece is without use
         last = memory;

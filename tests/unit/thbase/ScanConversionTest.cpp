@@ -27,7 +27,7 @@ class ScanConversionGood : public testing::TestWithParam<GoodCase>
 {
 };
 
-TEST_P(ScanConversionGood, IsTakenApart)
+TEST_P(ScanConversionGood, IsParsed)
 {
     ScanConversion conversion;
     const char* const rest = ParseScanConversion(GetParam().text.c_str(), conversion);
@@ -136,7 +136,7 @@ TEST(ScanConversionSet, TakesAClosingBracketThatComesFirstAsItself)
     EXPECT_EQ(GetSet("[^]a]|").size(), 254u);
 }
 
-TEST(ScanConversionSet, TurnsRoundBehindACaret)
+TEST(ScanConversionSet, IsInvertedAfterACaret)
 {
     const std::string bytes = GetSet("[^a-c]|");
     EXPECT_EQ(bytes.size(), 253u);

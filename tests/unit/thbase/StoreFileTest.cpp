@@ -78,7 +78,7 @@ TEST_F(StoreFile, FollowsALinkToAFile)
     EXPECT_EQ(ReadStoreFile(mPath.c_str()).mText, "A = 1\n");
 }
 
-TEST_F(StoreFile, ReadsToTheEndOfAFileThatTellsNoSize)
+TEST_F(StoreFile, ReadsToTheEndOfAFileThatReportsNoSize)
 {
     const StoreFileContent content = ReadStoreFile("/proc/self/cmdline");
     EXPECT_EQ(content.mFailure, nullptr);
@@ -149,7 +149,7 @@ TEST_F(StoreFile, NamesTheReasonWhenTheReadingItselfFails)
     EXPECT_STREQ(ReadStoreFile("/proc/self/mem").mFailure, "Input/output error");
 }
 
-TEST_F(StoreFile, LeavesNoDescriptorBehind)
+TEST_F(StoreFile, LeavesNoDescriptorOpen)
 {
     const auto getNextDescriptor = [] {
         const int descriptor = open("/dev/null", O_RDONLY | O_CLOEXEC);

@@ -46,7 +46,7 @@ class StoreTextLine : public testing::TestWithParam<LineCase>
 {
 };
 
-TEST_P(StoreTextLine, IsTakenApartAsItsRuleSays)
+TEST_P(StoreTextLine, IsParsedAsItsRuleSays)
 {
     EXPECT_EQ(Parse(GetParam().text), GetParam().lines);
 }
@@ -80,7 +80,7 @@ INSTANTIATE_TEST_SUITE_P(
     testing::Values(LineCase{"NoFinalNewline", "A=1\nB=2", {"1 A|1", "2 B|2"}},
                     LineCase{"FinalNewlineMakesNoLine", "A=1\n", {"1 A|1"}},
                     LineCase{"CarriageReturns", "A=1\r\n\r\nB=2\r\n", {"1 A|1", "2 empty", "3 B|2"}},
-                    LineCase{"CarriageReturnBehindBlanks", "A=1 \r\n", {"1 A|1"}},
+                    LineCase{"CarriageReturnAfterBlanks", "A=1 \r\n", {"1 A|1"}},
                     LineCase{"CarriageReturnAtTheEndOfTheFile", "A=1\r", {"1 A|1"}},
                     LineCase{"OnlyOneCarriageReturnGoes", "A=1\r\r\n", {"1 A|1\r"}},
                     LineCase{"CarriageReturnWithinStays", "A=1\rB=2\n", {"1 A|1\rB=2"}},
@@ -91,7 +91,7 @@ INSTANTIATE_TEST_SUITE_P(
     EmptyLines, StoreTextLine,
     testing::Values(LineCase{"Blank", " \t \nA=1\n", {"1 empty", "2 A|1"}},
                     LineCase{"Comment", "# A=1\n", {"1 empty"}},
-                    LineCase{"CommentBehindBlanks", " \t#A=1\n", {"1 empty"}},
+                    LineCase{"CommentAfterBlanks", " \t#A=1\n", {"1 empty"}},
                     LineCase{"BareHash", "#\n", {"1 empty"}},
                     LineCase{"CommentDoesNotReachTheNextLine", "#\\\nA=1\n", {"1 empty", "2 A|1"}}),
     GetName<LineCase>);
@@ -178,9 +178,9 @@ INSTANTIATE_TEST_SUITE_P(
     testing::Values(NumberCase{"Empty", "", {}}, NumberCase{"OneTooLarge", "2147483648", {}},
                     NumberCase{"OneTooSmall", "-2147483649", {}},
                     NumberCase{"FarTooLarge", "99999999999999999999999999", {}},
-                    NumberCase{"Word", "abc", {}}, NumberCase{"WordBehindIt", "12x", {}},
-                    NumberCase{"WordBeforeIt", "x12", {}}, NumberCase{"BlankBehindIt", "12 ", {}},
-                    NumberCase{"BlankBeforeIt", " 12", {}}, NumberCase{"BlankBehindTheSign", "- 12", {}},
+                    NumberCase{"Word", "abc", {}}, NumberCase{"WordAfterIt", "12x", {}},
+                    NumberCase{"WordBeforeIt", "x12", {}}, NumberCase{"BlankAfterIt", "12 ", {}},
+                    NumberCase{"BlankBeforeIt", " 12", {}}, NumberCase{"BlankAfterTheSign", "- 12", {}},
                     NumberCase{"BarePlusSign", "+", {}}, NumberCase{"BareMinusSign", "-", {}},
                     NumberCase{"PlusThenMinus", "+-1", {}}, NumberCase{"MinusThenPlus", "-+1", {}},
                     NumberCase{"TwoPlusSigns", "++1", {}}, NumberCase{"TwoMinusSigns", "--1", {}},

@@ -30,7 +30,7 @@ TEST(StoreVersion, GivesNothingForAKeyThatIsNotThere)
     EXPECT_EQ(version.Find(""), std::nullopt);
 }
 
-TEST(StoreVersion, TellsAnEmptyValueFromAMissingKey)
+TEST(StoreVersion, DistinguishesAnEmptyValueFromAMissingKey)
 {
     const StoreVersion version("A =\n");
     EXPECT_EQ(version.Find("A"), "");
@@ -58,7 +58,7 @@ std::pair<std::string, std::string> FindKeysOfOneHash()
     }
 }
 
-TEST(StoreVersion, TellsKeysOfOneHashApart)
+TEST(StoreVersion, DistinguishesKeysOfOneHash)
 {
     const auto [first, second] = FindKeysOfOneHash();
     const StoreVersion version(first + " = 1\n" + second + " = 2\n");
@@ -87,7 +87,7 @@ TEST(StoreVersion, DoesNotLetASkippedLineBeTheLast)
     EXPECT_EQ(StoreVersion(std::string("A = 1\nA = \0 2\nA\n", 16)).Find("A"), "1");
 }
 
-TEST(StoreVersion, TellsKeysApartByCase)
+TEST(StoreVersion, DistinguishesKeysByCase)
 {
     const StoreVersion version("Key = 1\nKEY = 2\n");
     EXPECT_EQ(version.Find("Key"), "1");
