@@ -1,14 +1,13 @@
 #include "Figures.h"
 
+#include "ctl/evidence/CoreHead.h"
 #include "evidence/SetCheck.h"
 
 #include <cstdio>
-#include <cstring>
 #include <filesystem>
 #include <fstream>
 #include <string>
 
-#include <elf.h>
 #include <fcntl.h>
 #include <unistd.h>
 
@@ -55,31 +54,12 @@ std::string MakeMemoryPerf()
     return text;
 }
 
-std::string MakeCore()
-{
-    Elf64_Ehdr head = {};
-    std::memcpy(head.e_ident, ELFMAG, SELFMAG);
-    head.e_ident[EI_CLASS] = ELFCLASS64;
-    head.e_ident[EI_DATA] = ELFDATA2LSB;
-    head.e_type = ET_CORE;
-    head.e_phoff = sizeof head;
-    head.e_phentsize = sizeof(Elf64_Phdr);
-    head.e_phnum = 1;
-    Elf64_Phdr segment = {};
-    segment.p_type = PT_LOAD;
-    segment.p_offset = sizeof head + sizeof segment;
-    segment.p_filesz = CORE_BYTES - segment.p_offset;
-    std::string core(CORE_BYTES, 'x');
-    std::memcpy(core.data(), &head, sizeof head);
-    std::memcpy(core.data() + sizeof head, &segment, sizeof segment);
-    return core;
-}
-
 void MakeSet()
 {
     std::filesystem::create_directories(std::filesystem::path(std::string(ROOT) + STEM).parent_path());
     Write("MemoryPerf", MakeMemoryPerf());
-    Write("4321", MakeCore());
+    const std::string head = MakeCore(CORE_BYTES);
+    Write("4321", head + std::string(CORE_BYTES, 'x'));
 }
 
 void ReadBare(const ctl::EvidenceTree& tree, const ctl::EvidenceSet& set, ctl::FileKind kind)

@@ -1,44 +1,15 @@
 #include "evidence/CoreImage.h"
 
+#include "ctl/evidence/CoreHead.h"
 #include "ctl/evidence/EvidenceFolder.h"
 
-#include <cstring>
-
 #include <gmock/gmock.h>
-
-#include <elf.h>
 
 using namespace ctl;
 using testing::HasSubstr;
 
 namespace
 {
-template <typename Record>
-std::string ToBytes(const Record& record)
-{
-    return std::string(reinterpret_cast<const char*>(&record), sizeof record);
-}
-
-/** A core image with one segment of memory, with the given number of bytes in the file. */
-std::string MakeCore(std::uint64_t memory)
-{
-    Elf64_Ehdr head = {};
-    std::memcpy(head.e_ident, ELFMAG, SELFMAG);
-    head.e_ident[EI_CLASS] = ELFCLASS64;
-    head.e_ident[EI_DATA] = ELFDATA2LSB;
-    head.e_type = ET_CORE;
-    head.e_phoff = sizeof head;
-    head.e_phentsize = sizeof(Elf64_Phdr);
-    head.e_phnum = 1;
-    Elf64_Phdr segment = {};
-    segment.p_type = PT_LOAD;
-    segment.p_offset = sizeof head + sizeof segment;
-    segment.p_vaddr = 0x10000;
-    segment.p_filesz = memory;
-    segment.p_memsz = memory;
-    return ToBytes(head) + ToBytes(segment);
-}
-
 CoreReport Check(const std::string& text, std::uint64_t bytes)
 {
     const EvidenceFolder folder;
@@ -85,14 +56,8 @@ TEST(CoreImage, OfAnythingElseIsNone)
 
 TEST(CoreImage, WithAHostileHeadIsDamaged)
 {
-    Elf64_Ehdr head = {};
-    std::memcpy(head.e_ident, ELFMAG, SELFMAG);
-    head.e_ident[EI_CLASS] = ELFCLASS64;
-    head.e_ident[EI_DATA] = ELFDATA2LSB;
-    head.e_type = ET_CORE;
+    Elf64_Ehdr head = MakeElfHead(ET_CORE, PN_XNUM);
     head.e_phoff = ~0ULL;
-    head.e_phentsize = sizeof(Elf64_Phdr);
-    head.e_phnum = PN_XNUM;
     head.e_shoff = ~0ULL;
     EXPECT_EQ(Check(ToBytes(head), sizeof head).damage, "is cut short within its head");
     EXPECT_EQ(Check(MakeCore(10).substr(0, 40), 40).damage, "is cut short within its head");
