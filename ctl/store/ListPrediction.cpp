@@ -3,8 +3,11 @@
 #include <string_view>
 #include <vector>
 
+#include "config/ConfigurationTexts.h"
 #include "config/KeyTable.h"
+#include "counters/BreachTexts.h"
 
+#include "base/FormattedText.h"
 #include "base/JavaNames.h"
 #include "store/LoadRecord.h"
 
@@ -28,10 +31,9 @@ public:
     {
         const std::vector<ListElement> elements = SplitList(value, IsDeadlock());
         if (elements.empty()) {
-            mRecord.Refuse(
-                mKey, "Unable to read the " + std::string(mKey) + " data from Tarnhaven configuration file.",
-                "the list is empty, and the service won't start",
-                "name something to watch, or take the key out");
+            mRecord.Refuse(mKey, FormatText(EMPTY_LIST_TEXT, mKey),
+                           "the list is empty, and the service won't start",
+                           "name something to watch, or take the key out");
         }
         for (const ListElement& element : elements) {
             Read(element);
@@ -41,7 +43,10 @@ public:
 private:
     bool IsDeadlock() const { return std::string_view(mKey) == THHS_MONITOR_DEADLOCK; }
     bool IsCpu() const { return std::string_view(mKey) == THHS_MONITOR_CPU; }
-    const char* GetLabel() const { return IsCpu() ? "CPU" : IsDeadlock() ? "Deadlock" : "Memory"; }
+    const char* GetLabel() const
+    {
+        return IsCpu() ? LABEL_CPU : IsDeadlock() ? LABEL_DEADLOCK : LABEL_MEMORY;
+    }
 
     void Read(const ListElement& element);
     bool RefuseBad(const ListElement& element);
@@ -59,9 +64,7 @@ bool ListLoad::RefuseBad(const ListElement& element)
     const std::string shown = "\"" + element.text + "\"";
     if (element.name.empty() || element.limit < 0) {
         mRecord.Refuse(
-            mKey,
-            "Invalid configuration value " + element.text + " for the " + mKey +
-                " in Tarnhaven configuration file.",
+            mKey, FormatText(BAD_ELEMENT_TEXT, element.text.c_str(), mKey),
             element.text.empty() ? "an element of the list is empty, and the service won't start"
             : element.limit < 0 && !element.limitText.empty()
                 ? "the limit of " + shown + " is read as " + std::to_string(element.limit) +
@@ -71,19 +74,15 @@ bool ListLoad::RefuseBad(const ListElement& element)
         return true;
     }
     if (IsCpu() && element.limit > HIGHEST_PERCENT) {
-        mRecord.Refuse(mKey,
-                       "Invalid Value for CPU threshold. Process " + element.name +
-                           " requested threshold of " + std::to_string(element.limit) +
-                           " percent. Use a value less than 100.",
+        mRecord.Refuse(mKey, FormatText(BAD_PERCENT_TEXT, LABEL_CPU, element.name.c_str(), element.limit),
                        "the limit of " + shown + " is above 100 percent, and the service won't start",
                        "give percent of the whole host, 99 at most: 100 is accepted and never exceeded");
         return true;
     }
     if (IsDeadlock() && element.limit != 0) {
-        mRecord.Refuse(
-            mKey, "Invalid Value " + element.name + " for the " + mKey + " in Tarnhaven configuration file.",
-            shown + " has a limit, which this list doesn't know, and the service won't start",
-            "write the name alone");
+        mRecord.Refuse(mKey, FormatText(BAD_DEADLOCK_ELEMENT_TEXT, element.name.c_str(), mKey),
+                       shown + " has a limit, which this list doesn't know, and the service won't start",
+                       "write the name alone");
         return true;
     }
     return false;
@@ -112,11 +111,10 @@ void ListLoad::SayRequested(const ListElement& element)
 {
     const std::string name = IsJavaName(element.name) ? "java" : element.name;
     if (IsDeadlock()) {
-        mRecord.Say("Process " + name + " requested monitoring for Deadlock conditions.");
+        mRecord.Say(FormatText(MONITORED_DEADLOCK_TEXT, name.c_str(), LABEL_DEADLOCK));
         return;
     }
-    mRecord.Say("Process " + name + " requested monitoring of " + GetLabel() + " threshold of " +
-                std::to_string(element.limit) + " ABSOLUTE.");
+    mRecord.Say(FormatText(MONITORED_TEXT, name.c_str(), GetLabel(), element.limit, MEMORY_UNIT_ABSOLUTE));
 }
 
 void ListLoad::Read(const ListElement& element)

@@ -1,6 +1,5 @@
 #include "store/LoadPrediction.h"
 
-#include <cstdio>
 #include <optional>
 #include <utility>
 
@@ -8,11 +7,14 @@
 #include <sys/stat.h>
 #include <sys/statvfs.h>
 
+#include "base/ProgramNames.h"
 #include "config/ConfigurationResult.h"
+#include "config/ConfigurationTexts.h"
 #include "config/KeyTable.h"
 #include "config/ReadingPlan.h"
 #include "thbase.h"
 
+#include "base/FormattedText.h"
 #include "base/PlainText.h"
 #include "store/Keys.h"
 #include "store/ListPrediction.h"
@@ -33,7 +35,7 @@ public:
 
     LoadPrediction Run()
     {
-        mRecord.Say("Reading the configuration from Tarnhaven configuration.");
+        mRecord.Say(LOAD_STARTS_TEXT);
         ReadMemoryUnit();
         ReadList(THHS_MONITOR_CPU, mRecord.GetSettings().cpu);
         ReadList(THHS_MONITOR_MEMORY, mRecord.GetSettings().memory);
@@ -72,9 +74,8 @@ void Load::ReadMemoryUnit()
     if (strcasecmp(read.text.c_str(), MEMORY_UNIT_PERCENT) != 0 &&
         strcasecmp(read.text.c_str(), MEMORY_UNIT_ABSOLUTE) != 0) {
         mRecord.Refuse(THHS_MEMORY_UNIT,
-                       std::string("Invalid value for ") + THHS_MEMORY_UNIT + " : " + read.text +
-                           ". Can only have values " + MEMORY_UNIT_PERCENT + " or " + MEMORY_UNIT_ABSOLUTE +
-                           ".",
+                       FormatText(BAD_UNIT_TEXT, THHS_MEMORY_UNIT, read.text.c_str(), MEMORY_UNIT_PERCENT,
+                                  MEMORY_UNIT_ABSOLUTE),
                        "\"" + read.text + "\" is no unit, and the service won't start",
                        "use ABSOLUTE, for megabytes, or PERCENT");
     }
@@ -131,9 +132,7 @@ void Load::ReadPollInterval(const KeyRow& row)
     value = row.fallback;
     const int result = mRecord.ReadInteger(row, value);
     if (result == 0 && value <= 0) {
-        mRecord.Refuse(row.name,
-                       "Invalid value for " + std::string(row.name) + " : " + std::to_string(value) +
-                           ". Value should be greater than 0.",
+        mRecord.Refuse(row.name, FormatText(BAD_POLL_INTERVAL_TEXT, row.name, value),
                        std::to_string(value) + " is no interval, and the service won't start",
                        "give the seconds between two passes, 1 or more");
         value = row.fallback;
@@ -148,9 +147,7 @@ void Load::ReadReverting(const KeyRow& row)
     if (value >= row.lowest && value <= row.highest) {
         return;
     }
-    char line[1024];
-    (void)std::snprintf(line, sizeof line, row.says, row.name, value, row.fallback);
-    mRecord.Say(line);
+    mRecord.Say(FormatText(row.says, row.name, value, row.fallback));
     if (row.says2 != nullptr) {
         mRecord.Say(row.says2);
     }
@@ -186,18 +183,12 @@ void Load::FitReadings()
 
 void Load::ReportUnfitting(const ReadingPlan& plan, const ReadingPlan& fitted, int poll)
 {
-    char line[1024];
-    (void)std::snprintf(line, sizeof line,
-                        "Invalid combination of %s : %d and %s : %d and %s : %d. The product of %s and %s "
-                        "should be less than the %s.",
-                        THHS_READING_INTERVAL, plan.mInterval, THHS_NUMBER_OF_READINGS, plan.mCount,
-                        THHS_POLL_INTERVAL, poll, THHS_READING_INTERVAL, THHS_NUMBER_OF_READINGS,
-                        THHS_POLL_INTERVAL);
-    mRecord.Say(line);
+    mRecord.Say(FormatText(READINGS_DONT_FIT_TEXT, THHS_READING_INTERVAL, plan.mInterval,
+                           THHS_NUMBER_OF_READINGS, plan.mCount, THHS_POLL_INTERVAL, poll,
+                           THHS_READING_INTERVAL, THHS_NUMBER_OF_READINGS, THHS_POLL_INTERVAL));
     for (const auto& [key, value] : {std::pair(THHS_READING_INTERVAL, fitted.mInterval),
                                      std::pair(THHS_NUMBER_OF_READINGS, fitted.mCount)}) {
-        mRecord.Say(std::string(key) + " is set to : " + std::to_string(value) +
-                    ", optimized based on the value of " + THHS_POLL_INTERVAL);
+        mRecord.Say(FormatText(READINGS_SET_TEXT, key, value, THHS_POLL_INTERVAL));
     }
     mRecord.Add(Severity::Warning,
                 mRecord.IsDefined(THHS_NUMBER_OF_READINGS) ? THHS_NUMBER_OF_READINGS
@@ -216,18 +207,14 @@ void Load::ReadJdkHome()
     const LoadRecord::ReadText read = mRecord.ReadString(THHS_JDK_HOME, LoadRecord::IfBad::GoOn);
     mRecord.GetSettings().jdkHome = read.text;
     if (read.text.empty()) {
-        mRecord.Say("JDK Home is not set. Java stack dump will not be captured.");
+        mRecord.Say(NO_JDK_HOME_TEXT);
     }
 }
 
 bool Load::CheckEvidencePath(const LoadRecord::ReadText& read)
 {
-    const std::string begin = std::string("Invalid value for ") + THHS_EVIDENCE_PATH + " : ";
     if (read.text.empty()) {
-        mRecord.Refuse(THHS_EVIDENCE_PATH,
-                       std::string(THHS_EVIDENCE_PATH) +
-                           " is not set. It is a mandatory value. Please specify the path on the file "
-                           "system, that has sufficient space to store logs.",
+        mRecord.Refuse(THHS_EVIDENCE_PATH, FormatText(NO_EVIDENCE_PATH_TEXT, THHS_EVIDENCE_PATH),
                        "there is no evidence path, and the service won't start",
                        "name an existing folder with room for evidence");
         return false;
@@ -237,16 +224,17 @@ bool Load::CheckEvidencePath(const LoadRecord::ReadText& read)
         return false;
     }
     if (!mProbe.exists(read.text)) {
-        mRecord.Refuse(THHS_EVIDENCE_PATH,
-                       begin + read.text + ". Specified folder does not exist. thsentinel will not start.",
-                       "there is no folder " + read.text + ", and the service won't start",
-                       "make the folder, or name one that is there");
+        mRecord.Refuse(
+            THHS_EVIDENCE_PATH,
+            FormatText(MISSING_EVIDENCE_PATH_TEXT, THHS_EVIDENCE_PATH, read.text.c_str(), SHORT_NAME),
+            "there is no folder " + read.text + ", and the service won't start",
+            "make the folder, or name one that is there");
         return false;
     }
-    const std::string root = read.text + "/thsentinel";
+    const std::string root = read.text + "/" + SHORT_NAME;
     if (!mProbe.exists(root) && !mProbe.canCreate(root)) {
         mRecord.Refuse(THHS_EVIDENCE_PATH,
-                       begin + root + ". Failed to create the evidences folder. thsentinel will not start.",
+                       FormatText(EVIDENCE_FOLDER_FAILED_TEXT, THHS_EVIDENCE_PATH, root.c_str(), SHORT_NAME),
                        "the folder " + root + " can't be made, and the service won't start",
                        "make that folder, or name another path");
         return false;
@@ -259,21 +247,17 @@ void Load::ReadEvidencePath()
     const LoadRecord::ReadText read = mRecord.ReadString(THHS_EVIDENCE_PATH, LoadRecord::IfBad::Stop);
     mRecord.GetSettings().evidencePath = read.text;
     if (CheckEvidencePath(read)) {
-        mRecord.Say(std::string(THHS_EVIDENCE_PATH) + " is set to " + read.text +
-                    "/thsentinel. Check the folder for collected logs.");
+        mRecord.Say(
+            FormatText(EVIDENCE_PATH_TEXT, THHS_EVIDENCE_PATH, (read.text + "/" + SHORT_NAME).c_str()));
     }
 }
 
 void Load::LogSuccess()
 {
-    mRecord.Say("Configuration file successfully read.");
-    mRecord.Say("Processes will be monitored regularly after " +
-                std::to_string(GetNumber(THHS_POLL_INTERVAL)) + " seconds. It can be modified by changing " +
-                THHS_POLL_INTERVAL + " value in Tarnhaven configuration.");
+    mRecord.Say(LOAD_SUCCEEDED_TEXT);
+    mRecord.Say(FormatText(POLL_INTERVAL_TEXT, GetNumber(THHS_POLL_INTERVAL), THHS_POLL_INTERVAL));
     if (mReverted) {
-        mRecord.Say(
-            "Warning, invalid value found in Tarnhaven configuration for thsentinel. Reverted value to "
-            "default. Please refer the log file for details.");
+        mRecord.Say(FormatText(REVERTED_TEXT, SHORT_NAME));
     }
 }
 

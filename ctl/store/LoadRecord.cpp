@@ -3,8 +3,10 @@
 #include <utility>
 
 #include "config/ConfigurationResult.h"
+#include "config/ConfigurationTexts.h"
 #include "thbase.h"
 
+#include "base/FormattedText.h"
 #include "base/PlainText.h"
 #include "store/Keys.h"
 #include "store/Store.h"
@@ -37,10 +39,8 @@ void LoadRecord::ReportBadText(const char* key, const std::string& text, IfBad i
 {
     const TextCheck check = CheckText(text);
     const bool isSequence = check.fault == TextFault::Sequence;
-    Say(isSequence ? "There are unauthorized characters detected in the input. Returning Error."
-                   : std::string("There are non alpha numeric characters in the input '") + check.character +
-                         "'. Returning Error.");
-    Say(std::string("There are invalid characters in the input for ") + key + ".");
+    Say(isSequence ? FORBIDDEN_SEQUENCE_TEXT : FormatText(FORBIDDEN_CHARACTER_TEXT, check.character));
+    Say(FormatText(BAD_CHARACTERS_TEXT, key));
     const std::string what =
         isSequence ? "holds \"..\" or \"*\"" : std::string("holds the character '") + check.character + "'";
     const bool stops = ifBad == IfBad::Stop;
@@ -65,7 +65,7 @@ int LoadRecord::ReadInteger(const KeyRow& row, int& value)
         return RC_CONFIG_NOT_DEFINED;
     }
     const std::string text = mStore.GetText(row.name).text.value_or("");
-    Say(std::string("Invalid numeric value for ") + row.name + " key in Tarnhaven configuration.");
+    Say(FormatText(NOT_NUMERIC_TEXT, row.name));
     const bool stops = row.kind == KeyKind::Stopping;
     Add(stops ? Severity::Error : Severity::Warning, row.name,
         (text.empty() ? "the empty value" : "\"" + text + "\"") + " is no number" +

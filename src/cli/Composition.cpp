@@ -1,6 +1,7 @@
 #include "base/LogLine.h"
 #include "config/ConfigurationMgr.h"
 #include "config/SharedSetting.h"
+#include "counters/BreachTexts.h"
 #include "counters/CPUCounterMgr.h"
 #include "counters/DeadLockCounterMgr.h"
 #include "counters/MemoryCounterMgr.h"
@@ -27,9 +28,9 @@ const LogGate LOG_GATE = {PrepareLog, AreVerboseLinesWritten};
 ConfigurationMgr* ConfigurationMgr::Compose()
 {
     auto* const config = new ConfigurationMgr(GetHelperFunctionInstance());
-    config->mCPUCounterMgr = new CPUCounterMgr("CPU");
-    config->mMemoryCounterMgr = new MemoryCounterMgr("Memory");
-    config->mDeadLockCounterMgr = new DeadLockCounterMgr("Deadlock");
+    config->mCPUCounterMgr = new CPUCounterMgr(LABEL_CPU);
+    config->mMemoryCounterMgr = new MemoryCounterMgr(LABEL_MEMORY);
+    config->mDeadLockCounterMgr = new DeadLockCounterMgr(LABEL_DEADLOCK);
     config->InitJavaProcesses();
     return config;
 }

@@ -2,6 +2,11 @@
 
 /** What the log and the system log say about a breach. Data alone: a reader of the log may include it. */
 
+/** The word for a resource in messages and in file names. */
+inline constexpr char LABEL_CPU[] = "CPU";
+inline constexpr char LABEL_MEMORY[] = "Memory";
+inline constexpr char LABEL_DEADLOCK[] = "Deadlock";
+
 inline constexpr char UNIT_MEGABYTES[] = "MB";
 inline constexpr char UNIT_PERCENT[] = "Percent";
 

@@ -129,7 +129,8 @@ void CounterMgr::Evaluate(HelperFunctionInterface& helper, Counter& counter, boo
 
 std::string CounterMgr::GetUnit(HelperFunctionInterface& helper, bool isUnitAbsolute) const
 {
-    return isUnitAbsolute && !helper.CompareIgnoreCase(mMessageStr, "Memory") ? UNIT_MEGABYTES : UNIT_PERCENT;
+    return isUnitAbsolute && !helper.CompareIgnoreCase(mMessageStr, LABEL_MEMORY) ? UNIT_MEGABYTES
+                                                                                  : UNIT_PERCENT;
 }
 
 void CounterMgr::MoveWindow(Counter& counter, const Evaluation& evaluation) const

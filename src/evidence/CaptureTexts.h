@@ -18,6 +18,10 @@ struct CaptureSubject
     std::string mOfFailure = mOfStart;
 };
 
+/** Around the process id of a subject. */
+inline constexpr char SUBJECT_ID[] = " (PID : ";
+inline constexpr char SUBJECT_END[] = ")";
+
 inline constexpr CaptureTexts CORE_TEXTS = {
     "Thread (TID : %lld) created to take a process snapshot for %s\n",
     "Error: Failed to create a thread to take a process snapshot for %s\n"};

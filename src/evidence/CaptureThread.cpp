@@ -4,7 +4,7 @@
 
 std::string GetCaptureSubject(const std::string& displayName, int pid)
 {
-    return displayName + " (PID : " + std::to_string(pid) + ")";
+    return displayName + SUBJECT_ID + std::to_string(pid) + SUBJECT_END;
 }
 
 CaptureStart StartCaptureThread(UnixHelperFunction& helper, ThreadFunction body, void* record)

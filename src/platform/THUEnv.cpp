@@ -76,7 +76,7 @@ std::string GetTHPerfMonLogFileName()
     const time_t now = time(nullptr);
     struct tm local = {};
     (void)T_localtime(&now, &local); // fills the record that it returns
-    return FormatBounded(LOG_FILE_NAME_SIZE, "root.%02d%02d%02d_00001.log", local.tm_mon + 1, local.tm_mday,
+    return FormatBounded(LOG_FILE_NAME_SIZE, LOG_FILE_NAME_TEXT, local.tm_mon + 1, local.tm_mday,
                          local.tm_year % 100);
 }
 
