@@ -7,12 +7,12 @@ namespace
 {
 
 void AddName(const std::string& name, int limit, Resource resource, bool isAbsolute,
-             const WatchedNames& names, LiveMatches& live)
+             const WatchedNames& names, const std::string& folder, LiveMatches& live)
 {
     const NameMatch match = names.Find(name);
     bool isAlive = false;
     for (const int pid : match.pids) {
-        const std::optional<ProcessDetails> details = ReadDetails(pid);
+        const std::optional<ProcessDetails> details = ReadDetails(pid, folder);
         if (!details) {
             continue; // ended meanwhile
         }
@@ -30,16 +30,17 @@ void AddName(const std::string& name, int limit, Resource resource, bool isAbsol
 
 } // namespace
 
-LiveMatches FindLive(const Settings& settings, const WatchedNames& names, const Machine& machine)
+LiveMatches FindLive(const Settings& settings, const WatchedNames& names, const Machine& machine,
+                     const std::string& folder)
 {
     LiveMatches live;
     live.machine = machine;
     const bool isAbsolute = settings.IsMemoryAbsolute();
     for (const auto& [name, limit] : settings.cpu) {
-        AddName(name, limit, Resource::Cpu, isAbsolute, names, live);
+        AddName(name, limit, Resource::Cpu, isAbsolute, names, folder, live);
     }
     for (const auto& [name, limit] : settings.memory) {
-        AddName(name, limit, Resource::Memory, isAbsolute, names, live);
+        AddName(name, limit, Resource::Memory, isAbsolute, names, folder, live);
     }
     return live;
 }

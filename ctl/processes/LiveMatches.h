@@ -42,8 +42,9 @@ struct LiveMatches
     Machine machine;
 };
 
-/** Looks the names of the settings up in the process table, as a pass does. `ownPid` is the daemon's or 0. */
-LiveMatches FindLive(const Settings& settings, const WatchedNames& names, const Machine& machine);
+/** Looks the names of the settings up in the process table, as a pass does. `folder` is /proc. */
+LiveMatches FindLive(const Settings& settings, const WatchedNames& names, const Machine& machine,
+                     const std::string& folder = "/proc");
 
 /** All names of the three lists. */
 std::vector<std::string> GetListedNames(const Settings& settings);

@@ -1,10 +1,16 @@
 #pragma once
 
+#include <cstdint>
+#include <functional>
+#include <memory>
+#include <optional>
 #include <string>
 #include <vector>
 
 #include "processes/LiveMatches.h"
 #include "store/LoadPrediction.h"
+
+class CmdPath;
 
 namespace ctl
 {
@@ -28,9 +34,31 @@ struct PreflightRow
 
 using PreflightRows = std::vector<PreflightRow>;
 
+/** Who a process belongs to. */
+struct ProcessOwner
+{
+    std::string name;
+    std::string shell; ///< /bin/sh for a user who has none
+};
+
+/** What the checks ask of the host. */
+struct PreflightHost
+{
+    std::string root; ///< stands before /proc, /sys and the folders of the product; empty for this host
+    bool isSuperuser = false;
+    std::function<std::optional<ProcessOwner>(unsigned user)> findOwner;
+    std::function<std::optional<std::uint64_t>(const std::string& folder)> getFreeBytes;
+    std::shared_ptr<const CmdPath> tools; ///< where the daemon finds its tools
+    std::string debugger;                 ///< what the script gcore runs
+};
+
+/** This host. */
+PreflightHost GetPreflightHost();
+
 /** What the checks go by. */
 struct PreflightBase
 {
+    const PreflightHost& host;
     const LoadPrediction& prediction;
     const WatchedNames& names;
     const LiveMatches& live;

@@ -1,16 +1,12 @@
 #include <algorithm>
 #include <cstdlib>
-#include <memory>
 #include <set>
 
 #include "platform/CommandPath.h"
-#include "platform/SUSECommandPath.h"
-#include "platform/THOSVersion.h"
 
 #include "base/JavaNames.h"
 #include "base/SafeFile.h"
 #include "processes/Preflight.h"
-#include "processes/PreflightTools.h"
 #include "processes/ToolRun.h"
 
 namespace ctl
@@ -65,7 +61,7 @@ ToolRun RunListing(const CmdPath& tools, const std::string& columns, const std::
 }
 
 /** The processes of the counters that the listing doesn't show under their name. */
-std::vector<int> FindMissing(const LiveMatches& live, const std::vector<std::string>& lines)
+std::vector<int> FindMissing(const PreflightBase& base, const std::vector<std::string>& lines)
 {
     std::set<int> shown;
     for (const std::string& line : lines) {
@@ -75,8 +71,8 @@ std::vector<int> FindMissing(const LiveMatches& live, const std::vector<std::str
         }
     }
     std::vector<int> missing;
-    for (const LiveCounter& counter : live.counters) {
-        if (!shown.contains(counter.pid) && ReadProcess(counter.pid)) {
+    for (const LiveCounter& counter : base.live.counters) {
+        if (!shown.contains(counter.pid) && ReadProcess(counter.pid, base.host.root + "/proc")) {
             missing.push_back(counter.pid);
         }
     }
@@ -88,7 +84,7 @@ void CheckColumns(const PreflightBase& base, PreflightRows& rows)
     if (base.daemon == 0) {
         return;
     }
-    const std::string path = "/proc/" + std::to_string(base.daemon) + "/environ";
+    const std::string path = base.host.root + "/proc/" + std::to_string(base.daemon) + "/environ";
     const FileText environment = ReadFile(AT_FDCWD, path, 1U << 20U);
     if (!environment.IsRead()) {
         rows.push_back({"environment of the service", Result::Unknown,
@@ -136,25 +132,17 @@ void CheckReading(const CmdPath& tools, const std::string& filter, const LiveCou
 
 } // namespace
 
-std::unique_ptr<CmdPath> FindTools()
-{
-    if (GetOSType() == eOSSuse) {
-        return std::make_unique<SuseCmdPath>();
-    }
-    return std::make_unique<CmdPath>();
-}
-
 void CheckListing(const PreflightBase& base, PreflightRows& rows)
 {
-    const std::unique_ptr<CmdPath> tools = FindTools();
+    const CmdPath& tools = *base.host.tools;
     const std::string filter = MakeFilter(base.prediction.settings);
-    const ToolRun run = RunListing(*tools, "pid,command", filter);
+    const ToolRun run = RunListing(tools, "pid,command", filter);
     const std::vector<std::string> lines = SplitLines(run.output);
-    const std::vector<int> missing = FindMissing(base.live, lines);
+    const std::vector<int> missing = FindMissing(base, lines);
     if (run.status > 1 || run.status < 0) {
         rows.push_back(
             {"process listing", Result::Error,
-             tools->mPs + " -eo pid,command | " + tools->mEgrep + " doesn't work: no process is found",
+             tools.mPs + " -eo pid,command | " + tools.mEgrep + " doesn't work: no process is found",
              "see that both work; a name that begins with - is an option to egrep"});
     } else if (!missing.empty()) {
         rows.push_back({"process listing", Result::Error,
@@ -170,7 +158,7 @@ void CheckListing(const PreflightBase& base, PreflightRows& rows)
             std::find_if(base.live.counters.begin(), base.live.counters.end(),
                          [resource](const LiveCounter& counter) { return counter.resource == resource; });
         if (found != base.live.counters.end()) {
-            CheckReading(*tools, filter, *found, rows);
+            CheckReading(tools, filter, *found, rows);
         }
     }
 }

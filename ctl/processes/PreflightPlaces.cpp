@@ -5,7 +5,6 @@
 #include <optional>
 
 #include <sys/stat.h>
-#include <sys/statvfs.h>
 #include <sys/timex.h>
 #include <unistd.h>
 
@@ -37,21 +36,12 @@ std::uint64_t FindKilobytes(const std::string& status, const std::string& name)
 }
 
 /** The bytes of an image: a core image takes the address space, a heap dump at most what is in use. */
-std::uint64_t EstimateImage(const LiveCounter& counter, bool isJava)
+std::uint64_t EstimateImage(const std::string& root, const LiveCounter& counter, bool isJava)
 {
-    const std::string path = "/proc/" + std::to_string(counter.pid) + "/status";
+    const std::string path = root + "/proc/" + std::to_string(counter.pid) + "/status";
     const std::string status = ReadFile(AT_FDCWD, path, LIMIT).text;
     const std::uint64_t inUse = FindKilobytes(status, "VmRSS") + FindKilobytes(status, "VmSwap");
     return (isJava ? inUse : FindKilobytes(status, "VmSize")) * 1024;
-}
-
-std::optional<std::uint64_t> GetFree(const std::string& folder)
-{
-    struct statvfs space = {};
-    if (statvfs(folder.c_str(), &space) != 0) {
-        return std::nullopt;
-    }
-    return static_cast<std::uint64_t>(space.f_bavail) * space.f_frsize;
 }
 
 void CheckImage(const PreflightBase& base, bool isJava, PreflightRows& rows)
@@ -59,7 +49,7 @@ void CheckImage(const PreflightBase& base, bool isJava, PreflightRows& rows)
     const LiveCounter* largest = nullptr;
     std::uint64_t bytes = 0;
     for (const LiveCounter& counter : base.live.counters) {
-        const std::uint64_t estimate = EstimateImage(counter, isJava);
+        const std::uint64_t estimate = EstimateImage(base.host.root, counter, isJava);
         if (IsJavaName(counter.process) == isJava && (largest == nullptr || estimate > bytes)) {
             largest = &counter;
             bytes = estimate;
@@ -69,7 +59,7 @@ void CheckImage(const PreflightBase& base, bool isJava, PreflightRows& rows)
         return;
     }
     const std::chrono::seconds standstill(bytes / BYTES_PER_SECOND + 1);
-    const std::optional<std::uint64_t> free = GetFree(base.evidencePath);
+    const std::optional<std::uint64_t> free = base.host.getFreeBytes(base.evidencePath);
     const bool fits = !free || *free > bytes;
     const char* const kind = isJava ? "heap dump" : "core image";
     rows.push_back({std::string("space for a ") + kind,
@@ -108,19 +98,19 @@ void CheckEvidence(const PreflightBase& base, PreflightRows& rows)
     }
 }
 
-void CheckLogFolder(PreflightRows& rows)
+void CheckLogFolder(const PreflightHost& host, PreflightRows& rows)
 {
-    const std::string parent = std::string(LOG_PATH).substr(0, std::string(LOG_PATH).rfind('/'));
+    const std::string parent = host.root + std::string(LOG_PATH).substr(0, std::string(LOG_PATH).rfind('/'));
     struct stat status = {};
     const bool isThere = stat(parent.c_str(), &status) == 0 && S_ISDIR(status.st_mode);
     const bool isWritable = isThere && access(parent.c_str(), W_OK) == 0;
-    rows.push_back({"log folder", isWritable || (isThere && geteuid() != 0) ? Result::Good : Result::Error,
+    rows.push_back({"log folder", isWritable || (isThere && !host.isSuperuser) ? Result::Good : Result::Error,
                     parent + (isThere ? isWritable ? " can be written" : " can't be written by this user"
                                       : " isn't there: every line of the log is lost"),
                     isThere ? "" : "mkdir -p " + parent});
 }
 
-void CheckClock(PreflightRows& rows)
+void CheckClock(const PreflightHost& host, PreflightRows& rows)
 {
     struct timex clock = {};
     const int state = adjtimex(&clock); // reads alone, as no mode is set
@@ -131,8 +121,8 @@ void CheckClock(PreflightRows& rows)
                                         : ", and nothing keeps it in step: stamps can't be compared "
                                           "with those of other hosts"),
                     isSynchronised ? "" : "start a time service"});
-    const LogFolder logs = ListLogs("");
-    if (!logs.files.empty() && logs.files.back().day > GetDay(std::time(nullptr))) {
+    const LogFolder logs = ListLogs(host.root + LOG_PATH);
+    if (!logs.files.empty() && logs.files.back().day > GetDay(ToWall(std::time(nullptr)))) {
         rows.push_back(
             {"clock", Result::Warning,
              "the newest log, " + logs.files.back().name + ", is of a day to come: the clock was set back",
@@ -147,8 +137,8 @@ void CheckPlaces(const PreflightBase& base, PreflightRows& rows)
     CheckEvidence(base, rows);
     CheckImage(base, false, rows);
     CheckImage(base, true, rows);
-    CheckLogFolder(rows);
-    CheckClock(rows);
+    CheckLogFolder(base.host, rows);
+    CheckClock(base.host, rows);
 }
 
 } // namespace ctl

@@ -2,7 +2,6 @@
 #include <cstring>
 #include <set>
 
-#include <pwd.h>
 #include <sys/stat.h>
 #include <unistd.h>
 
@@ -27,7 +26,7 @@ constexpr const char* TEMPORARY_OF_OTHERS = "/usr/tarnv/wmc/webserver/temp";
 
 void CheckUser(const PreflightBase& base, PreflightRows& rows)
 {
-    const bool isRoot = geteuid() == 0;
+    const bool isRoot = base.host.isSuperuser;
     rows.push_back(
         {"user", isRoot ? Result::Good : Result::Warning,
          isRoot ? "superuser" : "not the superuser: what is seen here may differ from what the service sees",
@@ -36,7 +35,7 @@ void CheckUser(const PreflightBase& base, PreflightRows& rows)
         return;
     }
     const std::string status =
-        ReadFile(AT_FDCWD, "/proc/" + std::to_string(base.daemon) + "/status", LIMIT).text;
+        ReadFile(AT_FDCWD, base.host.root + "/proc/" + std::to_string(base.daemon) + "/status", LIMIT).text;
     const std::size_t place = status.find("\nCapEff:");
     if (place == std::string::npos) {
         return;
@@ -50,9 +49,9 @@ void CheckUser(const PreflightBase& base, PreflightRows& rows)
          mayTrace ? "" : "start it as the superuser, without bounds on its capabilities"});
 }
 
-void CheckPtraceScope(PreflightRows& rows)
+void CheckPtraceScope(const std::string& root, PreflightRows& rows)
 {
-    const FileText scope = ReadFile(AT_FDCWD, "/proc/sys/kernel/yama/ptrace_scope", LIMIT);
+    const FileText scope = ReadFile(AT_FDCWD, root + "/proc/sys/kernel/yama/ptrace_scope", LIMIT);
     if (!scope.IsRead()) {
         rows.push_back({"ptrace_scope", Result::Good, "this kernel has none", ""});
         return;
@@ -70,12 +69,12 @@ void CheckPtraceScope(PreflightRows& rows)
                     isClosed ? "boot without kernel.yama.ptrace_scope = 3" : ""});
 }
 
-void CheckSelinux(PreflightRows& rows)
+void CheckSelinux(const std::string& root, PreflightRows& rows)
 {
-    const FileText enforce = ReadFile(AT_FDCWD, "/sys/fs/selinux/enforce", LIMIT);
+    const FileText enforce = ReadFile(AT_FDCWD, root + "/sys/fs/selinux/enforce", LIMIT);
     const bool isEnforcing = enforce.IsRead() && enforce.text.starts_with('1');
     const bool deniesPtrace =
-        ReadFile(AT_FDCWD, "/sys/fs/selinux/booleans/deny_ptrace", LIMIT).text.starts_with('1');
+        ReadFile(AT_FDCWD, root + "/sys/fs/selinux/booleans/deny_ptrace", LIMIT).text.starts_with('1');
     if (!isEnforcing) {
         rows.push_back({"SELinux", Result::Good, enforce.IsRead() ? "permissive" : "not in use", ""});
         return;
@@ -103,35 +102,34 @@ void CheckTracers(const PreflightBase& base, PreflightRows& rows)
 }
 
 /** True if a shell of this name runs commands, so that su can start the dump tool. */
-bool RunsCommands(const std::string& shell)
+bool RunsCommands(const std::string& root, const std::string& shell)
 {
     const std::string name = shell.substr(shell.rfind('/') + 1);
-    return name != "nologin" && name != "false" && access(shell.c_str(), X_OK) == 0;
+    return name != "nologin" && name != "false" && access((root + shell).c_str(), X_OK) == 0;
 }
 
-void CheckOwner(const LiveCounter& counter, PreflightRows& rows)
+void CheckOwner(const PreflightHost& host, const LiveCounter& counter, PreflightRows& rows)
 {
-    const passwd* const owner = getpwuid(counter.details.user);
+    const std::optional<ProcessOwner> owner = host.findOwner(counter.details.user);
     const std::string who = "process " + std::to_string(counter.pid) + " (" + counter.process + ")";
-    if (owner == nullptr) {
+    if (!owner) {
         rows.push_back(
             {"owner of Java", Result::Error,
              who + " belongs to user " + std::to_string(counter.details.user) + ", who has no name: su fails",
              "give the user a name"});
         return;
     }
-    const std::string shell = *owner->pw_shell == '\0' ? "/bin/sh" : owner->pw_shell;
-    const bool isGood = RunsCommands(shell);
+    const bool isGood = RunsCommands(host.root, owner->shell);
     rows.push_back({"owner of Java", isGood ? Result::Good : Result::Error,
-                    who + " belongs to " + owner->pw_name + ", whose shell " + shell +
+                    who + " belongs to " + owner->name + ", whose shell " + owner->shell +
                         (isGood ? " runs commands" : " runs none: su fails, and no dump is taken"),
-                    isGood ? "" : std::string("usermod -s /bin/sh ") + owner->pw_name});
+                    isGood ? "" : "usermod -s /bin/sh " + owner->name});
 }
 
-void CheckTemporary(const char* path, bool isForOthers, PreflightRows& rows)
+void CheckTemporary(const std::string& root, const char* path, bool isForOthers, PreflightRows& rows)
 {
     struct stat status = {};
-    const bool isFolder = stat(path, &status) == 0 && S_ISDIR(status.st_mode);
+    const bool isFolder = stat((root + path).c_str(), &status) == 0 && S_ISDIR(status.st_mode);
     const bool isGood = isFolder && (!isForOthers || (status.st_mode & S_IWOTH) != 0 || status.st_uid != 0);
     rows.push_back(
         {"temporary folder",
@@ -153,13 +151,13 @@ void CheckJava(const PreflightBase& base, PreflightRows& rows)
     std::set<int> seen;
     for (const LiveCounter& counter : base.live.counters) {
         if (IsJavaName(counter.process) && seen.insert(counter.pid).second) {
-            CheckOwner(counter, rows);
+            CheckOwner(base.host, counter, rows);
             hasOthers = hasOthers || counter.details.user != 0;
         }
     }
-    CheckTemporary(TEMPORARY, false, rows); // of the lock files, too
+    CheckTemporary(base.host.root, TEMPORARY, false, rows); // of the lock files, too
     if (hasOthers) {
-        CheckTemporary(TEMPORARY_OF_OTHERS, true, rows);
+        CheckTemporary(base.host.root, TEMPORARY_OF_OTHERS, true, rows);
     }
 }
 
@@ -168,8 +166,8 @@ void CheckJava(const PreflightBase& base, PreflightRows& rows)
 void CheckRights(const PreflightBase& base, PreflightRows& rows)
 {
     CheckUser(base, rows);
-    CheckPtraceScope(rows);
-    CheckSelinux(rows);
+    CheckPtraceScope(base.host.root, rows);
+    CheckSelinux(base.host.root, rows);
     CheckTracers(base, rows);
     CheckJava(base, rows);
 }

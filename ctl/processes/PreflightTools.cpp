@@ -1,6 +1,4 @@
-#include "processes/PreflightTools.h"
-
-#include <cstdlib>
+#include <memory>
 
 #include <unistd.h>
 
@@ -75,8 +73,9 @@ void Try(const ToolTrial& trial, PreflightRows& rows)
 }
 
 /** The tools that look into a process, which is never tried here: they are scripts around the debugger. */
-void CheckDebugger(const CmdPath& tools, const Settings& settings, PreflightRows& rows)
+void CheckDebugger(const PreflightHost& host, const Settings& settings, PreflightRows& rows)
 {
+    const CmdPath& tools = *host.tools;
     const bool takesCores = settings.Get(THHS_CAPTURE_PROCESS_DUMP) != 0;
     const bool hasGcore = access(tools.mGcore.c_str(), X_OK) == 0;
     rows.push_back({"tool gcore",
@@ -90,15 +89,15 @@ void CheckDebugger(const CmdPath& tools, const Settings& settings, PreflightRows
                     hasGstack ? tools.mGstack
                               : tools.mGstack + " isn't there: the stacks in the process data stay empty",
                     hasGstack ? "" : "install the package that brings gstack, if there is one"});
-    const bool hasDebugger = access("/usr/bin/gdb", X_OK) == 0;
+    const bool hasDebugger = access(host.debugger.c_str(), X_OK) == 0;
     const bool works =
-        hasDebugger && RunTool({"/usr/bin/gdb", "--nx", "--batch", "-ex", "print 1"}).status == 0;
+        hasDebugger && RunTool({host.debugger, "--nx", "--batch", "-ex", "print 1"}).status == 0;
     if (hasGcore) {
         rows.push_back({"debugger",
                         works        ? Result::Good
                         : takesCores ? Result::Error
                                      : Result::Warning,
-                        works ? "/usr/bin/gdb" : "gcore is there and /usr/bin/gdb doesn't work",
+                        works ? host.debugger : "gcore is there and " + host.debugger + " doesn't work",
                         works ? "" : "install gdb"});
     }
 }
@@ -119,11 +118,10 @@ void CheckJavaTool(const Settings& settings, PreflightRows& rows)
 
 void CheckTools(const PreflightBase& base, PreflightRows& rows)
 {
-    const std::unique_ptr<CmdPath> tools = FindTools();
-    for (const ToolTrial& trial : MakeTrials(*tools)) {
+    for (const ToolTrial& trial : MakeTrials(*base.host.tools)) {
         Try(trial, rows);
     }
-    CheckDebugger(*tools, base.prediction.settings, rows);
+    CheckDebugger(base.host, base.prediction.settings, rows);
     CheckJavaTool(base.prediction.settings, rows);
 }
 

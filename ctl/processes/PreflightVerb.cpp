@@ -53,8 +53,10 @@ PreflightRows RunChecks(const Common& common)
     const int daemon = lock.holder.value_or(0);
     const WatchedNames names(ReadProcesses(), GetTableNames(GetListedNames(prediction.settings)), daemon);
     const LiveMatches live = FindLive(prediction.settings, names, ReadMachine());
-    const PreflightBase base = {prediction, names, live, daemon,
-                                common.evidence.empty() ? prediction.settings.evidencePath : common.evidence};
+    const PreflightHost host = GetPreflightHost();
+    const PreflightBase base = {
+        host, prediction, names,
+        live, daemon,     common.evidence.empty() ? prediction.settings.evidencePath : common.evidence};
     PreflightRows rows;
     if (!store->GetFailure().empty()) {
         rows.push_back(
