@@ -21,6 +21,15 @@ Json ToJson(std::string_view text)
     return ToUtf8(text);
 }
 
+Json ToJson(const std::vector<std::string>& texts)
+{
+    Json list = Json::array();
+    for (const std::string& text : texts) {
+        list.push_back(ToJson(text));
+    }
+    return list;
+}
+
 Json TimeToJson(std::optional<std::time_t> time)
 {
     return time ? Json(FormatTime(*time)) : Json(nullptr);

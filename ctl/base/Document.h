@@ -4,6 +4,7 @@
 #include <optional>
 #include <string>
 #include <string_view>
+#include <vector>
 
 #include <nlohmann/json.hpp>
 
@@ -21,6 +22,9 @@ Json BeginDocument(std::string_view verb, int version = 1);
 
 /** Text from outside as a JSON string: bytes that are no UTF-8 come as U+FFFD. */
 Json ToJson(std::string_view text);
+
+/** The same for a list of texts. */
+Json ToJson(const std::vector<std::string>& texts);
 
 /** A time in seconds since the epoch as ISO 8601 with offset; null if there is none. */
 Json TimeToJson(std::optional<std::time_t> time);

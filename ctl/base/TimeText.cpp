@@ -167,6 +167,12 @@ std::string Pair(std::int64_t large, const char* largeUnit, std::int64_t small, 
 
 } // namespace
 
+std::int64_t ToWall(std::time_t instant)
+{
+    struct tm local = {};
+    return localtime_r(&instant, &local) != nullptr ? timegm(&local) : instant;
+}
+
 std::string FormatTime(std::time_t time)
 {
     std::string text = Format(time, "%Y-%m-%dT%H:%M:%S%z");

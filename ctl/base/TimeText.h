@@ -1,6 +1,7 @@
 #pragma once
 
 #include <chrono>
+#include <cstdint>
 #include <ctime>
 #include <optional>
 #include <string>
@@ -8,6 +9,9 @@
 
 namespace ctl
 {
+
+/** Local time of an instant in seconds as if it were UTC, by the time zone of this process. */
+std::int64_t ToWall(std::time_t instant);
 
 /** A time in seconds since the epoch as ISO 8601 in local time with offset: 2026-11-21T20:32:01+01:00. */
 std::string FormatTime(std::time_t time);

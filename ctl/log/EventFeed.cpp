@@ -59,14 +59,14 @@ bool EventFeed::ReadLog(int folder, const DailyLog& log, const std::function<boo
         place = {inode, 0}; // another file, or one that was cut
     }
     bool goesOn = true;
-    const std::uint64_t end = ReadLogLines(file.file.Get(), place.offset, mStamps,
-                                           [this, &log, &goOn, &goesOn](const LogLineRead& line) {
-                                               mCursor.places[log.name].offset = line.end;
-                                               Offer(log, line);
-                                               goesOn = goOn();
-                                               return goesOn;
-                                           });
-    mCursor.places[log.name].offset = end;
+    const LogEnd end = ReadLogLines(file.file.Get(), place.offset, mStamps,
+                                    [this, &log, &goOn, &goesOn](const LogLineRead& line) {
+                                        mCursor.places[log.name].offset = line.end;
+                                        Offer(log, line);
+                                        goesOn = goOn();
+                                        return goesOn;
+                                    });
+    mCursor.places[log.name].offset = end.offset;
     return goesOn;
 }
 
@@ -92,10 +92,9 @@ bool EventFeed::IsWanted(const LogEvent& event)
     case LogEventKind::Forced:
     case LogEventKind::Capture:
     case LogEventKind::Exhausted:
-    case LogEventKind::Failure:
         return true;
     default:
-        return false;
+        return IsFailure(event.kind);
     }
 }
 

@@ -42,7 +42,21 @@ struct Options
 /** One word for a kind; what is taken without a threshold is a breach that was forced. */
 const char* GetEventName(LogEventKind kind)
 {
-    return kind == LogEventKind::Forced ? GetName(LogEventKind::Breach) : GetName(kind);
+    switch (kind) {
+    case LogEventKind::Started:
+        return "start";
+    case LogEventKind::Stopped:
+        return "stop";
+    case LogEventKind::Breach:
+    case LogEventKind::Forced:
+        return "breach";
+    case LogEventKind::Capture:
+        return "capture";
+    case LogEventKind::Exhausted:
+        return "exhausted";
+    default:
+        return "failure"; // no other kinds are fed
+    }
 }
 
 std::string FormatMilliseconds(std::time_t time, int milliseconds)

@@ -2,6 +2,9 @@
 
 #include <algorithm>
 #include <cstdio>
+#include <ctime>
+
+#include "base/ProgramNames.h"
 
 #include "base/SafeFile.h"
 
@@ -11,7 +14,7 @@ namespace ctl
 namespace
 {
 
-constexpr std::size_t NAME_LENGTH = sizeof "root.MMDDYY_00001.log" - 1;
+constexpr int CENTURY = 2000;
 
 /** The day in a log's name, which has the month first and two digits of the year; 0 for other names. */
 int ParseName(const std::string& name)
@@ -19,15 +22,11 @@ int ParseName(const std::string& name)
     int month = 0;
     int day = 0;
     int year = 0;
-    int length = 0;
-    const bool isLog =
-        name.size() == NAME_LENGTH &&
-        std::sscanf(name.c_str(), "root.%2d%2d%2d_00001.log%n", &month, &day, &year, &length) == 3 &&
-        static_cast<std::size_t>(length) == name.size();
-    constexpr int CENTURY = 2000;
-    return isLog && month >= 1 && month <= 12 && day >= 1 && day <= 31 && year >= 0
-               ? (CENTURY + year) * 10000 + month * 100 + day
-               : 0;
+    const bool isLog = std::sscanf(name.c_str(), "%*[^.].%2d%2d%2d", &month, &day, &year) == 3 &&
+                       month >= 1 && month <= 12 && day >= 1 && day <= 31 && year >= 0;
+    char expected[64];
+    (void)std::snprintf(expected, sizeof expected, LOG_FILE_NAME_TEXT, month, day, year);
+    return isLog && name == expected ? (CENTURY + year) * 10000 + month * 100 + day : 0;
 }
 
 } // namespace
@@ -54,13 +53,14 @@ LogFolder ListLogs(const std::string& path)
     return result;
 }
 
-int GetDay(std::time_t time)
+int GetDay(std::int64_t wall)
 {
-    struct tm local = {};
-    if (localtime_r(&time, &local) == nullptr) {
+    const std::time_t seconds = wall;
+    struct tm day = {};
+    if (gmtime_r(&seconds, &day) == nullptr) {
         return 0;
     }
-    return (local.tm_year + 1900) * 10000 + (local.tm_mon + 1) * 100 + local.tm_mday;
+    return (day.tm_year + 1900) * 10000 + (day.tm_mon + 1) * 100 + day.tm_mday;
 }
 
 } // namespace ctl

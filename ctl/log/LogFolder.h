@@ -1,7 +1,6 @@
 #pragma once
 
 #include <cstdint>
-#include <ctime>
 #include <string>
 #include <vector>
 
@@ -31,7 +30,7 @@ constexpr const char* LOG_PATH = "/usr/tarnv/tarnhaven/logs/thsentinel";
 /** Lists the logs at `path`, or at LOG_PATH for an empty one. */
 LogFolder ListLogs(const std::string& path);
 
-/** The day of a time, as in DailyLog. */
-int GetDay(std::time_t time);
+/** The day of a local time in seconds as if it were UTC, as in DailyLog. */
+int GetDay(std::int64_t wall);
 
 } // namespace ctl

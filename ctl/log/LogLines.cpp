@@ -1,10 +1,10 @@
 #include "log/LogLines.h"
 
 #include <algorithm>
-#include <cctype>
 #include <cerrno>
 #include <cstdlib>
 #include <cstring>
+#include <optional>
 #include <vector>
 
 #include <unistd.h>
@@ -43,7 +43,7 @@ int GetNumber(std::string_view line, std::size_t place, std::size_t length)
     return number;
 }
 
-std::time_t GetHourTime(std::string_view hour)
+struct tm GetHour(std::string_view hour)
 {
     struct tm local = {};
     local.tm_year = GetNumber(hour, 0, 4) - 1900;
@@ -51,7 +51,7 @@ std::time_t GetHourTime(std::string_view hour)
     local.tm_mday = GetNumber(hour, 8, 2);
     local.tm_hour = GetNumber(hour, 11, 2);
     local.tm_isdst = -1;
-    return std::mktime(&local);
+    return local;
 }
 
 ssize_t ReadAt(int descriptor, char* buffer, std::size_t size, std::uint64_t offset)
@@ -67,7 +67,8 @@ ssize_t ReadAt(int descriptor, char* buffer, std::size_t size, std::uint64_t off
 class LineWalk
 {
 public:
-    LineWalk(int descriptor, std::uint64_t offset) : mDescriptor(descriptor), mOffset(offset), mBuffer(CHUNK)
+    LineWalk(int descriptor, std::uint64_t offset)
+        : mDescriptor(descriptor), mOffset(offset), mBuffer(CHUNK), mLineBegin(offset)
     {}
 
     /** The next whole line without its end; false at the end. `begin` and `end` are its places. */
@@ -96,7 +97,7 @@ public:
     }
 
     std::uint64_t GetLineBegin() const { return mLineBegin; }
-    void Begin(std::uint64_t offset) { mLineBegin = offset; }
+    int GetError() const { return mError; }
 
 private:
     bool Refill()
@@ -112,6 +113,7 @@ private:
         const ssize_t count =
             ReadAt(mDescriptor, mBuffer.data() + mFilled, mBuffer.size() - mFilled, mOffset + mFilled);
         mFilled += count > 0 ? static_cast<std::size_t>(count) : 0;
+        mError = count < 0 ? errno : 0;
         return count > 0;
     }
 
@@ -120,9 +122,27 @@ private:
     std::vector<char> mBuffer;
     std::size_t mUsed = 0;
     std::size_t mFilled = 0;
-    std::uint64_t mLineBegin = 0;
+    std::uint64_t mLineBegin;
     bool mIsTail = false;
+    int mError = 0; ///< errno of the last reading
 };
+
+/** Time of the first stamped line that begins after an offset; nothing if the next block has none. */
+std::optional<std::int64_t> GetWallAfter(int descriptor, std::uint64_t offset)
+{
+    std::vector<char> block(CHUNK);
+    const ssize_t count = ReadAt(descriptor, block.data(), block.size(), offset);
+    std::string_view text(block.data(), static_cast<std::size_t>(std::max<ssize_t>(count, 0)));
+    StampReader stamps;
+    LogLineRead line;
+    for (auto end = text.find('\n'); end != std::string_view::npos; end = text.find('\n')) {
+        text.remove_prefix(end + 1);
+        if (stamps.Read(text.substr(0, text.find('\n')), line)) {
+            return line.wall;
+        }
+    }
+    return std::nullopt;
+}
 
 } // namespace
 
@@ -134,27 +154,47 @@ bool StampReader::Read(std::string_view line, LogLineRead& result)
     const std::string_view hour = line.substr(0, HOUR_LENGTH);
     if (hour != mHour) {
         mHour = hour;
-        mHourTime = GetHourTime(hour);
+        struct tm wall = GetHour(hour);
+        struct tm local = wall;
+        mHourWall = timegm(&wall);
+        mHourTime = std::mktime(&local);
     }
-    result.time = mHourTime + GetNumber(line, 14, 2) * 60 + GetNumber(line, 17, 2);
+    const int seconds = GetNumber(line, 14, 2) * 60 + GetNumber(line, 17, 2);
+    result.wall = mHourWall + seconds;
+    result.time = mHourTime + seconds;
     result.milliseconds = GetNumber(line, 20, 3);
     result.text = line.substr(STAMP_FORM.size(), LONGEST_TEXT);
     return true;
 }
 
-std::uint64_t ReadLogLines(int descriptor, std::uint64_t offset, StampReader& stamps,
-                           const std::function<bool(const LogLineRead&)>& visit)
+LogEnd ReadLogLines(int descriptor, std::uint64_t offset, StampReader& stamps,
+                    const std::function<bool(const LogLineRead&)>& visit)
 {
     LineWalk walk(descriptor, offset);
-    walk.Begin(offset);
     std::string_view line;
     LogLineRead read;
     while (walk.Next(line, read.begin, read.end)) {
         if (stamps.Read(line, read) && !visit(read)) {
-            return read.end;
+            return {read.end, 0};
         }
     }
-    return walk.GetLineBegin();
+    return {walk.GetLineBegin(), walk.GetError()};
+}
+
+std::uint64_t FindLogOffset(int descriptor, std::uint64_t bytes, std::int64_t wall)
+{
+    std::uint64_t low = 0;
+    std::uint64_t high = bytes;
+    while (high - low > CHUNK) {
+        const std::uint64_t middle = low + (high - low) / 2;
+        const auto stamp = GetWallAfter(descriptor, middle);
+        if (stamp && *stamp < wall) {
+            low = middle;
+        } else {
+            high = middle; // also after a long line without a stamp: looking earlier costs time, never lines
+        }
+    }
+    return low;
 }
 
 } // namespace ctl

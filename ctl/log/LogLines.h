@@ -12,8 +12,9 @@ namespace ctl
 /** A line of a daily log that begins with a time stamp. */
 struct LogLineRead
 {
-    std::time_t time = 0; ///< in seconds since the epoch
-    int milliseconds = 0;
+    std::int64_t wall = 0;   ///< local time as the line shows it, in seconds as if it were UTC
+    std::time_t time = 0;    ///< in seconds since the epoch, by the time zone of this process
+    int milliseconds = 0;    ///< may belong to the neighbouring second
     std::string_view text;   ///< after the stamp, without the line end; cut at 64 KiB
     std::uint64_t begin = 0; ///< where the line begins in its file
     std::uint64_t end = 0;   ///< where the next one does
@@ -26,20 +27,34 @@ struct LogLineRead
 class StampReader
 {
 public:
-    /** Reads the stamp at the start of a line; false if there is none. Sets time, milliseconds and text. */
+    /** Reads the stamp at the start of a line; false if there is none. Sets times and text. */
     bool Read(std::string_view line, LogLineRead& result);
 
 private:
     std::string mHour; ///< "YYYY-MM-DD HH" of the last stamp
+    std::int64_t mHourWall = 0;
     std::time_t mHourTime = 0;
+};
+
+/** How far a log was read. */
+struct LogEnd
+{
+    std::uint64_t offset = 0; ///< after the last line that was visited or passed over
+    int error = 0;            ///< errno of the reading that failed; 0 if none did
 };
 
 /**
  * Reads the stamped lines of an open log from `offset` on, in order, and calls `visit` for each until it
  * returns false. Lines without a stamp, as tool output has them, are passed over. A last line without its end
- * is not visited: it is being written. Returns where the reading stopped: after the last whole line.
+ * is not visited: it is being written.
  */
-std::uint64_t ReadLogLines(int descriptor, std::uint64_t offset, StampReader& stamps,
-                           const std::function<bool(const LogLineRead&)>& visit);
+LogEnd ReadLogLines(int descriptor, std::uint64_t offset, StampReader& stamps,
+                    const std::function<bool(const LogLineRead&)>& visit);
+
+/**
+ * Where in an open log of `bytes` bytes the lines from `wall` on begin, found by halving: the place of some
+ * line before them, and 0 if in doubt.
+ */
+std::uint64_t FindLogOffset(int descriptor, std::uint64_t bytes, std::int64_t wall);
 
 } // namespace ctl

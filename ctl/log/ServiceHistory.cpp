@@ -1,8 +1,10 @@
 #include "log/ServiceHistory.h"
 
 #include <algorithm>
+#include <cstring>
 
 #include "base/SafeFile.h"
+#include "base/TimeText.h"
 #include "log/LogEvents.h"
 #include "log/LogFolder.h"
 #include "log/LogLines.h"
@@ -38,18 +40,18 @@ void HistoryBuilder::Take(std::time_t time, const LogEvent& event)
     case LogEventKind::CounterAdded:
     case LogEventKind::Capture:
     case LogEventKind::Exhausted:
-    case LogEventKind::Reading:
+    case LogEventKind::Window:
         TakeCounter(time, event);
         break;
-    case LogEventKind::Usage: // of interest to those who explain one counter
-        break;
-    case LogEventKind::LevelSaved:
+    case LogEventKind::LevelSaved: // not every tool says something for the line about the raise
+    case LogEventKind::LevelRaised:
         mHistory.levels.insert(event.process);
         break;
-    case LogEventKind::Failure:
-        ++mHistory.failures;
+    case LogEventKind::LevelRestored:
+        mHistory.levels.erase(event.process);
         break;
     default:
+        mHistory.failures += IsFailure(event.kind) ? 1 : 0;
         TakeService(time, event);
     }
 }
@@ -101,7 +103,7 @@ void HistoryBuilder::TakeCounter(std::time_t time, const LogEvent& event)
         counter.isFromStart = true;
         return;
     }
-    if (event.kind == LogEventKind::Reading) {
+    if (event.kind == LogEventKind::Window) {
         mHistory.counters[{event.pid, event.resource}].verboseReading = event.number;
         return;
     }
@@ -141,7 +143,7 @@ std::string VisitEvents(const LogFolder& folder, std::time_t since, std::uint64_
     if (!folder.failure.empty()) {
         return folder.path + ": " + folder.failure;
     }
-    const int firstDay = GetDay(since);
+    const int firstDay = GetDay(ToWall(since));
     std::uint64_t total = 0;
     for (const DailyLog& log : folder.files) {
         total += log.day >= firstDay ? log.size : 0;
@@ -161,11 +163,15 @@ std::string VisitEvents(const LogFolder& folder, std::time_t since, std::uint64_
             failure = folder.path + "/" + log.name + ": " + file.failure;
             continue;
         }
-        (void)ReadLogLines(file.file.Get(), skipped, stamps, [&visit, &goesOn](const LogLineRead& line) {
-            const std::optional<LogEvent> event = ParseLogText(line.text);
-            goesOn = !event || visit(line.time, *event);
-            return goesOn;
-        });
+        const LogEnd end =
+            ReadLogLines(file.file.Get(), skipped, stamps, [&visit, &goesOn](const LogLineRead& line) {
+                const std::optional<LogEvent> event = ParseLogText(line.text);
+                goesOn = !event || visit(line.time, *event);
+                return goesOn;
+            });
+        if (end.error != 0) {
+            failure = folder.path + "/" + log.name + ": " + std::strerror(end.error);
+        }
         skipped = 0;
     }
     return failure;

@@ -30,9 +30,6 @@ constexpr VerbText REPORT = {"report", "Makes one page of an evidence set, for t
                              "thsentinelctl report --last -o report.html\n"
                              "thsentinelctl report tbrd/4321/Evidence1 -o report.html --log copies/logs"};
 
-/** Where the daemon logs, on a host that has one. */
-constexpr const char* LOG_FOLDER = "/usr/tarnv/tarnhaven/logs/thsentinel";
-
 struct ReportOptions
 {
     std::string mSet;
@@ -69,7 +66,7 @@ ReportData ReadAll(const Common& common, const EvidenceSource& source, const Evi
     Progress progress("reading", 0);
     progress.SetDetail(set.GetId());
     ReportData data = ReadSet(source.tree, set, std::time(nullptr));
-    ReadLogs(common.log.empty() ? LOG_FOLDER : common.log, data);
+    ReadLogs(common.log, data);
     if (!source.storeFailure.empty()) {
         data.mNotes.push_back("The settings are not known (" + source.storeFailure +
                               "), so completeness was held against the defaults.");

@@ -24,7 +24,7 @@ public:
             mPending.clear();
         } else if (event.kind == LogEventKind::Usage) {
             mPending[key] = {time, event.reading};
-        } else if (event.kind == LogEventKind::Reading) { // follows the usage that was added to the sum
+        } else if (event.kind == LogEventKind::Window) { // follows the usage that was added to the sum
             std::vector<TracedReading>& readings = mReadings[key];
             if (event.number <= 1 || readings.size() >= WINDOW) {
                 readings.clear();

@@ -38,15 +38,6 @@ Json DescribeReadings(const CounterExplanation& counter)
     return readings;
 }
 
-Json DescribeReasons(const std::vector<std::string>& reasons)
-{
-    Json list = Json::array();
-    for (const std::string& reason : reasons) {
-        list.push_back(ToJson(reason));
-    }
-    return list;
-}
-
 Json DescribeExplained(const CounterExplanation& counter)
 {
     Json json;
@@ -66,7 +57,7 @@ Json DescribeExplained(const CounterExplanation& counter)
     json["lastBreach"] = TimeToJson(counter.lastBreach);
     json["lastSet"] = TimeToJson(counter.lastSet);
     json["secondsAtFullProcessor"] = OrNull(counter.secondsAtFull);
-    json["reasons"] = DescribeReasons(counter.reasons);
+    json["reasons"] = ToJson(counter.reasons);
     return json;
 }
 
@@ -80,7 +71,7 @@ void PrintJson(const Explanation& explanation, const std::string& subject, std::
     for (const CounterExplanation& counter : explanation.counters) {
         document["counters"].push_back(DescribeExplained(counter));
     }
-    document["reasons"] = DescribeReasons(explanation.reasons);
+    document["reasons"] = ToJson(explanation.reasons);
     PrintDocument(document);
 }
 

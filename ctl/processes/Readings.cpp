@@ -5,6 +5,8 @@
 
 #include <unistd.h>
 
+#include "counters/BreachTexts.h"
+
 namespace ctl
 {
 
@@ -40,7 +42,7 @@ const char* GetName(Resource resource)
 
 const char* GetLabel(Resource resource)
 {
-    return resource == Resource::Cpu ? "CPU" : "Memory";
+    return resource == Resource::Cpu ? LABEL_CPU : LABEL_MEMORY;
 }
 
 double GetAge(const ProcessDetails& details, const Machine& machine)

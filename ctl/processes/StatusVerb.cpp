@@ -104,7 +104,7 @@ void WriteJson(const ServiceState& state)
 {
     Json document = DescribeService(state);
     const auto levels = state.GetRaisedLevels();
-    document["levelsRaised"] = levels ? Json(*levels) : Json(nullptr);
+    document["levelsRaised"] = levels ? ToJson(*levels) : Json(nullptr);
     document["logFailure"] = state.history.failure.empty() ? Json(nullptr) : ToJson(state.history.failure);
     document["counters"] = Json::array();
     for (const LiveCounter& counter : GetCounters(state)) {

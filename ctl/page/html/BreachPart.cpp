@@ -14,20 +14,20 @@ constexpr std::size_t WINDOW = 5;
 /** "95.00 % of this machine's processors" */
 std::string DescribeAmount(const TimelineEvent& breach, double amount, int digits)
 {
-    if (breach.mUnit == "MB") {
+    if (breach.unit == "MB") {
         return FormatPlain(amount, digits) + " MB of memory";
     }
     return FormatPlain(amount, digits) + " % of this machine's " +
-           (breach.mLabel == "CPU" ? "processors" : "memory");
+           (breach.resource == "cpu" ? "processors" : "memory");
 }
 
 std::string DescribeExcess(const TimelineEvent& breach)
 {
-    const double excess = breach.mReading - breach.mLimit;
+    const double excess = breach.reading - breach.limit;
     std::string text =
-        FormatPlain(excess, 2) + (breach.mUnit == "MB" ? " MB" : " percentage points") + " above it";
-    if (breach.mLimit > 0) {
-        text = FormatPlain(breach.mReading / breach.mLimit, 1) + " times the limit, " + text;
+        FormatPlain(excess, 2) + (breach.unit == "MB" ? " MB" : " percentage points") + " above it";
+    if (breach.limit > 0) {
+        text = FormatPlain(breach.reading / breach.limit, 1) + " times the limit, " + text;
     }
     return text;
 }
@@ -54,8 +54,8 @@ void WriteWindow(Html& html, const ReportData& data)
     std::string values;
     double sum = 0;
     for (const TimelineEvent& reading : window) {
-        values += (values.empty() ? "" : ", ") + FormatPlain(reading.mReading, 2);
-        sum += reading.mReading;
+        values += (values.empty() ? "" : ", ") + FormatPlain(reading.reading, 2);
+        sum += reading.reading;
     }
     html.Markup("<dt>Readings before it</dt><dd>").Text(values + ". Their average is ");
     html.Text(FormatPlain(sum / static_cast<double>(window.size()), 2) + ".").Markup("</dd>");
@@ -68,7 +68,7 @@ void WriteFacts(Html& html, const ReportData& data)
         html.Markup("<dt>When</dt><dd>")
             .Text(FormatWall(data.mBreach->mWall))
             .Markup(", local time of the host</dd>");
-        if (data.mBreach->mKind == TimelineKind::Breach) {
+        if (data.mBreach->kind == LogEventKind::Breach) {
             html.Markup("<dt>By how much</dt><dd>").Text(DescribeExcess(*data.mBreach) + ".").Markup("</dd>");
         }
         WriteWindow(html, data);
@@ -112,11 +112,11 @@ std::string DescribeBreach(const ReportData& data)
                "; the log that says by how much is not there";
     }
     const TimelineEvent& breach = *data.mBreach;
-    const std::string used = "used " + DescribeAmount(breach, breach.mReading, 2);
-    if (breach.mKind == TimelineKind::CaptureWithoutLimit) {
+    const std::string used = "used " + DescribeAmount(breach, breach.reading, 2);
+    if (breach.kind == LogEventKind::Forced) {
         return used + "; the settings take evidence whatever the limit";
     }
-    return used + "; its limit is " + FormatPlain(breach.mLimit, 0) + (breach.mUnit == "MB" ? " MB" : " %");
+    return used + "; its limit is " + FormatPlain(breach.limit, 0) + (breach.unit == "MB" ? " MB" : " %");
 }
 
 void WriteBreach(Html& html, const ReportData& data)
@@ -135,7 +135,7 @@ void WriteBreach(Html& html, const ReportData& data)
         .Text(DescribeBreach(data) + ".")
         .Markup("</h1>");
     WriteFacts(html, data);
-    if (data.mBreach && data.mBreach->mLabel == "CPU") {
+    if (data.mBreach && data.mBreach->resource == "cpu") {
         html.Paragraph(
             "The reading is the average over the whole life of the process. What it uses at the moment "
             "may be more or less: see the processes below.",

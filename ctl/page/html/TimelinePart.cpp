@@ -13,44 +13,45 @@ constexpr std::size_t MOST_EVENT_ROWS = 60;
 
 struct EventText
 {
-    TimelineKind mKind;
+    LogEventKind mKind;
     const char* mClass;
     const char* mText; ///< {n} name, {d} detail, {c} number, {r} reading, {t} limit
 };
 
 constexpr EventText EVENT_TEXTS[] = {
-    {TimelineKind::Breach, "bad", "Limit exceeded: {r}, limit {t}"},
-    {TimelineKind::CaptureWithoutLimit, "watch", "Evidence taken whatever the limit: reading {r}"},
-    {TimelineKind::SetTaken, "", "Evidence set {c} begins"},
-    {TimelineKind::SetsUsedUp, "watch", "No more sets for {n}: all {c} are taken"},
-    {TimelineKind::CoreDone, "", "The core tool ended well (see the files for whether the core is whole)"},
-    {TimelineKind::CoreFailed, "bad", "The core could not be taken"},
-    {TimelineKind::CoreToolMissing, "bad", "No core: there is no{d}"},
-    {TimelineKind::CaptureStarted, "", "Capture begins: {d}"},
-    {TimelineKind::CaptureDone, "", "Capture ended: {d}"},
-    {TimelineKind::JavaDumpDone, "", "A Java dump reached the evidence"},
-    {TimelineKind::JavaDumpFailed, "bad", "A Java dump failed: {d}"},
-    {TimelineKind::LevelRead, "", "Log level of {n} before: {c}"},
-    {TimelineKind::LevelRaised, "", "Log levels of {n} raised to 6"},
-    {TimelineKind::LevelReset, "", "Log levels of {n} put back"},
-    {TimelineKind::ServiceStarted, "", "The daemon started"},
-    {TimelineKind::ServiceStopped, "watch", "The daemon stopped"},
-    {TimelineKind::Error, "bad", "Error:{d}"},
+    {LogEventKind::Breach, "bad", "Limit exceeded: {r}, limit {t}"},
+    {LogEventKind::Forced, "watch", "Evidence taken whatever the limit: reading {r}"},
+    {LogEventKind::CounterAdded, "", "The daemon begins to watch it"},
+    {LogEventKind::Capture, "", "Evidence set {c} begins"},
+    {LogEventKind::Exhausted, "watch", "No more sets for {n}: all {c} are taken"},
+    {LogEventKind::CoreWritten, "", "The core tool ended well (see the files for whether the core is whole)"},
+    {LogEventKind::CoreFailed, "bad", "The core could not be taken"},
+    {LogEventKind::CoreToolMissing, "bad", "No core: there is no {d}"},
+    {LogEventKind::CaptureStarted, "", "Capture begins: {d}"},
+    {LogEventKind::CaptureDone, "", "Capture ended: {d}"},
+    {LogEventKind::JavaDumpDone, "", "A Java dump reached the evidence"},
+    {LogEventKind::JavaDumpFailed, "bad", "A Java dump failed: {d}"},
+    {LogEventKind::LevelSaved, "", "Log level of {n} before: {c}"},
+    {LogEventKind::LevelRaised, "", "Log levels of {n} raised to 6"},
+    {LogEventKind::LevelRestored, "", "Log levels of {n} put back"},
+    {LogEventKind::Started, "", "The daemon started"},
+    {LogEventKind::Stopped, "watch", "The daemon stopped"},
+    {LogEventKind::Failure, "bad", "Error:{d}"},
 };
 
 std::string ValueOf(const TimelineEvent& event, char place)
 {
     switch (place) {
     case 'n':
-        return event.mName;
+        return event.process;
     case 'd':
-        return event.mDetail;
+        return event.detail;
     case 'c':
-        return FormatPlain(static_cast<double>(event.mNumber), 0);
+        return FormatPlain(event.number, 0);
     case 'r':
-        return FormatPlain(event.mReading, 2) + (event.mUnit == "MB" ? " MB" : " %");
+        return FormatPlain(event.reading, 2) + (event.unit == "MB" ? " MB" : " %");
     default:
-        return FormatPlain(event.mLimit, 0) + (event.mUnit == "MB" ? " MB" : " %");
+        return FormatPlain(event.limit, 0) + (event.unit == "MB" ? " MB" : " %");
     }
 }
 
@@ -67,7 +68,7 @@ std::string TextOf(const TimelineEvent& event, std::string_view pattern)
 void WriteEvent(Html& html, const ReportData& data, const TimelineEvent& event)
 {
     const auto row = std::find_if(std::begin(EVENT_TEXTS), std::end(EVENT_TEXTS),
-                                  [&](const EventText& text) { return text.mKind == event.mKind; });
+                                  [&](const EventText& text) { return text.mKind == event.kind; });
     if (row == std::end(EVENT_TEXTS)) {
         return;
     }
@@ -102,15 +103,15 @@ void WriteReadings(Html& html, const ReportData& data)
     Chart chart{
         "readings",
         data.mResource == "cpu" ? "Readings of the daemon, processor time" : "Readings of the daemon, memory",
-        data.mBreach && data.mBreach->mUnit == "MB" ? ChartUnit::Number : ChartUnit::Percent,
+        data.mBreach && data.mBreach->unit == "MB" ? ChartUnit::Number : ChartUnit::Percent,
         {},
         {{data.mProcess, {}}},
         -1,
-        data.mBreach ? data.mBreach->mLimit : -1,
+        data.mBreach ? static_cast<double>(data.mBreach->limit) : -1,
         data.mBreach ? data.mBreach->mWall : data.mWall};
     for (const TimelineEvent& reading : data.mReadings) {
         chart.mTimes.push_back(reading.mWall);
-        chart.mSeries[0].mValues.push_back(reading.mReading);
+        chart.mSeries[0].mValues.push_back(reading.reading);
     }
     WriteChart(html, std::move(chart));
 }

@@ -1,15 +1,10 @@
 #include "page/read/LogReader.h"
 
 #include "base/SafeFile.h"
-#include "page/read/SectionLines.h"
-#include "page/read/WallClock.h"
+#include "log/LogFolder.h"
+#include "log/LogLines.h"
 
 #include <algorithm>
-#include <array>
-#include <cstdio>
-#include <ctime>
-
-#include <unistd.h>
 
 namespace ctl
 {
@@ -26,16 +21,16 @@ constexpr Wall DISORDER = 60;
 
 bool IsOfCounter(const TimelineEvent& event, const ReportData& data)
 {
-    return event.mPid == data.mPid && (event.mLabel == "CPU" ? "cpu" : "memory") == data.mResource;
+    return event.pid == data.mPid && event.resource == data.mResource;
 }
 
 /** True for lines that name neither a process nor an id: they belong to the set that began last before them.
  */
-bool NamesNobody(TimelineKind kind)
+bool NamesNobody(LogEventKind kind)
 {
-    constexpr TimelineKind NAMELESS[] = {
-        TimelineKind::CaptureDone,     TimelineKind::JavaDumpDone, TimelineKind::JavaDumpFailed,
-        TimelineKind::CoreToolMissing, TimelineKind::LevelRead,    TimelineKind::LevelRaised,
+    constexpr LogEventKind NAMELESS[] = {
+        LogEventKind::CaptureDone,     LogEventKind::JavaDumpDone, LogEventKind::JavaDumpFailed,
+        LogEventKind::CoreToolMissing, LogEventKind::LevelSaved,   LogEventKind::LevelRaised,
     };
     return std::find(std::begin(NAMELESS), std::end(NAMELESS), kind) != std::end(NAMELESS);
 }
@@ -43,34 +38,35 @@ bool NamesNobody(TimelineKind kind)
 /** True if an event belongs on the timeline. `lastSetPid` is the process of the set that began last. */
 bool IsOfSet(const TimelineEvent& event, const ReportData& data, int lastSetPid)
 {
-    if (NamesNobody(event.mKind)) {
+    if (NamesNobody(event.kind)) {
         return event.mWall >= data.mWall - 1 && lastSetPid == data.mPid;
     }
-    switch (event.mKind) {
-    case TimelineKind::Breach:
-    case TimelineKind::CaptureWithoutLimit:
+    switch (event.kind) {
+    case LogEventKind::Breach:
+    case LogEventKind::Forced:
+    case LogEventKind::CounterAdded:
         return IsOfCounter(event, data);
-    case TimelineKind::SetsUsedUp:
-        return event.mName == data.mProcess;
-    case TimelineKind::ServiceStarted:
-    case TimelineKind::ServiceStopped:
+    case LogEventKind::Exhausted:
+        return event.process == data.mProcess;
+    case LogEventKind::Started:
+    case LogEventKind::Stopped:
         return true;
-    case TimelineKind::LevelReset:
-    case TimelineKind::Error:
+    case LogEventKind::LevelRestored:
+    case LogEventKind::Failure:
         return event.mWall >= data.mWall - 1;
     default:
-        return event.mPid == data.mPid;
+        return event.pid == data.mPid;
     }
 }
 
 void Add(TimelineEvent&& event, ReportData& data, int& lastSetPid)
 {
-    lastSetPid = event.mKind == TimelineKind::SetTaken ? event.mPid : lastSetPid;
-    if (event.mKind == TimelineKind::Reading) {
+    lastSetPid = event.kind == LogEventKind::Capture ? event.pid : lastSetPid;
+    if (event.kind == LogEventKind::Usage) {
         if (IsOfCounter(event, data) && data.mReadings.size() < MOST_READINGS) {
             data.mReadings.push_back(std::move(event));
         }
-    } else if (event.mKind == TimelineKind::Limit || event.mKind == TimelineKind::Average) {
+    } else if (event.kind == LogEventKind::Window) {
         return; // follow from the reading and the breach
     } else if (IsOfSet(event, data, lastSetPid) && data.mEvents.size() < MOST_EVENTS) {
         data.mEvents.push_back(std::move(event));
@@ -81,8 +77,7 @@ void Add(TimelineEvent&& event, ReportData& data, int& lastSetPid)
 void FindBreach(ReportData& data)
 {
     for (const TimelineEvent& event : data.mEvents) {
-        const bool isBreach =
-            event.mKind == TimelineKind::Breach || event.mKind == TimelineKind::CaptureWithoutLimit;
+        const bool isBreach = event.kind == LogEventKind::Breach || event.kind == LogEventKind::Forced;
         if (isBreach && event.mWall >= data.mWall - BREACH_BEFORE_SET && event.mWall <= data.mWall + 1) {
             data.mBreach = event;
         }
@@ -93,85 +88,43 @@ void ReadLog(int file, std::uint64_t bytes, ReportData& data)
 {
     const Wall from = data.mWall - LOG_BEFORE;
     const Wall to = data.mWall + LOG_AFTER;
-    const std::uint64_t offset = FindLogOffset(file, bytes, from - DISORDER);
-    bool isPast = false;
+    StampReader stamps;
     int lastSetPid = 0;
-    const auto take = [&](std::string_view line) {
-        const auto stamp = ParseTimelineStamp(line);
-        isPast = isPast || (stamp && stamp->mWall > to + DISORDER);
-        if (!stamp || stamp->mWall < from || stamp->mWall > to) {
-            return;
+    const auto take = [&](const LogLineRead& line) {
+        const bool isWithin = line.wall >= from && line.wall <= to;
+        if (auto event = isWithin ? ParseLogText(line.text) : std::nullopt) {
+            Add({std::move(*event), line.wall}, data, lastSetPid);
         }
-        if (auto event = ParseTimelineLine(line)) {
-            Add(std::move(*event), data, lastSetPid);
-        }
+        return line.wall <= to + DISORDER;
     };
-    const bool isWhole = ForEachLine(file, offset, bytes - offset, take, &isPast);
-    if (!isWhole) {
+    const LogEnd end = ReadLogLines(file, FindLogOffset(file, bytes, from - DISORDER), stamps, take);
+    if (end.error != 0) {
         data.mNotes.emplace_back("The log could not be read to its end.");
     }
 }
 
-/** Time of the first whole line with a stamp after an offset; nothing if the next block has none. */
-std::optional<Wall> StampAfter(int file, std::uint64_t offset)
+/** True for the logs of the days around a set. */
+bool IsNear(const DailyLog& log, Wall wall)
 {
-    std::array<char, 65536> block = {};
-    const ssize_t count = pread(file, block.data(), block.size(), static_cast<off_t>(offset));
-    std::string_view text(block.data(), static_cast<std::size_t>(std::max<ssize_t>(count, 0)));
-    for (auto end = text.find('\n'); end != std::string_view::npos; end = text.find('\n')) {
-        text.remove_prefix(end + 1);
-        if (const auto stamp = ParseTimelineStamp(text.substr(0, text.find('\n')))) {
-            return stamp->mWall;
-        }
-    }
-    return std::nullopt;
+    return log.day >= GetDay(wall - LOG_BEFORE) && log.day <= GetDay(wall + LOG_AFTER);
 }
 } // namespace
 
-std::uint64_t FindLogOffset(int file, std::uint64_t bytes, Wall wall)
-{
-    constexpr std::uint64_t NEAR = 65536;
-    std::uint64_t low = 0;
-    std::uint64_t high = bytes;
-    while (high - low > NEAR) {
-        const std::uint64_t middle = low + (high - low) / 2;
-        const auto stamp = StampAfter(file, middle);
-        if (stamp && *stamp < wall) {
-            low = middle;
-        } else {
-            high = middle; // also after a long line without a stamp: looking earlier costs time, never lines
-        }
-    }
-    return low;
-}
-
-std::string GetLogName(Wall wall)
-{
-    const std::time_t seconds = wall;
-    std::tm day = {};
-    std::array<char, 64> name = {};
-    if (gmtime_r(&seconds, &day) != nullptr) {
-        (void)snprintf(name.data(), name.size(), "root.%02d%02d%02d_00001.log", day.tm_mon + 1, day.tm_mday,
-                       day.tm_year % 100);
-    }
-    return name.data();
-}
-
 void ReadLogs(const std::string& folder, ReportData& data)
 {
-    const OpenedFile directory = OpenFolder(AT_FDCWD, folder);
+    const LogFolder logs = ListLogs(folder);
+    const OpenedFile directory = OpenFolder(AT_FDCWD, logs.path);
     if (!directory.IsOpen()) {
-        data.mNotes.push_back("The folder of the logs, " + folder + ", can't be read: " + directory.failure +
-                              ".");
+        data.mNotes.push_back("The folder of the logs, " + logs.path +
+                              ", can't be read: " + directory.failure + ".");
         return;
     }
-    const Wall firstDay = (data.mWall - LOG_BEFORE) / SECONDS_OF_DAY;
-    const Wall lastDay = (data.mWall + LOG_AFTER) / SECONDS_OF_DAY;
-    for (Wall day = firstDay; day <= lastDay; ++day) {
-        const OpenedFile log = OpenRegularFile(directory.file.Get(), GetLogName(day * SECONDS_OF_DAY));
-        if (log.IsOpen()) {
-            data.mHasLog = data.mHasLog || day == data.mWall / SECONDS_OF_DAY;
-            ReadLog(log.file.Get(), static_cast<std::uint64_t>(log.status.st_size), data);
+    for (const DailyLog& log : logs.files) {
+        const OpenedFile file =
+            IsNear(log, data.mWall) ? OpenRegularFile(directory.file.Get(), log.name) : OpenedFile();
+        if (file.IsOpen()) {
+            data.mHasLog = data.mHasLog || log.day == GetDay(data.mWall);
+            ReadLog(file.file.Get(), static_cast<std::uint64_t>(file.status.st_size), data);
         }
     }
     // Each source of the daemon writes its lines by itself, so neighbours may stand in either order.
@@ -180,7 +133,7 @@ void ReadLogs(const std::string& folder, ReportData& data)
         [](const TimelineEvent& left, const TimelineEvent& right) { return left.mWall < right.mWall; });
     FindBreach(data);
     if (!data.mHasLog) {
-        data.mNotes.push_back("There is no log of that day in " + folder +
+        data.mNotes.push_back("There is no log of that day in " + logs.path +
                               ": reading, limit and timeline are not known.");
     }
 }

@@ -1,5 +1,6 @@
 #pragma once
 
+#include "log/LogEvents.h"
 #include "page/parse/Iostat.h"
 #include "page/parse/JavaThreads.h"
 #include "page/parse/Mappings.h"
@@ -7,7 +8,6 @@
 #include "page/parse/Mpstat.h"
 #include "page/parse/Netstat.h"
 #include "page/parse/Stacks.h"
-#include "page/read/TimelineEvent.h"
 
 #include <cstdint>
 #include <map>
@@ -20,6 +20,12 @@ namespace ctl
 
 /** Local time in seconds as if it were UTC: what the tools print, whatever the zone of the reader. */
 using Wall = std::int64_t;
+
+/** An event of the daily log, with the time that its line shows. */
+struct TimelineEvent : LogEvent
+{
+    Wall mWall = 0;
+};
 
 /** The machine at one sample of the memory statistics. What the tools didn't say is -1; memory in kilobytes.
  */

@@ -31,9 +31,9 @@ protected:
     {
         std::vector<std::string> texts;
         mEnd = ctl::ReadLogLines(mFile.Get(), offset, mStamps, [&texts](const ctl::LogLineRead& line) {
-            texts.emplace_back(line.text);
-            return true;
-        });
+                   texts.emplace_back(line.text);
+                   return true;
+               }).offset;
         return texts;
     }
 
@@ -83,6 +83,41 @@ TEST_F(LogLinesFixture, MeetsNulBytesAndAnEmptyFile)
     EXPECT_EQ(Read(), (std::vector<std::string>{std::string("a\0b", 3)}));
 }
 
+TEST_F(LogLinesFixture, SaysThatItCannotBeReadToTheEnd)
+{
+    const ctl::Descriptor folder(open("/", O_RDONLY | O_DIRECTORY));
+    const auto never = [](const ctl::LogLineRead&) { return true; };
+    EXPECT_EQ(ctl::ReadLogLines(folder.Get(), 0, mStamps, never).error, EISDIR);
+}
+
+TEST_F(LogLinesFixture, AreFoundByTheirTimeInALongLog)
+{
+    std::string text;
+    for (int minute = 0; minute < 24 * 60; ++minute) {
+        char stamp[64];
+        (void)snprintf(stamp, sizeof stamp, "2026-11-13 %02d:%02d:00:000 - ", minute / 60, minute % 60);
+        text += stamp + std::string(2000, 'x') + "\nOutput without a stamp\n";
+    }
+    Write(text);
+    constexpr std::int64_t WALL = 1794535648; // 2026-11-13 02:07:28
+    const std::uint64_t offset = ctl::FindLogOffset(mFile.Get(), text.size(), WALL);
+    const std::uint64_t exact = text.find("2026-11-13 02:08:00:000");
+    EXPECT_LE(offset, exact);
+    EXPECT_GE(offset + 2 * 262144, exact);
+    EXPECT_GT(text.size(), 4 * exact) << "else reading all of it would do as well";
+}
+
+TEST(LogStamp, OfAnotherZoneIsTheWallTimeAllTheSame)
+{
+    setenv("TZ", "XXX-5", 1);
+    tzset();
+    ctl::StampReader stamps;
+    ctl::LogLineRead line;
+    ASSERT_TRUE(stamps.Read("2026-11-13 02:07:28:045 - text", line));
+    EXPECT_EQ(line.wall, 1794535648);
+    EXPECT_EQ(line.time, 1794535648 - 5 * 3600);
+}
+
 TEST(LogStamp, IsLocalTimeWithMilliseconds)
 {
     setenv("TZ", "UTC", 1);
@@ -91,6 +126,7 @@ TEST(LogStamp, IsLocalTimeWithMilliseconds)
     ctl::LogLineRead line;
     ASSERT_TRUE(stamps.Read("2026-11-13 02:07:28:045 - text", line));
     EXPECT_EQ(line.time, 1794535648);
+    EXPECT_EQ(line.wall, 1794535648);
     EXPECT_EQ(line.milliseconds, 45);
     EXPECT_EQ(line.text, "text");
     EXPECT_FALSE(stamps.Read("2026-11-13 02:07:28.045 - text", line));

@@ -27,13 +27,13 @@ ReportData MakeBreach()
     data.mWall = 1794535648;
     data.mHasLog = true;
     TimelineEvent breach;
-    breach.mKind = TimelineKind::Breach;
+    breach.kind = LogEventKind::Breach;
     breach.mWall = data.mWall;
-    breach.mLabel = "CPU";
-    breach.mName = "tbrd";
-    breach.mReading = 95;
-    breach.mLimit = 10;
-    breach.mUnit = "Percent";
+    breach.resource = "cpu";
+    breach.process = "tbrd";
+    breach.reading = 95;
+    breach.limit = 10;
+    breach.unit = "Percent";
     data.mBreach = breach;
     data.mEvents.push_back(breach);
     return data;
@@ -45,12 +45,12 @@ ReportData MakeHostile()
     ReportData data = MakeBreach();
     for (std::string* text :
          {&data.mProcess, &data.mResource, &data.mSetId, &data.mPath, &data.mHost, &data.mKernel,
-          &data.mState, &data.mStackSource, &data.mJava.mVersion, &data.mEvents[0].mUnit}) {
+          &data.mState, &data.mStackSource, &data.mJava.mVersion, &data.mEvents[0].unit}) {
         *text = HOSTILE;
     }
     data.mEvents.push_back(data.mEvents[0]);
-    data.mEvents.back().mKind = TimelineKind::Error;
-    data.mEvents.back().mDetail = HOSTILE;
+    data.mEvents.back().kind = LogEventKind::Failure;
+    data.mEvents.back().detail = HOSTILE;
     data.mProcesses[7].mCommand = HOSTILE;
     data.mProcesses[7].mHighestCpu = data.mProcesses[7].mHighestResident = 1;
     for (Wall wall : {1, 2}) {
