@@ -10,7 +10,6 @@
 #include "config/Refusal.h"
 #include "platform/HelperFunctionInterface.h"
 #include "platform/THUEnv.h"
-#include "platform/TextUtilities.h"
 #include "platform/UnixHelperFactoryMethod.h"
 
 #include <memory>
@@ -23,6 +22,11 @@ namespace
 bool IsList(const MonitoringList& list, const char* key)
 {
     return strcasecmp(list.mKey, key) == 0;
+}
+
+bool IsSameUnit(const MonitoringList& list, const std::string& first, const std::string& second)
+{
+    return !list.mHelper.CompareIgnoreCase(first, second);
 }
 
 struct MonitoredProcess
@@ -42,7 +46,7 @@ std::string GetUnitLabel(const MonitoringList& list)
 {
     // Intentional: this compares the key of the list with the key of the unit, which it never is, so MB is
     // never printed. Whoever reads the log expects ABSOLUTE in these lines.
-    if (IsSameText(list.mMemoryUnit, MEMORY_UNIT_ABSOLUTE) && IsList(list, THHS_MEMORY_UNIT)) {
+    if (IsSameUnit(list, list.mMemoryUnit, MEMORY_UNIT_ABSOLUTE) && IsList(list, THHS_MEMORY_UNIT)) {
         return "MB";
     }
     return IsList(list, THHS_MONITOR_DEADLOCK) ? "" : MEMORY_UNIT_ABSOLUTE;
@@ -64,8 +68,9 @@ int CheckLimit(const MonitoringList& list, const std::string& unitLabel, const M
 {
     // Intentional: the label of the list is compared and not the setting, and it is never PERCENT. So a
     // memory threshold has no upper bound in either unit, and stores with such thresholds stay valid.
-    const bool isPercent = IsList(list, THHS_MONITOR_CPU) ||
-                           (IsList(list, THHS_MONITOR_MEMORY) && IsSameText(unitLabel, MEMORY_UNIT_PERCENT));
+    const bool isPercent =
+        IsList(list, THHS_MONITOR_CPU) ||
+        (IsList(list, THHS_MONITOR_MEMORY) && IsSameUnit(list, unitLabel, MEMORY_UNIT_PERCENT));
     if (isPercent && process.mThreshold > HIGHEST_PERCENT) {
         return RefuseList(RC_CONFIG_INVALID,
                           FormatBounded(MESSAGE_SIZE, BAD_PERCENT_TEXT, list.mLabel.c_str(),

@@ -28,7 +28,7 @@ struct MonitoringList
     std::string mLabel;                                       ///< of the manager, in messages
     std::string mMemoryUnit;                                  ///< THHS_MEMORY_UNIT
     const std::map<std::string, std::string>& mJavaProcesses; ///< configured names of the Java processes
-    HelperFunctionInterface& mHelper;                         ///< knows their name in the process tables
+    HelperFunctionInterface& mHelper;                         ///< compares units, names Java processes
 };
 
 /**
