@@ -10,16 +10,16 @@ namespace
 using testing::HasSubstr;
 using testing::Not;
 
-ReportData MakeMemoryBreach(const char* unit, double reading, double limit)
+ReportData MakeMemoryBreach(const char* unit, double reading, int limit)
 {
     ReportData data;
     data.mProcess = "tbrd";
     data.mResource = "memory";
-    data.mBreach = MakeEvent(TimelineKind::Breach, 1000);
-    data.mBreach->mLabel = "Memory";
-    data.mBreach->mUnit = unit;
-    data.mBreach->mReading = reading;
-    data.mBreach->mLimit = limit;
+    data.mBreach = MakeEvent(LogEventKind::Breach, 1000);
+    data.mBreach->resource = "memory";
+    data.mBreach->unit = unit;
+    data.mBreach->reading = reading;
+    data.mBreach->limit = limit;
     return data;
 }
 
@@ -37,8 +37,8 @@ TEST(BreachPart, ShowsTheWindowThatEndsWithTheBreach)
 {
     ReportData data = MakeMemoryBreach("MB", 60, 10);
     for (int minute = 0; minute < 8; ++minute) {
-        data.mReadings.push_back(MakeEvent(TimelineKind::Reading, 1000 + 60 * (minute - 6)));
-        data.mReadings.back().mReading = 10 * minute;
+        data.mReadings.push_back(MakeEvent(LogEventKind::Usage, 1000 + 60 * (minute - 6)));
+        data.mReadings.back().reading = 10 * minute;
     }
     EXPECT_THAT(ReadPart(WriteBreach, data),
                 HasSubstr("|20.00, 30.00, 40.00, 50.00, 60.00. Their average is 40.00.|"));
@@ -47,7 +47,7 @@ TEST(BreachPart, ShowsTheWindowThatEndsWithTheBreach)
 TEST(BreachPart, SaysWhenTheSettingsTakeEvidenceWhateverTheLimit)
 {
     ReportData data = MakeMemoryBreach("MB", 60, 10);
-    data.mBreach->mKind = TimelineKind::CaptureWithoutLimit;
+    data.mBreach->kind = LogEventKind::Forced;
     const std::string text = ReadPart(WriteBreach, data);
     EXPECT_THAT(text, HasSubstr("used 60.00 MB of memory; the settings take evidence whatever the limit."));
     EXPECT_THAT(text, Not(HasSubstr("By how much")));

@@ -28,16 +28,16 @@ inline std::string ReadPart(void (*write)(Html&, const ReportData&), const Repor
 }
 
 /** A breach of a limit of processor time at second 1000. */
-inline TimelineEvent MakeEvent(TimelineKind kind, Wall wall)
+inline TimelineEvent MakeEvent(LogEventKind kind, Wall wall)
 {
     TimelineEvent event;
-    event.mKind = kind;
+    event.kind = kind;
     event.mWall = wall;
-    event.mLabel = "CPU";
-    event.mName = "tbrd";
-    event.mReading = 48.5;
-    event.mLimit = 25;
-    event.mUnit = "Percent";
+    event.resource = "cpu";
+    event.process = "tbrd";
+    event.reading = 48.5;
+    event.limit = 25;
+    event.unit = "Percent";
     return event;
 }
 

@@ -15,16 +15,16 @@ ReportData MakeTimeline()
     ReportData data;
     data.mHasLog = true;
     data.mWall = 1000;
-    data.mBreach = MakeEvent(TimelineKind::Breach, 1000);
+    data.mBreach = MakeEvent(LogEventKind::Breach, 1000);
     return data;
 }
 
 TEST(TimelinePart, ShowsBreachCapturesAndLevelsWithTheirDistance)
 {
     ReportData data = MakeTimeline();
-    data.mEvents = {MakeEvent(TimelineKind::ServiceStarted, 400), *data.mBreach,
-                    MakeEvent(TimelineKind::CaptureDone, 1262), MakeEvent(TimelineKind::LevelRaised, 1003)};
-    data.mEvents[2].mDetail = "Memory Performance";
+    data.mEvents = {MakeEvent(LogEventKind::Started, 400), *data.mBreach,
+                    MakeEvent(LogEventKind::CaptureDone, 1262), MakeEvent(LogEventKind::LevelRaised, 1003)};
+    data.mEvents[2].detail = "Memory Performance";
     const std::string text = ReadPart(WriteTimeline, data);
     EXPECT_THAT(text, HasSubstr("|1970-01-01 00:06:40|\u221210 min|The daemon started|"));
     EXPECT_THAT(text, HasSubstr("|+0 s|Limit exceeded: 48.50 %, limit 25 %|"));
@@ -36,8 +36,8 @@ TEST(TimelinePart, KeepsTheEventsAroundTheBreachWhereThereAreMany)
 {
     ReportData data = MakeTimeline();
     for (int second = 0; second < 2000; ++second) {
-        data.mEvents.push_back(MakeEvent(TimelineKind::Error, second));
-        data.mEvents.back().mDetail = " number " + std::to_string(second) + ".";
+        data.mEvents.push_back(MakeEvent(LogEventKind::Failure, second));
+        data.mEvents.back().detail = " number " + std::to_string(second) + ".";
     }
     const std::string text = ReadPart(WriteTimeline, data);
     EXPECT_THAT(text, HasSubstr("Error: number 1000.|"));
