@@ -28,6 +28,12 @@ await() {
     done
 }
 
+# Whether a line of the log begins so after its time. Only the beginning counts: the log also quotes the command lines of
+# processes, and so the very search for a text.
+said() {
+    grep -q "^[-0-9]\{10\} [0-9:]\{12\} - $1" "$logs"/*.log
+}
+
 files() {
     find "$evidence" "$logs" -mindepth 1 -printf '%m %u %s %P\n'
 }
@@ -64,13 +70,13 @@ first=$($control holder)
 echo "holder $?"
 
 step breach
-await grep -q "Dump has generated for pid" "$logs"/*.log
+await said "TakeMemorySnapshotAndDump .* Dump has generated for pid"
 echo "core $?"
 for topic in Memory Network Disk; do
-    await grep -q "$topic Performance data collected successfully" "$logs"/*.log
+    await said "$topic Performance data collected successfully"
     echo "$topic $?"
 done
-await grep -q "mpstat 1 1 >> .* return the 0" "$logs"/*.log
+await said "CollectCommandData : command .*mpstat 1 1 >> .* return the 0"
 echo "mpstat $?"
 files
 gdb -nx -batch -ex 'info threads' /opt/exampled "$evidence"/exampled/*/Evidence1/*Memory.[0-9]* 2>/dev/null |
