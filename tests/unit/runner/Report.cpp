@@ -58,8 +58,11 @@ void WriteCase(const Outcome& outcome, std::ostream& out)
         out << R"(<failure message=")" << Escape(GetBetween(output, outcome.mName + "\n", "[  FAILED  ]"))
             << R"(">)" << Escape(output) << "</failure>";
     } else if (outcome.mResult == Result::Skipped) {
-        out << R"(<skipped message=")" << Escape(GetBetween(outcome.mOutput, ": Skipped\n", "\n[  SKIPPED ]"))
-            << R"("/>)";
+        std::string reason = GetBetween(outcome.mOutput, ": Skipped\n", "\n[  SKIPPED ]");
+        if (!reason.empty() && reason.back() == '\n') {
+            reason.pop_back(); // newer versions of GoogleTest write one more
+        }
+        out << R"(<skipped message=")" << Escape(reason) << R"("/>)";
     }
     out << "</testcase>\n";
 }
