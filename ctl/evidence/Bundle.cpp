@@ -191,7 +191,7 @@ private:
 
     Json MakeManifest(const SetReport& report) const
     {
-        Json manifest = BeginDocument("bundle");
+        Json manifest = BeginDocument("manifest");
         manifest["set"] = {{"id", ToJson(mSet.GetId())},
                            {"process", ToJson(mSet.process)},
                            {"pid", mSet.pid},

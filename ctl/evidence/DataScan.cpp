@@ -75,7 +75,7 @@ bool ReadStretch(int file, const Stretch& stretch, std::vector<char>& buffer, co
 DataScan ReadRange(int file, std::uint64_t begin, std::uint64_t end, const BlockTaker& take)
 {
     DataScan scan;
-    std::vector<char> buffer(BLOCK);
+    std::vector<char> buffer(std::min<std::uint64_t>(BLOCK, end - std::min(begin, end)));
     for (std::uint64_t offset = begin; offset < end;) {
         const Stretch stretch = FindData(file, offset, end);
         if (!ReadStretch(file, stretch, buffer, take, scan)) {

@@ -38,7 +38,7 @@ constexpr VerbText REHEARSE = {"rehearse",
                                "thsentinelctl rehearse tbrd\nthsentinelctl rehearse 4321 --stop-process"};
 constexpr std::chrono::seconds LONGEST_LINE(120);
 constexpr std::chrono::seconds LONGEST_DUMP(3600);
-constexpr std::size_t LONGEST_COMMAND = 64 * 1024;
+constexpr std::size_t LONGEST_COMMAND = std::size_t{64} * 1024;
 
 struct RehearseOptions
 {

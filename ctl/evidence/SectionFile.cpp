@@ -13,6 +13,7 @@ constexpr std::string_view RULE =
     "----------------------------------------------------------------------------------";
 constexpr std::string_view COMMAND = "\nCommand: ";
 constexpr std::size_t LONGEST_COMMAND = 4096;
+constexpr std::size_t USUAL_HEAD = 256; ///< what is looked at first
 
 const std::string& GetHeadBegin()
 {
@@ -31,6 +32,25 @@ std::size_t FindText(std::string_view text, const std::string& wanted)
     const void* const found = memmem(text.data(), text.size(), wanted.data(), wanted.size());
     return found == nullptr ? std::string_view::npos
                             : static_cast<std::size_t>(static_cast<const char*>(found) - text.data());
+}
+
+/** Finds the beginning of a head by looking at every 82nd byte alone: one of them lies in each rule. */
+std::size_t FindHeadBegin(std::string_view text)
+{
+    const std::string& wanted = GetHeadBegin();
+    const std::size_t before = wanted.find(RULE);
+    for (std::size_t at = RULE.size() - 1; at < text.size(); at += RULE.size()) {
+        if (text[at] != '-') {
+            continue;
+        }
+        const std::size_t first = at - (RULE.size() - 1);
+        const std::size_t other = text.substr(first, RULE.size()).find_last_not_of('-');
+        const std::size_t rule = other == std::string_view::npos ? first : first + other + 1;
+        if (rule >= before && text.compare(rule - before, wanted.size(), wanted) == 0) {
+            return rule - before;
+        }
+    }
+    return std::string_view::npos;
 }
 } // namespace
 
@@ -94,7 +114,7 @@ void SectionScanner::TakeText(std::string_view& block)
         block.remove_prefix(used);
         return;
     }
-    const std::size_t found = FindText(block, wanted);
+    const std::size_t found = FindHeadBegin(block);
     if (found != std::string_view::npos) {
         BeginHead(mOffset + found);
         mOffset += found + wanted.size();
@@ -112,7 +132,7 @@ void SectionScanner::TakeHead(std::string_view& block)
 {
     const std::string& end = GetHeadEnd();
     const std::size_t before = mHead.size();
-    mHead.append(block.substr(0, LONGEST_COMMAND + end.size() - before));
+    mHead.append(block.substr(0, std::min(LONGEST_COMMAND + end.size() - before, USUAL_HEAD)));
     const std::size_t found = FindText(mHead, end);
     const std::size_t taken = found == std::string_view::npos ? mHead.size() : found + end.size();
     mHead.resize(taken);

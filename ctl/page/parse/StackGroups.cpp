@@ -25,7 +25,7 @@ std::size_t BytesOf(const std::vector<std::string>& frames)
 {
     std::size_t bytes = sizeof(StackGroup);
     for (const std::string& frame : frames) {
-        bytes += sizeof frame + frame.size();
+        bytes += sizeof(std::string) + frame.size();
     }
     return bytes;
 }

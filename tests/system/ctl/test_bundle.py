@@ -55,7 +55,7 @@ def test_a_bundle_holds_the_set_without_cores_and_secrets(tmp_path, evidence):
     assert "4321 /opt/tbrd --token [hidden] DB_PASSWORD=[hidden] LANG=C\n" in text
     assert "hunter2" not in text and "abc123" not in text
     manifest = json.loads(files["MANIFEST.json"])
-    assert manifest["schema"] == "thsentinelctl.bundle/1"
+    assert manifest["schema"] == "thsentinelctl.manifest/1"
     assert [one["path"] for one in manifest["leftOut"]] == [f"{stem}.4321"]
     assert "4 values hidden" in done.output
     good = check(path)
