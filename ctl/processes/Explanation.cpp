@@ -85,7 +85,7 @@ CounterExplanation Explainer::ExplainCounter(const LiveCounter& counter) const
     }
     FillFromLog(answer);
     Judge(answer);
-    if (counter.resource == Resource::Cpu) {
+    if (counter.resource == Resource::Cpu && mAt >= mState.now) {
         JudgeTime(answer);
     }
     return answer;
@@ -245,7 +245,9 @@ void Explainer::AddReasons()
                                       std::string(GetName(name.resource)) + " isn't read");
         }
     }
-    if (mState.IsStoreUnread().value_or(false)) {
+    if (mAt < mState.now && mResult.isWatched) {
+        mResult.reasons.emplace_back("limits and rules are those that the store has now");
+    } else if (mState.IsStoreUnread().value_or(false)) {
         mResult.reasons.emplace_back(
             "the store was changed since the service read it; limits are those on disk");
     }

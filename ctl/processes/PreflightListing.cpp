@@ -2,7 +2,9 @@
 #include <cstdlib>
 #include <set>
 
+#include "counters/BreachTexts.h"
 #include "platform/CommandPath.h"
+#include "platform/ListingLines.h"
 
 #include "base/JavaNames.h"
 #include "base/SafeFile.h"
@@ -53,10 +55,13 @@ std::vector<std::string> SplitLines(const std::string& text)
     return lines;
 }
 
-/** Runs ps with a choice of columns, and egrep over its output, as the shell line would. */
+/** Runs ps with a choice of columns, and egrep over its output, as the daemon's shell line does. */
 ToolRun RunListing(const CmdPath& tools, const std::string& columns, const std::string& filter)
 {
-    const ToolRun listed = RunTool({tools.mPs, "-eo", columns});
+    std::vector<std::string> command = SplitWords(columns);
+    command.back() = tools.mPs; // in place of the pipe at the end
+    std::rotate(command.begin(), command.end() - 1, command.end());
+    const ToolRun listed = RunTool(command);
     return listed.status == 0 ? RunTool({tools.mEgrep, filter}, listed.output) : listed;
 }
 
@@ -79,34 +84,20 @@ std::vector<int> FindMissing(const PreflightBase& base, const std::vector<std::s
     return missing;
 }
 
-void CheckColumns(const PreflightBase& base, PreflightRows& rows)
+/** The columns with which the daemon reads a counter. */
+const char* GetColumns(const LiveCounter& counter)
 {
-    if (base.daemon == 0) {
-        return;
+    if (counter.resource == Resource::Cpu) {
+        return CPU_COLUMNS;
     }
-    const std::string path = base.host.root + "/proc/" + std::to_string(base.daemon) + "/environ";
-    const FileText environment = ReadFile(AT_FDCWD, path, 1U << 20U);
-    if (!environment.IsRead()) {
-        rows.push_back({"environment of the service", Result::Unknown,
-                        "can't be read: " + environment.failure, "run this as the superuser"});
-        return;
-    }
-    const std::string text = std::string(1, '\0') + environment.text;
-    if (text.find(std::string("\0COLUMNS=", 9)) != std::string::npos) {
-        rows.push_back(
-            {"environment of the service", Result::Error,
-             "COLUMNS is set, and ps cuts its lines there: long commands lose the words that find them",
-             "start the service without COLUMNS in its environment"});
-    }
+    return counter.unit == UNIT_MEGABYTES ? MEMORY_SIZE_COLUMNS : MEMORY_PERCENT_COLUMNS;
 }
 
 /** The line that reads one process: process id, number, command. */
 void CheckReading(const CmdPath& tools, const std::string& filter, const LiveCounter& counter,
                   PreflightRows& rows)
 {
-    const bool isCpu = counter.resource == Resource::Cpu;
-    const std::string columns = std::string("pid,") + (isCpu ? "%cpu" : "rss") + ",command";
-    const ToolRun run = RunListing(tools, columns, filter);
+    const ToolRun run = RunListing(tools, GetColumns(counter), filter);
     const std::string check = std::string("reading of ") + GetLabel(counter.resource);
     for (const std::string& line : SplitLines(run.output)) {
         const std::vector<std::string> words = SplitWords(line);
@@ -136,7 +127,7 @@ void CheckListing(const PreflightBase& base, PreflightRows& rows)
 {
     const CmdPath& tools = *base.host.tools;
     const std::string filter = MakeFilter(base.prediction.settings);
-    const ToolRun run = RunListing(tools, "pid,command", filter);
+    const ToolRun run = RunListing(tools, COMMAND_COLUMNS, filter);
     const std::vector<std::string> lines = SplitLines(run.output);
     const std::vector<int> missing = FindMissing(base, lines);
     if (run.status > 1 || run.status < 0) {
@@ -152,7 +143,6 @@ void CheckListing(const PreflightBase& base, PreflightRows& rows)
         rows.push_back({"process listing", Result::Good,
                         std::to_string(lines.size()) + " lines, and every watched process among them", ""});
     }
-    CheckColumns(base, rows);
     for (const Resource resource : {Resource::Cpu, Resource::Memory}) {
         const auto found =
             std::find_if(base.live.counters.begin(), base.live.counters.end(),

@@ -1,0 +1,139 @@
+#include "log/EventFeed.h"
+
+#include <gtest/gtest.h>
+
+#include "ctl/evidence/EvidenceFolder.h"
+
+namespace ctl
+{
+namespace
+{
+
+const std::string YESTERDAY = "root.111326_00001.log";
+const std::string TODAY = "root.111426_00001.log";
+const std::string STAMP = "2026-11-13 02:07:28:045 - ";
+
+std::string Failure(const std::string& name)
+{
+    return STAMP + "Error:" + name + "\n";
+}
+
+class EventFeedFixture : public testing::Test
+{
+protected:
+    void Append(const std::string& name, const std::string& text)
+    {
+        std::ofstream(mFolder.GetRoot() / name, std::ios::app | std::ios::binary) << text;
+    }
+
+    /** Reads on from the cursor; the details of the events, or their kinds. At most `most` of them. */
+    std::string Read(std::size_t most = 1000)
+    {
+        std::string found;
+        std::size_t count = 0;
+        EventFeed feed(mFolder.GetRoot(), mCursor, [&](const FedEvent& event) {
+            found += (event.event.detail.empty() ? "." : event.event.detail) + " ";
+            mIds.push_back(event.id);
+            ++count;
+        });
+        mFailure = feed.Read([&] { return count < most; });
+        mCursor = feed.GetCursor();
+        return found;
+    }
+
+    EvidenceFolder mFolder;
+    EventCursor mCursor;
+    std::vector<std::string> mIds;
+    std::string mFailure;
+};
+
+TEST_F(EventFeedFixture, HandsOutEachEventOnceWhereverItIsInterrupted)
+{
+    Append(YESTERDAY, Failure("a") + Failure("b"));
+    Append(TODAY, Failure("c") + Failure("d"));
+    for (const char* const wanted : {"a ", "b ", "c ", "d ", ""}) {
+        EXPECT_EQ(Read(1), wanted);
+    }
+    EXPECT_EQ(mIds[1], YESTERDAY + ":" + std::to_string(Failure("a").size()));
+}
+
+TEST_F(EventFeedFixture, TakesLinesThatArriveInTheLogOfYesterday)
+{
+    Append(YESTERDAY, Failure("a"));
+    Append(TODAY, Failure("b"));
+    EXPECT_EQ(Read(), "a b ");
+    Append(YESTERDAY, Failure("c"));
+    EXPECT_EQ(Read(), "c ");
+    EXPECT_EQ(Read(), "");
+}
+
+TEST_F(EventFeedFixture, ForgetsThePlacesOfLogsThatAreDone)
+{
+    for (const char* const day : {"11", "12", "13", "14"}) {
+        Append("root.11" + std::string(day) + "26_00001.log", Failure(day));
+    }
+    EXPECT_EQ(Read(), "11 12 13 14 ");
+    EXPECT_EQ(mCursor.places.size(), 2U);
+    EXPECT_EQ(Read(), "") << "days before the first place aren't read again";
+}
+
+TEST_F(EventFeedFixture, BeginsAnewWithAFileThatWasReplacedOrCut)
+{
+    Append(TODAY, Failure("a") + Failure("b"));
+    EXPECT_EQ(Read(), "a b ");
+    mFolder.Write("new", Failure("c") + Failure("d") + Failure("e"));
+    std::filesystem::rename(mFolder.GetRoot() / "new", mFolder.GetRoot() / TODAY);
+    EXPECT_EQ(Read(), "c d e ");
+    mFolder.Write(TODAY, Failure("f"));
+    EXPECT_EQ(Read(), "f ");
+}
+
+TEST_F(EventFeedFixture, WaitsForTheEndOfALine)
+{
+    const std::string line = Failure("whole");
+    Append(TODAY, line.substr(0, line.size() - 3));
+    EXPECT_EQ(Read(), "");
+    Append(TODAY, line.substr(line.size() - 3));
+    EXPECT_EQ(Read(), "whole ");
+}
+
+TEST_F(EventFeedFixture, PassesOverWhatIsNoLine)
+{
+    Append(TODAY, std::string(700'000, '\xff') + "\n" + std::string(100, '\0') +
+                      Failure("no stamp at its begin") + STAMP + "Error: \x1b[2J" + std::string(90'000, 'x') +
+                      "\n" + Failure("after"));
+    const std::string found = Read();
+    EXPECT_TRUE(found.starts_with(" \x1b[2Jxxx"));
+    EXPECT_TRUE(found.ends_with("x after "));
+    EXPECT_LT(found.size(), 70'000U) << "a text is cut";
+}
+
+TEST_F(EventFeedFixture, FollowsNoLinkAndOpensNoDevice)
+{
+    mFolder.Write("elsewhere", Failure("a"));
+    std::filesystem::create_symlink(mFolder.GetRoot() / "elsewhere", mFolder.GetRoot() / TODAY);
+    EXPECT_EQ(mkfifo((mFolder.GetRoot() / YESTERDAY).c_str(), 0600), 0);
+    EXPECT_EQ(Read(), "");
+    EXPECT_EQ(mFailure, "");
+}
+
+TEST_F(EventFeedFixture, SaysThatTheFolderCannotBeRead)
+{
+    EventFeed feed("/nowhere", {}, [](const FedEvent&) {});
+    EXPECT_EQ(feed.Read([] { return true; }), "/nowhere: No such file or directory");
+}
+
+TEST_F(EventFeedFixture, SaysOnceThatTheServiceStopped)
+{
+    const std::string stopped = STAMP + "Tarnhaven Health Sentinel Service stopped.\n";
+    const std::string started = STAMP + "Tarnhaven Health Sentinel Service started\n";
+    Append(TODAY, started + stopped + stopped);
+    EXPECT_EQ(Read(), ". . ");
+    Append(TODAY, stopped);
+    EXPECT_EQ(Read(), "") << "also when it is read later";
+    Append(TODAY, started + stopped);
+    EXPECT_EQ(Read(), ". . ");
+}
+
+} // namespace
+} // namespace ctl

@@ -1,0 +1,185 @@
+#include "processes/Explanation.h"
+
+#include <algorithm>
+
+#include <unistd.h>
+
+#include "ctl/processes/ServiceFixture.h"
+
+namespace ctl
+{
+namespace
+{
+
+/** The service watches tbrd, process 7, of four processors: 200 s old, with a limit of 10 percent. */
+class ExplanationFixture : public ServiceFixture
+{
+protected:
+    ExplanationFixture()
+    {
+        Configure({{"THHS_MONITOR_CPU", "tbrd:10"}, {"THHS_DUMP_COUNT", "2"}});
+        mState.live.machine = {4, 1 << 20, 0, 1000};
+        LiveCounter counter = MakeCounter();
+        counter.reading = 2;
+        counter.details.startTicks = GetTicks(800);
+        counter.details.cpuTicks = GetTicks(16);
+        mState.live.counters.push_back(counter);
+    }
+
+    static std::uint64_t GetTicks(int seconds)
+    {
+        return static_cast<std::uint64_t>(sysconf(_SC_CLK_TCK)) * static_cast<std::uint64_t>(seconds);
+    }
+
+    void StartWithCounter()
+    {
+        Start();
+        Say("CPU counter added for process tbrd with PID - 7 : tbrd#7");
+    }
+
+    Explanation Ask(const std::string& subject = "tbrd")
+    {
+        mTrace.history = mState.history;
+        return Explain(mState, mTrace, subject, mState.now);
+    }
+
+    CounterExplanation AskForCounter()
+    {
+        const Explanation explanation = Ask();
+        EXPECT_EQ(explanation.counters.size(), 1U);
+        return explanation.counters.empty() ? CounterExplanation() : explanation.counters[0];
+    }
+
+    bool Says(const std::string& reason)
+    {
+        const std::vector<std::string> reasons = AskForCounter().reasons;
+        return std::find(reasons.begin(), reasons.end(), reason) != reasons.end();
+    }
+
+    CounterTrace mTrace;
+};
+
+TEST_F(ExplanationFixture, CountsHowLongOneFullProcessorTakesToTheLimit)
+{
+    StartWithCounter();
+    // Above 10 percent of four processors means 0.44 processors over the whole life: (16 + t) / (200 + t) =
+    // 0.44.
+    EXPECT_NEAR(AskForCounter().secondsAtFull.value_or(0), 128.57, 0.01);
+    EXPECT_TRUE(
+        Says("at one full processor from now on, its reading is above the limit after 2 min 9 s: the reading "
+             "is the average over its whole life"));
+    mState.live.counters[0].limit = 24;
+    EXPECT_EQ(AskForCounter().secondsAtFull, std::nullopt);
+    EXPECT_TRUE(Says("one full processor never brings it above the limit on this host"));
+}
+
+struct WindowRow
+{
+    int passes;
+    int left; ///< until the next decision
+};
+
+class ExplainedWindow : public ExplanationFixture, public testing::WithParamInterface<WindowRow>
+{
+};
+
+TEST_P(ExplainedWindow, EndsWithTheFifthReadingOfSixPasses)
+{
+    StartWithCounter();
+    for (int pass = 0; pass < GetParam().passes; ++pass) {
+        Pass();
+    }
+    const CounterExplanation answer = AskForCounter();
+    EXPECT_EQ(answer.window, (GetParam().passes - 1) % 6 + 1);
+    EXPECT_EQ(answer.decision, mState.now + GetParam().left * 100);
+}
+
+INSTANTIATE_TEST_SUITE_P(Passes, ExplainedWindow,
+                         testing::Values(WindowRow{1, 4}, WindowRow{4, 1}, WindowRow{5, 6}, WindowRow{6, 5},
+                                         WindowRow{7, 4}));
+
+TEST_F(ExplanationFixture, HoldsReadingsAndAverageAgainstTheLimit)
+{
+    StartWithCounter();
+    for (const double value : {1.0, 2.0, 30.0, 40.0, 10.9}) {
+        mTrace.readings[{7, "cpu"}].push_back({START, value});
+    }
+    EXPECT_EQ(AskForCounter().average, 16);
+    EXPECT_TRUE(
+        Says("the fifth reading of the last full window, 10.90, is not above the limit of 10 Percent"));
+    EXPECT_TRUE(Says("the average of its five, 16.00, is above the limit of 10 Percent"));
+    EXPECT_TRUE(Says("the present reading, 2.00, is not above the limit of 10 Percent"));
+    EXPECT_TRUE(Says("both the fifth reading and the average of five must be above the limit"));
+    Configure({{"THHS_MONITOR_CPU", "tbrd:10"}, {"THHS_ALWAYS_DUMP", "1"}});
+    EXPECT_TRUE(Says("the fifth reading alone decides, as THHS_ALWAYS_DUMP is set"));
+}
+
+TEST_F(ExplanationFixture, SaysThatTheSetsAreUsedUp)
+{
+    StartWithCounter();
+    for (const char* const number : {"1", "2"}) {
+        Say("CPU threshold exceeded by process : tbrd (7), Threshold : 10 Percent , Usage : 20.00 Percent");
+        Say("Taking Process Dump (Count #" + std::string(number) + ") for process tbrd (7).");
+    }
+    const CounterExplanation answer = AskForCounter();
+    EXPECT_EQ(answer.setsTaken, 2);
+    EXPECT_EQ(answer.breaches, 2);
+    EXPECT_EQ(answer.lastBreach, START);
+    EXPECT_TRUE(
+        Says("its 2 sets are used up: a breach is only logged until the process or the service starts anew"));
+}
+
+TEST_F(ExplanationFixture, SaysWhatItCannotKnow)
+{
+    mState.lock.state = DaemonLock::State::Stopped;
+    EXPECT_TRUE(Says("the service doesn't run"));
+    EXPECT_TRUE(
+        Says("the place in the window isn't known: the log doesn't reach back to the first pass of this "
+             "counter"));
+    EXPECT_TRUE(
+        Says("the readings of the window aren't known: the log names them with THHS_VERBOSE = 1 only"));
+    EXPECT_EQ(AskForCounter().setsTaken, std::nullopt);
+}
+
+TEST_F(ExplanationFixture, OfAnEndedProcessIsFromTheLogAlone)
+{
+    StartWithCounter();
+    mState.live.counters.clear();
+    mState.live.unmatched.push_back({"tbrd", Resource::Cpu, {}});
+    const Explanation explanation = Ask("7");
+    ASSERT_EQ(explanation.counters.size(), 1U);
+    EXPECT_EQ(explanation.counters[0].now, std::nullopt);
+    EXPECT_EQ(explanation.counters[0].limit, 10);
+    EXPECT_EQ(explanation.counters[0].reasons[0], "the process has ended, or isn't listed any more");
+    EXPECT_EQ(Ask().reasons, std::vector<std::string>{"no process of that name runs, so its cpu isn't read"});
+}
+
+struct StrangerRow
+{
+    const char* subject;
+    const char* reason;
+};
+
+class Stranger : public ExplanationFixture, public testing::WithParamInterface<StrangerRow>
+{
+};
+
+TEST_P(Stranger, IsNotWatched)
+{
+    Configure({{"THHS_MONITOR_CPU", "tbrd:10"}, {"THHS_MONITOR_DEADLOCK", "locker"}});
+    StartWithCounter();
+    const Explanation explanation = Ask(GetParam().subject);
+    EXPECT_FALSE(explanation.isWatched);
+    EXPECT_TRUE(explanation.counters.empty());
+    EXPECT_EQ(explanation.reasons, std::vector<std::string>{GetParam().reason});
+}
+
+INSTANTIATE_TEST_SUITE_P(
+    Subjects, Stranger,
+    testing::Values(StrangerRow{"other", "it is in neither THHS_MONITOR_CPU nor THHS_MONITOR_MEMORY"},
+                    StrangerRow{"locker", "it is listed for deadlocks alone, which aren't looked for"},
+                    StrangerRow{"99", "no name of the lists stands for process 99"},
+                    StrangerRow{"", "it is in neither THHS_MONITOR_CPU nor THHS_MONITOR_MEMORY"}));
+
+} // namespace
+} // namespace ctl

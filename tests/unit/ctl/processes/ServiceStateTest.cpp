@@ -1,0 +1,86 @@
+#include "ctl/processes/ServiceFixture.h"
+
+namespace ctl
+{
+namespace
+{
+
+using ServiceStateFixture = ServiceFixture;
+
+TEST_F(ServiceStateFixture, KnowsNothingOfAServiceThatDoesNotRun)
+{
+    Say("Tarnhaven Health Sentinel Service is monitoring the resources.");
+    mState.lock.state = DaemonLock::State::Stopped;
+    EXPECT_EQ(mState.GetNextPass(), std::nullopt);
+    EXPECT_EQ(mState.IsStuck(), std::nullopt);
+    EXPECT_EQ(mState.IsStoreUnread(), std::nullopt);
+    EXPECT_EQ(mState.GetRaisedLevels(), std::nullopt);
+}
+
+TEST_F(ServiceStateFixture, ExpectsTheNextPassAfterAnIntervalAndThePassItself)
+{
+    Start();
+    Pass();
+    EXPECT_EQ(mState.GetNextPass(), mState.now + 100);
+    Pass(130); // 30 s of them for the pass
+    EXPECT_EQ(mState.GetPassLength().count(), 30);
+    EXPECT_EQ(mState.GetNextPass(), mState.now + 130);
+    Pass(50); // it was woken early
+    EXPECT_EQ(mState.GetPassLength().count(), 0);
+}
+
+TEST_F(ServiceStateFixture, IsStuckAfterTwoIntervalsAndAPass)
+{
+    Start();
+    EXPECT_EQ(mState.IsStuck(), std::nullopt) << "it hasn't made a pass yet";
+    Pass();
+    Pass(130);
+    AdvanceTo(mState.now + 230);
+    EXPECT_EQ(mState.IsStuck(), false);
+    AdvanceTo(mState.now + 1);
+    EXPECT_EQ(mState.IsStuck(), true);
+}
+
+TEST_F(ServiceStateFixture, HasUnreadSettingsIfTheyChangedAfterTheLastReading)
+{
+    Start();
+    EXPECT_EQ(mState.IsStoreUnread(), false);
+    mState.store = std::make_unique<DatedStore>(std::map<std::string, std::string>(), START + 1);
+    EXPECT_EQ(mState.IsStoreUnread(), true);
+}
+
+TEST_F(ServiceStateFixture, NamesTargetsWhoseLevelsAreRaised)
+{
+    Start();
+    EXPECT_EQ(mState.GetRaisedLevels(), std::vector<std::string>());
+    Say("Original DebugLevel for process 119 is : 1.");
+    Say("mDiagnosticLevel and  DebugLevel for the process tbrd set to 6.");
+    EXPECT_EQ(mState.GetRaisedLevels(), (std::vector<std::string>{"119", "tbrd"}));
+    Say("mDiagnosticLevel and  DebugLevel for the process 119 have been reset to original values.");
+    EXPECT_EQ(mState.GetRaisedLevels(), std::vector<std::string>{"tbrd"});
+}
+
+TEST_F(ServiceStateFixture, DoesNotKnowLevelsThatARaiseLeftUnsaid)
+{
+    Configure({{"THHS_INCREASE_LOG_LEVEL", "1"}, {"THHS_VERBOSE", "0"}});
+    Start();
+    EXPECT_EQ(mState.GetRaisedLevels(), std::vector<std::string>()) << "nothing was captured yet";
+    Say("CPU counter added for process tbrd with PID - 7 : tbrd#7");
+    Say("CPU threshold exceeded by process : tbrd (7), Threshold : 1 Percent , Usage : 2.00 Percent");
+    Say("Taking Process Dump (Count #1) for process tbrd (7).");
+    EXPECT_EQ(mState.GetRaisedLevels(), std::nullopt);
+}
+
+TEST_F(ServiceStateFixture, DoesNotKnowTheWindowOfALogThatWasCut)
+{
+    mState.lock.state = DaemonLock::State::Running;
+    Pass();
+    EXPECT_EQ(mState.GetWindow(MakeCounter()), std::nullopt);
+    EXPECT_EQ(mState.GetSetsTaken(MakeCounter()), std::nullopt);
+    Start();
+    EXPECT_EQ(mState.GetWindow(MakeCounter()), 0) << "no pass has seen it yet";
+    EXPECT_EQ(mState.GetSetsTaken(MakeCounter()), 0);
+}
+
+} // namespace
+} // namespace ctl
