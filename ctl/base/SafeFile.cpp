@@ -104,16 +104,15 @@ FileText ReadFile(int folder, const std::string& name, std::size_t limit)
 
 FileText ReadDescriptor(int descriptor, std::size_t limit)
 {
-    constexpr std::size_t STEP = 65536;
+    char step[16384]; // copied from, so that a text takes no more than it is long
     FileText result;
     while (result.text.size() <= limit) {
-        const std::size_t length = result.text.size();
-        result.text.resize(length + std::min(STEP, limit + 1 - length));
-        const ssize_t count = read(descriptor, result.text.data() + length, result.text.size() - length);
-        result.text.resize(length + static_cast<std::size_t>(std::max<ssize_t>(count, 0)));
+        const std::size_t wanted = std::min(sizeof step, limit + 1 - result.text.size());
+        const ssize_t count = read(descriptor, step, wanted);
         if (count == 0) {
             return result;
         }
+        result.text.append(step, static_cast<std::size_t>(std::max<ssize_t>(count, 0)));
         if (count < 0 && errno != EINTR) {
             result.error = errno;
             result.failure = std::strerror(errno);

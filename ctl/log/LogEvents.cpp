@@ -2,6 +2,7 @@
 
 #include <algorithm>
 
+#include "base/ProgramNames.h"
 #include "cli/ServiceTexts.h"
 #include "config/ConfigurationTexts.h"
 #include "counters/BreachTexts.h"
@@ -16,14 +17,26 @@ namespace ctl
 namespace
 {
 
+constexpr char FIRSTS_OF_LABELS[] = {LABEL_CPU[0], LABEL_MEMORY[0]};
+
+/** The characters with which a line of a format can begin. */
+constexpr std::string_view GetFirsts(std::string_view format, std::string_view places)
+{
+    if (!format.starts_with('%')) {
+        return format.substr(0, 1);
+    }
+    return places.front() == 'L' ? std::string_view(FIRSTS_OF_LABELS, sizeof FIRSTS_OF_LABELS)
+                                 : std::string_view(TITLE, 1);
+}
+
 /** A line of the daemon's, and what stands at the conversions of its format; see MatchText. */
 struct LinePattern
 {
     LogEventKind kind;
     std::string_view format;
     std::string_view places;
-    const char* detail = ""; ///< of the event, where the format has none
-    std::string_view begin = format.substr(0, format.find_first_of("%\n")); ///< of its lines
+    const char* detail = "";                             ///< of the event, where the format has none
+    std::string_view firsts = GetFirsts(format, places); ///< with one of which its lines begin
 };
 
 /** The formats of a breach begin with the stamp, which their line has instead of another one. */
@@ -69,8 +82,8 @@ constexpr LinePattern PATTERNS[] = {
 std::optional<LogEvent> ParseLogText(std::string_view text)
 {
     for (const LinePattern& pattern : PATTERNS) {
-        if (!text.starts_with(pattern.begin)) {
-            continue; // as most lines do, and there are many
+        if (text.empty() || pattern.firsts.find(text.front()) == std::string_view::npos) {
+            continue; // as for most lines, and there are many
         }
         LogEvent event;
         event.detail = pattern.detail;

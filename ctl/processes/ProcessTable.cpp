@@ -31,7 +31,13 @@ std::optional<int> ParsePid(std::string_view name)
 std::string ReadCommand(int folder, const std::string& pid)
 {
     const Descriptor file(openat(folder, (pid + "/cmdline").c_str(), O_RDONLY | O_CLOEXEC));
-    std::string command = file.IsOpen() ? ReadDescriptor(file.Get(), COMMAND_LIMIT).text : "";
+    std::string command;
+    char step[16384];
+    // Less than was asked for is the end; asking again would be half the work of a listing.
+    for (ssize_t count = sizeof step; count == sizeof step && command.size() < COMMAND_LIMIT;) {
+        count = file.IsOpen() ? read(file.Get(), step, sizeof step) : -1;
+        command.append(step, static_cast<std::size_t>(std::max<ssize_t>(count, 0)));
+    }
     while (command.ends_with('\0')) {
         command.pop_back();
     }

@@ -19,7 +19,13 @@ constexpr const char* GREPS[] = {"/usr/bin/grep", "/bin/grep"};
 
 WatchedNames::WatchedNames(std::vector<Process> processes, std::set<std::string> names, int ownPid)
     : mProcesses(std::move(processes)), mNames(std::move(names)), mOwnPid(ownPid)
-{}
+{
+    for (const Process& process : mProcesses) {
+        if (process.pid != mOwnPid) {
+            mPids[process.GetName()].push_back(process.pid);
+        }
+    }
+}
 
 NameMatch WatchedNames::Find(const std::string& configuredName) const
 {
@@ -28,10 +34,8 @@ NameMatch WatchedNames::Find(const std::string& configuredName) const
         return FindJava(marker);
     }
     NameMatch match;
-    for (const Process& process : mProcesses) {
-        if (process.pid != mOwnPid && process.GetName() == configuredName) {
-            match.pids.push_back(process.pid);
-        }
+    if (const auto found = mPids.find(configuredName); found != mPids.end()) {
+        match.pids = found->second;
     }
     return match;
 }

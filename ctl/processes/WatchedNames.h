@@ -1,5 +1,6 @@
 #pragma once
 
+#include <map>
 #include <set>
 #include <string>
 #include <vector>
@@ -36,6 +37,7 @@ private:
     bool PassesFilter(const std::string& line) const;
 
     const std::vector<Process> mProcesses;
+    std::map<std::string, std::vector<int>> mPids; ///< of all processes, by name
     const std::set<std::string> mNames;
     const int mOwnPid;
 };
