@@ -134,7 +134,9 @@ void Explainer::Judge(CounterExplanation& answer) const
             "evidence is taken at every pass, as THHS_CAPTURE_WITHOUT_THRESHOLD is set");
         return;
     }
-    JudgeWindow(answer);
+    if (mState.lock.IsRunning() || mAt < mState.now) {
+        JudgeWindow(answer);
+    }
     JudgeReadings(answer);
 }
 
@@ -142,8 +144,10 @@ void Explainer::JudgeWindow(CounterExplanation& answer) const
 {
     if (!answer.window) {
         answer.reasons.emplace_back(
-            "the place in the window isn't known: the log doesn't reach back to the first pass of "
-            "this counter");
+            mTrace.history.failure.empty()
+                ? "the place in the window isn't known: the log doesn't reach back to "
+                  "the first pass of this counter"
+                : "the place in the window isn't known without the log");
         return;
     }
     const int passes =
@@ -174,7 +178,9 @@ void Explainer::JudgeReadings(CounterExplanation& answer) const
             isAbove(static_cast<double>(*answer.average)));
     } else if (answer.readings.empty()) {
         answer.reasons.emplace_back(
-            "the readings of the window aren't known: the log names them with THHS_VERBOSE = 1 only");
+            mTrace.history.failure.empty()
+                ? "the readings of the window aren't known: the log names them with THHS_VERBOSE = 1 only"
+                : "the readings of the window aren't known without the log");
     }
     if (answer.now && mAt >= mState.now) {
         add("the present reading", *answer.now, isAbove(*answer.now));

@@ -183,7 +183,9 @@ void WriteLevels(const ServiceState& state, std::ostream& output)
     const auto levels = state.GetRaisedLevels();
     output << "levels     ";
     if (!levels) {
-        output << "unknown: the log names raised levels with THHS_VERBOSE = 1 only";
+        output << (state.history.failure.empty()
+                       ? "unknown: the log names raised levels with THHS_VERBOSE = 1 only"
+                       : "unknown: the log can't be read");
     } else if (levels->empty()) {
         output << "none raised";
     } else {

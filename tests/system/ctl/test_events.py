@@ -1,13 +1,14 @@
 """`events`: each breach, capture, failure, start and stop once, whatever happens between two runs."""
 import json
 import os
+import random
 import signal
 import subprocess
 import time
 
 import pytest
 
-from host import companion
+from host import SEEDS, companion
 
 YESTERDAY = "root.111326_00001.log"
 TODAY = "root.111426_00001.log"
@@ -106,6 +107,30 @@ def test_following_loses_and_repeats_nothing_when_it_is_ended_and_begun_again(tm
         assert process.returncode == (-signal.SIGKILL if number % 2 else 0)
     assert seen == [1, 2, 3, 4, 5, 6]
     assert events(logs, "--cursor", cursor) == []
+
+
+@pytest.mark.parametrize("seed", SEEDS)
+def test_a_follower_that_is_killed_anywhere_loses_nothing_and_repeats_one_event_at_most(tmp_path, seed):
+    """Between an event and its cursor it can only repeat: the event then has the same id."""
+    random_ = random.Random(seed)
+    cursor, logs = tmp_path / "cursor", tmp_path / "logs"
+    logs.mkdir()
+    written, kills, lines = 0, 12, []
+    for kill in range(kills):
+        process = subprocess.Popen([str(companion.program()), "events", "--follow", "--json", "--log", str(logs),
+                                    "--cursor", str(cursor)], stdout=subprocess.PIPE, text=True)
+        for _ in range(10):
+            written += 1
+            write(logs, YESTERDAY if kill < kills // 2 else TODAY, breach(written))
+        lines += [process.stdout.readline() for _ in range(random_.randrange(1, 9))]
+        process.kill()
+        lines += process.stdout.read().splitlines()
+        process.communicate(timeout=20)
+    found = [json.loads(line) for line in lines] + events(logs, "--cursor", cursor)
+    assert list(dict.fromkeys(one["pid"] for one in found)) == list(range(1, written + 1))
+    assert [one["pid"] for one in found] == sorted(one["pid"] for one in found)
+    assert len({one["id"] for one in found}) == written
+    assert len(found) - written <= kills
 
 
 def test_hostile_logs_and_cursors_are_met_safely(tmp_path):

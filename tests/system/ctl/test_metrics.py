@@ -95,6 +95,23 @@ def test_explain_says_why_there_is_no_set(watched):
     assert stranger.output == "stranger: it is in neither THHS_MONITOR_CPU nor THHS_MONITOR_MEMORY\n"
 
 
+def test_explain_of_a_time_before_knows_what_the_log_knew_then(watched):
+    daemon, sleeper = watched(THHS_VERBOSE=1)
+    host = daemon.host
+    for _ in range(2):
+        daemon.next_pass()
+    then = int(host.shell("date +%s")) + 1
+    host.until(lambda: int(host.shell("date +%s")) > then, "two seconds go by")
+    daemon.next_pass()
+    [now] = ctl(host, "explain", "sleep", "--json").document["counters"]
+    document = ctl(host, "explain", "sleep", "--at", f"@{then}", "--json").document
+    [before] = document["counters"]
+    assert (now["window"], before["window"], before["pid"]) == (4, 3, sleeper)
+    assert (len(now["readings"]), len(before["readings"])) == (4, 3)
+    assert document["reasons"] == ["limits and rules are those that the store has now"]
+    assert not any("from now on" in one or "the present reading" in one for one in before["reasons"])
+
+
 def test_explain_names_the_set_that_was_taken(watched):
     daemon, _ = watched(THHS_CAPTURE_WITHOUT_THRESHOLD=1, THHS_DUMP_COUNT=1)
     [counter] = ctl(daemon.host, "explain", "sleep", "--json").document["counters"]

@@ -131,14 +131,28 @@ TEST_F(ExplanationFixture, SaysThatTheSetsAreUsedUp)
 
 TEST_F(ExplanationFixture, SaysWhatItCannotKnow)
 {
-    mState.lock.state = DaemonLock::State::Stopped;
-    EXPECT_TRUE(Says("the service doesn't run"));
+    mState.lock.state = DaemonLock::State::Running;
     EXPECT_TRUE(
         Says("the place in the window isn't known: the log doesn't reach back to the first pass of this "
              "counter"));
     EXPECT_TRUE(
         Says("the readings of the window aren't known: the log names them with THHS_VERBOSE = 1 only"));
     EXPECT_EQ(AskForCounter().setsTaken, std::nullopt);
+    mState.history.failure = "/logs: Permission denied";
+    EXPECT_TRUE(Says("the place in the window isn't known without the log"));
+    EXPECT_TRUE(Says("the readings of the window aren't known without the log"));
+}
+
+TEST_F(ExplanationFixture, PromisesNoDecisionOfAServiceThatDoesNotRun)
+{
+    StartWithCounter();
+    Pass();
+    mState.lock.state = DaemonLock::State::Stopped;
+    EXPECT_EQ(AskForCounter().decision, std::nullopt);
+    EXPECT_TRUE(Says("the service doesn't run"));
+    EXPECT_FALSE(Says(
+        "a decision falls at the fifth reading of six passes: the last pass was number 1, so it falls in "
+        "4 passes"));
 }
 
 TEST_F(ExplanationFixture, OfAnEndedProcessIsFromTheLogAlone)
