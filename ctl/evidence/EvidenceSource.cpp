@@ -15,6 +15,7 @@ namespace ctl
 {
 namespace
 {
+constexpr std::size_t MOST_SHOWN = 5; ///< ids in a message
 
 /** An integer key as the daemon takes it: its default for what is missing, no number or out of range. */
 int ReadNumber(const SettingReader& read, const KeyRow& key)
@@ -152,8 +153,11 @@ std::size_t SelectOneSet(const EvidenceTree& tree, const std::string& name)
     const std::vector<std::size_t> places = SelectSets(tree, std::vector<std::string>{name});
     if (places.size() > 1) {
         std::string text = name + " stands for " + std::to_string(places.size()) + " sets; give one of them:";
-        for (const std::size_t place : places) {
-            text += " " + tree.sets[place].GetId();
+        for (std::size_t index = 0; index < std::min(places.size(), MOST_SHOWN); ++index) {
+            text += " " + tree.sets[places[index]].GetId();
+        }
+        if (places.size() > MOST_SHOWN) {
+            text += " and " + std::to_string(places.size() - MOST_SHOWN) + " more; see thsentinelctl list";
         }
         throw std::runtime_error(text);
     }

@@ -98,3 +98,20 @@ TEST_F(SelectedSets, AreOneOrRefused)
     EXPECT_THROW(SelectOneSet(mTree, "tbrd/4321"), std::runtime_error);
     EXPECT_THROW(SelectOneSet(mTree, "absent"), std::runtime_error);
 }
+
+TEST_F(SelectedSets, OfANameForManyAreNotAllListed)
+{
+    for (int number = 2; number < 9; ++number) {
+        WriteStatistics(mFolder, "tbrd", 7, number, "15-11_02.10.2" + std::to_string(number));
+    }
+    mTree = FindEvidence(mFolder.GetPath());
+    try {
+        SelectOneSet(mTree, "tbrd/7");
+        FAIL() << "seven sets were taken for one";
+    } catch (const std::runtime_error& error) {
+        const std::string text = error.what();
+        EXPECT_EQ(text.find("tbrd/7 stands for 7 sets; give one of them: tbrd/7/Evidence2/cpu-"), 0U) << text;
+        EXPECT_NE(text.find(" and 2 more; see thsentinelctl list"), std::string::npos) << text;
+        EXPECT_EQ(text.find("Evidence7"), std::string::npos) << text;
+    }
+}
