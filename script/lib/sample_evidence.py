@@ -202,14 +202,14 @@ def stacks(threads):
     return text + f'\nThread 1 (Thread 0x7f0000000740 (LWP {TARGET}) "tbrd"):\n' + main
 
 
-def process_data(heap, threads):
-    status = (f'Name:\ttbrd\nState:\tR (running)\nPid:\t{TARGET}\nFDSize:\t512\nVmPeak:\t {heap + 2000000} kB\nVmHWM:\t {heap + 700000} kB\n'
+def process_data(pid, heap, threads):
+    status = (f'Name:\ttbrd\nState:\tR (running)\nPid:\t{pid}\nFDSize:\t512\nVmPeak:\t {heap + 2000000} kB\nVmHWM:\t {heap + 700000} kB\n'
               f'VmRSS:\t {heap + 600000} kB\nVmSwap:\t       0 kB\nThreads:\t{threads}\nvoluntary_ctxt_switches:\t48211\n'
               'nonvoluntary_ctxt_switches:\t991204\n')
-    yield section(f'/usr/bin/cat /proc/{TARGET}/smaps', smaps(heap, threads))
-    yield section(f'/usr/bin/cat /proc/{TARGET}/status', status)
-    yield section(f'/usr/bin/gstack {TARGET}', stacks(threads))
-    yield section(f'/usr/bin/pmap {TARGET}', f'{TARGET}:   /usr/tarnv/tarnhaven/bin/tbrd\n00005561a0000000   3072K r-x-- tbrd\n total {heap + 2000000}K\n')
+    yield section(f'/usr/bin/cat /proc/{pid}/smaps', smaps(heap, threads))
+    yield section(f'/usr/bin/cat /proc/{pid}/status', status)
+    yield section(f'/usr/bin/gstack {pid}', stacks(threads))
+    yield section(f'/usr/bin/pmap {pid}', f'{pid}:   /usr/tarnv/tarnhaven/bin/tbrd\n00005561a0000000   3072K r-x-- tbrd\n total {heap + 2000000}K\n')
 
 
 def thread_dump():
@@ -245,7 +245,7 @@ def write_set(root, process, pid, number, label, began, samples, processes, heap
     stem = f'{pid}_{began:%d-%m_%H.%M.%S}_{label}'
     host = Host(processes, seed, began)
     files = {'MemoryPerf': memory_statistics(host, samples), 'Netstat': netstat(host), 'DiskPerf_iostat': [iostat(host, samples)],
-             'DiskPerf_mpstat': [mpstat(host, samples)], 'ProcessData': process_data(heap, 38)}
+             'DiskPerf_mpstat': [mpstat(host, samples)], 'ProcessData': process_data(pid, heap, 38)}
     if pid == JAVA:
         files['ThreadDump'] = [thread_dump()]
         files['hprof'] = ['JAVA PROFILE 1.0.2\0']

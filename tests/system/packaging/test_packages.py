@@ -18,7 +18,7 @@ MAIN_FILES = {f"{HOME}/bin/thsentinel": "-rwxr-xr-x",
               "/usr/share/doc/thsentinel/examples/master.conf.example": "-rw-r--r--",
               "/usr/share/doc/thsentinel/examples/thsentinel-logs.conf": "-rw-r--r--",
               **{f"/usr/share/doc/thsentinel/{name}.md": "-rw-r--r--"
-                 for name in ("operations", "messages", "sizing", "store")},
+                 for name in ("operations", "messages", "sizing", "store", "json")},
               "/usr/share/man/man5/thsentinel-evidence.5.gz": "-rw-r--r--",
               "/usr/share/man/man5/thsentinel.conf.5.gz": "-rw-r--r--",
               "/usr/share/man/man8/thsentinel.8.gz": "-rw-r--r--",
