@@ -207,7 +207,9 @@ void Explainer::JudgeTime(CounterExplanation& answer) const
 /** Counters of processes that have ended, which the log still knows. */
 void Explainer::AddEnded()
 {
-    for (const auto& [key, history] : mTrace.history.counters) {
+    for (const auto& known : mTrace.history.counters) {
+        const CounterKey& key = known.first; // a name of its own: not every compiler captures a binding
+        const CounterHistory& history = known.second;
         const auto& [pid, resource] = key;
         const bool isKnown = std::any_of(
             mResult.counters.begin(), mResult.counters.end(),
