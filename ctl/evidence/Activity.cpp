@@ -11,7 +11,7 @@ namespace ctl
 namespace
 {
 constexpr char DAEMON_NAME[] = "thsentinel";
-constexpr std::size_t LONGEST_LINE = 16 * 1024;
+constexpr std::size_t LONGEST_LINE = std::size_t{16} * 1024;
 constexpr std::size_t LONGEST_NAME = 64;
 
 bool Contains(const std::string& text, const std::string& wanted)

@@ -18,7 +18,7 @@ namespace
 {
 constexpr char FOLDER[] = "thsentinel/";
 constexpr mode_t ENTRY_MODE = 0600;
-constexpr std::size_t ZERO_BLOCK = 64 * 1024;
+constexpr std::size_t ZERO_BLOCK = std::size_t{64} * 1024;
 
 struct WriterDeleter
 {

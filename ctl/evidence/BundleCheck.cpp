@@ -14,9 +14,9 @@ namespace ctl
 {
 namespace
 {
-constexpr std::size_t LONGEST_MANIFEST = 16 * 1024 * 1024;
+constexpr std::size_t LONGEST_MANIFEST = std::size_t{16} * 1024 * 1024;
 constexpr std::size_t MOST_FILES = 10'000;
-constexpr std::size_t BLOCK = 64 * 1024;
+constexpr std::size_t BLOCK = std::size_t{64} * 1024;
 
 struct ReaderDeleter
 {

@@ -24,7 +24,7 @@ namespace
 constexpr VerbText BUNDLE = {"bundle", "Packs an evidence set for somebody else, or checks such a bundle",
                              "thsentinelctl bundle tbrd/4321/Evidence1 -o evidence.tar.zst\n"
                              "thsentinelctl bundle --check evidence.tar.zst"};
-constexpr std::size_t LONGEST_LIST = 1024 * 1024;
+constexpr std::size_t LONGEST_LIST = std::size_t{1024} * 1024;
 
 struct BundleOptions
 {

@@ -10,8 +10,8 @@ namespace ctl
 {
 namespace
 {
-constexpr std::size_t MOST_AUXILIARY = 64 * 1024;
-constexpr std::size_t MOST_MAPPINGS = 8 * 1024 * 1024;
+constexpr std::size_t MOST_AUXILIARY = std::size_t{64} * 1024;
+constexpr std::size_t MOST_MAPPINGS = std::size_t{8} * 1024 * 1024;
 
 const ElfNote* FindNote(const std::vector<ElfNote>& notes, std::uint32_t type)
 {

@@ -14,8 +14,8 @@ namespace ctl
 namespace
 {
 // Small enough to stay in a processor's cache until it was looked at.
-constexpr std::size_t BLOCK = 256 * 1024;
-constexpr std::size_t LONGEST_LINE = 64 * 1024;
+constexpr std::size_t BLOCK = std::size_t{256} * 1024;
+constexpr std::size_t LONGEST_LINE = std::size_t{64} * 1024;
 
 off_t ToOffset(std::uint64_t value)
 {

@@ -16,7 +16,7 @@ constexpr std::size_t LENGTH_AT = 5;
 constexpr unsigned char TAG_HEAP = 0x0C;
 constexpr unsigned char TAG_SEGMENT = 0x1C;
 constexpr unsigned char TAG_END = 0x2C;
-constexpr std::size_t STEP = 64 * 1024;
+constexpr std::size_t STEP = std::size_t{64} * 1024;
 
 std::uint64_t GetLength(const std::string& record)
 {

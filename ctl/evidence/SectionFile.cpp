@@ -139,13 +139,13 @@ void SectionScanner::TakeHead(std::string_view& block)
     mOffset += taken - before;
     block.remove_prefix(taken - before);
     // A line end in the command: the rule is that of the next head, after one that was cut off.
-    if (mHead.find('\n') < std::min(found, LONGEST_COMMAND) &&
-        mHead.find('\n') + end.size() <= mHead.size()) {
+    const std::size_t lineEnd = mHead.find('\n');
+    const bool isCutOff = lineEnd < std::min(found, LONGEST_COMMAND) && lineEnd + end.size() <= mHead.size();
+    const bool isEndless = found == std::string_view::npos && mHead.size() >= LONGEST_COMMAND;
+    if (isCutOff || isEndless) {
         GiveUpHead();
     } else if (found != std::string_view::npos) {
         EndHead(found);
-    } else if (mHead.size() >= LONGEST_COMMAND) {
-        GiveUpHead();
     }
 }
 
