@@ -139,7 +139,7 @@ private:
     {
         const std::time_t now = mActivity.GetNow();
         const std::time_t age = now - mSet.time;
-        if (age < 0 || age < STARTING_TIME) {
+        if (age < STARTING_TIME) { // below 0 where a clock was put back
             return true;
         }
         const int readings = GetReadings().value_or(DEFAULT_READINGS);
