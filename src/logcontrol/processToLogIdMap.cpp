@@ -2,7 +2,8 @@
 
 #include "platform/TextUtilities.h"
 
-const LogIdEntry* const processToLogIdMap = new LogIdEntry[]{
+// The number of rows is written out: older compilers don't count them here.
+const LogIdEntry* const processToLogIdMap = new LogIdEntry[3]{
     {"thwmc", {485, 495}},
     {"tbrd", {119, 128}},
     {"", {}},
