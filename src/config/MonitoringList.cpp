@@ -24,11 +24,6 @@ bool IsList(const MonitoringList& list, const char* key)
     return strcasecmp(list.mKey, key) == 0;
 }
 
-bool IsSameUnit(const MonitoringList& list, const std::string& first, const std::string& second)
-{
-    return !list.mHelper.CompareIgnoreCase(first, second);
-}
-
 struct MonitoredProcess
 {
     std::string mElement; ///< as written in the list
@@ -46,7 +41,7 @@ std::string GetUnitLabel(const MonitoringList& list)
 {
     // Intentional: this compares the key of the list with the key of the unit, which it never is, so MB is
     // never printed. Whoever reads the log expects ABSOLUTE in these lines.
-    if (IsSameUnit(list, list.mMemoryUnit, MEMORY_UNIT_ABSOLUTE) && IsList(list, THHS_MEMORY_UNIT)) {
+    if (IsSameText(list.mHelper, list.mMemoryUnit, MEMORY_UNIT_ABSOLUTE) && IsList(list, THHS_MEMORY_UNIT)) {
         return "MB";
     }
     return IsList(list, THHS_MONITOR_DEADLOCK) ? "" : MEMORY_UNIT_ABSOLUTE;
@@ -70,7 +65,7 @@ int CheckLimit(const MonitoringList& list, const std::string& unitLabel, const M
     // memory threshold has no upper bound in either unit, and stores with such thresholds stay valid.
     const bool isPercent =
         IsList(list, THHS_MONITOR_CPU) ||
-        (IsList(list, THHS_MONITOR_MEMORY) && IsSameUnit(list, unitLabel, MEMORY_UNIT_PERCENT));
+        (IsList(list, THHS_MONITOR_MEMORY) && IsSameText(list.mHelper, unitLabel, MEMORY_UNIT_PERCENT));
     if (isPercent && process.mThreshold > HIGHEST_PERCENT) {
         return RefuseList(RC_CONFIG_INVALID,
                           FormatBounded(MESSAGE_SIZE, BAD_PERCENT_TEXT, list.mLabel.c_str(),

@@ -4,8 +4,7 @@
 
 /**
  * One POSIX mutex, not recursive. Intentional: its operations check neither whether it was set up nor the
- * results of POSIX. A failure could only be reported by a log line,
- * which needs a mutex itself.
+ * results of POSIX. A failure could only be reported by a log line, which needs a mutex itself.
  */
 class mutex
 {

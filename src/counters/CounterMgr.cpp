@@ -99,7 +99,7 @@ void CounterMgr::HandleThresholdBreach()
         return;
     }
     const bool isUnitAbsolute =
-        !helper->CompareIgnoreCase(ConfigurationMgr::GetInstance()->mMemoryUnit, MEMORY_UNIT_ABSOLUTE);
+        IsSameText(*helper, ConfigurationMgr::GetInstance()->mMemoryUnit, MEMORY_UNIT_ABSOLUTE);
     if (isUnitAbsolute) {
         WriteVerboseLine(logFileMtx, UNIT_IS_ABSOLUTE_TEXT);
     }
@@ -129,8 +129,7 @@ void CounterMgr::Evaluate(HelperFunctionInterface& helper, Counter& counter, boo
 
 std::string CounterMgr::GetUnit(HelperFunctionInterface& helper, bool isUnitAbsolute) const
 {
-    return isUnitAbsolute && !helper.CompareIgnoreCase(mMessageStr, LABEL_MEMORY) ? UNIT_MEGABYTES
-                                                                                  : UNIT_PERCENT;
+    return isUnitAbsolute && IsSameText(helper, mMessageStr, LABEL_MEMORY) ? UNIT_MEGABYTES : UNIT_PERCENT;
 }
 
 void CounterMgr::MoveWindow(Counter& counter, const Evaluation& evaluation) const

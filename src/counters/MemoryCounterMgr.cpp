@@ -22,7 +22,7 @@ double MemoryCounterMgr::ReadCounterIndexValue(Counter* counter)
         return 0.0;
     }
     const bool isAbsolute =
-        !helper->CompareIgnoreCase(ConfigurationMgr::GetInstance()->mMemoryUnit, MEMORY_UNIT_ABSOLUTE);
+        IsSameText(*helper, ConfigurationMgr::GetInstance()->mMemoryUnit, MEMORY_UNIT_ABSOLUTE);
     const double usage =
         isAbsolute ? helper->GetMemoryUsageForProcessInMB(counter->mProcessName, counter->mCounterIndex)
                    : helper->GetMemoryUsageForProcessInPercent(counter->mProcessName, counter->mCounterIndex);

@@ -205,3 +205,9 @@ public:
      */
     virtual bool HF_DoesFolderExist(const std::string& path) = 0;
 };
+
+/** True when the helper finds two texts the same but for their case. */
+inline bool IsSameText(HelperFunctionInterface& helper, const std::string& first, const std::string& second)
+{
+    return !helper.CompareIgnoreCase(first, second);
+}

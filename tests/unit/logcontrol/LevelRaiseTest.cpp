@@ -74,7 +74,7 @@ TEST_F(LevelRaises, AreRestoredOnceWhereAStopMeetsNone)
                 ElementsAre(GetRestoreLine("485", "1", "2"), GetRestoreLine("495", "3", "4")));
 }
 
-TEST_F(LevelRaises, AreForbiddenByTheStopOfTheProcessAndNotByThatOfTheService)
+TEST_F(LevelRaises, AreStillAllowedAfterTheStopOfTheServiceAlone)
 {
     EXPECT_EQ(StopMonitoringActivity(), 0);
     Raise("thwmc");
