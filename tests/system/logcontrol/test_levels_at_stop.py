@@ -23,6 +23,22 @@ esac
 exec /run/txlogcfg "$@"
 """
 
+# The last restore of a stop lets the raise go on, and ends when the worker has gone on after it.
+RELEASING = """#!/bin/dash
+case $* in
+    *' 119 '*DebugLevel=6*)
+        : >/run/hangs
+        until [ -e /run/go ]; do sleep 0.02; done ;;
+    *' 119 '*DebugLevel=2*)
+        if [ -e /run/restored ]; then
+            : >/run/go
+            until [ -e /run/worker-sleeps ]; do sleep 0.02; done
+        fi
+        : >/run/restored ;;
+esac
+exec /run/txlogcfg "$@"
+"""
+
 # The second that a stop gives its worker ends when the test says so.
 LONG_SECOND = """
 #define _GNU_SOURCE
@@ -63,11 +79,11 @@ def changes(host):
 @pytest.fixture(name="stopped_amid")
 def _stopped_amid(make_host, interpose):
     """A daemon that has done all of a stop but its second, while a call of the tool hangs."""
-    def begin(pattern):
+    def begin(pattern, tool=HANGING):
         host = make_host(store=ON, processes=[Process(100, "/opt/tbrd", cpu=90)])
         host.put(LEVELS, "".join(f"{line}\n" for line in BEFORE))
         host.shell(f"mv {TOOL} /run/txlogcfg")
-        host.put(TOOL, HANGING.format(pattern=pattern), 0o755)
+        host.put(TOOL, tool.replace("{pattern}", pattern), 0o755)
         host.adopt_orphans()
         pid = host.start(environment=interpose(host, LONG_SECOND))
         host.until(lambda: host.exists("/run/hangs"), "the tool hangs")
@@ -97,6 +113,15 @@ def test_a_raise_that_a_stop_meets_is_restored_before_the_end(stopped_amid):
     host.put("/run/second-is-over")
     assert host.status_of(pid, limit=SOON) == 255
     assert changes(host)[1:] == [restored("119", 2, 3)] * 2
+    assert levels(host) == BEFORE
+
+
+def test_a_raise_that_ends_during_its_last_restore_is_restored_after_that(stopped_amid):
+    """Its tool may write after the restore has."""
+    host, pid = stopped_amid("", RELEASING)
+    host.put("/run/second-is-over")
+    assert host.status_of(pid, limit=SOON) == 255
+    assert changes(host)[1:] == [restored("119", 2, 3)] * 3
     assert levels(host) == BEFORE
 
 

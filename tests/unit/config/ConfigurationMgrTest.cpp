@@ -12,7 +12,6 @@
 #include "support/WatchedMemory.h"
 
 #include <atomic>
-#include <barrier>
 #include <filesystem>
 #include <thread>
 
@@ -177,12 +176,15 @@ TEST_F(ConfigurationObject, IsBuiltOnceForThreadsThatComeAtTheSameMoment)
     };
     for (int round = 0; round < ROUNDS; ++round) {
         ForgetConfiguration();
-        std::barrier start(THREADS);
+        std::atomic<int> arrived = 0;
         ConfigurationMgr* seen[THREADS] = {};
         std::vector<std::thread> threads;
         for (ConfigurationMgr*& instance : seen) {
-            threads.emplace_back([&start, &instance] {
-                start.arrive_and_wait();
+            threads.emplace_back([&arrived, &instance] {
+                ++arrived;
+                while (arrived < THREADS) {
+                    std::this_thread::yield();
+                }
                 instance = ConfigurationMgr::GetInstance();
             });
         }

@@ -6,6 +6,7 @@
 
 #include <gmock/gmock.h>
 
+#include <atomic>
 #include <cerrno>
 #include <csignal>
 #include <filesystem>
@@ -99,6 +100,24 @@ TEST_F(CommandExecution, ReturnsTheErrorNumberWhenNoPipeCanBeOpened)
     EXPECT_EQ(mOutput, "");
     EXPECT_EQ(mHelper.ExecuteCommand("false"), "");
     EXPECT_THAT(GetLogLines(), ElementsAre("Cmd:true", "Cmd:false"));
+}
+
+TEST_F(CommandExecution, KeepsItsPipeFromWhatAnotherThreadStarts)
+{
+    const std::string go = MakeFolder() + "/go";
+    std::atomic<int> pipe = -1;
+    GetSeams().mPopen = [&](const char* command, const char* mode) {
+        GetSeams().mPopen = nullptr;
+        FILE* const stream = popen(command, mode);
+        pipe = fileno(stream);
+        return stream;
+    };
+    std::thread other([&] {
+        EXPECT_TRUE(WaitFor([&] { return pipe >= 0 && fcntl(pipe, F_GETFD) == FD_CLOEXEC; }));
+        WriteFile(go, "");
+    });
+    (void)mHelper.ExecuteCommand(("until [ -e " + go + " ]; do sleep 0.01; done").c_str());
+    other.join();
 }
 
 TEST_F(CommandExecution, ReturnsMinusOneAndLogsNoReturnCodeWhenTheChildCannotBeWaitedFor)
@@ -294,11 +313,11 @@ TEST_F(CommandExecution, BlocksNoLogLineWhileACommandRuns)
 
 namespace
 {
-volatile sig_atomic_t gInterruptions = 0;
+std::atomic<int> gInterruptions = 0; // lock-free, so a handler may write it
 
 void CountInterruption(int /*signal*/)
 {
-    gInterruptions = gInterruptions + 1;
+    ++gInterruptions;
 }
 
 /** True while the thread sleeps in the kernel. */
