@@ -2,6 +2,7 @@
 # The part of script/demo that runs on the isolated host: demo_host.sh BUILD_FOLDER EVIDENCE_FOLDER [PERCENT]
 # PERCENT is what the watched process may use of the processors; less is for a machine that has much else to do.
 set -u
+[ -e /run/thsentinel-isolated-host ] || { echo "$0: only on an isolated host: script/host" >&2; exit 1; }
 
 buildDir=$1
 leftBehind=$2
@@ -163,6 +164,8 @@ stopDaemon() {
 }
 
 installProduct
+# Where gdb brings a gstack, it may trace the process in the moment in which gcore wants to. The demo shows the core.
+rm -f /usr/bin/gstack
 startSystemLog
 startBusyProcess
 heading "The host: the daemon, a store and a busy $watched"

@@ -60,6 +60,8 @@ THHS_DUMP_COUNT = 1
 THHS_EVIDENCE_PATH = /var/lib/thsentinel/evidence
 THHS_VERBOSE = 1
 TEXT
+# Where gdb brings a gstack, it may trace the process in the moment in which gcore wants to.
+rm -f /usr/bin/gstack
 cp /bin/sleep /opt/exampled
 /opt/exampled 3600 &
 umask 022
