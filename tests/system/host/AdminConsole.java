@@ -2,7 +2,7 @@ package tarn.thx;
 
 import java.util.concurrent.CountDownLatch;
 
-/** Waits for good on a thread of a name that can be told from any other. */
+/** Waits for ever on a thread with a name of its own. */
 public class AdminConsole {
     public static void main(String[] arguments) throws InterruptedException {
         Thread planted = new Thread(AdminConsole::waitForGood, "planted thread of the console");

@@ -147,14 +147,21 @@ def test_the_unit_lets_evidence_lie_anywhere_but_among_the_systems_own_files(man
 
 
 @pytest.mark.parametrize("unit", ["thsentinel.service", "ctl/thsentinel-prune.service", "ctl/thsentinel-prune.timer"])
-def test_the_manager_understands_every_line_of_a_unit(unit):
+def test_the_manager_understands_every_line_of_a_unit(unit, tmp_path):
     if missing_tools(["systemd-analyze"]):
         pytest.skip("not installed: systemd-analyze")
-    said = subprocess.run(["systemd-analyze", "verify", "--man=no", product.CHECKOUT / "packaging" / unit],
-                          capture_output=True, text=True, check=False).stderr
-    # What they run lies where packages put it.
-    assert [line for line in said.splitlines() if "thsentinel" in line
-            and not re.search("(daemon-control|thsentinelctl) is not executable", line)] == []
+    def complaints(path):
+        said = subprocess.run(["systemd-analyze", "verify", "--man=no", path], capture_output=True, text=True,
+                              check=False).stderr
+        # What they run lies where packages put it.
+        return [line for line in said.splitlines() if "thsentinel" in line
+                and not re.search("(daemon-control|thsentinelctl) is not executable", line)]
+
+    path = product.CHECKOUT / "packaging" / unit
+    assert complaints(path) == []
+    spoilt = tmp_path / path.name
+    spoilt.write_text(path.read_text() + "NoSuchWord=1\n")
+    assert any("NoSuchWord" in line for line in complaints(spoilt))
 
 
 def test_the_unit_leaves_little_exposed():
