@@ -52,7 +52,7 @@ private:
         std::map<std::string, std::size_t> newest;
         for (const std::size_t place : mByTime) {
             const PruneSubject& subject = mSubjects[place];
-            if (!subject.isHalfDeleted) {
+            if (!subject.isHalfDeleted && !subject.isEmpty) {
                 first.emplace(subject.process, place);
                 newest[subject.process] = place;
             }
@@ -111,10 +111,15 @@ private:
         std::map<std::string, std::size_t> seen;
         for (auto place = mByTime.rbegin(); mRules.keepNewest && place != mByTime.rend(); ++place) {
             const PruneSubject& subject = mSubjects[*place];
-            if (!subject.isHalfDeleted && seen[subject.process]++ >= *mRules.keepNewest) {
+            if (subject.isHalfDeleted) {
+                continue;
+            }
+            std::size_t& newer = seen[subject.process]; // an empty set takes no place among them
+            if (newer >= *mRules.keepNewest) {
                 Choose(*place, "is not among the newest " + std::to_string(*mRules.keepNewest) + " of " +
                                    subject.process);
             }
+            newer += subject.isEmpty ? 0 : 1;
         }
     }
 

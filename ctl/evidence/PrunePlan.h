@@ -31,6 +31,7 @@ struct PruneSubject
     bool isInProgress = false;
     bool isLive = false;        ///< its process id exists now
     bool isHalfDeleted = false; ///< a deletion of it was interrupted
+    bool isEmpty = false;       ///< its files hold no byte, or it has none
 };
 
 /** A set by its place among the subjects, and why it goes or stays. */
@@ -52,6 +53,7 @@ struct PrunePlan
 /**
  * Chooses the sets to delete. Never chosen are, whatever the rules say: the first and the newest set of a
  * process name, pinned sets, sets in progress, and sets of live process ids unless the rules ask for them.
+ * An empty set is neither the first nor the newest, and has no place among the newest that are kept.
  * What an interrupted deletion left is chosen without a rule, with the same guards but the first.
  */
 PrunePlan PlanPrune(const std::vector<PruneSubject>& subjects, const PruneRules& rules, std::time_t now);

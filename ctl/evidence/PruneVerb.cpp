@@ -77,6 +77,7 @@ std::vector<PruneSubject> MakeSubjects(const EvidenceSource& source, Activity& a
         subject.isInProgress = CheckSet(source.tree, set, check, activity).state == SetState::InProgress;
         subject.isLive = activity.IsAlive(set.pid);
         subject.isHalfDeleted = set.isHalfDeleted;
+        subject.isEmpty = set.GetBytes() == 0;
         subjects.push_back(std::move(subject));
     }
     return subjects;

@@ -42,10 +42,12 @@ std::size_t ChooseSet(const EvidenceTree& tree, const ReportOptions& options)
     if (!options.mTakesLast) {
         return SelectOneSet(tree, options.mSet);
     }
-    if (tree.sets.empty()) {
-        throw std::runtime_error("there is no evidence set below " + tree.root);
+    for (std::size_t place = tree.sets.size(); place > 0; --place) { // they are sorted by time
+        if (!tree.sets[place - 1].files.empty()) {
+            return place - 1;
+        }
     }
-    return tree.sets.size() - 1; // they are sorted by time
+    throw std::runtime_error("there is no evidence set with a file below " + tree.root);
 }
 
 void AddCheck(const EvidenceSource& source, const EvidenceSet& set, ReportData& data)

@@ -107,6 +107,9 @@ void WriteFindings(Html& html, const ReportData& data)
 
 std::string DescribeBreach(const ReportData& data)
 {
+    if (!data.mBreach && data.mResource.empty()) {
+        return "breached a limit; no file and no log says which";
+    }
     if (!data.mBreach) {
         return "breached its limit of " + std::string(data.mResource == "cpu" ? "processor time" : "memory") +
                "; the log that says by how much is not there";

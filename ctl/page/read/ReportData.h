@@ -100,7 +100,7 @@ struct ReportData
 {
     std::string mProcess;
     int mPid = 0;
-    std::string mResource; ///< "cpu" or "memory"
+    std::string mResource; ///< "cpu" or "memory"; empty for a set without files
     int mNumber = 0;
     std::string mSetId;
     std::string mPath;

@@ -75,6 +75,15 @@ def test_each_rule_chooses_its_own(tmp_path, sets):
     assert candidates(tmp_path, "--max-size", "20G") == []
 
 
+def test_an_empty_folder_takes_no_place_of_a_set(tmp_path, sets):
+    empty = tmp_path / f"thsentinel/tbrd/{DEAD}/Evidence6"
+    empty.mkdir()
+    os.utime(empty, (time.time() - 2 * DAY,) * 2)
+    assert [path for path, _ in candidates(tmp_path, "--older", "1d")] == [
+        *(str(one) for one in sets[1:4]), str(empty)]
+    assert [path for path, _ in candidates(tmp_path, "--keep-newest", 1)] == [str(one) for one in sets[1:4]]
+
+
 def test_wrong_use_deletes_nothing(tmp_path, sets):
     before = everything(tmp_path)
     for arguments in (["--delete"], ["--older", "soon", "--delete"], ["--max-size", "big", "--delete"],

@@ -72,6 +72,19 @@ def test_a_set_is_chosen_by_its_name_and_the_outcome_is_a_document(sample, tmp_p
     assert "Java threads are deadlocked: they wait for each other for ever." in done.document["findings"]
 
 
+def test_the_last_set_is_one_that_has_files(tmp_path):
+    folder, _ = companion.write_set(tmp_path)
+    empty = folder.with_name("Evidence2")
+    empty.mkdir()
+    done = report(tmp_path, tmp_path / "page.html", "--last", "--json")
+    assert done.document["set"].startswith("tbrd/4321/Evidence1/cpu-")
+    for path in folder.iterdir():
+        path.unlink()
+    none = report(tmp_path, tmp_path / "none.html", "--last")
+    assert f"there is no evidence set with a file below {tmp_path}/thsentinel" in none.errors
+    assert not (tmp_path / "none.html").exists()
+
+
 def test_standard_output_holds_the_page_alone(sample):
     done = report(sample, "-", "--last")
     assert done.output.startswith("<!DOCTYPE html>")

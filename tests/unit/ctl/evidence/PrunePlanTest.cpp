@@ -102,6 +102,30 @@ TEST(PrunePlan, CountsForTheSizeWhatOtherRulesFree)
     EXPECT_THAT(Describe(PlanPrune(MakeFive(), rules, NOW).candidates), ElementsAre("1 is older than 70 d"));
 }
 
+TEST(PrunePlan, LetsNoEmptySetStandForTheFirstOrTheNewest)
+{
+    std::vector<PruneSubject> sets = MakeFive();
+    sets.front().isEmpty = true;
+    sets.back().isEmpty = true;
+    const PrunePlan plan = PlanPrune(sets, OlderThan(5), NOW);
+    EXPECT_THAT(Describe(plan.candidates),
+                ElementsAre("0 is older than 5 d", "2 is older than 5 d", "4 is older than 5 d"));
+    EXPECT_THAT(Describe(plan.kept),
+                ElementsAre("1 is the first set of tbrd", "3 is the newest set of tbrd"));
+}
+
+TEST(PrunePlan, CountsNoEmptySetAmongTheNewest)
+{
+    std::vector<PruneSubject> sets = MakeFive();
+    sets[1].isEmpty = true;
+    sets.back().isEmpty = true;
+    PruneRules rules;
+    rules.keepNewest = 2;
+    const PrunePlan plan = PlanPrune(sets, rules, NOW);
+    EXPECT_THAT(Describe(plan.candidates), ElementsAre("1 is not among the newest 2 of tbrd"));
+    EXPECT_THAT(Describe(plan.kept), ElementsAre("0 is the first set of tbrd"));
+}
+
 TEST(PrunePlan, KeepsPinnedLiveAndUnfinishedSets)
 {
     std::vector<PruneSubject> sets = MakeFive();

@@ -44,6 +44,16 @@ TEST(BreachPart, ShowsTheWindowThatEndsWithTheBreach)
                 HasSubstr("|20.00, 30.00, 40.00, 50.00, 60.00. Their average is 40.00.|"));
 }
 
+TEST(BreachPart, NamesNoResourceWhereNoFileDoes)
+{
+    ReportData data;
+    data.mProcess = "tbrd";
+    EXPECT_EQ(DescribeBreach(data), "breached a limit; no file and no log says which");
+    data.mResource = "memory";
+    EXPECT_EQ(DescribeBreach(data),
+              "breached its limit of memory; the log that says by how much is not there");
+}
+
 TEST(BreachPart, SaysWhenTheSettingsTakeEvidenceWhateverTheLimit)
 {
     ReportData data = MakeMemoryBreach("MB", 60, 10);
