@@ -126,7 +126,8 @@ std::string HeapDumpWalk::Finish()
 std::string CheckHeapDumpRecords(int file, std::uint64_t bytes)
 {
     HeapDumpWalk walk;
-    for (std::uint64_t offset = 0; offset < bytes;) {
+    // After a failure nothing says where the next record begins, and to go on would read every hole.
+    for (std::uint64_t offset = 0; offset < bytes && !walk.HasFailed();) {
         const std::string block = ReadAt(file, offset, std::min<std::uint64_t>(STEP, bytes - offset));
         if (block.empty()) {
             return "can't be read at byte " + std::to_string(offset);

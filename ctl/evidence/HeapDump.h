@@ -21,6 +21,9 @@ public:
     /** Passes over bytes that are not read: a hole, or the rest of a record. */
     void PassOver(std::uint64_t bytes);
 
+    /** True once something is wrong that no more bytes can mend. */
+    bool HasFailed() const { return !mFailure.empty(); }
+
     /** How many of the bytes to come belong to a record whose contents don't matter. */
     std::uint64_t GetPassable() const { return mRest; }
 

@@ -107,3 +107,15 @@ TEST(HeapDumpFile, WithAHoleInARecordIsWholeAndWithOneBetweenRecordsIsNot)
     EXPECT_NE(CheckWholeHeapDump(file, size + (8U << 20U)), "");
     close(file);
 }
+
+TEST(HeapDumpFile, ThatIsDamagedIsNotReadOnThroughItsHole)
+{
+    const EvidenceFolder folder;
+    const std::string path = folder.Write("dump", MakeHeapHead() + MakeRecord(0x01, 20));
+    constexpr std::uint64_t SIZE = std::uint64_t{1}
+                                   << 40U; // to read on would take until the test's time limit
+    std::filesystem::resize_file(path, SIZE);
+    const int file = open(path.c_str(), O_RDONLY | O_CLOEXEC);
+    EXPECT_EQ(CheckHeapDumpRecords(file, SIZE), "has no record at byte 60, where one must begin");
+    close(file);
+}
