@@ -22,7 +22,7 @@ struct LogPlace
 struct EventCursor
 {
     std::map<std::string, LogPlace> places; ///< by the name of the log
-    bool isStopped = true;
+    bool isStopped = false;                 ///< false also if the logs don't reach back to the start
 };
 
 /**

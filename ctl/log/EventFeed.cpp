@@ -1,6 +1,8 @@
 #include "log/EventFeed.h"
 
 #include <algorithm>
+#include <cerrno>
+#include <cstring>
 #include <utility>
 
 #include "base/SafeFile.h"
@@ -17,7 +19,8 @@ constexpr std::size_t LOGS_IN_USE = 2; // today's, and yesterday's for lines tha
 } // namespace
 
 EventFeed::EventFeed(std::string folder, EventCursor cursor, Taker take)
-    : mFolder(std::move(folder)), mCursor(std::move(cursor)), mTake(std::move(take))
+    : mFolder(folder.empty() ? LOG_PATH : std::move(folder)), mCursor(std::move(cursor)),
+      mTake(std::move(take))
 {}
 
 std::string EventFeed::Read(const std::function<bool()>& goOn)
@@ -33,17 +36,19 @@ std::string EventFeed::Read(const std::function<bool()>& goOn)
     log = log == logs.files.end() && mCursor.places.empty() ? logs.files.begin() : log;
     if (log == logs.files.end() && !logs.files.empty()) { // the logs of the places have been removed
         log = logs.files.begin();
+        mCursor.isStopped = false; // the service may have begun again in one of them
     }
+    mFailure.clear();
     for (; log != logs.files.end(); ++log) {
         if (!ReadLog(folder.file.Get(), *log, goOn)) {
-            return "";
+            return mFailure;
         }
         const bool isInUse = static_cast<std::size_t>(logs.files.end() - log) <= LOGS_IN_USE;
-        if (!isInUse) {
+        if (!isInUse && mFailure.empty()) { // the next reading begins at the first log that failed
             mCursor.places.erase(log->name);
         }
     }
-    return "";
+    return mFailure;
 }
 
 /** Reads one log on from its place; false if the reading is to end. */
@@ -52,6 +57,9 @@ bool EventFeed::ReadLog(int folder, const DailyLog& log, const std::function<boo
     LogPlace& place = mCursor.places[log.name];
     const OpenedFile file = OpenRegularFile(folder, log.name);
     if (!file.IsOpen()) {
+        if (file.error != ENOENT) { // one that was just removed is no failure
+            mFailure = mFolder + "/" + log.name + ": " + file.failure;
+        }
         return true; // asked for again at the next look
     }
     const auto inode = static_cast<std::uint64_t>(file.status.st_ino);
@@ -67,6 +75,9 @@ bool EventFeed::ReadLog(int folder, const DailyLog& log, const std::function<boo
                                         return goesOn;
                                     });
     mCursor.places[log.name].offset = end.offset;
+    if (end.error != 0) {
+        mFailure = mFolder + "/" + log.name + ": " + std::strerror(end.error);
+    }
     return goesOn;
 }
 

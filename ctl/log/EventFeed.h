@@ -37,8 +37,9 @@ public:
     EventFeed(std::string folder, EventCursor cursor, Taker take);
 
     /**
-     * Hands out what the logs hold beyond the places, until nothing more is there. Returns why the folder
-     * can't be read; empty if it can. `goOn` is asked after each event; false ends the reading there.
+     * Hands out what the logs hold beyond the places, until nothing more is there. Returns why the folder or
+     * a log in it can't be read; empty if all can. A log that can't be read keeps its place, and the others
+     * are read. `goOn` is asked after each event; false ends the reading there.
      */
     std::string Read(const std::function<bool()>& goOn);
 
@@ -53,6 +54,7 @@ private:
     EventCursor mCursor;
     const Taker mTake;
     StampReader mStamps;
+    std::string mFailure; ///< of this reading
 };
 
 } // namespace ctl

@@ -2,6 +2,7 @@
 
 #include <atomic>
 #include <cstdio>
+#include <functional>
 #include <iostream>
 #include <memory>
 #include <stdexcept>
@@ -127,6 +128,21 @@ std::time_t GetSince(const Options& options)
     return *since;
 }
 
+/** Reads until it is interrupted. Reports each failure once, when it begins; a folder may still come. */
+std::string Follow(EventFeed& feed, const std::function<bool()>& goOn)
+{
+    std::string reported;
+    while (goOn()) {
+        const std::string failure = feed.Read(goOn);
+        if (failure != reported && !failure.empty()) {
+            std::cerr << "thsentinelctl: " << EscapeControls(failure) << std::endl;
+        }
+        reported = failure;
+        (void)nanosleep(&BETWEEN, nullptr); // cut short by a signal, which the loop then sees
+    }
+    return "";
+}
+
 int RunEvents(const Common& common, const Options& options)
 {
     const std::time_t since = GetSince(options);
@@ -146,15 +162,11 @@ int RunEvents(const Common& common, const Options& options)
     });
     reader = &feed;
     const auto goOn = [] { return gIsInterrupted == 0; };
-    std::string failure = feed.Read(goOn);
-    while (options.follow && goOn()) {
-        (void)nanosleep(&BETWEEN, nullptr); // cut short by a signal, which the loop then sees
-        failure = feed.Read(goOn);
-    }
+    const std::string failure = options.follow ? Follow(feed, goOn) : feed.Read(goOn);
     if (!options.cursor.empty()) {
         WriteCursor(options.cursor, feed.GetCursor());
     }
-    if (!failure.empty() && !options.follow) {
+    if (!failure.empty()) {
         throw std::runtime_error(failure);
     }
     return EXIT_GOOD;

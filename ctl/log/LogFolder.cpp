@@ -1,7 +1,9 @@
 #include "log/LogFolder.h"
 
 #include <algorithm>
+#include <cerrno>
 #include <cstdio>
+#include <cstring>
 #include <ctime>
 
 #include "base/ProgramNames.h"
@@ -43,8 +45,12 @@ LogFolder ListLogs(const std::string& path)
     for (const std::string& name : ListNames(folder.file.Get())) {
         struct stat status = {};
         const int day = ParseName(name);
-        if (day != 0 && fstatat(folder.file.Get(), name.c_str(), &status, AT_SYMLINK_NOFOLLOW) == 0 &&
-            S_ISREG(status.st_mode)) {
+        if (day == 0) {
+            continue;
+        }
+        if (fstatat(folder.file.Get(), name.c_str(), &status, AT_SYMLINK_NOFOLLOW) != 0) {
+            result.failure = errno != ENOENT ? name + ": " + std::strerror(errno) : result.failure;
+        } else if (S_ISREG(status.st_mode)) {
             result.files.push_back({name, day, static_cast<std::uint64_t>(status.st_size), status.st_ino});
         }
     }

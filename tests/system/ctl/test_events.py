@@ -1,9 +1,12 @@
 """`events`: each breach, capture, failure, start and stop once, whatever happens between two runs."""
 import json
 import os
+import pathlib
 import random
+import shutil
 import signal
 import subprocess
+import tempfile
 import time
 
 import pytest
@@ -151,3 +154,49 @@ def test_hostile_logs_and_cursors_are_met_safely(tmp_path):
         assert cursor.read_text() == content
     assert companion.run("events", "--log", tmp_path / "none").status == 3
     assert companion.run("events", "--since", "soon", "--log", logs).status == 64
+
+
+@pytest.fixture(name="guarded")
+def _guarded():
+    """A folder of logs, and how somebody who isn't root looks at it."""
+    user = 65534 if os.geteuid() == 0 else None
+    with tempfile.TemporaryDirectory() as name:
+        folder = pathlib.Path(name)
+        folder.chmod(0o755)
+        program = shutil.copy(companion.program(), folder / "program")
+        os.chmod(program, 0o755)
+        logs = folder / "logs"
+        logs.mkdir(0o755)
+        yield logs, lambda *arguments: subprocess.Popen(
+            [program, "events", "--json", "--log", logs, *arguments], user=user, text=True, stdout=subprocess.PIPE,
+            stderr=subprocess.PIPE)
+
+
+def test_a_log_that_may_not_be_read_is_reported_and_the_others_are_read(guarded):
+    logs, look = guarded
+    write(logs, YESTERDAY, breach(1))
+    write(logs, TODAY, breach(2), day=14)
+    (logs / YESTERDAY).chmod(0)
+    (logs / TODAY).chmod(0o644)
+    reader = look()
+    output, errors = reader.communicate(timeout=60)
+    assert names(map(json.loads, output.splitlines())) == [("breach", 2)]
+    assert (reader.returncode, errors) == (3, f"thsentinelctl: {logs}/{YESTERDAY}: Permission denied\n")
+
+
+def test_a_follower_reports_once_what_it_may_not_read_and_reads_it_when_it_may(guarded):
+    logs, look = guarded
+    write(logs, TODAY, breach(1), day=14)
+    (logs / TODAY).chmod(0)
+    logs.chmod(0)
+    reader = look("--follow")
+    try:
+        assert reader.stderr.readline() == f"thsentinelctl: {logs}: Permission denied\n"
+        logs.chmod(0o755)
+        assert reader.stderr.readline() == f"thsentinelctl: {logs}/{TODAY}: Permission denied\n"
+        (logs / TODAY).chmod(0o644)
+        assert json.loads(reader.stdout.readline())["pid"] == 1
+    finally:
+        reader.terminate()
+        output, errors = reader.communicate(timeout=60)
+    assert (reader.returncode, output, errors) == (0, "", "")

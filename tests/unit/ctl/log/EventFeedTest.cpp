@@ -135,5 +135,16 @@ TEST_F(EventFeedFixture, SaysOnceThatTheServiceStopped)
     EXPECT_EQ(Read(), ". . ");
 }
 
+TEST_F(EventFeedFixture, SaysThatTheServiceStoppedWhereTheLogsBeginAfterItsStart)
+{
+    const std::string pass = STAMP + "Tarnhaven Health Sentinel Service is monitoring the resources.\n";
+    const std::string stopped = STAMP + "Tarnhaven Health Sentinel Service stopped.\n";
+    Append(YESTERDAY, pass + stopped + stopped);
+    EXPECT_EQ(Read(), ". ");
+    std::filesystem::remove(mFolder.GetRoot() / YESTERDAY);
+    Append(TODAY, pass + stopped);
+    EXPECT_EQ(Read(), ". ") << "the log with the next start has been removed";
+}
+
 } // namespace
 } // namespace ctl
