@@ -19,7 +19,7 @@ LARGEST_PAGE = 3 << 20
 MOST_MEMORY = 64 << 10
 
 
-@pytest.fixture(autouse=True)
+@pytest.fixture(autouse=True, scope="module")
 def _needs_companion():
     if companion.program() is None:
         pytest.skip("thsentinelctl is not built")

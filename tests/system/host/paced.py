@@ -97,7 +97,7 @@ def build(folder, text=SOURCE):
     source = folder / "pace.c"
     source.write_text(text)
     library = folder / "pace.so"
-    subprocess.run([compiler(), "-O1", "-shared", "-fPIC", "-o", library, source], check=True)
+    subprocess.run([compiler(), "-O1", "-shared", "-fPIC", "-o", library, source, "-ldl"], check=True)
     return library.read_bytes().decode("utf-8", "surrogateescape")
 
 

@@ -7,7 +7,7 @@ import pytest
 from host import product
 
 # A project that takes this one in as a part.
-OUTER = f"""cmake_minimum_required(VERSION 3.20)
+OUTER = f"""cmake_minimum_required(VERSION 3.18)
 project(outer LANGUAGES C CXX)
 add_subdirectory({product.CHECKOUT} inner)
 """
@@ -53,4 +53,6 @@ def test_no_test_is_built_as_a_part_of_another_project(configure, tmp_path):
 
 @pytest.mark.parametrize("preset", ["dev", "release", "asan", "tsan", "coverage"])
 def test_warnings_are_errors_in_every_preset(configure, preset):
+    if "--preset" not in subprocess.run(["cmake", "--help"], capture_output=True, text=True, check=True).stdout:
+        pytest.skip("this cmake is too old for presets")
     assert all("-Werror" in call for call in configure("--preset", preset).values())
