@@ -96,6 +96,7 @@ int Bundle(const Common& common, const BundleOptions& options)
     const EvidenceSet& set = source.tree.sets[SelectOneSet(source.tree, options.set)];
     CheckRules checkRules;
     checkRules.plan = source.plan;
+    checkRules.depth = Depth::Texts;
     Activity activity;
     const SetReport report = CheckSet(source.tree, set, checkRules, activity);
     Progress progress("bundling", options.withCores ? set.GetBytes() : 0);

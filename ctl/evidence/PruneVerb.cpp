@@ -74,7 +74,7 @@ std::vector<PruneSubject> MakeSubjects(const EvidenceSource& source, Activity& a
         subject.time = set.time;
         subject.diskBytes = set.GetDiskBytes();
         subject.isPinned = set.isPinned;
-        subject.isInProgress = CheckSet(source.tree, set, check, activity).state == SetState::InProgress;
+        subject.isInProgress = CheckSet(source.tree, set, check, activity).isUnderWay;
         subject.isLive = activity.IsAlive(set.pid);
         subject.isHalfDeleted = set.isHalfDeleted;
         subject.isEmpty = set.GetBytes() == 0;

@@ -159,6 +159,32 @@ void CheckEnd(int file, std::uint64_t bytes, SectionReport& report)
         report.damages.push_back("ends in the middle of a line");
     }
 }
+/** Scans so many bytes at an offset. */
+SectionFile ScanPart(int file, std::uint64_t offset, std::size_t size)
+{
+    SectionScanner scanner;
+    scanner.Take(ReadAt(file, offset, size));
+    return scanner.Finish();
+}
+
+/** Holds the last section against the last one planned. */
+void CheckLastSection(const SectionFile& tail, const std::vector<PlannedSection>& planned,
+                      SectionReport& report)
+{
+    if (tail.zeroBytes != 0) {
+        report.damages.push_back("holds " + std::to_string(tail.zeroBytes) + " zero bytes near its end");
+    }
+    if (planned.empty() || tail.sections.empty()) {
+        return; // a section that is longer than the part at hand
+    }
+    const Section& last = tail.sections.back();
+    if (!IsPlanned(last, planned.back())) {
+        report.damages.push_back("ends with " + Quote(GetToolLine(last)) + ", before " +
+                                 Quote(planned.back().toolLine));
+    } else if (IsEmpty(last) && !planned.back().mayBeEmpty) {
+        report.damages.push_back(Quote(planned.back().toolLine) + " gave nothing at the end");
+    }
+}
 } // namespace
 
 std::optional<SamplingLine> ParseSamplingLine(std::string_view toolLine)
@@ -217,6 +243,18 @@ SectionReport CheckSectionFile(int file, std::uint64_t bytes, FileKind kind, int
     if (kind == FileKind::Iostat || kind == FileKind::Mpstat) {
         CheckSamples(file, found, kind, report);
     }
+    CheckEnd(file, bytes, report);
+    return report;
+}
+
+SectionReport CheckSectionEnds(int file, std::uint64_t bytes, FileKind kind, int pid)
+{
+    constexpr std::uint64_t HEAD = 4096;
+    constexpr std::uint64_t TAIL = std::uint64_t{1024} * 1024;
+    SectionReport report;
+    CheckBytes(ScanPart(file, 0, std::min(bytes, HEAD)), report);
+    const std::uint64_t tail = std::min(bytes, TAIL);
+    CheckLastSection(ScanPart(file, bytes - tail, tail), GetPlannedSections(kind, pid), report);
     CheckEnd(file, bytes, report);
     return report;
 }

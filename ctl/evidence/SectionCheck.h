@@ -55,4 +55,10 @@ private:
 SectionReport CheckSectionFile(int file, std::uint64_t bytes, FileKind kind, int pid,
                                std::optional<int> readings);
 
+/**
+ * Checks the ends of a long file of sections: that it begins with a head, that its last section is the last
+ * one planned and isn't empty, and that it ends with a line. What lies between isn't read.
+ */
+SectionReport CheckSectionEnds(int file, std::uint64_t bytes, FileKind kind, int pid);
+
 } // namespace ctl

@@ -244,20 +244,41 @@ private:
         }
     }
 
+    bool IsReadWhole(std::uint64_t textBytes) const
+    {
+        return mRules.depth != Depth::Ends || textBytes <= SHORT_TEXT;
+    }
+
+    /** Says that a text was not read whole; what may still grow can't be called complete by its ends. */
+    void RemarkOnEnds(const EvidenceFile& file)
+    {
+        if (MayStillCome(file.kind)) {
+            AddDamage(file.kind, file.name + ": may still be written");
+        }
+        mReport.notes.push_back(file.name +
+                                ": only its beginning and its end were read; verify reads it all");
+    }
+
     void CheckText(int opened, std::uint64_t bytes, const EvidenceFile& file)
     {
-        if (mRules.depth == Depth::Whole || bytes <= SHORT_TEXT) {
+        if (IsReadWhole(bytes)) {
             AddIfAny(file, CheckThreadDump(opened, bytes));
+        } else {
+            AddIfAny(file, CheckThreadDumpEnds(opened, bytes));
+            RemarkOnEnds(file);
         }
     }
 
     void CheckSectionsOf(int opened, std::uint64_t bytes, const EvidenceFile& file)
     {
-        if (mRules.depth == Depth::Ends && bytes > SHORT_TEXT) {
-            return;
-        }
+        const bool isWhole = IsReadWhole(bytes);
         const std::optional<int> readings = file.kind == FileKind::MemoryPerf ? GetReadings() : 1;
-        const SectionReport sections = CheckSectionFile(opened, bytes, file.kind, mSet.pid, readings);
+        const SectionReport sections = isWhole
+                                           ? CheckSectionFile(opened, bytes, file.kind, mSet.pid, readings)
+                                           : CheckSectionEnds(opened, bytes, file.kind, mSet.pid);
+        if (!isWhole) {
+            RemarkOnEnds(file);
+        }
         for (const std::string& damage : sections.damages) {
             AddDamage(file.kind, file.name + ": " + damage);
         }
@@ -269,15 +290,16 @@ private:
     SetReport Conclude()
     {
         bool isDamaged = false;
-        bool isUnderWay = !mProblems.empty();
+        bool isMended = !mProblems.empty(); // by the time that the captures end
         bool isUnknown = false;
         for (Problem& problem : mProblems) {
             isDamaged = isDamaged || problem.isDamage;
             isUnknown = isUnknown || !problem.isDamage;
-            isUnderWay = isUnderWay && problem.mayBeMended;
+            isMended = isMended && problem.mayBeMended;
+            mReport.isUnderWay = mReport.isUnderWay || problem.mayBeMended;
             mReport.problems.push_back(std::move(problem.text));
         }
-        if (isUnderWay) {
+        if (isMended) {
             mReport.state = SetState::InProgress;
         } else if (isDamaged) {
             mReport.state = SetState::Incomplete;

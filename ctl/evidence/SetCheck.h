@@ -26,8 +26,9 @@ const char* GetStateName(SetState state);
 /** How much of the files is read. */
 enum class Depth
 {
-    Ends, ///< heads, ends, and short texts: a few blocks of each file
-    Whole ///< every byte
+    Ends,  ///< heads, ends, and short texts: a few blocks of each file
+    Texts, ///< every byte of the texts, heads and ends of core images and heap dumps
+    Whole  ///< every byte
 };
 
 /** What a check of a set found. */
@@ -36,6 +37,7 @@ struct SetReport
     SetState state = SetState::Complete;
     std::vector<std::string> problems; ///< "FILE: what is missing, short or damaged"
     std::vector<std::string> notes;    ///< what doesn't make the set incomplete
+    bool isUnderWay = false;           ///< a capture may still mend one of the problems
     bool hasWarning = false;           ///< a problem that leaves the set complete
 };
 

@@ -2,6 +2,8 @@
 
 #include "evidence/DataScan.h"
 
+#include <algorithm>
+
 namespace ctl
 {
 namespace
@@ -53,6 +55,19 @@ std::string CheckThreadDump(int file, std::uint64_t bytes)
     const DataScan scan =
         ReadLines(file, 0, bytes, [&check](std::string_view line) { check.TakeLine(line); });
     return scan.failure.empty() ? check.Finish() : scan.failure;
+}
+
+std::string CheckThreadDumpEnds(int file, std::uint64_t bytes)
+{
+    constexpr std::uint64_t HEAD = 4096;
+    constexpr std::uint64_t TAIL = std::uint64_t{1024} * 1024;
+    ThreadDumpCheck check;
+    const auto take = [&check](std::string_view line) { check.TakeLine(line); };
+    const DataScan head = ReadLines(file, 0, std::min(bytes, HEAD), take);
+    const std::uint64_t tail = std::min(bytes, TAIL);
+    const DataScan end = ReadLines(file, bytes - tail, tail, take);
+    const std::string failure = head.failure.empty() ? end.failure : head.failure;
+    return failure.empty() ? check.Finish() : failure;
 }
 
 } // namespace ctl

@@ -27,4 +27,7 @@ private:
 /** Reads an open thread dump of `bytes` bytes. */
 std::string CheckThreadDump(int file, std::uint64_t bytes);
 
+/** The same for a long one, by its first and its last part; what lies between isn't read. */
+std::string CheckThreadDumpEnds(int file, std::uint64_t bytes);
+
 } // namespace ctl

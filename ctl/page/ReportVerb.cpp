@@ -54,7 +54,7 @@ void AddCheck(const EvidenceSource& source, const EvidenceSet& set, ReportData& 
 {
     CheckRules rules;
     rules.plan = source.plan;
-    rules.depth = Depth::Ends;
+    rules.depth = Depth::Texts;
     Activity activity;
     SetReport report = CheckSet(source.tree, set, rules, activity);
     data.mState = GetStateName(report.state);

@@ -143,7 +143,42 @@ TEST(EvidenceSet, WithAProblemThatTimeDoesNotMendIsIncompleteAtOnce)
     folder.Write(std::string(STEM) + "DiskPerf_iostat", MakeIostat(5, 50, 3));
     folder.Write(std::string(STEM) + "ProcessData", "");
     EXPECT_EQ(CheckOnly(folder, {}, 9).state, SetState::InProgress) << "it may just have been made";
-    EXPECT_EQ(CheckOnly(folder, {}, 100).state, SetState::Incomplete);
+    const SetReport report = CheckOnly(folder, {}, 100);
+    EXPECT_EQ(report.state, SetState::Incomplete);
+    EXPECT_TRUE(report.isUnderWay) << "the samples are still coming";
+    EXPECT_FALSE(CheckOnly(folder, {}, 250).isUnderWay);
+}
+
+TEST(EvidenceSet, WithALongTextIsHeldAgainstItsEnds)
+{
+    const EvidenceFolder folder;
+    WriteStatistics(folder, "tbrd", 4321, 1, "13-11_02.10.28");
+    const std::string name = "4321_13-11_02.10.28_CPU.MemoryPerf";
+    const std::string text = MakeMemoryPerf(3900);
+    ASSERT_GT(text.size(), std::size_t{4} << 20U);
+    const auto check = [&](const std::string& contents, Depth depth, std::time_t later) {
+        folder.Write(std::string(STEM) + "MemoryPerf", contents);
+        const EvidenceTree tree = FindEvidence(folder.GetPath());
+        CheckRules rules;
+        rules.depth = depth;
+        Activity activity("/absent", tree.sets.at(0).time + later);
+        return CheckSet(tree, tree.sets.at(0), rules, activity);
+    };
+    const SetReport whole = check(text, Depth::Ends, 1'000'000);
+    EXPECT_EQ(whole.state, SetState::Complete);
+    EXPECT_THAT(whole.notes,
+                ElementsAre(name + ": only its beginning and its end were read; verify reads it all"));
+    EXPECT_THAT(check(text.substr(0, text.size() - 1), Depth::Ends, 1'000'000).problems,
+                ElementsAre(name + ": ends in the middle of a line"));
+    const std::string cut = text.substr(0, text.rfind(MakeHead("/usr/bin/cat /proc/meminfo")));
+    EXPECT_THAT(check(cut, Depth::Ends, 1'000'000).problems,
+                ElementsAre(name + ": ends with \"vmstat\", before \"cat /proc/meminfo\""));
+    EXPECT_EQ(check(cut, Depth::Texts, 1'000'000).state, SetState::Incomplete);
+    EXPECT_THAT(check("stray" + text, Depth::Ends, 1'000'000).problems,
+                ElementsAre(name + ": begins with 5 bytes that belong to no section"));
+    const SetReport growing = check(text, Depth::Ends, 5);
+    EXPECT_EQ(growing.state, SetState::InProgress);
+    EXPECT_THAT(growing.problems, ElementsAre(name + ": may still be written"));
 }
 
 TEST(EvidenceSet, WhoseDeletionWasInterruptedIsIncomplete)

@@ -1,8 +1,12 @@
 #include "evidence/ThreadDump.h"
 
+#include "ctl/evidence/EvidenceFolder.h"
+
 #include <sstream>
 
 #include <gtest/gtest.h>
+
+#include <unistd.h>
 
 using namespace ctl;
 
@@ -51,4 +55,20 @@ TEST(ThreadDump, IsNoneWithoutTheHeader)
               "is no thread dump: it has no line \"Full thread dump\"");
     EXPECT_EQ(Check("\n\n"), "holds no text");
     EXPECT_EQ(Check(std::string(100, '\0') + "\n"), "holds zero bytes");
+}
+
+TEST(ThreadDump, ThatIsLongIsHeldAgainstItsEnds)
+{
+    const EvidenceFolder folder;
+    std::string text = HEADER;
+    while (text.size() < std::size_t{3} << 20U) {
+        text += THREAD;
+    }
+    for (const std::string& trailer : {std::string("JNI global refs: 15, weak refs: 0\n"), std::string()}) {
+        const std::string path = folder.Write("dump", text + trailer);
+        const int file = open(path.c_str(), O_RDONLY | O_CLOEXEC);
+        EXPECT_EQ(CheckThreadDumpEnds(file, text.size() + trailer.size()),
+                  trailer.empty() ? Check(text) : "");
+        close(file);
+    }
 }
