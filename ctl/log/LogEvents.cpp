@@ -49,6 +49,7 @@ constexpr LinePattern PATTERNS[] = {
     {LogEventKind::Pass, PASS_TEXT, "S"},
     {LogEventKind::Load, LOAD_STARTS_TEXT, ""},
     {LogEventKind::LoadDone, LOAD_SUCCEEDED_TEXT, ""},
+    {LogEventKind::Interval, POLL_INTERVAL_TEXT, "C_"},
     {LogEventKind::CounterAdded, COUNTER_ADDED_TEXT, "LNP_"},
     {LogEventKind::Breach, BREACH_TEXT + STAMP, "LNPTURU"},
     {LogEventKind::Forced, CAPTURE_WITHOUT_THRESHOLD_TEXT + STAMP, "LNPTURU"},

@@ -15,6 +15,7 @@ enum class LogEventKind
     Pass,            ///< a pass began to read its counters
     Load,            ///< the store is being read
     LoadDone,        ///< the store was read, and is valid
+    Interval,        ///< number: seconds between two passes from this load on
     CounterAdded,    ///< process (the name in the tables), pid, resource
     Breach,          ///< process, pid, resource, limit, unit, reading
     Forced,          ///< the same, for evidence that is taken without a threshold

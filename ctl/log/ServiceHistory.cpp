@@ -60,9 +60,7 @@ void HistoryBuilder::TakeService(std::time_t time, const LogEvent& event)
 {
     switch (event.kind) {
     case LogEventKind::Started:
-        mHistory = ServiceHistory();
-        mHistory.started = time;
-        mHistory.isComplete = true;
+        TakeStart(time);
         break;
     case LogEventKind::Stopped:
         mHistory.stopped = time;
@@ -77,9 +75,21 @@ void HistoryBuilder::TakeService(std::time_t time, const LogEvent& event)
     case LogEventKind::LoadDone:
         mHistory.lastLoadFailed = false;
         break;
+    case LogEventKind::Interval:
+        mHistory.interval = event.number;
+        break;
     default:
         break;
     }
+}
+
+void HistoryBuilder::TakeStart(std::time_t time)
+{
+    const std::optional<int> interval = mHistory.interval; // the first load comes before the start
+    mHistory = ServiceHistory();
+    mHistory.started = time;
+    mHistory.interval = interval;
+    mHistory.isComplete = true;
 }
 
 void HistoryBuilder::CountPass(std::time_t time)

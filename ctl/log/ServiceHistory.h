@@ -57,6 +57,7 @@ struct ServiceHistory
     std::optional<std::time_t> passBefore; ///< the one before it
     std::optional<std::time_t> lastLoad;   ///< when the store was read last
     bool lastLoadFailed = false;           ///< that reading was not followed by its success
+    std::optional<int> interval;           ///< seconds between two passes, by that reading
     bool isComplete = false;               ///< everything since the start was read
     std::map<CounterKey, CounterHistory> counters;
     std::vector<BreachCount> breaches;
@@ -75,6 +76,7 @@ public:
 
 private:
     void TakeService(std::time_t time, const LogEvent& event);
+    void TakeStart(std::time_t time);
     void TakeCounter(std::time_t time, const LogEvent& event);
     void TakeBreach(std::time_t time, const LogEvent& event);
     void CountPass(std::time_t time);

@@ -80,11 +80,13 @@ void AddService(const ServiceState& state, MetricText& text)
         text.AddSingle("thsentinel_last_pass_timestamp_seconds", "gauge",
                        "When the last pass read its counters.", static_cast<double>(*state.history.lastPass));
     }
-    text.AddSingle("thsentinel_poll_interval_seconds", "gauge", "Seconds between two passes, by the store.",
+    text.AddSingle("thsentinel_poll_interval_seconds", "gauge", "Seconds between two passes.",
                    static_cast<double>(state.GetInterval().count()));
-    text.AddSingle("thsentinel_settings_valid", "gauge",
-                   "Whether the service would start with the store: 1 or 0.",
-                   state.prediction.result == 0 ? 1 : 0);
+    if (const auto areValid = state.AreSettingsValid()) {
+        text.AddSingle("thsentinel_settings_valid", "gauge",
+                       "Whether the service would start with the store: 1 or 0. Missing if it can't be read.",
+                       *areValid ? 1 : 0);
+    }
     if (const auto levels = state.GetRaisedLevels()) {
         text.AddSingle("thsentinel_levels_raised", "gauge", "Log targets whose levels are raised.",
                        static_cast<double>(levels->size()));

@@ -14,8 +14,6 @@ namespace ctl
 namespace
 {
 
-constexpr std::time_t DAY = 86400;
-
 /** A copy of another host's store says nothing of this one's folders. */
 FolderProbe GetProbe(const Common& common)
 {
@@ -28,8 +26,20 @@ FolderProbe GetProbe(const Common& common)
 
 } // namespace
 
+std::optional<bool> ServiceState::WasStopped() const
+{
+    const bool isSeen = history.started || history.lastPass || history.stopped;
+    if (lock.IsRunning() || !history.failure.empty() || !isSeen) {
+        return std::nullopt;
+    }
+    return history.stopped.has_value();
+}
+
 std::chrono::seconds ServiceState::GetInterval() const
 {
+    if (lock.IsRunning() && history.interval) {
+        return std::chrono::seconds(*history.interval);
+    }
     return std::chrono::seconds(prediction.settings.Get(THHS_POLL_INTERVAL));
 }
 
@@ -56,6 +66,11 @@ std::optional<bool> ServiceState::IsStuck() const
         return std::nullopt;
     }
     return now - *history.lastPass > (2 * GetInterval() + GetPassLength()).count();
+}
+
+std::optional<bool> ServiceState::AreSettingsValid() const
+{
+    return store->GetFailure().empty() ? std::optional(prediction.result == 0) : std::nullopt;
 }
 
 std::optional<bool> ServiceState::IsStoreUnread() const
@@ -114,8 +129,9 @@ ServiceState ReadServiceState(const Common& common, std::uint64_t logLimit)
             state.since = GetStartTime(*details);
         }
     }
-    // A second of tolerance: the time of a start is known in whole seconds.
-    const std::time_t logSince = state.since ? *state.since - 2 : state.now - DAY;
+    // A second of tolerance: the time of a start is known in whole seconds. A service that doesn't run may
+    // have ended at any time.
+    const std::time_t logSince = state.since ? *state.since - 2 : 0;
     state.history = ReadHistory(ListLogs(common.log), logSince, logLimit);
     state.store = OpenStore(common.store);
     state.prediction = PredictLoad(*state.store, GetProbe(common));

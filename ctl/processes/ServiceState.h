@@ -29,7 +29,10 @@ struct ServiceState
     LoadPrediction prediction; ///< of the store as it is on disk now
     LiveMatches live;          ///< of its lists
 
-    /** Seconds between two passes, by the store on disk. */
+    /** True if the last run ended by a stop, false if without one; nothing if the log doesn't say or it runs.
+     */
+    std::optional<bool> WasStopped() const;
+    /** Seconds between two passes: those in force while the service runs, else those of the store on disk. */
     std::chrono::seconds GetInterval() const;
     /** How long the last pass took beyond the interval; 0 if it isn't known. */
     std::chrono::seconds GetPassLength() const;
@@ -37,6 +40,8 @@ struct ServiceState
     std::optional<std::time_t> GetNextPass() const;
     /** True if the last pass is older than two intervals and a pass; nothing if that can't be known. */
     std::optional<bool> IsStuck() const;
+    /** True if the service would start with the store on disk; nothing if that can't be read. */
+    std::optional<bool> AreSettingsValid() const;
     /** True if the store was changed after the service had read it; nothing if that can't be known. */
     std::optional<bool> IsStoreUnread() const;
     /** Log targets whose levels are raised now; nothing if that can't be known. */

@@ -35,14 +35,23 @@ struct Options
     double interval = 2;
 };
 
+/** The file with the id stays after a stop in order, too, which the log then ends with. */
+int GetStatusOfEnd(const ServiceState& state)
+{
+    const std::optional<bool> wasStopped = state.WasStopped();
+    if (!wasStopped) {
+        return SERVICE_UNKNOWN;
+    }
+    return *wasStopped ? SERVICE_STOPPED : SERVICE_DEAD_WITH_ID;
+}
+
 int GetStatus(const ServiceState& state)
 {
     switch (state.lock.state) {
     case DaemonLock::State::Running:
         return SERVICE_RUNNING;
     case DaemonLock::State::Stopped:
-        // The file with the id stays after a stop in order, too, which the log then ends with.
-        return state.lock.IsStale() && !state.history.stopped ? SERVICE_DEAD_WITH_ID : SERVICE_STOPPED;
+        return state.lock.IsStale() ? GetStatusOfEnd(state) : SERVICE_STOPPED;
     case DaemonLock::State::Unknown:
         break;
     }
@@ -96,7 +105,7 @@ Json DescribeService(const ServiceState& state)
     document["interval"] = state.GetInterval().count();
     document["settingsRead"] = TimeToJson(state.history.lastLoad);
     document["settingsChanged"] = OrNull(state.IsStoreUnread());
-    document["settingsValid"] = state.prediction.result == 0;
+    document["settingsValid"] = OrNull(state.AreSettingsValid());
     return document;
 }
 
@@ -120,6 +129,15 @@ void WriteJson(const ServiceState& state)
 std::string Ago(const ServiceState& state, std::time_t time)
 {
     return FormatDuration(std::chrono::seconds(std::max<std::time_t>(0, state.now - time))) + " ago";
+}
+
+const char* DescribeEnd(const ServiceState& state)
+{
+    const std::optional<bool> wasStopped = state.WasStopped();
+    if (!wasStopped) {
+        return "doesn't run; it is not known how it ended";
+    }
+    return *wasStopped ? "was stopped" : "ended without a stop";
 }
 
 void WriteHead(const ServiceState& state, std::ostream& output)
@@ -148,8 +166,8 @@ void WriteHead(const ServiceState& state, std::ostream& output)
     }
     if (state.lock.IsStale()) {
         output << "  process id " << *state.lock.written
-               << " in the run lock file is stale: it is left from a service that "
-               << (state.history.stopped ? "was stopped" : "ended without a stop") << '\n';
+               << " in the run lock file is stale: it is left from a service that " << DescribeEnd(state)
+               << '\n';
     }
 }
 
@@ -171,9 +189,11 @@ void WriteTimes(const ServiceState& state, std::ostream& output)
     if (state.IsStoreUnread().value_or(false)) {
         output << "; " << Paint("changed on disk and not read yet", Colour::Yellow);
     }
-    if (state.prediction.result != 0) {
+    if (!state.AreSettingsValid().value_or(true)) {
         output << "; " << Paint("those on disk stop the service at its next reading", Colour::Red)
                << ", see thsentinelctl check";
+    } else if (!state.AreSettingsValid()) {
+        output << "; those on disk can't be read";
     }
     output << '\n';
 }

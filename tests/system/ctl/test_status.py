@@ -112,6 +112,38 @@ def test_an_end_without_a_stop_is_told_from_a_stop(host):
     assert (stopped.status, stopped.document["running"]) == (3, False)
 
 
+def test_a_stop_of_long_ago_is_told_from_an_end_without_one(host):
+    """The daemon never removes the id, and nothing is written while it doesn't run."""
+    head, started = "2026-01-02 02:07:28:045 - ", texts.STARTED
+    log = "/usr/tarnv/tarnhaven/logs/thsentinel/root.010226_00001.log"
+    host.put(product.RUN_LOCK, "4194300\n")
+    host.put(product.CHILD_LOCK)
+    unknown = ctl(host, "status")
+    assert unknown.status == 4
+    assert "is left from a service that doesn't run; it is not known how it ended\n" in unknown.output
+    host.put(log, f"{head}{started}\n")
+    dead = ctl(host, "status")
+    assert dead.status == 1 and "is left from a service that ended without a stop\n" in dead.output
+    host.put(log, f"{head}{started}\n{head}{texts.STOPPED}\n")
+    stopped = ctl(host, "status")
+    assert stopped.status == 3 and "is left from a service that was stopped\n" in stopped.output
+
+
+def test_a_store_that_may_not_be_read_is_neither_valid_nor_invalid(host):
+    host.start()
+    host.shell(f"chmod 600 {product.STORE}")
+
+    def look(*arguments):
+        return host.run("/bin/dash", "-c", f"exec setpriv --reuid=65534 --clear-groups {companion.program()} {' '.join(arguments)}")
+
+    assert status(host).document["settingsValid"] is True
+    assert companion.Outcome(*look("status", "--json")).document["settingsValid"] is None
+    said = look("status").output
+    assert "; those on disk can't be read\n" in said and "stop the service" not in said
+    assert "thsentinel_settings_valid" not in look("metrics").output
+    assert "thsentinel_settings_valid 1\n" in ctl(host, "metrics").output
+
+
 def test_asking_never_stands_in_the_way_of_a_start(host):
     asker = host.spawn("/bin/dash", "-c", f"while :; do {companion.program()} status >/dev/null; "
                                           f"{companion.program()} wait --stopped 0; done")

@@ -41,6 +41,34 @@ TEST_F(ServiceStateFixture, IsStuckAfterTwoIntervalsAndAPass)
     EXPECT_EQ(mState.IsStuck(), true);
 }
 
+TEST_F(ServiceStateFixture, GoesByTheIntervalInForceWhileItRuns)
+{
+    Say("Processes will be monitored regularly after 300 seconds. It can be modified by changing "
+        "THHS_POLL_INTERVAL value in Tarnhaven configuration.");
+    Start(); // the store on disk, which is newer, has 100 s
+    Pass();
+    EXPECT_EQ(mState.GetNextPass(), mState.now + 300);
+    AdvanceTo(mState.now + 600);
+    EXPECT_EQ(mState.IsStuck(), false);
+    AdvanceTo(mState.now + 1);
+    EXPECT_EQ(mState.IsStuck(), true);
+    mState.lock.state = DaemonLock::State::Stopped;
+    EXPECT_EQ(mState.GetInterval().count(), 100) << "the next start reads the store";
+}
+
+TEST_F(ServiceStateFixture, KnowsAStopFromAnEndWithoutOneUnlessTheLogDoesNotSay)
+{
+    EXPECT_EQ(mState.WasStopped(), std::nullopt) << "no log reaches back to it";
+    Start();
+    EXPECT_EQ(mState.WasStopped(), std::nullopt) << "it runs";
+    mState.lock.state = DaemonLock::State::Stopped;
+    EXPECT_EQ(mState.WasStopped(), false);
+    Say("Tarnhaven Health Sentinel Service stopped.");
+    EXPECT_EQ(mState.WasStopped(), true);
+    mState.history.failure = "root.111426_00001.log: Permission denied";
+    EXPECT_EQ(mState.WasStopped(), std::nullopt) << "a later start may stand there";
+}
+
 TEST_F(ServiceStateFixture, HasUnreadSettingsIfTheyChangedAfterTheLastReading)
 {
     Start();
