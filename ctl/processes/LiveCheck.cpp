@@ -197,6 +197,14 @@ void LiveCheck::CheckCpuLimit(const char* key, const std::string& name, int limi
     }
 }
 
+/** A reading is cut to a whole number and must be above the limit. `percent` is the most that it can be. */
+std::string RecommendLimit(double percent)
+{
+    const int highest = static_cast<int>(std::floor(percent + 1e-9)) - 1;
+    return highest < 0 ? "no limit can be exceeded by so few threads: watch its memory"
+                       : "give " + std::to_string(highest) + " at most";
+}
+
 void LiveCheck::CheckThreads(const char* key, const std::string& name, int needed)
 {
     const int processors = mLive.machine.processors;
@@ -213,7 +221,7 @@ void LiveCheck::CheckThreads(const char* key, const std::string& name, int neede
         Add(Severity::Warning, key,
             fact + ", and it has " + std::to_string(most) + (most == 1 ? " thread" : " threads") +
                 ", so it can't be reached",
-            "give a limit below " + FormatPercent(WHOLE * most / processors));
+            RecommendLimit(WHOLE * most / processors));
     } else {
         Add(Severity::Info, key, fact, "");
     }

@@ -81,7 +81,7 @@ Checked Check(const Common& common, const Options& options, const Store& store)
     checked.prediction = PredictLoad(store, GetProbe(common, options));
     checked.findings = checked.prediction.findings;
     CheckEntries(store, checked.findings);
-    CheckSettings(store, checked.prediction, checked.findings);
+    CheckSettings(store, checked.prediction, checked.findings, !options.noHost);
     if (!options.noHost) {
         CheckAgainstHost(common, store, checked);
     }

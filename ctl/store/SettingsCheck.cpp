@@ -23,8 +23,8 @@ namespace
 class SettingsCheck
 {
 public:
-    SettingsCheck(const Store& store, const Settings& settings, StoreFindings& findings)
-        : mStore(store), mSettings(settings), mFindings(findings)
+    SettingsCheck(const Store& store, const Settings& settings, StoreFindings& findings, bool asksHost)
+        : mStore(store), mSettings(settings), mFindings(findings), mAsksHost(asksHost)
     {}
 
     void Run()
@@ -51,6 +51,7 @@ private:
     const Store& mStore;
     const Settings& mSettings;
     StoreFindings& mFindings;
+    const bool mAsksHost;
 };
 
 void SettingsCheck::CheckNothingWatched()
@@ -77,7 +78,7 @@ void SettingsCheck::CheckJava()
         return;
     }
     const std::string tool = mSettings.jdkHome + "/bin/jcmd";
-    if (access(tool.c_str(), X_OK) != 0) {
+    if (mAsksHost && access(tool.c_str(), X_OK) != 0) {
         Add(Severity::Warning, THHS_JDK_HOME,
             tool + " can't be run on this host, so no heap or thread dump is taken",
             "name the folder of a JDK, the one that holds bin/jcmd");
@@ -123,9 +124,10 @@ void SettingsCheck::AddDecisionTimes()
 
 } // namespace
 
-void CheckSettings(const Store& store, const LoadPrediction& prediction, StoreFindings& findings)
+void CheckSettings(const Store& store, const LoadPrediction& prediction, StoreFindings& findings,
+                   bool asksHost)
 {
-    SettingsCheck(store, prediction.settings, findings).Run();
+    SettingsCheck(store, prediction.settings, findings, asksHost).Run();
 }
 
 } // namespace ctl

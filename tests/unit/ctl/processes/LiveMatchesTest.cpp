@@ -112,6 +112,15 @@ TEST_F(LiveFixture, SaysThatTheThreadsAreTooFewForALimit)
               "\"tbrd\": a reading never exceeds 100 percent, so this limit is never reached\n");
 }
 
+TEST_F(LiveFixture, RecommendsALimitThatTheThreadsCanExceed)
+{
+    mFolder.AddProcess(7, "tbrd\0"s); // with 3 threads, 4.68 % of 64 processors, which is read as 4
+    mSettings.cpu["tbrd"] = 4;
+    Look();
+    ASSERT_EQ(mFindings.size(), 1u);
+    EXPECT_EQ(mFindings[0].remedy, "give 3 at most");
+}
+
 TEST_F(LiveFixture, SaysThatMemoryBeyondTheHostIsNeverReached)
 {
     mFolder.AddProcess(7, "tbrd\0"s);

@@ -15,14 +15,14 @@ namespace
 using Values = std::map<std::string, std::string>;
 
 /** The findings about settings as a whole, "SEVERITY KEY: MESSAGE". */
-std::vector<std::string> Check(Values values)
+std::vector<std::string> Check(Values values, bool asksHost = true)
 {
     values.emplace("THHS_MONITOR_CPU", "tbrd:5");
     values.emplace("THHS_EVIDENCE_PATH", "/evidence");
     const StoreOfKeys store(std::move(values));
     const auto always = [](const std::string&) { return true; };
     StoreFindings findings;
-    CheckSettings(store, PredictLoad(store, {always, always}), findings);
+    CheckSettings(store, PredictLoad(store, {always, always}), findings, asksHost);
     std::vector<std::string> texts;
     for (const StoreFinding& finding : findings) {
         texts.push_back(GetName(finding.severity) + (" " + finding.key + ": " + finding.message));
@@ -40,6 +40,15 @@ TEST(SettingsCheck, SaysWhenTheFirstDecisionFallsAndThenHowOften)
 {
     EXPECT_EQ(Check({}), std::vector<std::string>{DecideAfter("40 min", "1 h")});
     EXPECT_EQ(Check({{"THHS_POLL_INTERVAL", "7"}}), std::vector<std::string>{DecideAfter("28 s", "42 s")});
+}
+
+TEST(SettingsCheck, LooksForTheToolsOfAJdkOnThisHostOnlyWhereItMay)
+{
+    const Values java = {{"THHS_MONITOR_CPU", "thwmc:5"},
+                         {"THHS_CAPTURE_PROCESS_DUMP", "1"},
+                         {"THHS_JDK_HOME", "/no/such/jdk"}};
+    EXPECT_EQ(Check(java).size(), 2U);
+    EXPECT_EQ(Check(java, false), std::vector<std::string>{DecideAfter("40 min", "1 h")});
 }
 
 struct SettingRow
@@ -89,7 +98,7 @@ TEST(SettingsCheck, SaysThatNothingIsWatched)
     const StoreOfKeys store(Values{{"THHS_EVIDENCE_PATH", "/evidence"}});
     const auto always = [](const std::string&) { return true; };
     StoreFindings findings;
-    CheckSettings(store, PredictLoad(store, {always, always}), findings);
+    CheckSettings(store, PredictLoad(store, {always, always}), findings, true);
     ASSERT_FALSE(findings.empty());
     EXPECT_EQ(findings[0].message,
               "nothing is watched: neither this list nor that of the memory names a process");
