@@ -71,8 +71,9 @@ def test_what_the_command_leaves_behind_dies_with_it():
 
 @pytest.mark.parametrize("number", ["TERM", "INT", "HUP", "KILL"])
 def test_a_signal_to_the_script_ends_the_whole_host(number):
-    started = subprocess.Popen([SCRIPT, "--", "sh", "-c", "echo on; sleep 1000"], stdout=subprocess.PIPE,
-                               stderr=subprocess.DEVNULL)
+    # The tests themselves may run where these are ignored, as below nohup, and a shell can't undo that.
+    started = subprocess.Popen(["env", "--default-signal", SCRIPT, "--", "sh", "-c", "echo on; sleep 1000"],
+                               stdout=subprocess.PIPE, stderr=subprocess.DEVNULL)
     assert started.stdout.read(3) == b"on\n"
     subprocess.run(["kill", f"-{number}", str(started.pid)], check=True)
     started.wait(20)
