@@ -36,7 +36,9 @@ bool UnixHelperFunction::EchoCommandToFile(std::string command, std::string outp
         return false;
     }
     const std::string rule(RULE_LENGTH, '-');
-    const std::string head = "\n\n" + rule + "\nCommand: " + command + "\n" + rule + "\n";
+    // As far as a NUL, which is where the line ends for the shell.
+    const std::string line = command.c_str(); // NOLINT(readability-redundant-string-cstr)
+    const std::string head = "\n\n" + rule + "\nCommand: " + line + "\n" + rule + "\n";
     // Written by the close: the end of the process may wait for a stream that is being written, but not for
     // one that is being closed.
     std::vector<char> buffer(head.size() + 1);

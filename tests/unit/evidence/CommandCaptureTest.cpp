@@ -61,6 +61,12 @@ TEST_P(CommandLine, StandsInTheHeadWithoutItsRedirection)
     EXPECT_THAT(GetLogLines(), IsEmpty());
 }
 
+TEST_F(CommandCapture, ShowsALineInItsHeadAsFarAsTheShellReadsIt)
+{
+    EXPECT_TRUE(mHelper->EchoCommandToFile(std::string("cat a\0b", 7), mFile));
+    EXPECT_EQ(ReadFile(mFile), Section("cat a"));
+}
+
 INSTANTIATE_TEST_SUITE_P(
     Forms, CommandLine,
     testing::Values(LineCase{"ToolWithArguments", "/t/top", "-b -n 1", -1, "/t/top -b -n 1"},
