@@ -4,7 +4,7 @@ import subprocess
 
 import pytest
 
-from host import product
+from host import paced, product
 
 SLEEPER = """public class Sleeper {
     public static void main(String[] arguments) throws Exception {
@@ -30,7 +30,21 @@ def _java_process(tmp_path):
         process.stdin.close()
 
 
-@pytest.fixture(autouse=True)
+@pytest.fixture(autouse=True, scope="session")
 def companion_is_built():
     if not product.has_companion():
         pytest.skip("thsentinelctl is not built: cmake names the packages that are missing")
+
+
+@pytest.fixture(name="watching")
+def _watching(make_host, pace):
+    """Starts a paced service that watches a real process; returns it and the id of that process."""
+    def start(**store):
+        host = make_host(real_tools=True, cpus=2, store={
+            "THHS_MONITOR_CPU": "sleep:80,absent:5", "THHS_POLL_INTERVAL": 600, **store})
+        sleeper = host.spawn("/bin/sleep", "1000")
+        daemon = paced.Paced(host, pace)
+        assert daemon.start().status == 0
+        return daemon, sleeper
+
+    return start

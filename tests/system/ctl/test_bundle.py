@@ -9,12 +9,6 @@ import pytest
 from host import companion
 
 
-@pytest.fixture(autouse=True)
-def _needs_companion():
-    if companion.program() is None:
-        pytest.skip("thsentinelctl is not built")
-
-
 @pytest.fixture(name="evidence")
 def _evidence(tmp_path):
     """An evidence folder with one set, a core and a secret in its environment: folder, stem."""

@@ -18,12 +18,6 @@ UNUSUAL = {
 }
 
 
-@pytest.fixture(autouse=True)
-def _needs_companion():
-    if companion.program() is None:
-        pytest.skip("thsentinelctl is not built")
-
-
 def check(host, *arguments):
     """The outcome of `check --json` on a host, with its document."""
     result = host.run(str(companion.program()), "check", "--json", *arguments)

@@ -20,12 +20,6 @@ STOPPED = "Tarnhaven Health Sentinel Service stopped."
 PASS = "Tarnhaven Health Sentinel Service is monitoring the resources."
 
 
-@pytest.fixture(autouse=True)
-def _needs_companion():
-    if companion.program() is None:
-        pytest.skip("thsentinelctl is not built")
-
-
 def breach(number):
     return f"CPU threshold exceeded by process : tbrd ({number}), Threshold : 80 Percent , Usage : 90.25 Percent"
 

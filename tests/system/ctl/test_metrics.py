@@ -13,38 +13,14 @@ ALL = ["thsentinel_up", "thsentinel_breaches_total", "thsentinel_sets", "thsenti
        "thsentinel_last_pass_timestamp_seconds"]
 
 
-@pytest.fixture(autouse=True)
-def _needs_companion():
-    if companion.program() is None:
-        pytest.skip("thsentinelctl is not built")
-
-
-def ctl(host, *arguments):
-    result = host.run(str(companion.program()), *arguments)
-    return companion.Outcome(result.status, result.output, result.errors)
-
-
 def samples(text):
     return dict(re.fullmatch(r"(\S+?(?:\{.*\})?) (\S+)", line).groups() for line in text.splitlines()
                 if not line.startswith("#"))
 
 
-@pytest.fixture
-def watched(make_host, pace):
-    def start(**store):
-        host = make_host(real_tools=True, cpus=2, store={
-            "THHS_MONITOR_CPU": "sleep:80,absent:5", "THHS_POLL_INTERVAL": 600, **store})
-        sleeper = host.spawn("/bin/sleep", "1000")
-        daemon = paced.Paced(host, pace)
-        assert daemon.start().status == 0
-        return daemon, sleeper
-
-    return start
-
-
-def test_metrics_of_a_service_at_work_are_whole_and_accepted(watched):
-    daemon, _ = watched(THHS_CAPTURE_WITHOUT_THRESHOLD=1)
-    done = ctl(daemon.host, "metrics")
+def test_metrics_of_a_service_at_work_are_whole_and_accepted(watching):
+    daemon, _ = watching(THHS_CAPTURE_WITHOUT_THRESHOLD=1)
+    done = companion.run_on(daemon.host, "metrics")
     assert done.status == 0
     found = samples(done.output)
     assert [name for name in ALL if f"# TYPE {name} " not in done.output] == []
@@ -66,20 +42,20 @@ def test_metrics_are_written_by_rename_also_when_nobody_runs(host):
     host.folder("/var/textfile")
     host.put("/var/textfile/thsentinel.prom", "old\n")
     before = host.shell("stat -c %i /var/textfile/thsentinel.prom")
-    assert ctl(host, "metrics", "-o", "/var/textfile/thsentinel.prom").status == 0
+    assert companion.run_on(host, "metrics", "-o", "/var/textfile/thsentinel.prom").status == 0
     assert host.shell("stat -c %i /var/textfile/thsentinel.prom") != before
     assert host.shell("ls -A /var/textfile") == "thsentinel.prom\n"
     assert host.shell("stat -c %a /var/textfile/thsentinel.prom") == "644\n"
     found = samples(host.get("/var/textfile/thsentinel.prom"))
     assert found["thsentinel_up"] == "0" and found["thsentinel_settings_valid"] == "1"
-    assert ctl(host, "metrics", "-o", "/no/such/folder/x").status == 3
+    assert companion.run_on(host, "metrics", "-o", "/no/such/folder/x").status == 3
 
 
-def test_explain_says_why_there_is_no_set(watched):
-    daemon, sleeper = watched(THHS_VERBOSE=1)
+def test_explain_says_why_there_is_no_set(watching):
+    daemon, sleeper = watching(THHS_VERBOSE=1)
     for _ in range(4):
         daemon.next_pass()
-    done = ctl(daemon.host, "explain", "sleep", "--json")
+    done = companion.run_on(daemon.host, "explain", "sleep", "--json")
     assert done.status == 0
     [counter] = done.document["counters"]
     assert (counter["pid"], counter["limit"], counter["window"], counter["setsTaken"]) == (sleeper, 80, 5, 0)
@@ -87,24 +63,24 @@ def test_explain_says_why_there_is_no_set(watched):
     assert any(one.startswith("the present reading, 0.") and "is not above the limit of 80 Percent" in one
                for one in counter["reasons"])
     assert "one full processor never brings it above the limit on this host" in counter["reasons"]
-    assert ctl(daemon.host, "explain", str(sleeper), "--json").document["counters"][0]["pid"] == sleeper
-    absent = ctl(daemon.host, "explain", "absent", "--json")
+    assert companion.run_on(daemon.host, "explain", str(sleeper), "--json").document["counters"][0]["pid"] == sleeper
+    absent = companion.run_on(daemon.host, "explain", "absent", "--json")
     assert absent.status == 1
     assert absent.document["reasons"] == ["no process of that name runs, so its cpu isn't read"]
-    stranger = ctl(daemon.host, "explain", "stranger")
+    stranger = companion.run_on(daemon.host, "explain", "stranger")
     assert stranger.output == "stranger: it is in neither THHS_MONITOR_CPU nor THHS_MONITOR_MEMORY\n"
 
 
-def test_explain_of_a_time_before_knows_what_the_log_knew_then(watched):
-    daemon, sleeper = watched(THHS_VERBOSE=1)
+def test_explain_of_a_time_before_knows_what_the_log_knew_then(watching):
+    daemon, sleeper = watching(THHS_VERBOSE=1)
     host = daemon.host
     for _ in range(2):
         daemon.next_pass()
     then = int(host.shell("date +%s")) + 1
     host.until(lambda: int(host.shell("date +%s")) > then, "two seconds go by")
     daemon.next_pass()
-    [now] = ctl(host, "explain", "sleep", "--json").document["counters"]
-    document = ctl(host, "explain", "sleep", "--at", f"@{then}", "--json").document
+    [now] = companion.run_on(host, "explain", "sleep", "--json").document["counters"]
+    document = companion.run_on(host, "explain", "sleep", "--at", f"@{then}", "--json").document
     [before] = document["counters"]
     assert (now["window"], before["window"], before["pid"]) == (4, 3, sleeper)
     assert (len(now["readings"]), len(before["readings"])) == (4, 3)
@@ -112,17 +88,17 @@ def test_explain_of_a_time_before_knows_what_the_log_knew_then(watched):
     assert not any("from now on" in one or "the present reading" in one for one in before["reasons"])
 
 
-def test_explain_names_the_set_that_was_taken(watched):
-    daemon, _ = watched(THHS_CAPTURE_WITHOUT_THRESHOLD=1, THHS_DUMP_COUNT=1)
-    [counter] = ctl(daemon.host, "explain", "sleep", "--json").document["counters"]
+def test_explain_names_the_set_that_was_taken(watching):
+    daemon, _ = watching(THHS_CAPTURE_WITHOUT_THRESHOLD=1, THHS_DUMP_COUNT=1)
+    [counter] = companion.run_on(daemon.host, "explain", "sleep", "--json").document["counters"]
     assert counter["setsTaken"] == counter["setsAllowed"] == 1
     assert any(one.startswith("the last set was begun at ") for one in counter["reasons"])
     assert any(one.startswith("its 1 sets are used up") for one in counter["reasons"])
 
 
-def test_preflight_tries_tools_and_attaches_to_nothing(watched):
-    daemon, sleeper = watched()
-    done = ctl(daemon.host, "preflight", "--json")
+def test_preflight_tries_tools_and_attaches_to_nothing(watching):
+    daemon, sleeper = watching()
+    done = companion.run_on(daemon.host, "preflight", "--json")
     checks = {one["check"]: one for one in done.document["checks"]}
     assert checks["process listing"]["result"] == "good"
     assert checks["tool ps"]["result"] == "good"
@@ -134,7 +110,7 @@ def test_preflight_tries_tools_and_attaches_to_nothing(watched):
     number, unit = re.search(r"takes about ([\d.]+) (KiB|MiB),", said).groups()
     assert abs(float(number) * {"KiB": 1, "MiB": 1024}[unit] - space) <= 0.1 * space, said
     daemon.host.remove("/usr/bin/vmstat")
-    done = ctl(daemon.host, "preflight")
+    done = companion.run_on(daemon.host, "preflight")
     assert done.status in (1, 2)
     assert "warning tool vmstat: /bin/vmstat isn't there or can't be run: no memory statistics" in done.output
     assert texts.STARTED in daemon.host.log()

@@ -19,12 +19,6 @@ LARGEST_PAGE = 3 << 20
 MOST_MEMORY = 64 << 10
 
 
-@pytest.fixture(autouse=True, scope="module")
-def _needs_companion():
-    if companion.program() is None:
-        pytest.skip("thsentinelctl is not built")
-
-
 def make_sample(folder, *more):
     subprocess.run([sys.executable, SOURCES / "script/lib/sample_evidence.py", folder, *more], check=True)
     return folder

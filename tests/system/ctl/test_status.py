@@ -9,36 +9,8 @@ from host import companion, product, texts
 LOCKS = [product.RUN_LOCK, product.CHILD_LOCK]
 
 
-@pytest.fixture(autouse=True)
-def _needs_companion():
-    if companion.program() is None:
-        pytest.skip("thsentinelctl is not built")
-
-
-def ctl(host, *arguments, **options):
-    result = host.run(str(companion.program()), *arguments, **options)
-    return companion.Outcome(result.status, result.output, result.errors)
-
-
 def status(host, **options):
-    return ctl(host, "status", "--json", **options)
-
-
-@pytest.fixture
-def watching(make_host, pace):
-    """A paced service that watches a real process, and the id of that."""
-    from host import paced
-
-    def start(**store):
-        host = make_host(real_tools=True, cpus=2, store={
-            "THHS_MONITOR_CPU": "sleep:80,absent:5", "THHS_MONITOR_MEMORY": "sleep:1000", "THHS_POLL_INTERVAL": 600,
-            **store})
-        sleeper = host.spawn("/bin/sleep", "1000")
-        daemon = paced.Paced(host, pace)
-        assert daemon.start().status == 0
-        return daemon, sleeper
-
-    return start
+    return companion.run_on(host, "status", "--json", **options)
 
 
 def test_a_host_without_the_service_is_left_as_it_was(host):
@@ -46,12 +18,12 @@ def test_a_host_without_the_service_is_left_as_it_was(host):
     done = status(host)
     assert (done.status, done.document["running"], done.document["pid"]) == (3, False, None)
     assert done.document["counters"] == [] and done.document["lastPass"] is None
-    assert ctl(host, "wait", "--running", "0").status == 2
+    assert companion.run_on(host, "wait", "--running", "0").status == 2
     assert host.shell("find /usr/tarnv /evidence -printf '%p %T@ %m\\n'") == before
 
 
 def test_counters_show_readings_windows_and_sets(watching):
-    daemon, sleeper = watching()
+    daemon, sleeper = watching(THHS_MONITOR_MEMORY="sleep:1000")
     host = daemon.host
     done = status(host)
     assert done.status == 0
@@ -76,7 +48,7 @@ def test_counters_show_readings_windows_and_sets(watching):
 
 
 def test_sets_count_for_the_counter_that_breached(watching):
-    daemon, _ = watching(THHS_CAPTURE_WITHOUT_THRESHOLD=1, THHS_MONITOR_MEMORY=None, THHS_DUMP_COUNT=2)
+    daemon, _ = watching(THHS_CAPTURE_WITHOUT_THRESHOLD=1, THHS_DUMP_COUNT=2)
     for taken in (1, 2, 2):
         [counter] = status(daemon.host).document["counters"]
         assert (counter["setsTaken"], counter["setsAllowed"]) == (taken, 2)
@@ -93,7 +65,7 @@ def test_settings_that_changed_are_said_to_be_unread_until_the_next_pass(watchin
         return status(host).document["settingsChanged"]
 
     host.until(change, "the change is seen")
-    assert "changed on disk and not read yet" in ctl(host, "status").output
+    assert "changed on disk and not read yet" in companion.run_on(host, "status").output
     daemon.next_pass()
     host.until(lambda: not status(host).document["settingsChanged"] or daemon.next_pass() is None, "it is read")
 
@@ -105,7 +77,7 @@ def test_an_end_without_a_stop_is_told_from_a_stop(host):
     host.until_gone()
     killed = status(host)
     assert (killed.status, killed.document["running"], killed.document["staleId"]) == (1, False, pid)
-    assert f"process id {pid} in the run lock file is stale" in ctl(host, "status").output
+    assert f"process id {pid} in the run lock file is stale" in companion.run_on(host, "status").output
     host.start()
     host.terminate()
     stopped = status(host)
@@ -118,14 +90,14 @@ def test_a_stop_of_long_ago_is_told_from_an_end_without_one(host):
     log = "/usr/tarnv/tarnhaven/logs/thsentinel/root.010226_00001.log"
     host.put(product.RUN_LOCK, "4194300\n")
     host.put(product.CHILD_LOCK)
-    unknown = ctl(host, "status")
+    unknown = companion.run_on(host, "status")
     assert unknown.status == 4
     assert "is left from a service that doesn't run; it is not known how it ended\n" in unknown.output
     host.put(log, f"{head}{started}\n")
-    dead = ctl(host, "status")
+    dead = companion.run_on(host, "status")
     assert dead.status == 1 and "is left from a service that ended without a stop\n" in dead.output
     host.put(log, f"{head}{started}\n{head}{texts.STOPPED}\n")
-    stopped = ctl(host, "status")
+    stopped = companion.run_on(host, "status")
     assert stopped.status == 3 and "is left from a service that was stopped\n" in stopped.output
 
 
@@ -141,7 +113,7 @@ def test_a_store_that_may_not_be_read_is_neither_valid_nor_invalid(host):
     said = look("status").output
     assert "; those on disk can't be read\n" in said and "stop the service" not in said
     assert "thsentinel_settings_valid" not in look("metrics").output
-    assert "thsentinel_settings_valid 1\n" in ctl(host, "metrics").output
+    assert "thsentinel_settings_valid 1\n" in companion.run_on(host, "metrics").output
 
 
 def test_asking_never_stands_in_the_way_of_a_start(host):
@@ -149,15 +121,15 @@ def test_asking_never_stands_in_the_way_of_a_start(host):
                                           f"{companion.program()} wait --stopped 0; done")
     for _ in range(2):
         host.start()
-        assert ctl(host, "wait", "--running", "20").status == 0
+        assert companion.run_on(host, "wait", "--running", "20").status == 0
         host.terminate()
-        assert ctl(host, "wait", "--stopped", "20").status == 0
+        assert companion.run_on(host, "wait", "--stopped", "20").status == 0
     host.kill(asker)
 
 
 def test_an_ordinary_user_learns_whether_it_runs(host):
     pid = host.start()
-    done = ctl(host, "status", "--json")
+    done = companion.run_on(host, "status", "--json")
     assert done.document["pid"] == pid
     line = f"exec setpriv --reuid=65534 --clear-groups {companion.program()} status --json"
     result = host.run("/bin/dash", "-c", line)
@@ -171,7 +143,7 @@ def test_a_run_lock_that_holds_anything_is_met_safely(host, content):
     host.put(product.CHILD_LOCK)
     done = status(host)
     assert done.document["running"] is False
-    assert done.status in (1, 3) and "\x1b" not in ctl(host, "status").output
+    assert done.status in (1, 3) and "\x1b" not in companion.run_on(host, "status").output
 
 
 def test_lock_files_that_are_no_files_are_met_safely(host):

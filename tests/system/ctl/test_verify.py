@@ -11,12 +11,6 @@ NAME = "exampled"
 THREADS = 3
 
 
-@pytest.fixture(autouse=True)
-def _needs_companion():
-    if companion.program() is None:
-        pytest.skip("thsentinelctl is not built")
-
-
 def look(root, verb="verify", *more):
     """The outcome of a verb and its sets, for evidence below a folder, with no store."""
     done = companion.run(verb, "--json", "--evidence", root, "--store", "/absent", *more)

@@ -61,6 +61,12 @@ def measure(result, command, **streams):
     return int(status), int(peak), float(seconds)
 
 
+def run_on(host, *arguments, **options):
+    """Runs the program on an isolated host."""
+    result = host.run(str(program()), *arguments, **options)
+    return Outcome(result.status, result.output, result.errors)
+
+
 def run_measured(folder, *arguments):
     """Runs the program with its output in files of the folder, and measures its memory."""
     folder = pathlib.Path(folder)
