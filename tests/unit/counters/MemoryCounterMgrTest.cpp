@@ -85,6 +85,18 @@ INSTANTIATE_TEST_SUITE_P(
                     UnitCase{"WithBlank", "ABSOLUTE ", false}, UnitCase{"AnyText", "MB", false}),
     [](const auto& test) { return test.param.mName; });
 
+TEST_F(MemoryReader, AsksTheHelpersOwnClassWhetherTheUnitIsAbsolute)
+{
+    class HelperWithOneUnit : public ProbeHelper
+    {
+    public:
+        using ProbeHelper::ProbeHelper;
+        bool CompareIgnoreCase(std::string /*first*/, std::string /*second*/) override { return false; }
+    };
+    GetHelperSeam().mMake = [this] { return new HelperWithOneUnit(mRecord, mAsked); };
+    EXPECT_EQ(Read("PERCENT"), MEGABYTES);
+}
+
 TEST_F(MemoryReader, LooksAtTheUnitOnEachReading)
 {
     EXPECT_EQ(Read("ABSOLUTE"), MEGABYTES);
