@@ -2,6 +2,7 @@
 
 #include "base/Document.h"
 #include "evidence/DataScan.h"
+#include "evidence/HidingStream.h"
 #include "evidence/Sha256.h"
 
 #include <algorithm>
@@ -105,16 +106,13 @@ void ReadWhole(int file, std::uint64_t bytes, const BytesTaker& take)
     fill(bytes);
 }
 
-/** Gives the lines of a text with their values hidden. Returns how many were. */
+/** Gives a text with its values hidden. Returns how many were. */
 std::size_t ReadHidden(int file, std::uint64_t bytes, const Redaction& redaction, const BytesTaker& take)
 {
-    std::size_t hidden = 0;
-    const DataScan scan =
-        ReadLines(file, 0, bytes, [&](std::string_view line) { take(redaction.Hide(line, hidden) + "\n"); });
-    if (!scan.failure.empty()) {
-        throw std::runtime_error("a file of the set " + scan.failure);
-    }
-    return hidden;
+    HidingStream stream(redaction, take);
+    ReadWhole(file, bytes, [&stream](std::string_view block) { stream.Take(block); });
+    stream.Finish();
+    return stream.GetHidden();
 }
 
 /** Writes the files of one set. */

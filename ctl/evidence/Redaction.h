@@ -1,6 +1,5 @@
 #pragma once
 
-#include <cstddef>
 #include <string>
 #include <string_view>
 #include <vector>
@@ -9,7 +8,8 @@ namespace ctl
 {
 
 /**
- * Hides values in command lines and environments, as ps, top and stack listings show them.
+ * What is hidden in command lines and environments, as ps, top and stack listings show them; HidingStream
+ * hides it.
  *
  * A value is hidden when the name before it holds one of the words of the list, in any case: NAME=value of an
  * environment, with the words after it up to the next NAME=; --name value and --name=value of a command line;
@@ -26,19 +26,19 @@ public:
      * nothing. */
     void AddLine(std::string_view line);
 
-    /** Returns a line with its values hidden; `hidden` counts them. */
-    std::string Hide(std::string_view line, std::size_t& hidden) const;
+    /** True if the value of a name is hidden. */
+    bool IsSecret(std::string_view name) const;
 
     /** The words, for the record of what was hidden. */
     const std::vector<std::string>& GetWords() const { return mWords; }
+
+    /** The texts that are hidden wherever they occur. */
+    const std::vector<std::string>& GetTexts() const { return mTexts; }
 
     /** What stands in place of a value. */
     static constexpr char HIDDEN[] = "[hidden]";
 
 private:
-    std::string HideTexts(std::string_view line, std::size_t& hidden) const;
-    bool IsSecret(std::string_view name) const;
-
     std::vector<std::string> mWords; ///< in small letters
     std::vector<std::string> mTexts;
 };

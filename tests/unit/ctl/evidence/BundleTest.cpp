@@ -1,6 +1,7 @@
 #include "evidence/Bundle.h"
 
 #include "ctl/evidence/EvidenceFolder.h"
+#include "evidence/Sha256.h"
 
 #include <gmock/gmock.h>
 
@@ -59,6 +60,20 @@ TEST_F(BundleFixture, HoldsWhatItsManifestSays)
     EXPECT_THAT(report.problems, IsEmpty());
     EXPECT_EQ(report.files, 6U);
     EXPECT_GT(report.bytes, LARGE);
+}
+
+TEST_F(BundleFixture, HoldsEveryByteOfATextWhileItHidesValues)
+{
+    const std::string text = std::string(100'000, 'x') + " " + std::string(5000, '\0') + "no line end";
+    mFolder.Write(std::string(STEM) + "ProcessData", text);
+    mRules.redaction = Redaction();
+    const std::vector<BundledFile> files = Write(mRules);
+    EXPECT_EQ(files.back().path, std::string(STEM) + "ProcessData");
+    EXPECT_EQ(files.back().bytes, text.size());
+    Sha256 digest;
+    digest.Take(text);
+    EXPECT_EQ(files.back().sha256, digest.Finish());
+    EXPECT_EQ(files.back().hidden, 0U);
 }
 
 TEST_F(BundleFixture, TakesAFileThatGrowsAsLongAsItWas)
