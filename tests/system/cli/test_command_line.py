@@ -186,15 +186,28 @@ LOOKS = """
 #include <stdio.h>
 #include <sys/stat.h>
 
-int stat(const char* restrict path, struct stat* restrict status)
+static void note(const char* path)
 {
-    int (*real)(const char*, struct stat*) = dlsym(RTLD_NEXT, "stat");
     FILE* file = fopen("/run/looks", "a");
     if (file) {
         fprintf(file, "%s\\n", path);
         fclose(file);
     }
+}
+
+int stat(const char* restrict path, struct stat* restrict status)
+{
+    int (*real)(const char*, struct stat*) = dlsym(RTLD_NEXT, "stat");
+    note(path);
     return real(path, status);
+}
+
+/* What a program calls for stat where the C library is older than 2.33. */
+int __xstat(int version, const char* path, struct stat* status)
+{
+    int (*real)(int, const char*, struct stat*) = dlsym(RTLD_NEXT, "__xstat");
+    note(path);
+    return real(version, path, status);
 }
 """
 RELEASES = ["/etc/redhat-release", "/etc/oracle-release", "/etc/SuSE-release"]

@@ -202,7 +202,9 @@ def test_a_stop_reaches_every_process_where_the_run_lock_has_no_number(make_host
     host.put("/world", WORLD)
     if content:
         host.put("/run-lock", content)
-    world = host.spawn("/usr/bin/unshare", "--pid", "--fork", "--mount-proc", "/bin/dash", "/world")
+    # An older unshare has what it starts ignore the signal.
+    world = host.spawn("/usr/bin/unshare", "--pid", "--fork", "--mount-proc",
+                       "/usr/bin/env", "--default-signal=INT,TERM", "/bin/dash", "/world")
     host.log_says(texts.STOPPED)
     host.until_gone()
     host.put("/run/go")
