@@ -12,6 +12,7 @@ from . import product, scripted, texts
 
 LIMIT = 60  # seconds that a condition may take before the test fails; far more than a busy machine needs
 INTERVAL = 0.05
+SANITIZER_REPORTS = "/run/sanitizer"
 SANITIZER_THREADS = 2  # the thread sanitizer's own in a process that has made a process and a thread
 
 RELEASE_FILES = {"redhat": ["redhat-release"], "oracle": ["oracle-release"], "suse": ["SuSE-release"],
@@ -45,6 +46,8 @@ class Host:
         self.evidence_path = evidence
         self.store = {}
         self._begin(share)
+        if product.is_built_with("-fsanitize="):
+            self.folder(SANITIZER_REPORTS, 0o1777)
         self.ask("copy", str(tree.at(product.BASE)), product.BASE)
         self.ask("folder", evidence, 0o755)
         for name in RELEASE_FILES[distribution]:
@@ -75,10 +78,14 @@ class Host:
         self.process = subprocess.Popen(command, stdin=subprocess.PIPE, stdout=subprocess.PIPE)
 
     def close(self):
-        """Ends the host. A daemon that writes coverage data is asked to end first, so that it can."""
+        """Ends the host. A daemon that writes coverage data is asked to end first, so that it can. What a sanitizer
+        has reported fails the test."""
         try:
             if product.measures_coverage() and self.process.poll() is None:
                 self._end_daemons()
+            if product.is_built_with("-fsanitize=") and self.process.poll() is None:
+                reports = self.ask("files", SANITIZER_REPORTS)
+                assert not reports, "".join(reports.values())
         finally:
             self.process.stdin.close()
             try:
@@ -131,7 +138,8 @@ class Host:
 
     def spawn(self, *arguments, environment=None, folder="/", given="", terminal=False):
         """Starts a program and gives its process id."""
-        return self.ask("spawn", arguments, environment or {}, folder, given, terminal)
+        environment = {**product.sanitizer_reports_to(f"{SANITIZER_REPORTS}/report"), **(environment or {})}
+        return self.ask("spawn", arguments, environment, folder, given, terminal)
 
     def wait(self, pid, limit=LIMIT):
         """Waits for a spawned program to end and to leave its streams."""

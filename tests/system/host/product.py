@@ -35,6 +35,14 @@ def is_built_with(option):
     return cache.exists() and option in cache.read_text()
 
 
+def sanitizer_reports_to(path):
+    """The environment that has a sanitizer of the build write its reports to PATH.PID: a daemon has no streams."""
+    if not is_built_with("-fsanitize="):
+        return {}
+    names = ["ASAN_OPTIONS", "TSAN_OPTIONS", "UBSAN_OPTIONS"]
+    return {name: ":".join(filter(None, [os.environ.get(name), f"log_path={path}"])) for name in names}
+
+
 def has_companion():
     """Whether the build has the companion program; where its packages are missing, cmake leaves it out."""
     return (build_folder() / "ctl" / "thsentinelctl").exists()
