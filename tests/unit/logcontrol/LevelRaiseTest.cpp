@@ -2,6 +2,7 @@
 
 #include "cli/THJobPerfMonSvc.h"
 #include "logcontrol/LogLevelFixture.h"
+#include "support/SystemSeams.h"
 
 #include <gmock/gmock.h>
 
@@ -107,6 +108,17 @@ TEST_F(LevelRaises, AreInProgressFromTheSavingOfTheLevelsOn)
     }
     EXPECT_FALSE(IsMetRaiseInProgress());
     EXPECT_EQ(GetMetTarget(), "485");
+}
+
+TEST_F(LevelRaises, SaveAndCopyLevelsUnderALock)
+{
+    SavedLevels saved;
+    const long before = CountLocks();
+    const LevelRaise raise(saved, "485", {1, 2});
+    const long between = CountLocks();
+    EXPECT_GT(between, before);
+    (void)CopySavedLevels(saved);
+    EXPECT_GT(CountLocks(), between);
 }
 
 TEST_F(LevelRaises, LetTheLevelsBeCopiedWhileTheyGrow)
