@@ -107,6 +107,19 @@ def test_sets_of_a_live_process_stay_unless_asked_for(tmp_path):
     assert len(candidates(tmp_path, "--older", "30d", "--live")) == 1
 
 
+def test_a_set_that_misses_files_stays_while_its_samples_still_come(tmp_path, sets):
+    """What is missing doesn't come any more, but the readings of its statistics last 500 seconds."""
+    store = tmp_path / "store"
+    store.write_text("THHS_NUMBER_OF_READINGS = 100\nTHHS_READING_INTERVAL = 5\n")
+    short = write_old(tmp_path, 60 / DAY, 6)
+    for name in ("DiskPerf_iostat", "DiskPerf_mpstat", "ProcessData"):
+        next(short.glob(f"*.{name}")).unlink()
+    write_old(tmp_path, 30 / DAY, 7)  # the newest set always stays
+    assert short.is_dir()
+    done = companion.run("prune", "--json", "--evidence", tmp_path, "--store", store, "--keep-newest", 1)
+    assert [one["path"] for one in done.document["candidates"]] == [str(one) for one in sets[1:]]
+
+
 def test_links_and_strange_files_are_left(tmp_path, sets):
     outside = tmp_path / "outside"
     outside.mkdir()
