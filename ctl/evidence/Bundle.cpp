@@ -31,11 +31,6 @@ struct EntryDeleter
     void operator()(archive_entry* entry) const { archive_entry_free(entry); }
 };
 
-bool IsText(FileKind kind)
-{
-    return kind != FileKind::Core && kind != FileKind::HeapDump;
-}
-
 /** A tar that is written, file by file. */
 class TarWriter
 {
@@ -197,6 +192,8 @@ private:
                            {"number", mSet.number},
                            {"time", TimeToJson(mSet.time)},
                            {"state", GetStateName(report.state)}};
+        manifest["settingsFailure"] =
+            mRules.settingsFailure.empty() ? Json(nullptr) : ToJson(mRules.settingsFailure);
         manifest["problems"] = Json::array();
         for (const std::string& problem : report.problems) {
             manifest["problems"].push_back(ToJson(problem));

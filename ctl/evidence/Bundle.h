@@ -21,6 +21,7 @@ struct BundleRules
 {
     bool withCores = false;
     std::optional<Redaction> redaction; ///< nothing hides nothing
+    std::string settingsFailure;        ///< why the settings are unknown; empty if they are known
     std::function<void(std::uint64_t bytes)> progress;
 };
 

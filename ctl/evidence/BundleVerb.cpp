@@ -9,6 +9,7 @@
 #include "evidence/Bundle.h"
 #include "evidence/EvidenceSource.h"
 #include "evidence/PrivateFile.h"
+#include "evidence/SetDocument.h"
 
 #include <iostream>
 #include <memory>
@@ -70,11 +71,13 @@ void PrintBundle(const std::string& path, const std::vector<BundledFile>& files,
               << GetStateName(report.state) << '\n';
 }
 
-Json DescribeBundle(const std::string& path, const std::vector<BundledFile>& files, const SetReport& report)
+Json DescribeBundle(const std::string& path, const std::vector<BundledFile>& files, const SetReport& report,
+                    const EvidenceSource& source)
 {
     Json document = BeginDocument("bundle");
     document["bundle"] = ToJson(path);
     document["state"] = GetStateName(report.state);
+    document["settingsFailure"] = SettingsFailureToJson(source);
     document["files"] = Json::array();
     document["leftOut"] = Json::array();
     for (const BundledFile& file : files) {
@@ -103,6 +106,7 @@ int Bundle(const Common& common, const BundleOptions& options)
     progress.CountBytes();
     BundleRules rules;
     rules.withCores = options.withCores;
+    rules.settingsFailure = source.settingsFailure;
     rules.progress = [&progress](std::uint64_t bytes) { progress.Advance(bytes); };
     if (!options.hidesNothing) {
         rules.redaction = ReadRedaction(options.list);
@@ -111,9 +115,10 @@ int Bundle(const Common& common, const BundleOptions& options)
     const std::vector<BundledFile> files = WriteBundle(output.Get(), source.tree, set, report, rules);
     output.Commit();
     if (common.json) {
-        PrintDocument(DescribeBundle(options.output, files, report));
+        PrintDocument(DescribeBundle(options.output, files, report, source));
     } else {
         PrintBundle(options.output, files, report);
+        PrintUnknownSettings(source);
     }
     return report.state == SetState::Complete ? EXIT_GOOD : EXIT_WARNINGS;
 }

@@ -25,6 +25,12 @@ enum class FileKind
 /** The ending of the daemon's name for the kind, "MemoryPerf"; "core" for a core image, which has none. */
 const char* GetKindName(FileKind kind);
 
+/** True for every kind but core images and heap dumps. */
+constexpr bool IsText(FileKind kind)
+{
+    return kind != FileKind::Core && kind != FileKind::HeapDump;
+}
+
 /** The local time in a file name. The daemon writes no year. */
 struct NameStamp
 {

@@ -78,35 +78,44 @@ CapturePlan MakeCapturePlan(const SettingReader& read)
     return plan;
 }
 
-SettingReader OpenSettings(const Common& common)
+StoredSettings OpenSettings(const Common& common)
 {
     const std::shared_ptr<const Store> store = OpenStore(common.store);
     if (!store->GetFailure().empty()) {
-        return nullptr;
+        return {nullptr, store->GetName() + " can't be read: " + store->GetFailure()};
     }
-    return [store](const std::string& key) -> std::optional<std::string> {
-        const Store::Text text = store->GetText(key);
-        return text.result == 0 ? text.text : std::nullopt;
-    };
+    return {[store](const std::string& key) -> std::optional<std::string> {
+                const Store::Text text = store->GetText(key);
+                return text.result == 0 ? text.text : std::nullopt;
+            },
+            ""};
+}
+
+std::string DescribeUnknownSettings(const EvidenceSource& source)
+{
+    if (source.settingsFailure.empty()) {
+        return "";
+    }
+    return "the settings are unknown (" + source.settingsFailure +
+           "), so their defaults decide which files and samples belong to a set";
 }
 
 EvidenceSource OpenEvidence(const Common& common)
 {
-    const std::string name = common.store.empty() ? "the configuration store" : common.store;
-    const SettingReader read = OpenSettings(common);
+    const StoredSettings settings = OpenSettings(common);
     EvidenceSource source;
-    if (read) {
-        source.plan = MakeCapturePlan(read);
-    } else {
-        source.storeFailure = name + " can't be read";
+    source.settingsFailure = settings.failure;
+    if (settings.read) {
+        source.plan = MakeCapturePlan(settings.read);
     }
     std::string directory = common.evidence;
     if (directory.empty()) {
-        directory = read ? read(THHS_EVIDENCE_PATH).value_or("") : "";
+        directory = settings.read ? settings.read(THHS_EVIDENCE_PATH).value_or("") : "";
     }
     if (directory.empty()) {
-        throw std::runtime_error(read ? name + " names no evidence folder; give --evidence DIR"
-                                      : source.storeFailure + "; give --evidence DIR");
+        const std::string name = common.store.empty() ? "the configuration store" : common.store;
+        throw std::runtime_error((settings.read ? name + " names no evidence folder" : settings.failure) +
+                                 "; give --evidence DIR");
     }
     source.tree = FindEvidence(directory);
     if (!source.tree.failure.empty()) {

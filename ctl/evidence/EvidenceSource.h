@@ -16,8 +16,15 @@ struct Common;
 /** Returns the text of a key of the store; nothing if the key isn't there. */
 using SettingReader = std::function<std::optional<std::string>(const std::string& key)>;
 
-/** Opens the store that --store names, else that of this host; null if it can't be read. */
-SettingReader OpenSettings(const Common& common);
+/** The settings of a store. */
+struct StoredSettings
+{
+    SettingReader read;  ///< null if the store can't be read
+    std::string failure; ///< "STORE can't be read: why"; empty on success
+};
+
+/** Opens the store that --store names, else that of this host. */
+StoredSettings OpenSettings(const Common& common);
 
 /** What the settings make the daemon capture, with bad values and the plan of readings as the daemon takes
  * them. */
@@ -28,8 +35,13 @@ struct EvidenceSource
 {
     EvidenceTree tree;
     CapturePlan plan;
-    std::string storeFailure; ///< why the settings are those of an empty store; empty on success
+    std::string settingsFailure; ///< why the settings are unknown, so that the defaults stand for them; empty
+                                 ///< on success
 };
+
+/** What a reader must know of results that rest on defaults, without a full stop; empty if the settings are
+ * known. */
+std::string DescribeUnknownSettings(const EvidenceSource& source);
 
 /**
  * Finds the evidence: below --evidence, else below THHS_EVIDENCE_PATH of the store. The settings come from

@@ -334,6 +334,15 @@ std::uint64_t EvidenceSet::GetDiskBytes() const
     return sum;
 }
 
+std::uint64_t EvidenceSet::GetTextBytes() const
+{
+    std::uint64_t sum = 0;
+    for (const EvidenceFile& file : files) {
+        sum += file.IsPlain() && IsText(file.kind) ? file.bytes : 0;
+    }
+    return sum;
+}
+
 EvidenceTree FindEvidence(const std::string& directory)
 {
     EvidenceTree tree;

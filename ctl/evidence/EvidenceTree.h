@@ -47,6 +47,8 @@ struct EvidenceSet
     const EvidenceFile* Find(FileKind kind) const;
     std::uint64_t GetBytes() const;
     std::uint64_t GetDiskBytes() const;
+    /** Without core images and heap dumps. */
+    std::uint64_t GetTextBytes() const;
 };
 
 /** All evidence below one root. */

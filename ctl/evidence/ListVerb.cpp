@@ -3,10 +3,12 @@
 #include "base/ByteSize.h"
 #include "base/Common.h"
 #include "base/ExitStatus.h"
+#include "base/Progress.h"
 #include "base/Table.h"
 #include "base/TimeText.h"
 #include "evidence/SetDocument.h"
 
+#include <algorithm>
 #include <iostream>
 #include <memory>
 
@@ -20,16 +22,34 @@ constexpr VerbText LIST = {"list",
                            "Lists the evidence sets, as far as names, sizes, heads and ends show them",
                            "thsentinelctl list\nthsentinelctl list --evidence /tmp/copy tbrd/4321"};
 
+/** Texts of the newest sets are read whole, up to so many bytes in all; what is older waits for verify. */
+constexpr std::uint64_t MOST_TEXT = std::uint64_t{256} * 1024 * 1024;
+
+/** The place from which on the texts of the sets are read whole. */
+std::size_t FindFirstWhole(const EvidenceTree& tree, const std::vector<std::size_t>& places)
+{
+    std::uint64_t bytes = 0;
+    std::size_t first = places.size();
+    while (first > 0 && (bytes += tree.sets[places[first - 1]].GetTextBytes()) <= MOST_TEXT) {
+        --first;
+    }
+    return first;
+}
+
 std::vector<CheckedSet> CheckSets(const EvidenceSource& source, const std::vector<std::size_t>& places)
 {
+    Progress progress("looking at sets:", places.size());
     CheckRules rules;
     rules.plan = source.plan;
-    rules.depth = Depth::Ends;
     Activity activity;
     std::vector<CheckedSet> checked;
+    const std::size_t firstWhole = FindFirstWhole(source.tree, places);
     for (const std::size_t place : places) {
         const EvidenceSet& set = source.tree.sets[place];
+        progress.SetDetail(set.GetId());
+        rules.depth = checked.size() < firstWhole ? Depth::Ends : Depth::Texts;
         checked.push_back({&set, CheckSet(source.tree, set, rules, activity)});
+        progress.Advance(1);
     }
     return checked;
 }
@@ -61,6 +81,11 @@ void PrintSets(const std::vector<CheckedSet>& sets)
                    {set.GetId()}});
     }
     table.Print(std::cout);
+    if (std::any_of(sets.begin(), sets.end(),
+                    [](const CheckedSet& checked) { return checked.report.isReadInPart; })) {
+        std::cout << "Long texts of older sets were read at their ends only; thsentinelctl verify reads them "
+                     "all.\n";
+    }
 }
 
 int List(const Common& common, const std::vector<std::string>& names)
@@ -74,11 +99,11 @@ int List(const Common& common, const std::vector<std::string>& names)
         for (const CheckedSet& checked : sets) {
             document["sets"].push_back(SetToJson(source.tree, checked, false));
         }
-        AddRemarks(document, source.tree);
+        AddRemarks(document, source);
         PrintDocument(document);
     } else {
         PrintSets(sets);
-        PrintRemarks(source.tree);
+        PrintRemarks(source);
     }
     return source.tree.unseen.empty() ? EXIT_GOOD : EXIT_WARNINGS;
 }

@@ -12,6 +12,7 @@
 #include "evidence/PrunePlan.h"
 #include "evidence/SetChange.h"
 #include "evidence/SetCheck.h"
+#include "evidence/SetDocument.h"
 
 #include <algorithm>
 #include <iostream>
@@ -68,7 +69,9 @@ std::vector<PruneSubject> MakeSubjects(const EvidenceSource& source, Activity& a
     CheckRules check;
     check.plan = source.plan;
     std::vector<PruneSubject> subjects;
+    Progress progress("looking at sets:", source.tree.sets.size());
     for (const EvidenceSet& set : source.tree.sets) {
+        progress.SetDetail(set.GetId());
         PruneSubject subject;
         subject.process = set.process;
         subject.time = set.time;
@@ -79,6 +82,7 @@ std::vector<PruneSubject> MakeSubjects(const EvidenceSource& source, Activity& a
         subject.isHalfDeleted = set.isHalfDeleted;
         subject.isEmpty = set.GetBytes() == 0;
         subjects.push_back(std::move(subject));
+        progress.Advance(1);
     }
     return subjects;
 }
@@ -116,12 +120,14 @@ Json ChoiceToJson(const EvidenceTree& tree, const PruneChoice& choice)
 }
 
 /** A plan and what was done of it; `changes` is empty if nothing was to be deleted. */
-void PrintJson(const EvidenceTree& tree, const PrunePlan& plan, const std::vector<SetChange>& changes)
+void PrintJson(const EvidenceSource& source, const PrunePlan& plan, const std::vector<SetChange>& changes)
 {
+    const EvidenceTree& tree = source.tree;
     Json document = BeginDocument("prune");
     document["root"] = ToJson(tree.root);
     document["diskBytes"] = plan.diskBytes;
     document["freedBytes"] = plan.freedBytes;
+    document["settingsFailure"] = SettingsFailureToJson(source);
     document["candidates"] = Json::array();
     for (std::size_t index = 0; index < plan.candidates.size(); ++index) {
         Json json = ChoiceToJson(tree, plan.candidates[index]);
@@ -191,9 +197,10 @@ int Prune(const Common& common, const PruneOptions& options)
         }
     }
     if (common.json) {
-        PrintJson(source.tree, plan, changes);
+        PrintJson(source, plan, changes);
     } else {
         PrintText(source.tree, plan, options.deletes);
+        PrintUnknownSettings(source);
     }
     if (PrintFailures(source.tree, plan, changes)) {
         return EXIT_ERRORS;

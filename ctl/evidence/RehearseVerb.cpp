@@ -123,7 +123,7 @@ std::vector<RehearsalLine> MakeDumpLines(const Common& common, int pid, const Sc
     struct stat status = {};
     const bool isKnown = stat(process.c_str(), &status) == 0;
     const struct passwd* const user = isKnown ? getpwuid(status.st_uid) : nullptr;
-    const SettingReader read = OpenSettings(common);
+    const SettingReader read = OpenSettings(common).read;
     return MakeJavaLines(pid, read ? read(THHS_JDK_HOME).value_or("") : "",
                          user == nullptr ? "" : user->pw_name,
                          scratch.MakeFolderFor(status.st_uid, status.st_gid));
@@ -224,7 +224,7 @@ void PrintJson(const std::vector<Rehearsed>& rehearsed, int pid)
 int Rehearse(const Common& common, const RehearseOptions& options)
 {
     const int pid = FindTarget(options.target);
-    const SettingReader read = OpenSettings(common);
+    const auto [read, failure] = OpenSettings(common);
     const CapturePlan plan =
         read ? MakeCapturePlan(read)
              : MakeCapturePlan([](const std::string&) { return std::optional<std::string>(); });

@@ -249,14 +249,16 @@ private:
         return mRules.depth != Depth::Ends || textBytes <= SHORT_TEXT;
     }
 
-    /** Says that a text was not read whole; what may still grow can't be called complete by its ends. */
+    /** A text that was not read whole can't be called complete, nor one that may still grow. */
     void RemarkOnEnds(const EvidenceFile& file)
     {
         if (MayStillCome(file.kind)) {
             AddDamage(file.kind, file.name + ": may still be written");
+            return;
         }
-        mReport.notes.push_back(file.name +
-                                ": only its beginning and its end were read; verify reads it all");
+        mReport.isReadInPart = true;
+        mProblems.push_back(
+            {file.name + ": only its beginning and its end were read; verify reads it all", false, false});
     }
 
     void CheckText(int opened, std::uint64_t bytes, const EvidenceFile& file)

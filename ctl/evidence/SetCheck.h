@@ -39,6 +39,7 @@ struct SetReport
     std::vector<std::string> notes;    ///< what doesn't make the set incomplete
     bool isUnderWay = false;           ///< a capture may still mend one of the problems
     bool hasWarning = false;           ///< a problem that leaves the set complete
+    bool isReadInPart = false;         ///< a long text was read at its ends only
 };
 
 /** Is told of bytes that were read, so that progress can be shown. */

@@ -57,16 +57,31 @@ Json SetToJson(const EvidenceTree& tree, const CheckedSet& checked, bool withPro
     return json;
 }
 
-void AddRemarks(Json& document, const EvidenceTree& tree)
+Json SettingsFailureToJson(const EvidenceSource& source)
 {
-    document["strangers"] = TextsToJson(tree.strangers);
-    document["unseen"] = TextsToJson(tree.unseen);
+    return source.settingsFailure.empty() ? Json(nullptr) : ToJson(source.settingsFailure);
 }
 
-void PrintRemarks(const EvidenceTree& tree)
+void AddRemarks(Json& document, const EvidenceSource& source)
 {
-    PrintTexts(tree.strangers, "left alone: ");
-    PrintTexts(tree.unseen, "could not look at ");
+    document["settingsFailure"] = SettingsFailureToJson(source);
+    document["strangers"] = TextsToJson(source.tree.strangers);
+    document["unseen"] = TextsToJson(source.tree.unseen);
+}
+
+void PrintUnknownSettings(const EvidenceSource& source)
+{
+    const std::string text = DescribeUnknownSettings(source);
+    if (!text.empty()) {
+        std::cerr << "thsentinelctl: " << EscapeControls(text) << '\n';
+    }
+}
+
+void PrintRemarks(const EvidenceSource& source)
+{
+    PrintUnknownSettings(source);
+    PrintTexts(source.tree.strangers, "left alone: ");
+    PrintTexts(source.tree.unseen, "could not look at ");
 }
 
 Colour GetStateColour(SetState state)

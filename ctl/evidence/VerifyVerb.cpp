@@ -136,7 +136,7 @@ int Verify(const Common& common, const VerifyOptions& options)
     if (!common.json) {
         const Summary summary = CheckAll(source, places, PrintSet);
         PrintSummary(summary, places.size());
-        PrintRemarks(source.tree);
+        PrintRemarks(source);
         return summary.GetStatus(source.tree.unseen.empty());
     }
     Json document = BeginDocument("verify");
@@ -146,7 +146,7 @@ int Verify(const Common& common, const VerifyOptions& options)
         document["sets"].push_back(SetToJson(source.tree, checked, true));
     });
     document["summary"] = SummaryToJson(summary);
-    AddRemarks(document, source.tree);
+    AddRemarks(document, source);
     PrintDocument(document);
     return summary.GetStatus(source.tree.unseen.empty());
 }

@@ -7,6 +7,7 @@
 #include "base/Progress.h"
 #include "evidence/EvidenceSource.h"
 #include "evidence/SetCheck.h"
+#include "evidence/SetDocument.h"
 #include "page/OutputFile.h"
 #include "page/html/Findings.h"
 #include "page/html/Page.h"
@@ -69,16 +70,16 @@ ReportData ReadAll(const Common& common, const EvidenceSource& source, const Evi
     progress.SetDetail(set.GetId());
     ReportData data = ReadSet(source.tree, set, std::time(nullptr));
     ReadLogs(common.log, data);
-    if (!source.storeFailure.empty()) {
-        data.mNotes.push_back("The settings are not known (" + source.storeFailure +
-                              "), so completeness was held against the defaults.");
+    if (!source.settingsFailure.empty()) {
+        data.mNotes.push_back("The settings are unknown (" + source.settingsFailure +
+                              "), so their defaults decide which files and samples belong to the set.");
     }
     AddCheck(source, set, data);
     return data;
 }
 
-void PrintResult(const Common& common, const ReportOptions& options, const ReportData& data,
-                 std::size_t bytes)
+void PrintResult(const Common& common, const ReportOptions& options, const EvidenceSource& source,
+                 const ReportData& data, std::size_t bytes)
 {
     if (common.json) {
         Json document = BeginDocument("report");
@@ -86,6 +87,7 @@ void PrintResult(const Common& common, const ReportOptions& options, const Repor
         document["output"] = ToJson(options.mOutput);
         document["bytes"] = bytes;
         document["state"] = data.mState;
+        document["settingsFailure"] = SettingsFailureToJson(source);
         document["findings"] = Json::array();
         for (const Finding& finding : FindWhatStandsOut(data)) {
             document["findings"].push_back(ToJson(finding.mText));
@@ -99,6 +101,7 @@ void PrintResult(const Common& common, const ReportOptions& options, const Repor
         std::cout << "  " << EscapeControls(finding.mText) << '\n';
     }
     std::cout << "Written: " << EscapeControls(options.mOutput) << '\n';
+    PrintUnknownSettings(source);
 }
 
 int Report(const Common& common, const ReportOptions& options)
@@ -109,7 +112,7 @@ int Report(const Common& common, const ReportOptions& options)
     const std::string page = WritePage(data);
     WriteOutputFile(options.mOutput, page);
     if (options.mOutput != "-") {
-        PrintResult(common, options, data, page.size());
+        PrintResult(common, options, source, data, page.size());
     }
     return data.mState == GetStateName(SetState::Complete) ? EXIT_GOOD : EXIT_WARNINGS;
 }

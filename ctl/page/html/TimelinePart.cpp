@@ -122,8 +122,8 @@ void WriteTimeline(Html& html, const ReportData& data)
     html.BeginPart("timeline", "Timeline");
     if (!data.mHasLog) {
         html.Paragraph(
-            "There is no diagnostic log of that day, so there is no timeline. Give the folder of the "
-            "logs with --log DIR.");
+            (data.mLogFailure.empty() ? "There is no diagnostic log of that day" : data.mLogFailure) +
+            ", so there is no timeline. Give the folder of the logs with --log DIR.");
     } else if (data.mReadings.empty()) {
         html.Paragraph("The log has no single readings: the daemon writes them only with THHS_VERBOSE = 1.",
                        "aside");

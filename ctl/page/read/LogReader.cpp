@@ -5,6 +5,7 @@
 #include "log/LogLines.h"
 
 #include <algorithm>
+#include <cerrno>
 
 namespace ctl
 {
@@ -115,16 +116,25 @@ void ReadLogs(const std::string& folder, ReportData& data)
     const LogFolder logs = ListLogs(folder);
     const OpenedFile directory = OpenFolder(AT_FDCWD, logs.path);
     if (!directory.IsOpen()) {
-        data.mNotes.push_back("The folder of the logs, " + logs.path +
-                              ", can't be read: " + directory.failure + ".");
+        data.mLogFailure = "The folder of the logs, " + logs.path + ", can't be read: " + directory.failure;
+        data.mNotes.push_back(data.mLogFailure + ".");
         return;
     }
     for (const DailyLog& log : logs.files) {
-        const OpenedFile file =
-            IsNear(log, data.mWall) ? OpenRegularFile(directory.file.Get(), log.name) : OpenedFile();
+        if (!IsNear(log, data.mWall)) {
+            continue;
+        }
+        const bool isOfTheDay = log.day == GetDay(data.mWall);
+        const OpenedFile file = OpenRegularFile(directory.file.Get(), log.name);
         if (file.IsOpen()) {
-            data.mHasLog = data.mHasLog || log.day == GetDay(data.mWall);
+            data.mHasLog = data.mHasLog || isOfTheDay;
             ReadLog(file.file.Get(), static_cast<std::uint64_t>(file.status.st_size), data);
+        } else if (file.error != ENOENT) { // gone meanwhile
+            const std::string failure =
+                "The log " + logs.path + "/" + log.name + " can't be read: " + file.failure;
+            data.mLogFailure = isOfTheDay ? failure : data.mLogFailure;
+            data.mNotes.push_back(failure +
+                                  (isOfTheDay ? "; reading, limit and timeline are not known." : "."));
         }
     }
     // Each source of the daemon writes its lines by itself, so neighbours may stand in either order.
@@ -132,7 +142,7 @@ void ReadLogs(const std::string& folder, ReportData& data)
         data.mEvents.begin(), data.mEvents.end(),
         [](const TimelineEvent& left, const TimelineEvent& right) { return left.mWall < right.mWall; });
     FindBreach(data);
-    if (!data.mHasLog) {
+    if (!data.mHasLog && data.mLogFailure.empty()) {
         data.mNotes.push_back("There is no log of that day in " + logs.path +
                               ": reading, limit and timeline are not known.");
     }

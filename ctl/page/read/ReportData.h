@@ -115,6 +115,7 @@ struct ReportData
         mEvents; ///< of this process around the set, in their order, readings not among them
     std::vector<TimelineEvent> mReadings; ///< readings of this counter around the set
     bool mHasLog = false;                 ///< a log of the set's day was read
+    std::string mLogFailure;              ///< why the log of that day can't be read, if it is there
 
     std::vector<HostSample> mSamples;
     std::map<int, ProcessSummary> mProcesses;

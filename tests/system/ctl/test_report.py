@@ -66,6 +66,21 @@ def test_a_set_is_chosen_by_its_name_and_the_outcome_is_a_document(sample, tmp_p
     assert "Java threads are deadlocked: they wait for each other for ever." in done.document["findings"]
 
 
+@pytest.mark.skipif(os.getuid() != 0, reason="only the superuser can become another user")
+def test_a_log_that_may_not_be_read_is_not_called_absent(tmp_path):
+    make_sample(tmp_path / "sample", "--processes", "30", "--samples", "2")
+    for path in [tmp_path, *list(tmp_path.parents)[:-2]]:
+        path.chmod(path.stat().st_mode | 0o011)
+    [log] = (tmp_path / "sample/logs").glob("root.1113*")
+    log.chmod(0)
+    done = companion.run("report", "--last", "--evidence", tmp_path / "sample", "--log", tmp_path / "sample/logs",
+                         "--store", "/absent", "-o", "-", user=65534)
+    said = f"The log {log} can&#39;t be read: Permission denied"
+    assert f"{said}; reading, limit and timeline are not known." in done.output
+    assert f"{said}, so there is no timeline." in done.output
+    assert "There is no log" not in done.output and "There is no diagnostic log" not in done.output
+
+
 def test_the_last_set_is_one_that_has_files(tmp_path):
     folder, _ = companion.write_set(tmp_path)
     empty = folder.with_name("Evidence2")

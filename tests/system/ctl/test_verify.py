@@ -72,6 +72,36 @@ def test_the_settings_say_what_belongs_to_a_set(tmp_path):
                                                     f"{stem}.MemoryPerf: holds 2 of 3 readings"]
 
 
+@pytest.mark.parametrize("verb", ["list", "verify", "prune", "bundle", "report"])
+def test_unknown_settings_are_said(tmp_path, verb):
+    companion.write_set(tmp_path / "evidence")
+    more = {"prune": ("--older", "1d"), "bundle": ("tbrd", "-o", tmp_path / "b", "--force"),
+            "report": ("--last", "-o", tmp_path / "r")}.get(verb, ())
+    options = (verb, *more, "--evidence", tmp_path / "evidence")
+    failure = "/absent can't be read: No such file or directory"
+    said = (f"thsentinelctl: the settings are unknown ({failure}), so their defaults decide which files and samples "
+            "belong to a set\n")
+    assert companion.run(*options, "--store", "/absent").errors == said
+    assert companion.run(*options, "--store", "/absent", "--json").document["settingsFailure"] == failure
+    (tmp_path / "store").write_text("")
+    assert companion.run(*options, "--store", tmp_path / "store").errors == ""
+    assert companion.run(*options, "--store", tmp_path / "store", "--json").document["settingsFailure"] is None
+
+
+def test_list_never_knows_better_than_verify(tmp_path):
+    folder, stem = companion.write_set(tmp_path)
+    with open(folder / f"{stem}.ProcessData", "a", encoding="ascii") as file:
+        file.write("7f00 4 K rw---\n" * (5 << 16))
+    assert look(tmp_path, "list")[1][0]["state"] == look(tmp_path)[1][0]["state"] == "complete"
+    newer, stem = companion.write_set(tmp_path, stamp="14-11_02.10.28", number=2)
+    with open(newer / f"{stem}.ProcessData", "ab") as file:
+        file.truncate(300 << 20)  # more text than the list reads whole
+    assert [one["state"] for one in look(tmp_path, "list")[1]] == ["unknown", "incomplete"]
+    assert [one["state"] for one in look(tmp_path)[1]] == ["complete", "incomplete"]
+    assert companion.run("list", "--evidence", tmp_path).output.splitlines()[-1] == (
+        "Long texts of older sets were read at their ends only; thsentinelctl verify reads them all.")
+
+
 def test_sets_are_chosen_by_id_path_and_time(tmp_path):
     first, _ = companion.write_set(tmp_path, stamp="13-11_02.10.28")
     companion.write_set(tmp_path, pid=99, stamp="14-11_02.10.28")

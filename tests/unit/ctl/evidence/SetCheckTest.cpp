@@ -164,21 +164,41 @@ TEST(EvidenceSet, WithALongTextIsHeldAgainstItsEnds)
         Activity activity("/absent", tree.sets.at(0).time + later);
         return CheckSet(tree, tree.sets.at(0), rules, activity);
     };
-    const SetReport whole = check(text, Depth::Ends, 1'000'000);
-    EXPECT_EQ(whole.state, SetState::Complete);
-    EXPECT_THAT(whole.notes,
-                ElementsAre(name + ": only its beginning and its end were read; verify reads it all"));
+    const std::string inPart = name + ": only its beginning and its end were read; verify reads it all";
+    const SetReport ends = check(text, Depth::Ends, 1'000'000);
+    EXPECT_EQ(ends.state, SetState::Unknown) << "what lies between may be damaged";
+    EXPECT_TRUE(ends.isReadInPart);
+    EXPECT_THAT(ends.problems, ElementsAre(inPart));
+    EXPECT_EQ(check(text, Depth::Texts, 1'000'000).state, SetState::Complete);
     EXPECT_THAT(check(text.substr(0, text.size() - 1), Depth::Ends, 1'000'000).problems,
-                ElementsAre(name + ": ends in the middle of a line"));
+                ElementsAre(inPart, name + ": ends in the middle of a line"));
     const std::string cut = text.substr(0, text.rfind(MakeHead("/usr/bin/cat /proc/meminfo")));
     EXPECT_THAT(check(cut, Depth::Ends, 1'000'000).problems,
-                ElementsAre(name + ": ends with \"vmstat\", before \"cat /proc/meminfo\""));
+                ElementsAre(inPart, name + ": ends with \"vmstat\", before \"cat /proc/meminfo\""));
     EXPECT_EQ(check(cut, Depth::Texts, 1'000'000).state, SetState::Incomplete);
     EXPECT_THAT(check("stray" + text, Depth::Ends, 1'000'000).problems,
-                ElementsAre(name + ": begins with 5 bytes that belong to no section"));
+                ElementsAre(inPart, name + ": begins with 5 bytes that belong to no section"));
     const SetReport growing = check(text, Depth::Ends, 5);
     EXPECT_EQ(growing.state, SetState::InProgress);
     EXPECT_THAT(growing.problems, ElementsAre(name + ": may still be written"));
+}
+
+TEST(EvidenceSet, WithLongSamplesIsNeverCompleteByItsEnds)
+{
+    const EvidenceFolder folder;
+    WriteStatistics(folder, "tbrd", 4321, 1, "13-11_02.10.28");
+    const std::string samples =
+        MakeIostat(1, 60'000, 40'000); // cut between two samples, at the end of a line
+    ASSERT_GT(samples.size(), std::size_t{4} << 20U);
+    folder.Write(std::string(STEM) + "DiskPerf_iostat", samples);
+    folder.Write(std::string(STEM) + "DiskPerf_mpstat", MakeMpstat(1, 60'000, 60'000));
+    const EvidenceTree tree = FindEvidence(folder.GetPath());
+    Activity activity("/absent", tree.sets.at(0).time + 1'000'000);
+    CheckRules rules;
+    rules.plan.readings = 2;
+    EXPECT_NE(CheckSet(tree, tree.sets.at(0), rules, activity).state, SetState::Complete);
+    rules.depth = Depth::Texts;
+    EXPECT_EQ(CheckSet(tree, tree.sets.at(0), rules, activity).state, SetState::Incomplete);
 }
 
 TEST(EvidenceSet, WhoseDeletionWasInterruptedIsIncomplete)
