@@ -51,6 +51,14 @@ def plain_build():
         pytest.skip("the program is built with a sanitizer")
 
 
+@pytest.fixture
+def no_thread_sanitizer():
+    """Skips where the thread sanitizer keeps a signal from a thread until that makes a call which it knows, and gives up
+    at a thread that was refused to the program."""
+    if product.is_built_with("-fsanitize=thread"):
+        pytest.skip("the thread sanitizer keeps signals, and gives up at a refused thread")
+
+
 @pytest.fixture(scope="session")
 def pace(tmp_path_factory):
     """The library that lets a test pace a daemon."""

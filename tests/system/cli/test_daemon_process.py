@@ -106,6 +106,7 @@ def worker_of(host, pid):
     return next(int(one) for one in host.shell(f"ls /proc/{pid}/task").split() if int(one) != pid)
 
 
+@pytest.mark.usefixtures("no_thread_sanitizer")
 @pytest.mark.parametrize("number", [signal.SIGTERM, signal.SIGINT])
 def test_a_stop_that_meets_the_worker_is_the_same_stop(make_host, number):
     host = make_host(store=LONG)
@@ -118,6 +119,7 @@ def test_a_stop_that_meets_the_worker_is_the_same_stop(make_host, number):
     assert host.system_log()[-1] == texts.DOWN
 
 
+@pytest.mark.usefixtures("no_thread_sanitizer")
 def test_a_hangup_that_meets_the_worker_begins_the_next_pass_at_once(make_host):
     host = make_host(store=LONG)
     pid = host.start()

@@ -124,6 +124,7 @@ ON_JAVA = {"THHS_MONITOR_CPU": "adminconsole:80", "THHS_CAPTURE_PROCESS_DUMP": 1
 OF_JAVA = f"adminconsole (PID : {PID})"
 
 
+@pytest.mark.usefixtures("no_thread_sanitizer")
 def test_a_java_process_without_threads_has_each_capture_logged_under_its_configured_name(faulty):
     daemon = faulty("thread of worker", processes=[JAVA], store={
         **ON_JAVA, "THHS_CAPTURE_NETWORK_STAT": 1, "THHS_CAPTURE_DISK_IO": 1})

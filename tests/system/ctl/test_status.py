@@ -154,7 +154,7 @@ def test_lock_files_that_are_no_files_are_met_safely(host):
     assert status(host, limit=20).status in (3, 4)
 
 
-def test_what_the_program_calls_takes_no_lock_and_sends_no_signal(host):
+def test_what_the_program_calls_takes_no_lock_and_sends_no_signal(host, plain_build):
     if not os.path.exists("/usr/bin/strace"):
         pytest.skip("strace is missing")
     host.start()

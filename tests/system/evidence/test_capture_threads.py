@@ -57,6 +57,7 @@ REFUSED = {
 }
 
 
+@pytest.mark.usefixtures("no_thread_sanitizer")
 @pytest.mark.parametrize("calls, expected", REFUSED.values(), ids=REFUSED.keys())
 def test_a_thread_that_cannot_be_started_leaves_the_id_of_the_main_one_which_is_let_go_of(breached, calls,
                                                                                          expected):

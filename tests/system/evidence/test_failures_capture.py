@@ -200,6 +200,7 @@ THREADS = {
 QUIET = {"THHS_VERBOSE": 0}
 
 
+@pytest.mark.usefixtures("no_thread_sanitizer")
 @pytest.mark.parametrize("number", THREADS)
 def test_a_capture_without_a_thread_is_reported_and_the_others_continue(refused, number):
     line, missing = THREADS[number]
@@ -212,6 +213,7 @@ def test_a_capture_without_a_thread_is_reported_and_the_others_continue(refused,
     assert sorted(host.evidence()) == whole_set(without=missing) + whole_set(2)
 
 
+@pytest.mark.usefixtures("no_thread_sanitizer")
 def test_without_any_thread_each_capture_has_its_line_in_order_and_the_set_is_counted(refused):
     host, daemon = refused("thread of worker", store=QUIET)
     said = (f"CPU Capturing evidence for process {NAME} ({PID}) without threshold , Threshold : 80 Percent , "
@@ -227,6 +229,7 @@ def test_without_any_thread_each_capture_has_its_line_in_order_and_the_set_is_co
     assert host.evidence_paths() == []
 
 
+@pytest.mark.usefixtures("no_thread_sanitizer")
 @pytest.mark.parametrize("number, tool", [("1", "iostat"), ("2", "mpstat")])
 def test_a_disk_tool_without_a_thread_is_reported_and_the_other_one_runs(refused, number, tool):
     """The threads of a capture are those of the disk alone."""

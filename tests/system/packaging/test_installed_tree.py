@@ -78,7 +78,7 @@ def test_the_empty_folders_come_with_what_stands_in_for_the_product(tmp_path):
     assert folders_of(part.staged).keys() >= set(EMPTY_FOLDERS)
 
 
-def test_the_stripped_program_holds_the_release_marker(installed):
+def test_the_stripped_program_holds_the_release_marker(installed, plain_build):
     program = installed.at(product.PROGRAM)
     assert not [line for line in readelf(program, "-S") if ".symtab" in line]
     assert f"\n@(#) {texts.VERSION[:-1]}\0".encode() in program.read_bytes()

@@ -146,7 +146,7 @@ def release_of(program):
     return tuple(int(one) for one in re.findall(r"\d+", said)[:2])
 
 
-def test_lintian_finds_nothing_without_a_reason(debs):
+def test_lintian_finds_nothing_without_a_reason(debs, plain_build):
     if release_of("lintian") < (2, 115):
         pytest.skip("lintian is missing, or so old that it reads overrides of another form")
     found = [subprocess.run(["lintian", "--allow-root", "--pedantic", "-I", "-E", packages.path_of(debs, name)],

@@ -47,7 +47,8 @@ inline std::vector<std::string> GetLines(const std::string& shellLine)
 inline std::string GetLibraryPath()
 {
     Dl_info library = {};
-    EXPECT_NE(dladdr(dlsym(RTLD_DEFAULT, "get_master_config_ptr"), &library), 0);
+    // Not RTLD_DEFAULT: a program that isn't position-independent has an entry of its own for the function.
+    EXPECT_NE(dladdr(dlsym(RTLD_NEXT, "get_master_config_ptr"), &library), 0);
     return std::filesystem::absolute(library.dli_fname).string();
 }
 
