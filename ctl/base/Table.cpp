@@ -32,36 +32,48 @@ std::string MakeLine(const std::vector<Cell>& cells, const std::vector<Table::Co
     return line;
 }
 
+std::vector<Cell> Escape(std::vector<Cell> cells)
+{
+    for (Cell& cell : cells) {
+        cell.text = EscapeControls(cell.text);
+    }
+    return cells;
+}
+
 } // namespace
 
 Table::Table(std::vector<Column> columns) : mColumns(std::move(columns)) {}
 
 void Table::Add(std::vector<Cell> cells)
 {
-    cells.resize(mColumns.size());
-    for (Cell& cell : cells) {
-        cell.text = EscapeControls(cell.text);
-    }
     mRows.push_back(std::move(cells));
 }
 
 void Table::Print(std::ostream& output, std::size_t indent) const
 {
+    PrintTable(
+        output, mColumns, mRows.size(), [this](std::size_t row) { return mRows[row]; }, indent);
+}
+
+void PrintTable(std::ostream& output, const std::vector<Table::Column>& columns, std::size_t rows,
+                const std::function<std::vector<Cell>(std::size_t row)>& makeRow, std::size_t indent)
+{
     std::vector<Cell> titles;
     Widths widths;
-    for (const Column& column : mColumns) {
+    for (const Table::Column& column : columns) {
         titles.push_back({column.title, Colour::Faint});
         widths.push_back(CountColumns(column.title));
     }
-    for (const std::vector<Cell>& row : mRows) {
-        for (std::size_t place = 0; place < row.size(); ++place) {
-            widths[place] = std::max(widths[place], CountColumns(row[place].text));
+    for (std::size_t row = 0; row < rows; ++row) {
+        const std::vector<Cell> cells = Escape(makeRow(row));
+        for (std::size_t place = 0; place < cells.size(); ++place) {
+            widths[place] = std::max(widths[place], CountColumns(cells[place].text));
         }
     }
     const std::string margin(indent, ' ');
-    output << margin << MakeLine(titles, mColumns, widths) << '\n';
-    for (const std::vector<Cell>& row : mRows) {
-        output << margin << MakeLine(row, mColumns, widths) << '\n';
+    output << margin << MakeLine(titles, columns, widths) << '\n';
+    for (std::size_t row = 0; row < rows; ++row) {
+        output << margin << MakeLine(Escape(makeRow(row)), columns, widths) << '\n';
     }
 }
 

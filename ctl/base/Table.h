@@ -1,6 +1,7 @@
 #pragma once
 
 #include <cstddef>
+#include <functional>
 #include <iosfwd>
 #include <string>
 #include <vector>
@@ -47,5 +48,12 @@ private:
     std::vector<Column> mColumns;
     std::vector<std::vector<Cell>> mRows;
 };
+
+/**
+ * Prints a table whose rows are made when they are needed, twice each, so that only one is in memory: a table
+ * of any length. `makeRow` gives the cells of a row, of no more than `columns`, and the same in both turns.
+ */
+void PrintTable(std::ostream& output, const std::vector<Table::Column>& columns, std::size_t rows,
+                const std::function<std::vector<Cell>(std::size_t row)>& makeRow, std::size_t indent = 0);
 
 } // namespace ctl

@@ -96,7 +96,7 @@ Json DescribeBundle(const std::string& path, const std::vector<BundledFile>& fil
 int Bundle(const Common& common, const BundleOptions& options)
 {
     const EvidenceSource source = OpenEvidence(common);
-    const EvidenceSet& set = source.tree.sets[SelectOneSet(source.tree, options.set)];
+    const EvidenceSet set = SetLoader(source.tree).Load(SelectOneSet(source.tree, options.set));
     CheckRules checkRules;
     checkRules.plan = source.plan;
     checkRules.depth = Depth::Texts;

@@ -48,15 +48,22 @@ bool IsBelow(const std::string& id, const std::string& name)
     return id.size() > name.size() && id.compare(0, name.size(), name) == 0 && id[name.size()] == '/';
 }
 
-bool Fits(const EvidenceSet& set, const std::string& name)
+bool HoldsFile(const EvidenceSet& set, const std::string& name)
 {
+    return std::any_of(set.files.begin(), set.files.end(), [&](const EvidenceFile& file) {
+        return (std::filesystem::path(set.folder) / file.name).lexically_normal() == name;
+    });
+}
+
+bool Fits(SetLoader& loader, const EvidenceTree& tree, std::size_t place, const std::string& name)
+{
+    const EvidenceSet& set = tree.sets[place];
     const std::string id = set.GetId();
     if (id == name || IsBelow(id, name)) {
         return true;
     }
-    return std::any_of(set.files.begin(), set.files.end(), [&](const EvidenceFile& file) {
-        return (std::filesystem::path(set.folder) / file.name).lexically_normal() == name;
-    });
+    // The file of a set lies in the folder of its process id, though it may be in another EvidenceN.
+    return IsBelow(name, set.process + "/" + std::to_string(set.pid)) && HoldsFile(loader.Load(place), name);
 }
 } // namespace
 
@@ -117,7 +124,7 @@ EvidenceSource OpenEvidence(const Common& common)
         throw std::runtime_error((settings.read ? name + " names no evidence folder" : settings.failure) +
                                  "; give --evidence DIR");
     }
-    source.tree = FindEvidence(directory);
+    source.tree = FindEvidence(directory, Keeping::Sums);
     if (!source.tree.failure.empty()) {
         throw std::runtime_error(source.tree.failure);
     }
@@ -127,9 +134,10 @@ EvidenceSource OpenEvidence(const Common& common)
 std::vector<std::size_t> SelectSets(const EvidenceTree& tree, const std::string& name)
 {
     const std::string wanted = MakeRelative(tree, name);
+    SetLoader loader(tree);
     std::vector<std::size_t> places;
     for (std::size_t place = 0; place < tree.sets.size(); ++place) {
-        if (Fits(tree.sets[place], wanted)) {
+        if (Fits(loader, tree, place, wanted)) {
             places.push_back(place);
         }
     }

@@ -33,7 +33,7 @@ CapturePlan MakeCapturePlan(const SettingReader& read);
 /** The evidence that a command line is about, and the settings that decide about it. */
 struct EvidenceSource
 {
-    EvidenceTree tree;
+    EvidenceTree tree; ///< with the sums of its sets; a SetLoader has their files
     CapturePlan plan;
     std::string settingsFailure; ///< why the settings are unknown, so that the defaults stand for them; empty
                                  ///< on success

@@ -17,7 +17,8 @@ namespace
 {
 constexpr std::size_t MOST_NAMES = 100'000; ///< of one folder
 constexpr std::size_t MOST_REMARKS = 100;
-constexpr std::uint64_t DISK_BLOCK = 512; ///< the unit of st_blocks
+constexpr std::size_t MOST_READ_SETS = 1000; ///< that a loader holds, if no process id alone has more
+constexpr std::uint64_t DISK_BLOCK = 512;    ///< the unit of st_blocks
 constexpr char ROOT_NAME[] = "thsentinel";
 constexpr char LOCK_MARK[] = "evidence.lock";
 
@@ -58,6 +59,35 @@ public:
             if (folder.IsOpen()) {
                 WalkProcess(folder.file.Get(), name);
             }
+        }
+    }
+
+    /** Walks the open folder of one process id. */
+    void WalkPid(int folder, const std::string& process, int pid)
+    {
+        std::vector<FoundFile> found;
+        mMarks.clear();
+        const std::string path = process + "/" + std::to_string(pid);
+        for (const std::string& name : GetNames(folder, path)) {
+            const std::optional<int> number = ParseEvidenceNumber(name);
+            if (!number) {
+                if (name != LOCK_MARK) {
+                    Remark(mTree.strangers, path + "/" + name, "is not the daemon's");
+                }
+                continue;
+            }
+            const OpenedFile evidence = OpenBelow(folder, name, path + "/" + name);
+            if (evidence.IsOpen()) {
+                WalkEvidence(evidence, process, pid, *number, found);
+            }
+        }
+        std::vector<EvidenceSet> sets = GroupFiles(process, pid, std::move(found));
+        for (EvidenceSet& set : sets) {
+            ApplyMarks(set);
+            if (mTree.keeping == Keeping::Sums) {
+                set.files = std::vector<EvidenceFile>(); // gives its memory back
+            }
+            mTree.sets.push_back(std::move(set));
         }
     }
 
@@ -109,31 +139,6 @@ private:
             if (pidFolder.IsOpen()) {
                 WalkPid(pidFolder.file.Get(), process, *pid);
             }
-        }
-    }
-
-    void WalkPid(int folder, const std::string& process, int pid)
-    {
-        std::vector<FoundFile> found;
-        mMarks.clear();
-        const std::string path = process + "/" + std::to_string(pid);
-        for (const std::string& name : GetNames(folder, path)) {
-            const std::optional<int> number = ParseEvidenceNumber(name);
-            if (!number) {
-                if (name != LOCK_MARK) {
-                    Remark(mTree.strangers, path + "/" + name, "is not the daemon's");
-                }
-                continue;
-            }
-            const OpenedFile evidence = OpenBelow(folder, name, path + "/" + name);
-            if (evidence.IsOpen()) {
-                WalkEvidence(evidence, process, pid, *number, found);
-            }
-        }
-        std::vector<EvidenceSet> sets = GroupFiles(process, pid, std::move(found));
-        for (EvidenceSet& set : sets) {
-            ApplyMarks(set);
-            mTree.sets.push_back(std::move(set));
         }
     }
 
@@ -316,45 +321,70 @@ const EvidenceFile* EvidenceSet::Find(FileKind kind) const
     return nullptr;
 }
 
-std::uint64_t EvidenceSet::GetBytes() const
+FileSums AddUp(const std::vector<EvidenceFile>& files)
 {
-    std::uint64_t sum = 0;
+    FileSums sums;
+    sums.count = files.size();
     for (const EvidenceFile& file : files) {
-        sum += file.IsPlain() ? file.bytes : 0;
+        if (file.IsPlain()) {
+            sums.bytes += file.bytes;
+            sums.diskBytes += file.diskBytes;
+            sums.textBytes += IsText(file.kind) ? file.bytes : 0;
+            sums.modified = std::max(sums.modified, file.modified);
+        }
     }
-    return sum;
+    return sums;
 }
 
-std::uint64_t EvidenceSet::GetDiskBytes() const
-{
-    std::uint64_t sum = 0;
-    for (const EvidenceFile& file : files) {
-        sum += file.IsPlain() ? file.diskBytes : 0;
-    }
-    return sum;
-}
-
-std::uint64_t EvidenceSet::GetTextBytes() const
-{
-    std::uint64_t sum = 0;
-    for (const EvidenceFile& file : files) {
-        sum += file.IsPlain() && IsText(file.kind) ? file.bytes : 0;
-    }
-    return sum;
-}
-
-EvidenceTree FindEvidence(const std::string& directory)
+EvidenceTree FindEvidence(const std::string& directory, Keeping keeping)
 {
     EvidenceTree tree;
+    tree.keeping = keeping;
     FindRoot(tree, directory);
     if (tree.failure.empty()) {
         TreeWalk(tree).WalkRoot();
     }
-    std::stable_sort(tree.sets.begin(), tree.sets.end(),
-                     [](const EvidenceSet& left, const EvidenceSet& right) {
-                         return std::tie(left.time, left.folder) < std::tie(right.time, right.folder);
-                     });
+    std::sort(tree.sets.begin(), tree.sets.end(), [](const EvidenceSet& left, const EvidenceSet& right) {
+        return std::tie(left.time, left.folder, left.label) < std::tie(right.time, right.folder, right.label);
+    });
     return tree;
+}
+
+EvidenceSet SetLoader::Load(std::size_t place)
+{
+    const EvidenceSet& wanted = mTree.sets[place];
+    if (mTree.keeping == Keeping::Files) {
+        return wanted;
+    }
+    for (const EvidenceSet& set : ReadFolder(wanted)) {
+        if (set.number == wanted.number && set.label == wanted.label && set.time == wanted.time) {
+            return set;
+        }
+    }
+    EvidenceSet gone = wanted;
+    gone.sums = {};
+    return gone;
+}
+
+const std::deque<EvidenceSet>& SetLoader::ReadFolder(const EvidenceSet& set)
+{
+    const auto key = std::make_pair(set.process, set.pid);
+    const auto known = mRead.find(key);
+    if (known != mRead.end()) {
+        return known->second;
+    }
+    if (mReadSets > MOST_READ_SETS) {
+        mRead.clear();
+        mReadSets = 0;
+    }
+    EvidenceTree found; // its remarks were made when the tree was walked
+    OpenedFile folder = OpenFolder(mTree.folder.Get(), set.process);
+    folder = folder.IsOpen() ? OpenFolder(folder.file.Get(), std::to_string(set.pid)) : std::move(folder);
+    if (folder.IsOpen()) {
+        TreeWalk(found).WalkPid(folder.file.Get(), set.process, set.pid);
+    }
+    mReadSets += found.sets.size();
+    return mRead.emplace(key, std::move(found.sets)).first->second;
 }
 
 OpenedFile OpenSetFolder(const EvidenceTree& tree, const EvidenceSet& set)

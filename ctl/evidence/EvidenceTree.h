@@ -4,7 +4,10 @@
 #include "evidence/EvidenceName.h"
 
 #include <cstdint>
+#include <deque>
+#include <map>
 #include <string>
+#include <utility>
 #include <vector>
 
 namespace ctl
@@ -26,6 +29,18 @@ struct EvidenceFile
     bool IsPlain() const { return obstacle.empty(); }
 };
 
+/** The plain files of a set in numbers. */
+struct FileSums
+{
+    std::size_t count = 0;       ///< of all files, plain or not
+    std::uint64_t bytes = 0;     ///< their sizes
+    std::uint64_t diskBytes = 0; ///< what they take of the disk
+    std::uint64_t textBytes = 0; ///< the sizes without core images and heap dumps
+    std::time_t modified = 0;    ///< the latest change of one
+
+    bool operator==(const FileSums& other) const = default;
+};
+
 /** What one breach of one counter left: the files of one process, resource and time. */
 struct EvidenceSet
 {
@@ -37,6 +52,7 @@ struct EvidenceSet
     std::time_t time = 0; ///< the earliest stamp of its files
     std::string folder;   ///< below the root: PROCESS/PID/EvidenceN
     std::vector<EvidenceFile> files; ///< by kind, then time
+    FileSums sums;                   ///< of its files when they were found
     bool isPinned = false;           ///< kept from being deleted
     bool isHalfDeleted = false;      ///< a deletion of it was interrupted
 
@@ -45,10 +61,20 @@ struct EvidenceSet
     /** The name of its earliest file without the ending, PID_DD-MM_HH.MM.SS_LABEL; its marks are named so. */
     std::string GetStem() const;
     const EvidenceFile* Find(FileKind kind) const;
-    std::uint64_t GetBytes() const;
-    std::uint64_t GetDiskBytes() const;
-    /** Without core images and heap dumps. */
-    std::uint64_t GetTextBytes() const;
+    /** True if it had a file when it was found. */
+    bool HasFiles() const { return sums.count != 0; }
+    std::uint64_t GetBytes() const { return sums.bytes; }
+    std::uint64_t GetDiskBytes() const { return sums.diskBytes; }
+};
+
+/** The sums of some files. */
+FileSums AddUp(const std::vector<EvidenceFile>& files);
+
+/** What a tree keeps of its sets. */
+enum class Keeping
+{
+    Files, ///< everything
+    Sums   ///< all but the files themselves, which SetLoader finds again: a fraction of the memory
 };
 
 /** All evidence below one root. */
@@ -57,7 +83,8 @@ struct EvidenceTree
     std::string root;    ///< absolute path of the folder that holds the process folders; empty if not found
     std::string failure; ///< why the root can't be read; empty on success
     Descriptor folder;   ///< the open root
-    std::vector<EvidenceSet> sets;      ///< by time
+    Keeping keeping = Keeping::Files;
+    std::deque<EvidenceSet> sets;       ///< by time
     std::vector<std::string> strangers; ///< what isn't the daemon's, and is left alone: "PATH: why"
     std::vector<std::string> unseen;    ///< what can't be looked at: "PATH: why"
 
@@ -77,7 +104,29 @@ constexpr char DELETING_MARK[] = ".deleting";
  * the root. Links below the root aren't followed and nothing is changed. Folders that can't be read stand
  * in `unseen`, and what isn't the daemon's in `strangers`, a hundred of each at most.
  */
-EvidenceTree FindEvidence(const std::string& directory);
+EvidenceTree FindEvidence(const std::string& directory, Keeping keeping = Keeping::Files);
+
+/** Finds the files of sets again in a tree that kept their sums only. One thread. */
+class SetLoader
+{
+public:
+    /** `tree` outlives the loader. */
+    explicit SetLoader(const EvidenceTree& tree) : mTree(tree) {}
+
+    /** Returns the set at a place of tree.sets with its files as they are now; without files if it is gone.
+     */
+    EvidenceSet Load(std::size_t place);
+
+    /** How many sets it holds in memory, to find them at once. */
+    std::size_t CountHeld() const { return mReadSets; }
+
+private:
+    const std::deque<EvidenceSet>& ReadFolder(const EvidenceSet& set);
+
+    const EvidenceTree& mTree;
+    std::map<std::pair<std::string, int>, std::deque<EvidenceSet>> mRead; ///< by process and process id
+    std::size_t mReadSets = 0;
+};
 
 /** Opens the folder of a set, component by component, with no link followed. */
 OpenedFile OpenSetFolder(const EvidenceTree& tree, const EvidenceSet& set);

@@ -8,7 +8,7 @@
 #include "base/TimeText.h"
 #include "evidence/SetDocument.h"
 
-#include <algorithm>
+#include <functional>
 #include <iostream>
 #include <memory>
 
@@ -30,79 +30,92 @@ std::size_t FindFirstWhole(const EvidenceTree& tree, const std::vector<std::size
 {
     std::uint64_t bytes = 0;
     std::size_t first = places.size();
-    while (first > 0 && (bytes += tree.sets[places[first - 1]].GetTextBytes()) <= MOST_TEXT) {
+    while (first > 0 && (bytes += tree.sets[places[first - 1]].sums.textBytes) <= MOST_TEXT) {
         --first;
     }
     return first;
 }
 
-std::vector<CheckedSet> CheckSets(const EvidenceSource& source, const std::vector<std::size_t>& places)
+/** Checks sets one after the other, with progress; each is given away as soon as it was checked. */
+void CheckSets(const EvidenceSource& source, const std::vector<std::size_t>& places,
+               const std::function<void(const CheckedSet&)>& take)
 {
     Progress progress("looking at sets:", places.size());
     CheckRules rules;
     rules.plan = source.plan;
     Activity activity;
-    std::vector<CheckedSet> checked;
+    SetLoader loader(source.tree);
     const std::size_t firstWhole = FindFirstWhole(source.tree, places);
-    for (const std::size_t place : places) {
-        const EvidenceSet& set = source.tree.sets[place];
-        progress.SetDetail(set.GetId());
-        rules.depth = checked.size() < firstWhole ? Depth::Ends : Depth::Texts;
-        checked.push_back({&set, CheckSet(source.tree, set, rules, activity)});
+    for (std::size_t index = 0; index < places.size(); ++index) {
+        CheckedSet checked = {loader.Load(places[index]), {}};
+        progress.SetDetail(checked.set.GetId());
+        rules.depth = index < firstWhole ? Depth::Ends : Depth::Texts;
+        checked.report = CheckSet(source.tree, checked.set, rules, activity);
+        take(checked);
         progress.Advance(1);
     }
-    return checked;
 }
 
-void PrintSets(const std::vector<CheckedSet>& sets)
+std::vector<Cell> MakeRow(const EvidenceSet& set, SetState state)
 {
-    if (sets.empty()) {
+    return {{FormatLocalTime(set.time)},
+            {set.process},
+            {std::to_string(set.pid)},
+            {set.resource},
+            {GetStateName(state) + std::string(set.isPinned ? ", pinned" : ""), GetStateColour(state)},
+            {std::to_string(set.sums.count)},
+            {FormatByteSize(set.GetBytes())},
+            {set.GetId()}};
+}
+
+/** Prints a row for each set. Of what was checked the states alone are kept: there may be many sets. */
+void PrintSets(const EvidenceSource& source, const std::vector<std::size_t>& places)
+{
+    if (places.empty()) {
         std::cout << "No evidence.\n";
         return;
     }
-    Table table({{"TIME"},
-                 {"PROCESS"},
-                 {"PID", Table::Side::Right},
-                 {"RESOURCE"},
-                 {"STATE"},
-                 {"FILES", Table::Side::Right},
-                 {"SIZE", Table::Side::Right},
-                 {"SET"}});
-    for (const CheckedSet& checked : sets) {
-        const EvidenceSet& set = *checked.set;
-        const SetState state = checked.report.state;
-        table.Add({{FormatLocalTime(set.time)},
-                   {set.process},
-                   {std::to_string(set.pid)},
-                   {set.resource},
-                   {GetStateName(state) + std::string(set.isPinned ? ", pinned" : ""), GetStateColour(state)},
-                   {std::to_string(set.files.size())},
-                   {FormatByteSize(set.GetBytes())},
-                   {set.GetId()}});
-    }
-    table.Print(std::cout);
-    if (std::any_of(sets.begin(), sets.end(),
-                    [](const CheckedSet& checked) { return checked.report.isReadInPart; })) {
+    std::vector<SetState> states;
+    bool isReadInPart = false;
+    CheckSets(source, places, [&](const CheckedSet& checked) {
+        states.push_back(checked.report.state);
+        isReadInPart = isReadInPart || checked.report.isReadInPart;
+    });
+    const std::vector<Table::Column> columns = {{"TIME"},
+                                                {"PROCESS"},
+                                                {"PID", Table::Side::Right},
+                                                {"RESOURCE"},
+                                                {"STATE"},
+                                                {"FILES", Table::Side::Right},
+                                                {"SIZE", Table::Side::Right},
+                                                {"SET"}};
+    PrintTable(std::cout, columns, places.size(),
+               [&](std::size_t row) { return MakeRow(source.tree.sets[places[row]], states[row]); });
+    if (isReadInPart) {
         std::cout << "Long texts of older sets were read at their ends only; thsentinelctl verify reads them "
                      "all.\n";
     }
 }
 
+void PrintDocument(const EvidenceSource& source, const std::vector<std::size_t>& places)
+{
+    DocumentStream document(std::cout, BeginDocument("list"));
+    document.Add("root", ToJson(source.tree.root));
+    document.BeginArray("sets");
+    CheckSets(source, places,
+              [&](const CheckedSet& checked) { document.AddItem(SetToJson(source.tree, checked, false)); });
+    document.EndArray();
+    AddRemarks(document, source);
+}
+
 int List(const Common& common, const std::vector<std::string>& names)
 {
     const EvidenceSource source = OpenEvidence(common);
-    const std::vector<CheckedSet> sets = CheckSets(source, SelectSets(source.tree, names));
+    const std::vector<std::size_t> places = SelectSets(source.tree, names);
     if (common.json) {
-        Json document = BeginDocument("list");
-        document["root"] = ToJson(source.tree.root);
-        document["sets"] = Json::array();
-        for (const CheckedSet& checked : sets) {
-            document["sets"].push_back(SetToJson(source.tree, checked, false));
-        }
-        AddRemarks(document, source);
-        PrintDocument(document);
+        PrintDocument(source, places);
     } else {
-        PrintSets(sets);
+        PrintSets(source, places);
         PrintRemarks(source);
     }
     return source.tree.unseen.empty() ? EXIT_GOOD : EXIT_WARNINGS;

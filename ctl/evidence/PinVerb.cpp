@@ -1,7 +1,7 @@
 #include "evidence/EvidenceVerbs.h"
 
 #include "base/Common.h"
-#include "base/Document.h"
+#include "base/DocumentStream.h"
 #include "base/ExitStatus.h"
 #include "base/PlainText.h"
 #include "evidence/EvidenceSource.h"
@@ -9,6 +9,7 @@
 
 #include <iostream>
 #include <memory>
+#include <optional>
 
 #include <CLI/CLI.hpp>
 
@@ -26,33 +27,42 @@ struct PinOptions
     bool removes = false;
 };
 
+/** Pins a set or lets it go, and says so. Returns true if it was done. */
+bool PinOne(const EvidenceTree& tree, const EvidenceSet& set, bool removes, DocumentStream* document)
+{
+    const SetChange change = PinSet(tree, set, !removes);
+    const bool isDone = change.failure.empty();
+    if (!isDone) {
+        std::cerr << "thsentinelctl: " << EscapeControls(set.GetId()) << ": "
+                  << EscapeControls(change.failure) << '\n';
+    } else if (document == nullptr) {
+        std::cout << (removes ? "no longer pinned: " : "pinned: ") << EscapeControls(set.GetId()) << '\n';
+    }
+    if (document != nullptr) {
+        document->AddItem({{"id", ToJson(set.GetId())}, {"pinned", isDone != removes}});
+    }
+    return isDone;
+}
+
 int Pin(const Common& common, const PinOptions& options)
 {
     const EvidenceSource source = OpenEvidence(common);
-    Json document = BeginDocument("pin");
-    document["sets"] = Json::array();
-    int status = EXIT_GOOD;
-    for (const std::size_t place : SelectSets(source.tree, options.names)) {
-        const EvidenceSet& set = source.tree.sets[place];
-        const SetChange change = PinSet(source.tree, set, !options.removes);
-        const bool isDone = change.failure.empty();
-        status = isDone ? status : EXIT_ERRORS;
-        Json json;
-        json["id"] = ToJson(set.GetId());
-        json["pinned"] = isDone != options.removes;
-        document["sets"].push_back(std::move(json));
-        if (!isDone) {
-            std::cerr << "thsentinelctl: " << EscapeControls(set.GetId()) << ": "
-                      << EscapeControls(change.failure) << '\n';
-        } else if (!common.json) {
-            std::cout << (options.removes ? "no longer pinned: " : "pinned: ") << EscapeControls(set.GetId())
-                      << '\n';
-        }
-    }
+    const std::vector<std::size_t> places = SelectSets(source.tree, options.names);
+    std::optional<DocumentStream> document;
     if (common.json) {
-        PrintDocument(document);
+        document.emplace(std::cout, BeginDocument("pin"));
+        document->BeginArray("sets");
     }
-    return status;
+    SetLoader loader(source.tree);
+    bool isAllDone = true;
+    for (const std::size_t place : places) {
+        const EvidenceSet set = loader.Load(place);
+        isAllDone = PinOne(source.tree, set, options.removes, document ? &*document : nullptr) && isAllDone;
+    }
+    if (document) {
+        document->EndArray();
+    }
+    return isAllDone ? EXIT_GOOD : EXIT_ERRORS;
 }
 } // namespace
 

@@ -2,7 +2,7 @@
 
 #include "base/ByteSize.h"
 #include "base/Common.h"
-#include "base/Document.h"
+#include "base/DocumentStream.h"
 #include "base/ExitStatus.h"
 #include "base/PlainText.h"
 #include "base/Progress.h"
@@ -27,8 +27,6 @@ namespace
 constexpr VerbText PRUNE = {"prune", "Shows what old evidence could go and why, and deletes it if told to",
                             "thsentinelctl prune --older 30d --max-size 20G\n"
                             "thsentinelctl prune --older 30d --delete"};
-/** A folder that was changed within this time may be about to get files of a capture; it stays. */
-constexpr std::time_t QUIET_TIME = 3600;
 
 struct PruneOptions
 {
@@ -70,7 +68,9 @@ std::vector<PruneSubject> MakeSubjects(const EvidenceSource& source, Activity& a
     check.plan = source.plan;
     std::vector<PruneSubject> subjects;
     Progress progress("looking at sets:", source.tree.sets.size());
-    for (const EvidenceSet& set : source.tree.sets) {
+    SetLoader loader(source.tree);
+    for (std::size_t place = 0; place < source.tree.sets.size(); ++place) {
+        const EvidenceSet set = loader.Load(place);
         progress.SetDetail(set.GetId());
         PruneSubject subject;
         subject.process = set.process;
@@ -94,11 +94,8 @@ std::vector<SetChange> Delete(const EvidenceTree& tree, const PrunePlan& plan, c
     progress.CountBytes();
     std::vector<SetChange> changes;
     for (const PruneChoice& choice : plan.candidates) {
-        const EvidenceSet& set = tree.sets[choice.place];
-        progress.SetDetail(set.GetId());
-        const bool isQuiet =
-            !activity.IsAlive(set.pid) && IsUnchangedSince(tree, set, activity.GetNow() - QUIET_TIME);
-        changes.push_back(DeleteSet(tree, set, isQuiet));
+        progress.SetDetail(tree.sets[choice.place].GetId());
+        changes.push_back(DeleteFoundSet(tree, choice.place, activity));
         progress.Advance(changes.back().freedBytes);
     }
     return changes;
@@ -123,35 +120,35 @@ Json ChoiceToJson(const EvidenceTree& tree, const PruneChoice& choice)
 void PrintJson(const EvidenceSource& source, const PrunePlan& plan, const std::vector<SetChange>& changes)
 {
     const EvidenceTree& tree = source.tree;
-    Json document = BeginDocument("prune");
-    document["root"] = ToJson(tree.root);
-    document["diskBytes"] = plan.diskBytes;
-    document["freedBytes"] = plan.freedBytes;
-    document["settingsFailure"] = SettingsFailureToJson(source);
-    document["candidates"] = Json::array();
+    DocumentStream document(std::cout, BeginDocument("prune"));
+    document.Add("root", ToJson(tree.root));
+    document.Add("diskBytes", plan.diskBytes);
+    document.Add("freedBytes", plan.freedBytes);
+    document.Add("settingsFailure", SettingsFailureToJson(source));
+    document.BeginArray("candidates");
     for (std::size_t index = 0; index < plan.candidates.size(); ++index) {
         Json json = ChoiceToJson(tree, plan.candidates[index]);
         json["deleted"] = index < changes.size() && changes[index].failure.empty();
         if (index < changes.size() && !changes[index].failure.empty()) {
             json["failure"] = ToJson(changes[index].failure);
         }
-        document["candidates"].push_back(std::move(json));
+        document.AddItem(json);
     }
-    document["kept"] = Json::array();
+    document.EndArray();
+    document.BeginArray("kept");
     for (const PruneChoice& choice : plan.kept) {
-        document["kept"].push_back(ChoiceToJson(tree, choice));
+        document.AddItem(ChoiceToJson(tree, choice));
     }
-    PrintDocument(document);
+    document.EndArray();
 }
 
 void PrintChoices(const EvidenceTree& tree, const std::vector<PruneChoice>& choices)
 {
-    Table table({{"SET"}, {"ON DISK", Table::Side::Right}, {"REASON"}});
-    for (const PruneChoice& choice : choices) {
-        const EvidenceSet& set = tree.sets[choice.place];
-        table.Add({{set.GetId()}, {FormatByteSize(set.GetDiskBytes())}, {choice.reason}});
-    }
-    table.Print(std::cout);
+    const std::vector<Table::Column> columns = {{"SET"}, {"ON DISK", Table::Side::Right}, {"REASON"}};
+    PrintTable(std::cout, columns, choices.size(), [&](std::size_t row) -> std::vector<Cell> {
+        const EvidenceSet& set = tree.sets[choices[row].place];
+        return {{set.GetId()}, {FormatByteSize(set.GetDiskBytes())}, {choices[row].reason}};
+    });
 }
 
 void PrintText(const EvidenceTree& tree, const PrunePlan& plan, bool deletes)

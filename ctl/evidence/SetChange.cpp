@@ -11,6 +11,9 @@ namespace ctl
 {
 namespace
 {
+/** A folder that was changed within this time may be about to get files of a capture; it stays. */
+constexpr std::time_t QUIET_TIME = 3600;
+
 constexpr mode_t OWNER_ONLY = 0600;
 constexpr char LOCK_MARK[] = "evidence.lock";
 
@@ -158,6 +161,20 @@ private:
 SetChange DeleteSet(const EvidenceTree& tree, const EvidenceSet& set, bool removesFolders)
 {
     return Deletion(tree, set).Run(removesFolders);
+}
+
+SetChange DeleteFoundSet(const EvidenceTree& tree, std::size_t place, const Activity& activity)
+{
+    const EvidenceSet& found = tree.sets[place];
+    const EvidenceSet set = SetLoader(tree).Load(place);
+    if (set.sums != found.sums || set.isPinned != found.isPinned) {
+        SetChange change;
+        change.failure = "changed after it was chosen; nothing of it was deleted";
+        return change;
+    }
+    const bool isQuiet =
+        !activity.IsAlive(set.pid) && IsUnchangedSince(tree, set, activity.GetNow() - QUIET_TIME);
+    return DeleteSet(tree, set, isQuiet);
 }
 
 SetChange PinSet(const EvidenceTree& tree, const EvidenceSet& set, bool isPinned)

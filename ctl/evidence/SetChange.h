@@ -1,5 +1,6 @@
 #pragma once
 
+#include "evidence/Activity.h"
 #include "evidence/EvidenceTree.h"
 
 #include <cstdint>
@@ -27,6 +28,13 @@ struct SetChange
  * stay.
  */
 SetChange DeleteSet(const EvidenceTree& tree, const EvidenceSet& set, bool removesFolders);
+
+/**
+ * Deletes a set of a tree that kept sums only, as DeleteSet does. A set that is no longer what it was when
+ * the tree was walked stays: a capture writes it, or somebody pinned it. Folders go where nothing can come
+ * any more: the process is gone, and the folder rested for an hour.
+ */
+SetChange DeleteFoundSet(const EvidenceTree& tree, std::size_t place, const Activity& activity);
 
 /** Pins a set, or lets it go: a mark in its folder. Does nothing if that is so already. */
 SetChange PinSet(const EvidenceTree& tree, const EvidenceSet& set, bool isPinned);

@@ -38,13 +38,14 @@ public:
 
     SetReport Run()
     {
-        if (mSet.files.empty()) {
-            AddDamage(FileKind::MemoryPerf, "the folder is empty");
-            return Conclude();
-        }
         const OpenedFile folder = OpenSetFolder(mTree, mSet);
         if (!folder.IsOpen()) {
             mProblems.push_back({folder.failure, folder.error == ENOENT, false});
+            return Conclude();
+        }
+        if (mSet.files.empty()) {
+            AddDamage(FileKind::MemoryPerf,
+                      mSet.label.empty() ? "the folder is empty" : "its files are gone");
             return Conclude();
         }
         mSampling = FindSampling(folder.file.Get());

@@ -36,7 +36,7 @@ void PrintTexts(const std::vector<std::string>& texts, const char* what)
 
 Json SetToJson(const EvidenceTree& tree, const CheckedSet& checked, bool withProblems)
 {
-    const EvidenceSet& set = *checked.set;
+    const EvidenceSet& set = checked.set;
     Json json;
     json["id"] = ToJson(set.GetId());
     json["process"] = ToJson(set.process);
@@ -62,11 +62,11 @@ Json SettingsFailureToJson(const EvidenceSource& source)
     return source.settingsFailure.empty() ? Json(nullptr) : ToJson(source.settingsFailure);
 }
 
-void AddRemarks(Json& document, const EvidenceSource& source)
+void AddRemarks(DocumentStream& document, const EvidenceSource& source)
 {
-    document["settingsFailure"] = SettingsFailureToJson(source);
-    document["strangers"] = TextsToJson(source.tree.strangers);
-    document["unseen"] = TextsToJson(source.tree.unseen);
+    document.Add("settingsFailure", SettingsFailureToJson(source));
+    document.Add("strangers", TextsToJson(source.tree.strangers));
+    document.Add("unseen", TextsToJson(source.tree.unseen));
 }
 
 void PrintUnknownSettings(const EvidenceSource& source)

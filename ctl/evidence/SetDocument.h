@@ -1,6 +1,6 @@
 #pragma once
 
-#include "base/Document.h"
+#include "base/DocumentStream.h"
 #include "base/Terminal.h"
 #include "evidence/EvidenceSource.h"
 #include "evidence/SetCheck.h"
@@ -15,15 +15,15 @@ namespace ctl
 /** A set with what a check found. */
 struct CheckedSet
 {
-    const EvidenceSet* set = nullptr;
+    EvidenceSet set;
     SetReport report;
 };
 
 /** A set as `list` and `verify` show it in JSON. `verify` adds problems and notes. */
 Json SetToJson(const EvidenceTree& tree, const CheckedSet& checked, bool withProblems);
 
-/** Adds to a document why the settings are unknown, what isn't the daemon's and what can't be looked at. */
-void AddRemarks(Json& document, const EvidenceSource& source);
+/** Ends a document with why the settings are unknown, what isn't the daemon's and what can't be looked at. */
+void AddRemarks(DocumentStream& document, const EvidenceSource& source);
 
 /** Prints the same for people, on standard error. */
 void PrintRemarks(const EvidenceSource& source);

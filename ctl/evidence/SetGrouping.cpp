@@ -111,6 +111,7 @@ std::vector<EvidenceSet> GroupFiles(const std::string& process, int pid, std::ve
         }
     }
     for (EvidenceSet& set : sets) {
+        set.sums = AddUp(set.files);
         std::sort(set.files.begin(), set.files.end(),
                   [](const EvidenceFile& left, const EvidenceFile& right) {
                       return std::tie(left.kind, left.time) < std::tie(right.kind, right.time);

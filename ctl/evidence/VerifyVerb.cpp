@@ -73,7 +73,7 @@ void PrintSet(const CheckedSet& checked)
 {
     const SetState state = checked.report.state;
     std::cout << Paint(GetStateName(state), GetStateColour(state)) << "  "
-              << EscapeControls(checked.set->GetId()) << '\n';
+              << EscapeControls(checked.set.GetId()) << '\n';
     for (const std::string& problem : checked.report.problems) {
         std::cout << "  " << EscapeControls(problem) << '\n';
     }
@@ -105,10 +105,11 @@ Summary CheckAll(const EvidenceSource& source, const std::vector<std::size_t>& p
     rules.progress = [&progress](std::uint64_t bytes) { progress.Advance(bytes); };
     Activity activity;
     Summary summary;
+    SetLoader loader(source.tree);
     for (const std::size_t place : places) {
-        const EvidenceSet& set = source.tree.sets[place];
-        progress.SetDetail(set.GetId());
-        const CheckedSet checked = {&set, CheckSet(source.tree, set, rules, activity)};
+        CheckedSet checked = {loader.Load(place), {}};
+        progress.SetDetail(checked.set.GetId());
+        checked.report = CheckSet(source.tree, checked.set, rules, activity);
         summary.Count(checked.report);
         take(checked);
     }
@@ -139,15 +140,15 @@ int Verify(const Common& common, const VerifyOptions& options)
         PrintRemarks(source);
         return summary.GetStatus(source.tree.unseen.empty());
     }
-    Json document = BeginDocument("verify");
-    document["root"] = ToJson(source.tree.root);
-    document["sets"] = Json::array();
+    DocumentStream document(std::cout, BeginDocument("verify"));
+    document.Add("root", ToJson(source.tree.root));
+    document.BeginArray("sets");
     const Summary summary = CheckAll(source, places, [&](const CheckedSet& checked) {
-        document["sets"].push_back(SetToJson(source.tree, checked, true));
+        document.AddItem(SetToJson(source.tree, checked, true));
     });
-    document["summary"] = SummaryToJson(summary);
+    document.EndArray();
+    document.Add("summary", SummaryToJson(summary));
     AddRemarks(document, source);
-    PrintDocument(document);
     return summary.GetStatus(source.tree.unseen.empty());
 }
 } // namespace

@@ -44,7 +44,7 @@ std::size_t ChooseSet(const EvidenceTree& tree, const ReportOptions& options)
         return SelectOneSet(tree, options.mSet);
     }
     for (std::size_t place = tree.sets.size(); place > 0; --place) { // they are sorted by time
-        if (!tree.sets[place - 1].files.empty()) {
+        if (tree.sets[place - 1].HasFiles()) {
             return place - 1;
         }
     }
@@ -107,7 +107,7 @@ void PrintResult(const Common& common, const ReportOptions& options, const Evide
 int Report(const Common& common, const ReportOptions& options)
 {
     const EvidenceSource source = OpenEvidence(common);
-    const EvidenceSet& set = source.tree.sets[ChooseSet(source.tree, options)];
+    const EvidenceSet set = SetLoader(source.tree).Load(ChooseSet(source.tree, options));
     const ReportData data = ReadAll(common, source, set);
     const std::string page = WritePage(data);
     WriteOutputFile(options.mOutput, page);

@@ -164,7 +164,9 @@ EvidenceCount CountEvidence(const Common& common)
         rules.plan = source.plan;
         rules.depth = Depth::Ends;
         Activity activity;
-        for (const EvidenceSet& set : source.tree.sets) {
+        SetLoader loader(source.tree);
+        for (std::size_t place = 0; place < source.tree.sets.size(); ++place) {
+            const EvidenceSet set = loader.Load(place);
             ++count.states[static_cast<std::size_t>(CheckSet(source.tree, set, rules, activity).state)];
             count.bytes += set.GetDiskBytes();
         }

@@ -223,22 +223,25 @@ void ReadCore(int folder, const EvidenceSet& set, ReportData& data)
 }
 
 /** The latest set of the same process that is clearly earlier, if there is one with a memory map. */
-const EvidenceSet* FindEarlier(const EvidenceTree& tree, const EvidenceSet& set)
+std::optional<EvidenceSet> FindEarlier(const EvidenceTree& tree, const EvidenceSet& set)
 {
-    const EvidenceSet* found = nullptr;
-    for (const EvidenceSet& other : tree.sets) {
-        if (other.process == set.process && other.pid == set.pid && other.time < set.time - NEAREST_EARLIER &&
-            other.Find(FileKind::ProcessData) != nullptr && (found == nullptr || other.time > found->time)) {
-            found = &other;
+    SetLoader loader(tree);
+    for (std::size_t place = tree.sets.size(); place > 0; --place) { // they are sorted by time
+        const EvidenceSet& other = tree.sets[place - 1];
+        if (other.process == set.process && other.pid == set.pid && other.time < set.time - NEAREST_EARLIER) {
+            EvidenceSet found = loader.Load(place - 1);
+            if (found.Find(FileKind::ProcessData) != nullptr) {
+                return found;
+            }
         }
     }
-    return found;
+    return std::nullopt;
 }
 
 void ReadEarlier(const EvidenceTree& tree, const EvidenceSet& set, ReportData& data)
 {
-    const EvidenceSet* const earlier = FindEarlier(tree, set);
-    if (earlier == nullptr) {
+    const std::optional<EvidenceSet> earlier = FindEarlier(tree, set);
+    if (!earlier) {
         return;
     }
     const OpenedFile folder = OpenSetFolder(tree, *earlier);

@@ -172,3 +172,70 @@ TEST(EvidenceTree, CountsBytesAndDiskOfSparseFilesApart)
     EXPECT_EQ(tree.sets[0].GetBytes(), 1ULL << 40U);
     EXPECT_LT(tree.sets[0].GetDiskBytes(), 1ULL << 20U);
 }
+
+namespace
+{
+std::vector<std::string> GetFileNames(const EvidenceSet& set)
+{
+    std::vector<std::string> names;
+    for (const EvidenceFile& file : set.files) {
+        names.push_back(file.name);
+    }
+    return names;
+}
+} // namespace
+
+TEST(SetLoader, FindsTheSetsAgainWhoseSumsAloneWereKept)
+{
+    const EvidenceFolder folder;
+    WriteStatistics(folder, "tbrd", 4321, 1, "13-11_02.10.28");
+    WriteStatistics(folder, "tbrd", 4321, 1, "13-11_02.10.28", "Memory");
+    WriteStatistics(folder, "tbrd", 4321, 2, "13-11_09.10.28");
+    folder.Write("tbrd/4321/Evidence1/4321_13-11_02.10.28_CPU.hprof", "x");
+    folder.Write("tbrd/4321/Evidence2/4321_13-11_09.10.29_CPU.ThreadDump", "late");
+    folder.Write("tbrd/4321/Evidence2/.4321_13-11_09.10.28_CPU.pinned", "");
+    std::filesystem::create_directories(folder.GetRoot() / "tbrd/7/Evidence1");
+    const EvidenceTree whole = FindEvidence(folder.GetPath());
+    const EvidenceTree sums = FindEvidence(folder.GetPath(), Keeping::Sums);
+    SetLoader loader(sums);
+    ASSERT_EQ(sums.sets.size(), 4U);
+    for (std::size_t place = 0; place < sums.sets.size(); ++place) {
+        const EvidenceSet& expected = whole.sets[place];
+        EXPECT_THAT(sums.sets[place].files, IsEmpty());
+        EXPECT_EQ(sums.sets[place].sums, expected.sums);
+        const EvidenceSet loaded = loader.Load(place);
+        EXPECT_EQ(loaded.GetId(), expected.GetId());
+        EXPECT_EQ(GetFileNames(loaded), GetFileNames(expected));
+        EXPECT_EQ(loaded.sums, expected.sums);
+        EXPECT_EQ(loaded.isPinned, expected.isPinned);
+    }
+}
+
+TEST(SetLoader, GivesASetThatIsGoneWithoutFiles)
+{
+    const EvidenceFolder folder;
+    WriteStatistics(folder, "tbrd", 4321, 1, "13-11_02.10.28");
+    const EvidenceTree tree = FindEvidence(folder.GetPath(), Keeping::Sums);
+    std::filesystem::remove_all(folder.GetRoot() / "tbrd/4321");
+    const EvidenceSet gone = SetLoader(tree).Load(0);
+    EXPECT_EQ(gone.GetId(), tree.sets[0].GetId());
+    EXPECT_FALSE(gone.HasFiles());
+    EXPECT_EQ(gone.GetBytes(), 0U);
+}
+
+TEST(SetLoader, HoldsNoMoreThanItNeedsOfManySets)
+{
+    const EvidenceFolder folder;
+    for (int pid = 1; pid <= 1200; ++pid) {
+        folder.Write("tbrd/" + std::to_string(pid) + "/Evidence1/" + std::to_string(pid) +
+                         "_13-11_02.10.28_CPU.Netstat",
+                     std::to_string(pid));
+    }
+    const EvidenceTree tree = FindEvidence(folder.GetPath(), Keeping::Sums);
+    SetLoader loader(tree);
+    for (std::size_t place = 0; place < tree.sets.size(); ++place) {
+        EXPECT_EQ(loader.Load(place).files.size(), 1U);
+        EXPECT_LE(loader.CountHeld(), 1001U);
+    }
+    EXPECT_EQ(loader.Load(0).pid, tree.sets[0].pid) << "what was let go is read again";
+}

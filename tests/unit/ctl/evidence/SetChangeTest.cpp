@@ -175,3 +175,22 @@ TEST(PinnedSet, HoldsAFile)
     const EvidenceTree tree = FindOne(folder);
     EXPECT_EQ(PinSet(tree, tree.sets[0], true).failure, "holds no file that could be pinned");
 }
+
+TEST(SetDeletion, OfASetThatChangedAfterItWasFoundDoesNothing)
+{
+    const EvidenceFolder folder;
+    WriteStatistics(folder, "tbrd", 4321, 1, "13-11_02.10.28");
+    const EvidenceTree tree = FindEvidence(folder.GetPath(), Keeping::Sums);
+    const Activity activity("/absent");
+    constexpr char REFUSED[] = "changed after it was chosen; nothing of it was deleted";
+    const std::string file =
+        folder.Write(std::string(FOLDER) + "/" + STEM + ".4321", "a core that came late");
+    EXPECT_EQ(DeleteFoundSet(tree, 0, activity).failure, REFUSED);
+    fs::remove(file);
+    const std::string mark = folder.Write(std::string(FOLDER) + "/." + STEM + ".pinned", "");
+    EXPECT_EQ(DeleteFoundSet(tree, 0, activity).failure, REFUSED) << "pinned meanwhile";
+    fs::remove(mark);
+    EXPECT_EQ(std::distance(fs::directory_iterator(folder.GetRoot() / FOLDER), {}), 5);
+    EXPECT_EQ(DeleteFoundSet(tree, 0, activity).failure, "");
+    EXPECT_TRUE(fs::is_empty(folder.GetRoot() / FOLDER)) << "it was changed just now, so the folder stays";
+}
