@@ -1,6 +1,9 @@
 #include "log/LogEvents.h"
 
 #include <algorithm>
+#include <array>
+#include <bit>
+#include <cstdint>
 
 #include "base/ProgramNames.h"
 #include "cli/ServiceTexts.h"
@@ -78,13 +81,27 @@ constexpr LinePattern PATTERNS[] = {
     {LogEventKind::Failure, CONFIGURATION_ERROR_TEXT, "D"}, // as all complaints of the daemon begin
 };
 
+/** For each character the patterns that begin with it, a bit for each: most lines fit none, and are many. */
+constexpr auto FITTING = [] {
+    static_assert(std::size(PATTERNS) <= 32);
+    std::array<std::uint32_t, 256> fitting = {};
+    for (std::size_t place = 0; place < std::size(PATTERNS); ++place) {
+        for (const char first : PATTERNS[place].firsts) {
+            fitting[static_cast<unsigned char>(first)] |= std::uint32_t{1} << place;
+        }
+    }
+    return fitting;
+}();
+
 } // namespace
 
 std::optional<LogEvent> ParseLogText(std::string_view text)
 {
-    for (const LinePattern& pattern : PATTERNS) {
-        if (text.empty() || pattern.firsts.find(text.front()) == std::string_view::npos) {
-            continue; // as for most lines, and there are many
+    std::uint32_t fitting = text.empty() ? 0 : FITTING[static_cast<unsigned char>(text.front())];
+    for (; fitting != 0; fitting &= fitting - 1) {
+        const LinePattern& pattern = PATTERNS[std::countr_zero(fitting)];
+        if (!text.starts_with(pattern.format.substr(0, pattern.format.find('%')))) {
+            continue;
         }
         LogEvent event;
         event.detail = pattern.detail;

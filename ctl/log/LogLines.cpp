@@ -20,12 +20,13 @@ constexpr std::size_t HOUR_LENGTH = sizeof "YYYY-MM-DD HH" - 1;
 constexpr std::size_t CHUNK = std::size_t{256} * 1024;
 constexpr std::size_t LONGEST_TEXT = 65536;
 
-bool HasStamp(std::string_view line)
+/** `known` is the begin of another line's stamp: what it has in common with this one isn't looked at again. */
+bool HasStamp(std::string_view line, std::string_view known)
 {
     if (line.size() < STAMP_FORM.size()) {
         return false;
     }
-    for (std::size_t place = 0; place < STAMP_FORM.size(); ++place) {
+    for (std::size_t place = line.starts_with(known) ? known.size() : 0; place < STAMP_FORM.size(); ++place) {
         const bool isDigit = line[place] >= '0' && line[place] <= '9';
         if (STAMP_FORM[place] == 'd' ? !isDigit : line[place] != STAMP_FORM[place]) {
             return false;
@@ -148,7 +149,7 @@ std::optional<std::int64_t> GetWallAfter(int descriptor, std::uint64_t offset)
 
 bool StampReader::Read(std::string_view line, LogLineRead& result)
 {
-    if (!HasStamp(line)) {
+    if (!HasStamp(line, mHour)) {
         return false;
     }
     const std::string_view hour = line.substr(0, HOUR_LENGTH);

@@ -127,7 +127,7 @@ bool LiveCheck::CheckNeverMatches(const char* key, const std::string& name)
 bool LiveCheck::ReportLikeness(const char* key, const std::string& name)
 {
     for (const Process& process : mNames.GetProcesses()) {
-        const std::string running = process.GetName();
+        const std::string running(process.GetName());
         const std::string pid = std::to_string(process.pid);
         if (running == name + ":") {
             Add(Severity::Warning, key,
@@ -148,7 +148,7 @@ bool LiveCheck::ReportLikeness(const char* key, const std::string& name)
         }
     }
     for (const Process& process : mNames.GetProcesses()) {
-        const std::string running = process.GetName();
+        const std::string running(process.GetName());
         if (running.size() > 3 && name.size() > 3 && running.size() < 64 && GetDistance(name, running) == 1) {
             Add(Severity::Warning, key,
                 "\"" + name + "\" matches no process now; \"" + running + "\" is running",

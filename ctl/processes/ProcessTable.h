@@ -4,6 +4,7 @@
 #include <ctime>
 #include <optional>
 #include <string>
+#include <string_view>
 #include <vector>
 
 namespace ctl
@@ -15,8 +16,8 @@ struct Process
     int pid = 0;
     std::string command; ///< empty for kernel threads and for what ended meanwhile
 
-    /** The name under which the daemon knows it: the base name of the first word of the command. */
-    std::string GetName() const;
+    /** The name under which the daemon knows it: the base name of the first word, a part of `command`. */
+    std::string_view GetName() const;
 };
 
 /** What is read of one process where it is needed. */
@@ -40,6 +41,9 @@ std::optional<Process> ReadProcess(int pid, const std::string& folder = "/proc")
 
 /** The details of one process; nothing if it has ended. */
 std::optional<ProcessDetails> ReadDetails(int pid, const std::string& folder = "/proc");
+
+/** The same below an open folder, for whoever asks for many. */
+std::optional<ProcessDetails> ReadDetails(int folder, int pid);
 
 /** When a process with these details was started, in seconds since the epoch. */
 std::time_t GetStartTime(const ProcessDetails& details, const std::string& folder = "/proc");

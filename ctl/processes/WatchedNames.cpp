@@ -20,9 +20,13 @@ constexpr const char* GREPS[] = {"/usr/bin/grep", "/bin/grep"};
 WatchedNames::WatchedNames(std::vector<Process> processes, std::set<std::string> names, int ownPid)
     : mProcesses(std::move(processes)), mNames(std::move(names)), mOwnPid(ownPid)
 {
+    for (const std::string& name : mNames) {
+        mPids[name];
+    }
     for (const Process& process : mProcesses) {
-        if (process.pid != mOwnPid) {
-            mPids[process.GetName()].push_back(process.pid);
+        const auto found = mPids.find(process.GetName());
+        if (found != mPids.end() && process.pid != mOwnPid) {
+            found->second.push_back(process.pid);
         }
     }
 }

@@ -1,8 +1,9 @@
 #pragma once
 
-#include <map>
 #include <set>
 #include <string>
+#include <string_view>
+#include <unordered_map>
 #include <vector>
 
 #include "processes/ProcessTable.h"
@@ -27,7 +28,10 @@ class WatchedNames
 public:
     /** `ownPid` is the daemon's, which leaves itself out; 0 for none. */
     WatchedNames(std::vector<Process> processes, std::set<std::string> names, int ownPid);
+    WatchedNames(const WatchedNames&) = delete; // the table of names points into the set
+    WatchedNames& operator=(const WatchedNames&) = delete;
 
+    /** `configuredName` is one of the lists' names. */
     NameMatch Find(const std::string& configuredName) const;
 
     const std::vector<Process>& GetProcesses() const { return mProcesses; }
@@ -37,8 +41,8 @@ private:
     bool PassesFilter(const std::string& line) const;
 
     const std::vector<Process> mProcesses;
-    std::map<std::string, std::vector<int>> mPids; ///< of all processes, by name
     const std::set<std::string> mNames;
+    std::unordered_map<std::string_view, std::vector<int>> mPids; ///< by each of the names
     const int mOwnPid;
 };
 

@@ -1,11 +1,14 @@
 #include "store/Store.h"
 
 #include <cstdlib>
+#include <cstring>
+#include <optional>
 #include <string>
 #include <utility>
 
 #include <dlfcn.h>
 #include <link.h>
+#include <sys/mman.h>
 
 #include "thbase.h"
 
@@ -18,7 +21,6 @@ namespace
 {
 
 constexpr const char* LIBRARY = "libthbase.so";
-constexpr std::size_t LIBRARY_LIMIT = std::size_t{8} * 1024 * 1024;
 
 /** The calls of the product's base library. */
 struct Library
@@ -67,27 +69,46 @@ bool IsStandalone(void* library)
         return false;
     }
     const Descriptor file(open(map->l_name, O_RDONLY | O_CLOEXEC));
-    return file.IsOpen() &&
-           ReadDescriptor(file.Get(), LIBRARY_LIMIT).text.find(STORE_PATH) != std::string::npos;
+    struct stat status = {};
+    if (!file.IsOpen() || fstat(file.Get(), &status) != 0 || status.st_size <= 0) {
+        return false;
+    }
+    const auto size = static_cast<std::size_t>(status.st_size);
+    void* const bytes = mmap(nullptr, size, PROT_READ, MAP_PRIVATE, file.Get(), 0);
+    if (bytes == MAP_FAILED) {
+        return false;
+    }
+    const bool isFound = memmem(bytes, size, STORE_PATH, std::strlen(STORE_PATH)) != nullptr;
+    (void)munmap(bytes, size); // can't fail for what was mapped
+    return isFound;
+}
+
+/** The calls of the product's own library; nothing where the store is that of the standalone one. */
+std::optional<Library> FindProductLibrary()
+{
+    // Never closed: the handle of the store stays valid until the process ends.
+    void* const library = dlopen(LIBRARY, RTLD_NOW | RTLD_LOCAL);
+    if (library == nullptr || IsStandalone(library)) {
+        return std::nullopt;
+    }
+    Library calls;
+    Find(library, "get_master_config_ptr", calls.getHandle);
+    Find(library, "thconfGetKeyValPair", calls.getText);
+    Find(library, "thconfGetKeyValPairAsInt", calls.getNumber);
+    const bool isWhole =
+        calls.getHandle != nullptr && calls.getText != nullptr && calls.getNumber != nullptr;
+    return isWhole ? std::optional(calls) : std::nullopt;
 }
 
 } // namespace
 
 std::unique_ptr<Store> OpenHostStore()
 {
-    // Never closed: the handle of the store stays valid until the process ends.
-    void* const library = dlopen(LIBRARY, RTLD_NOW | RTLD_LOCAL);
-    if (library == nullptr || IsStandalone(library)) {
+    static const std::optional<Library> library = FindProductLibrary(); // looked for once a process
+    if (!library) {
         return OpenStoreFile(STORE_PATH);
     }
-    Library calls;
-    Find(library, "get_master_config_ptr", calls.getHandle);
-    Find(library, "thconfGetKeyValPair", calls.getText);
-    Find(library, "thconfGetKeyValPairAsInt", calls.getNumber);
-    if (calls.getHandle == nullptr || calls.getText == nullptr || calls.getNumber == nullptr) {
-        return OpenStoreFile(STORE_PATH);
-    }
-    return std::make_unique<ProductStore>(calls);
+    return std::make_unique<ProductStore>(*library);
 }
 
 } // namespace ctl
