@@ -13,9 +13,9 @@ bool IsJavaName(const std::string& name)
 std::string GetJavaMarker(const std::string& name)
 {
     if (name == ADMIN_CONSOLE_JAVA) {
-        return "tarn.thx.AdminConsole";
+        return ADMIN_CONSOLE_MARKER;
     }
-    return name == WEB_MANAGEMENT_JAVA ? "Dthwmc" : "";
+    return name == WEB_MANAGEMENT_JAVA ? WEB_MANAGEMENT_MARKER : "";
 }
 
 } // namespace ctl

@@ -11,6 +11,9 @@
 #include <sys/sysmacros.h>
 #include <unistd.h>
 
+#include "base/ProductPlaces.h"
+#include "cli/LockNames.h"
+
 #include "base/SafeFile.h"
 #include "processes/ProcessTable.h"
 
@@ -20,8 +23,6 @@ namespace ctl
 namespace
 {
 
-constexpr const char* RUN_LOCK = "976AF287-9C13-4F28-AC99-AD456ABE5383.RUN";
-constexpr const char* CHILD_LOCK = "41938320-72B9-4818-A4F2-16EBF79F40F0.CHILD";
 constexpr std::size_t LOCKS_LIMIT = std::size_t{16} * 1024 * 1024;
 
 /** The answer of one way to ask: held by whom (0: by somebody unseen), free, or no answer. */
@@ -115,11 +116,16 @@ void SetHolder(DaemonLock& result, int holder)
 
 } // namespace
 
+std::string GetLockFolder()
+{
+    return std::string(PRODUCT_BASE) + "/" + PRODUCT_TEMP;
+}
+
 DaemonLock AskForDaemon(const std::string& folder, const std::string& procFolder)
 {
     DaemonLock result;
-    result.written = ReadWrittenPid(folder + "/" + RUN_LOCK);
-    const std::string path = folder + "/" + CHILD_LOCK;
+    result.written = ReadWrittenPid(folder + "/" + THHS_RUN_LOCK_NAME);
+    const std::string path = folder + "/" + THHS_CHILD_LOCK_NAME;
     struct stat file = {};
     if (lstat(path.c_str(), &file) != 0) {
         result.state = errno == ENOENT ? DaemonLock::State::Stopped : DaemonLock::State::Unknown;

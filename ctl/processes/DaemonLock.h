@@ -26,12 +26,14 @@ struct DaemonLock
     bool IsStale() const { return state == State::Stopped && written.has_value(); }
 };
 
+/** Where the daemon keeps its locks. */
+std::string GetLockFolder();
+
 /**
  * Asks for the lock: by the list of locks of the kernel, for which no file is opened, and by F_GETLK on a
  * descriptor for reading. Nothing is created, written or locked. `folder` holds the lock files, `procFolder`
  * is /proc.
  */
-DaemonLock AskForDaemon(const std::string& folder = "/usr/tarnv/tmp",
-                        const std::string& procFolder = "/proc");
+DaemonLock AskForDaemon(const std::string& folder = GetLockFolder(), const std::string& procFolder = "/proc");
 
 } // namespace ctl

@@ -2,6 +2,7 @@
 #include <cstdlib>
 #include <set>
 
+#include "base/ProductPlaces.h"
 #include "counters/BreachTexts.h"
 #include "platform/CommandPath.h"
 #include "platform/ListingLines.h"
@@ -18,8 +19,6 @@ namespace
 {
 
 using Result = PreflightRow::Result;
-
-constexpr const char* PRODUCT_BASE = "/usr/tarnv";
 
 /** The filter of the listing: all names of the lists and the product's folder. */
 std::string MakeFilter(const Settings& settings)

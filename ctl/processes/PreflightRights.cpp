@@ -5,10 +5,12 @@
 #include <sys/stat.h>
 #include <unistd.h>
 
+#include "base/ProductPlaces.h"
 #include "config/KeyTable.h"
 
 #include "base/JavaNames.h"
 #include "base/SafeFile.h"
+#include "processes/DaemonLock.h"
 #include "processes/Preflight.h"
 
 namespace ctl
@@ -21,8 +23,12 @@ using Result = PreflightRow::Result;
 
 constexpr std::size_t LIMIT = 65536;
 constexpr unsigned CAP_PTRACE = 19; // CAP_SYS_PTRACE, as bit of a capability set
-constexpr const char* TEMPORARY = "/usr/tarnv/tmp";
-constexpr const char* TEMPORARY_OF_OTHERS = "/usr/tarnv/wmc/webserver/temp";
+
+/** Where the dumps of Java programs of other users are made. */
+std::string GetTemporaryOfOthers()
+{
+    return std::string(PRODUCT_BASE) + "/" + PRODUCT_WEBSERVER + "/" + PRODUCT_WEBSERVER_TEMP;
+}
 
 void CheckUser(const PreflightBase& base, PreflightRows& rows)
 {
@@ -126,7 +132,7 @@ void CheckOwner(const PreflightHost& host, const LiveCounter& counter, Preflight
                     isGood ? "" : "usermod -s /bin/sh " + owner->name});
 }
 
-void CheckTemporary(const std::string& root, const char* path, bool isForOthers, PreflightRows& rows)
+void CheckTemporary(const std::string& root, const std::string& path, bool isForOthers, PreflightRows& rows)
 {
     struct stat status = {};
     const bool isFolder = stat((root + path).c_str(), &status) == 0 && S_ISDIR(status.st_mode);
@@ -155,9 +161,9 @@ void CheckJava(const PreflightBase& base, PreflightRows& rows)
             hasOthers = hasOthers || counter.details.user != 0;
         }
     }
-    CheckTemporary(base.host.root, TEMPORARY, false, rows); // of the lock files, too
+    CheckTemporary(base.host.root, GetLockFolder(), false, rows); // of the lock files, too
     if (hasOthers) {
-        CheckTemporary(base.host.root, TEMPORARY_OF_OTHERS, true, rows);
+        CheckTemporary(base.host.root, GetTemporaryOfOthers(), true, rows);
     }
 }
 

@@ -3,6 +3,8 @@
 #include <algorithm>
 #include <utility>
 
+#include "base/ProductPlaces.h"
+
 #include "base/JavaNames.h"
 
 namespace ctl
@@ -11,7 +13,6 @@ namespace ctl
 namespace
 {
 
-constexpr const char* PRODUCT_BASE = "/usr/tarnv";
 constexpr const char* JAVA = "java";
 constexpr const char* GREPS[] = {"/usr/bin/grep", "/bin/grep"};
 

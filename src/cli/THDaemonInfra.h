@@ -5,6 +5,8 @@
 
 #include <pthread.h>
 
+#include "cli/LockNames.h"
+
 /**
  * The daemon as the only process of its kind: two lock files, the signals, and the fork.
  *
@@ -13,9 +15,6 @@
  * doesn't inherit them, and a process that holds or may hold one closes no descriptor of its file, which
  * would drop it.
  */
-
-constexpr char THHS_RUN_LOCK_NAME[] = "976AF287-9C13-4F28-AC99-AD456ABE5383.RUN";
-constexpr char THHS_CHILD_LOCK_NAME[] = "41938320-72B9-4818-A4F2-16EBF79F40F0.CHILD";
 
 /** Results of the functions below; 0 is success. */
 enum eDaemonResult

@@ -53,8 +53,8 @@ ConfigurationMgr::ConfigurationMgr(HelperFunctionInterface* helper)
 
 void ConfigurationMgr::InitJavaProcesses()
 {
-    mJavaProcessMap.emplace(ADMIN_CONSOLE_JAVA, "tarn.thx.AdminConsole");
-    mJavaProcessMap.emplace(WEB_MANAGEMENT_JAVA, "Dthwmc");
+    mJavaProcessMap.emplace(ADMIN_CONSOLE_JAVA, ADMIN_CONSOLE_MARKER);
+    mJavaProcessMap.emplace(WEB_MANAGEMENT_JAVA, WEB_MANAGEMENT_MARKER);
 }
 
 void ConfigurationMgr::InitializeLogFile()

@@ -8,3 +8,7 @@
  */
 static const std::string& ADMIN_CONSOLE_JAVA = *new std::string("adminconsole");
 static const std::string& WEB_MANAGEMENT_JAVA = *new std::string("thwmc");
+
+/** Text in the command line of each, by which the running one is found; a dot stands for any character. */
+inline constexpr char ADMIN_CONSOLE_MARKER[] = "tarn.thx.AdminConsole";
+inline constexpr char WEB_MANAGEMENT_MARKER[] = "Dthwmc";

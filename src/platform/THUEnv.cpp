@@ -1,6 +1,7 @@
 #include "platform/THUEnv.h"
 
 #include "base/BoundedText.h"
+#include "base/ProductPlaces.h"
 #include "base/ProgramNames.h"
 #include "thbase.h"
 
@@ -13,7 +14,7 @@ constexpr std::size_t LOG_FILE_NAME_SIZE = 64;
 
 std::string GetTHBasePath()
 {
-    return "/usr/tarnv";
+    return PRODUCT_BASE;
 }
 
 std::string GetTHPath()
@@ -23,17 +24,17 @@ std::string GetTHPath()
 
 std::string GetTHWebserverPath()
 {
-    return AppendPaths(GetTHBasePath(), "wmc/webserver");
+    return AppendPaths(GetTHBasePath(), PRODUCT_WEBSERVER);
 }
 
 std::string GetTHWebserverTempPath()
 {
-    return AppendPaths(GetTHWebserverPath(), "temp");
+    return AppendPaths(GetTHWebserverPath(), PRODUCT_WEBSERVER_TEMP);
 }
 
 std::string GetTHTempPath()
 {
-    return AppendPaths(GetTHBasePath(), "tmp");
+    return AppendPaths(GetTHBasePath(), PRODUCT_TEMP);
 }
 
 std::string GetTHBinPath()
