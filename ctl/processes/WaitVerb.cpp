@@ -1,23 +1,21 @@
 #include <chrono>
 #include <iostream>
 #include <memory>
-#include <thread>
 
 #include <CLI/CLI.hpp>
 
 #include "base/Common.h"
 #include "base/Document.h"
 #include "base/ExitStatus.h"
-#include "processes/DaemonLock.h"
+#include "base/PlainText.h"
 #include "processes/StatusVerb.h"
+#include "processes/Waiting.h"
 
 namespace ctl
 {
 
 namespace
 {
-
-constexpr std::chrono::milliseconds BETWEEN(100);
 
 struct Options
 {
@@ -27,14 +25,20 @@ struct Options
 
 int Report(const Common& common, const DaemonLock& lock, bool isReached)
 {
+    const bool isUnknown = lock.state == DaemonLock::State::Unknown;
     if (common.json) {
         Json document = BeginDocument("wait");
         document["reached"] = isReached;
-        document["running"] =
-            lock.state == DaemonLock::State::Unknown ? Json(nullptr) : Json(lock.IsRunning());
+        document["running"] = isUnknown ? Json(nullptr) : Json(lock.IsRunning());
         document["pid"] = OrNull(lock.holder);
         PrintDocument(document);
-    } else if (!isReached) {
+    }
+    if (isUnknown) {
+        std::cerr << "thsentinelctl: the time is over and it can't be told whether thsentinel runs: "
+                  << EscapeControls(lock.reason) << '\n';
+        return EXIT_CANT_TELL;
+    }
+    if (!isReached && !common.json) {
         std::cerr << "thsentinelctl: the time is over and thsentinel "
                   << (lock.IsRunning() ? "runs\n" : "doesn't run\n");
     }
@@ -45,21 +49,8 @@ int RunWait(const Common& common, const Options& options)
 {
     const bool wantsRunning = options.running >= 0;
     const std::chrono::duration<double> limit(wantsRunning ? options.running : options.stopped);
-    const auto end = std::chrono::steady_clock::now() + limit;
-    while (true) {
-        const DaemonLock lock = AskForDaemon();
-        if (lock.state == DaemonLock::State::Unknown) {
-            std::cerr << "thsentinelctl: " << lock.reason << '\n';
-            return EXIT_CANT_TELL;
-        }
-        if (lock.IsRunning() == wantsRunning) {
-            return Report(common, lock, true);
-        }
-        if (std::chrono::steady_clock::now() >= end) {
-            return Report(common, lock, false);
-        }
-        std::this_thread::sleep_for(BETWEEN);
-    }
+    const DaemonLock lock = WaitForDaemon(wantsRunning, limit, [] { return AskForDaemon(); });
+    return Report(common, lock, IsReached(lock, wantsRunning));
 }
 
 } // namespace
