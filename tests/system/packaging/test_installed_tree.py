@@ -65,6 +65,13 @@ def test_the_companion_alone_follows_the_prefix(tmp_path):
     assert files_of(other.staged).keys() == {*DAEMON, *STANDALONE, *moved}
 
 
+@pytest.mark.skipif(not COMPANION, reason="thsentinelctl is not built")
+def test_the_unit_that_prunes_runs_the_program_of_its_own_prefix(tmp_path):
+    part = product.Product.install(tmp_path, "--component", "ctl_extra", "--prefix", "/opt/elsewhere")
+    unit = part.at("/usr/lib/systemd/system/thsentinel-prune.service").read_text()
+    assert "\nExecStart=/opt/elsewhere/bin/thsentinelctl prune --delete $PRUNE_RULES\n" in unit
+
+
 @pytest.mark.parametrize("component, files", [("daemon", DAEMON), ("standalone", STANDALONE),
                                               pytest.param("ctl", COMPANION, marks=pytest.mark.skipif(
                                                   not COMPANION, reason="thsentinelctl is not built"))])

@@ -146,7 +146,7 @@ def test_the_unit_lets_evidence_lie_anywhere_but_among_the_systems_own_files(man
     assert service.state() == ("active", "success", "0")
 
 
-@pytest.mark.parametrize("unit", ["thsentinel.service", "ctl/thsentinel-prune.service", "ctl/thsentinel-prune.timer"])
+@pytest.mark.parametrize("unit", ["thsentinel.service", "ctl/thsentinel-prune.service.in", "ctl/thsentinel-prune.timer"])
 def test_the_manager_understands_every_line_of_a_unit(unit, tmp_path):
     if missing_tools(["systemd-analyze"]):
         pytest.skip("not installed: systemd-analyze")
@@ -157,9 +157,12 @@ def test_the_manager_understands_every_line_of_a_unit(unit, tmp_path):
         return [line for line in said.splitlines() if "thsentinel" in line
                 and not re.search("(daemon-control|thsentinelctl) is not executable", line)]
 
-    path = product.CHECKOUT / "packaging" / unit
+    path = tmp_path / unit.removeprefix("ctl/").removesuffix(".in")
+    text = (product.CHECKOUT / "packaging" / unit).read_text()
+    path.write_text(text.replace("@THSENTINELCTL@", "/usr/bin/thsentinelctl"))
     assert complaints(path) == []
-    spoilt = tmp_path / path.name
+    spoilt = tmp_path / "spoilt" / path.name
+    spoilt.parent.mkdir()
     spoilt.write_text(path.read_text() + "NoSuchWord=1\n")
     assert any("NoSuchWord" in line for line in complaints(spoilt))
 
