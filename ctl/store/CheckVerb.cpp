@@ -124,17 +124,25 @@ Json DescribePrediction(const LoadPrediction& prediction)
             {"log", log}};
 }
 
-void PrintJson(const Checked& checked)
+/** The document with all its members, whatever could be found out. */
+Json MakeDocument(const std::string& name, const StoreFindings& findings)
 {
     Json document = BeginDocument("check");
-    document["file"] = ToJson(checked.name);
+    document["file"] = ToJson(name);
     document["findings"] = Json::array();
-    for (const StoreFinding& finding : checked.findings) {
+    for (const StoreFinding& finding : findings) {
         document["findings"].push_back(DescribeFinding(finding));
     }
-    document["prediction"] = DescribePrediction(checked.prediction);
+    document["prediction"] = nullptr;
     document["matches"] = Json::array();
     document["unmatched"] = Json::array();
+    return document;
+}
+
+void PrintJson(const Checked& checked)
+{
+    Json document = MakeDocument(checked.name, checked.findings);
+    document["prediction"] = DescribePrediction(checked.prediction);
     if (checked.live) {
         for (const LiveCounter& counter : checked.live->counters) {
             document["matches"].push_back(DescribeCounter(counter));
@@ -222,24 +230,35 @@ int ReportUnreadable(const Common& common, const Store& store)
 {
     const std::string message = "can't be read: " + store.GetFailure();
     if (common.json) {
-        Json document = BeginDocument("check");
-        document["file"] = ToJson(store.GetName());
-        document["findings"] = Json::array({DescribeFinding(
-            StoreFinding{Severity::Error, "", 0, message, "name a store file that this user may read"})});
-        PrintDocument(document);
+        PrintDocument(MakeDocument(
+            store.GetName(),
+            {StoreFinding{Severity::Error, "", 0, message, "name a store file that this user may read"}}));
     }
     std::cerr << "thsentinelctl: " << EscapeControls(store.GetName()) << ' ' << EscapeControls(message)
               << '\n';
     return EXIT_CANT_TELL;
 }
 
+/** To the service a store that isn't there is one without any key. */
+void AddMissing(const Store& store, StoreFindings& findings)
+{
+    if (store.IsMissing()) {
+        findings.insert(findings.begin(),
+                        {Severity::Error, "", 0,
+                         "there is no such file: every key is missing, and the service won't start; one that "
+                         "runs goes on with the settings that it has read",
+                         "write one; thsentinel.conf(5) has the keys"});
+    }
+}
+
 int RunCheck(const Common& common, const Options& options)
 {
     const std::unique_ptr<Store> store = OpenStore(options.file.empty() ? common.store : options.file);
-    if (!store->GetFailure().empty()) {
+    if (!store->GetFailure().empty() && !store->IsMissing()) {
         return ReportUnreadable(common, *store);
     }
-    const Checked checked = Check(common, options, *store);
+    Checked checked = Check(common, options, *store);
+    AddMissing(*store, checked.findings);
     if (common.json) {
         PrintJson(checked);
     } else {

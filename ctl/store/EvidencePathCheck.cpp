@@ -1,6 +1,11 @@
 #include "store/EvidencePathCheck.h"
 
+#include <cerrno>
 #include <cstdint>
+#include <cstring>
+#include <filesystem>
+#include <set>
+#include <system_error>
 #include <utility>
 
 #include <pwd.h>
@@ -36,8 +41,15 @@ public:
     {
         CheckText();
         struct stat status = {};
-        if (stat(mPlace.c_str(), &status) == 0 && S_ISDIR(status.st_mode)) {
+        if (stat(mPlace.c_str(), &status) != 0) {
+            const int error = errno;
+            if (mPlace != mPath) { // the load complains of its own path
+                Add(Severity::Warning, mPlace + " can't be looked at: " + std::strerror(error),
+                    "name a folder that this user may read");
+            }
+        } else if (S_ISDIR(status.st_mode)) {
             CheckOwner(mPlace, status);
+            CheckParents();
             CheckRoot();
             CheckMount();
             CheckSpace();
@@ -52,6 +64,8 @@ private:
 
     void CheckText();
     void CheckOwner(const std::string& folder, const struct stat& status);
+    void CheckParents();
+    void CheckParent(const std::string& folder);
     void CheckRoot();
     void CheckMount();
     void CheckSpace();
@@ -60,6 +74,7 @@ private:
     const std::string mPlace;
     const std::size_t mLine;
     StoreFindings& mFindings;
+    std::set<std::pair<dev_t, ino_t>> mParents; ///< that have been looked at
 };
 
 void FolderCheck::CheckText()
@@ -101,6 +116,55 @@ void FolderCheck::CheckOwner(const std::string& folder, const struct stat& statu
             folder + " may be written by " + (isForAll ? "everybody" : "its group") +
                 ": evidence can be forged, removed, or led elsewhere by links",
             "chmod go-w " + folder);
+    }
+}
+
+/** Whoever may write in a folder above may rename the evidence away, or put a link in its place. */
+void FolderCheck::CheckParent(const std::string& folder)
+{
+    struct stat status = {};
+    if (stat(folder.c_str(), &status) != 0 || !mParents.emplace(status.st_dev, status.st_ino).second) {
+        return;
+    }
+    const std::string harm = ", who may rename the evidence folder away or put another in its place";
+    if (status.st_uid != 0) {
+        Add(Severity::Warning,
+            folder + ", above the evidence folder, belongs to " + GetUserName(status.st_uid) + harm,
+            "chown root " + folder);
+    }
+    const bool isForAll = (status.st_mode & S_IWOTH) != 0;
+    const bool isForOthers = isForAll || (status.st_mode & S_IWGRP) != 0;
+    if (isForOthers && (status.st_mode & S_ISVTX) == 0) { // there each may rename what is his own alone
+        Add(Severity::Warning,
+            folder + ", above the evidence folder, may be written by " +
+                (isForAll ? "everybody" : "its group") + harm,
+            "chmod go-w " + folder);
+    }
+}
+
+/** Looks at the folders on the way as it is written, and at those on the way that links lead to. */
+void FolderCheck::CheckParents()
+{
+    std::error_code failure;
+    const std::filesystem::path written = std::filesystem::absolute(mPlace, failure).lexically_normal();
+    std::filesystem::path way;
+    for (const std::filesystem::path& part : written) {
+        way /= part;
+        const bool isLink = std::filesystem::is_symlink(way, failure);
+        if (isLink) {
+            Add(Severity::Info,
+                way.string() + " is a symbolic link to " +
+                    std::filesystem::read_symlink(way, failure).string() + ": evidence goes where it leads",
+                "");
+        }
+        if (way != written && !part.empty() && !isLink) {
+            CheckParent(way.string());
+        }
+    }
+    std::filesystem::path real = std::filesystem::canonical(mPlace, failure);
+    while (!failure && real.has_relative_path()) {
+        real = real.parent_path();
+        CheckParent(real.string());
     }
 }
 

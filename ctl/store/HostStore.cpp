@@ -95,8 +95,7 @@ std::optional<Library> FindProductLibrary()
     Find(library, "get_master_config_ptr", calls.getHandle);
     Find(library, "thconfGetKeyValPair", calls.getText);
     Find(library, "thconfGetKeyValPairAsInt", calls.getNumber);
-    const bool isWhole =
-        calls.getHandle != nullptr && calls.getText != nullptr && calls.getNumber != nullptr;
+    const bool isWhole = calls.getHandle != nullptr && calls.getText != nullptr && calls.getNumber != nullptr;
     return isWhole ? std::optional(calls) : std::nullopt;
 }
 

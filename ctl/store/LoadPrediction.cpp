@@ -1,5 +1,6 @@
 #include "store/LoadPrediction.h"
 
+#include <cerrno>
 #include <optional>
 #include <utility>
 
@@ -223,6 +224,14 @@ bool Load::CheckEvidencePath(const LoadRecord::ReadText& read)
         mRecord.Fail(read.result);
         return false;
     }
+    if (mProbe.isHidden && mProbe.isHidden(read.text)) {
+        mRecord.Add(Severity::Warning, THHS_EVIDENCE_PATH,
+                    read.text +
+                        " can't be looked at: Permission denied; that the service finds a folder there "
+                        "is taken for granted",
+                    "run the check as the user of the service, root");
+        return true;
+    }
     if (!mProbe.exists(read.text)) {
         mRecord.Refuse(
             THHS_EVIDENCE_PATH,
@@ -285,7 +294,11 @@ FolderProbe GetHostProbe()
         return lstat(path.c_str(), &status) == 0 ||
                (!isReadOnly && stat(parent.c_str(), &status) == 0 && S_ISDIR(status.st_mode));
     };
-    return {exists, canCreate};
+    const auto isHidden = [](const std::string& path) {
+        struct stat status = {};
+        return stat(path.c_str(), &status) != 0 && errno == EACCES;
+    };
+    return {exists, canCreate, isHidden};
 }
 
 LoadPrediction PredictLoad(const Store& store, const FolderProbe& probe)

@@ -45,6 +45,8 @@ struct FolderProbe
 {
     std::function<bool(const std::string& path)> exists;    ///< as the daemon would find it
     std::function<bool(const std::string& path)> canCreate; ///< whether it could make that folder
+    /** Whether this user, other than the service's, may not look there; nobody is asked if there is none. */
+    std::function<bool(const std::string& path)> isHidden = nullptr;
 };
 
 /** The probe of this host. It makes nothing. */

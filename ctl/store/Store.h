@@ -51,6 +51,9 @@ public:
     /** Why the store can't be read; empty if it can. */
     virtual std::string GetFailure() const { return ""; }
 
+    /** True if it can't be read because there is no such file. */
+    virtual bool IsMissing() const { return false; }
+
     /** When the store was last changed, in seconds since the epoch; nothing if that can't be known. */
     virtual std::optional<std::time_t> GetChangeTime() const { return std::nullopt; }
 

@@ -32,6 +32,7 @@ public:
     Number GetNumber(const std::string& key) const override;
     const std::vector<StoreEntry>* GetEntries() const override { return &mEntries; }
     std::string GetFailure() const override { return mFailure; }
+    bool IsMissing() const override { return mIsMissing; }
     std::optional<std::time_t> GetChangeTime() const override { return mChangeTime; }
 
 private:
@@ -41,6 +42,7 @@ private:
     std::unique_ptr<const StoreVersion> mVersion;
     std::vector<StoreEntry> mEntries;
     std::string mFailure;
+    bool mIsMissing = false;
     std::optional<std::time_t> mChangeTime;
 };
 
@@ -70,6 +72,7 @@ void FileStore::Read(const std::string& path)
 {
     struct stat status = {};
     const bool isThere = stat(path.c_str(), &status) == 0;
+    const bool isMissing = !isThere && errno == ENOENT;
     std::string once;
     if (isThere && S_ISREG(status.st_mode) && std::time(nullptr) - status.st_ctim.tv_sec > AT_REST) {
         // A link to a store is followed, as the base library does.
@@ -79,6 +82,7 @@ void FileStore::Read(const std::string& path)
     StoreFileContent content = ReadStoreFile(path.c_str(), once.empty() ? nullptr : &once);
     if (content.mFailure != nullptr) {
         mFailure = content.mFailure;
+        mIsMissing = isMissing;
         return;
     }
     if (isThere) {

@@ -9,6 +9,7 @@ from host import SEEDS, companion, product, texts
 from host.random_stores import KEYS, some_value
 
 STORES = 3
+MEMBERS = {"schema", "time", "file", "findings", "prediction", "matches", "unmatched"}  # whatever is found out
 UNUSUAL = {
     "THHS_MONITOR_CPU": ["a:2G", "a:high,b:0.5", "a:99999999999", "a:4294967297", "a:1,a:2", "a:1 ,", "a:\t7", "a:b:9",
                          "a:007", "a::1", "a:1,b", "-x:1", "x/y:3", "a b:4"],
@@ -186,13 +187,39 @@ def test_hostile_stores_are_met_safely(tmp_path):
     link.symlink_to("/dev/zero")
     os.mkfifo(pipe)
     for path, reason in ((link, "it is not a regular file"), (pipe, "it is not a regular file"),
-                         (tmp_path, "it is not a regular file"), (tmp_path / "none", "No such file or directory")):
+                         (tmp_path, "it is not a regular file")):
         done = companion.run("check", path)
         assert (done.status, done.output) == (3, "")
         assert done.errors == f"thsentinelctl: {path} can't be read: {reason}\n"
+    assert set(companion.run("check", "--json", link).document) == MEMBERS
     with open(store, "wb") as huge:
         huge.truncate(17 << 20)
     assert companion.run("check", store).status == 3
+
+
+def test_a_missing_store_is_said_to_be_missing_with_what_the_daemon_does_then(make_host):
+    host = make_host(defaults=False)
+    host.remove(product.STORE)
+    done = check(host)
+    assert done.status == 2 and set(done.document) == MEMBERS
+    assert done.document["findings"][0] == {
+        "severity": "error", "key": "", "line": 0, "remedy": "write one; thsentinel.conf(5) has the keys",
+        "message": "there is no such file: every key is missing, and the service won't start; one that runs goes on with "
+                   "the settings that it has read"}
+    assert host.run("-start", limit=90).status != 0
+    assert host.log()[:len(done.document["prediction"]["log"])] == done.document["prediction"]["log"]
+
+
+def test_an_evidence_path_that_may_not_be_looked_at_is_said_to_be_so(make_host):
+    host = make_host()
+    host.folder("/closed/evidence")
+    host.shell("chmod 700 /closed")
+    host.configure(THHS_EVIDENCE_PATH="/closed/evidence")
+    line = f"exec setpriv --reuid=65534 --clear-groups {companion.program()} check --json"
+    done = companion.Outcome(*host.run("/bin/dash", "-c", line))
+    assert found(done.document, "THHS_EVIDENCE_PATH")[0][2].startswith(
+        "/closed/evidence can't be looked at: Permission denied;"), done.output
+    assert done.document["prediction"]["starts"]
 
 
 @pytest.mark.parametrize("arguments", [["check", "--nonsense"], ["check", "a", "b"], ["nonsense"], []])

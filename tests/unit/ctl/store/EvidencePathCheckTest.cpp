@@ -66,5 +66,64 @@ TEST_F(EvidencePathFixture, IsHeldAgainstALinkInThePlaceOfTheRoot)
                       mFolder.GetRoot().string() + " is a symbolic link: evidence goes where it leads"));
 }
 
+/** An evidence folder two levels below one that belongs to the test. */
+class EvidenceParentFixture : public testing::Test
+{
+protected:
+    void SetUp() override { std::filesystem::create_directories(mEvidence); }
+
+    bool Finds(Severity severity, const std::string& message)
+    {
+        StoreFindings findings;
+        CheckEvidenceFolder(mPlace, mPlace, 7, findings);
+        return std::any_of(findings.begin(), findings.end(), [&](const StoreFinding& finding) {
+            return finding.severity == severity && finding.message == message;
+        });
+    }
+    bool FindsOpenParent(const std::string& whom)
+    {
+        return Finds(Severity::Warning, mParent + ", above the evidence folder, may be written by " + whom +
+                                            ", who may rename the evidence folder away or put another in its "
+                                            "place");
+    }
+    void Open(mode_t mode) { ASSERT_EQ(chmod(mParent.c_str(), mode), 0); }
+
+    EvidenceFolder mFolder;
+    const std::string mParent = mFolder.GetPath() + "/parent";
+    const std::string mEvidence = mParent + "/evidence";
+    std::string mPlace = mEvidence;
+};
+
+TEST_F(EvidenceParentFixture, IsReportedWhereOthersMayRenameTheFolderAway)
+{
+    Open(0755);
+    EXPECT_FALSE(FindsOpenParent("everybody"));
+    Open(0777);
+    EXPECT_TRUE(FindsOpenParent("everybody"));
+    Open(0775);
+    EXPECT_TRUE(FindsOpenParent("its group"));
+    Open(01777);
+    EXPECT_FALSE(FindsOpenParent("everybody")) << "each may rename what is his own alone";
+}
+
+TEST_F(EvidenceParentFixture, IsLookedAtBeyondLinksToo)
+{
+    mPlace = mFolder.GetPath() + "/link";
+    std::filesystem::create_symlink(mEvidence, mPlace);
+    Open(0777);
+    EXPECT_TRUE(FindsOpenParent("everybody"));
+    EXPECT_TRUE(Finds(Severity::Info,
+                      mPlace + " is a symbolic link to " + mEvidence + ": evidence goes where it leads"));
+}
+
+TEST_F(EvidencePathFixture, OfACopyIsSaidToBeOutOfSight)
+{
+    StoreFindings findings;
+    CheckEvidenceFolder("/evidence", mFolder.GetPath() + "/missing", 7, findings);
+    ASSERT_EQ(findings.size(), 1U);
+    EXPECT_EQ(findings[0].message,
+              mFolder.GetPath() + "/missing can't be looked at: No such file or directory");
+}
+
 } // namespace
 } // namespace ctl

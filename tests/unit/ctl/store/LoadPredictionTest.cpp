@@ -151,6 +151,21 @@ TEST(LoadPrediction, GoesOnWithTheFindingsAfterTheFirstThatStops)
                             "percent. Use a value less than 100."));
 }
 
+TEST(LoadPrediction, TakesAnEvidencePathForGrantedThatItsUserMayNotLookAt)
+{
+    const auto never = [](const std::string&) { return false; };
+    const auto always = [](const std::string&) { return true; };
+    const StoreOfKeys store({{"THHS_EVIDENCE_PATH", "/hidden/evidence"}});
+    const LoadPrediction hidden = PredictLoad(store, {never, never, always});
+    EXPECT_EQ(hidden.result, 0);
+    EXPECT_THAT(GetMessages(hidden, Severity::Warning),
+                Contains("/hidden/evidence can't be looked at: Permission denied; that the service finds a "
+                         "folder there is taken for granted"));
+    const LoadPrediction missing = PredictLoad(store, {never, never, never});
+    EXPECT_THAT(GetMessages(missing, Severity::Error),
+                ElementsAre("there is no folder /hidden/evidence, and the service won't start"));
+}
+
 TEST(LoadPrediction, KeepsTheFirstLimitOfANameThatComesTwice)
 {
     const LoadPrediction prediction = Predict({{"THHS_MONITOR_CPU", "a:10,a:20"}});
