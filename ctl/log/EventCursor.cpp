@@ -13,8 +13,9 @@ namespace ctl
 namespace
 {
 
-constexpr const char* SCHEMA = "thsentinelctl.cursor/1";
-constexpr std::size_t LIMIT = 65536;
+constexpr const char* SCHEMA = "thsentinelctl.cursor/2";
+constexpr const char* SCHEMA_OF_OLD = "thsentinelctl.cursor/1"; // has the newest two places alone
+constexpr std::size_t LIMIT = std::size_t{1} * 1024 * 1024;     // a place for each day of decades
 
 } // namespace
 
@@ -28,23 +29,29 @@ std::optional<EventCursor> ReadCursor(const std::string& path)
         throw std::runtime_error(path + ": " + file.failure);
     }
     try {
-        const Json json = Json::parse(file.text);
-        if (json.at("schema") != SCHEMA) {
-            throw std::runtime_error(path + " is no cursor of thsentinelctl events");
-        }
-        EventCursor cursor;
-        cursor.isStopped = json.at("stopped").get<bool>();
-        for (const auto& [name, place] : json.at("logs").items()) {
-            cursor.places[name] = {place.at("inode").get<std::uint64_t>(),
-                                   place.at("offset").get<std::uint64_t>()};
-        }
-        return cursor;
-    } catch (const Json::exception&) {
+        return CursorFromJson(Json::parse(file.text));
+    } catch (const std::exception&) {
         throw std::runtime_error(path + " is no cursor of thsentinelctl events");
     }
 }
 
-void WriteCursor(const std::string& path, const EventCursor& cursor)
+EventCursor CursorFromJson(const Json& json)
+{
+    EventCursor cursor;
+    const std::string schema = json.at("schema").get<std::string>();
+    cursor.isWhole = schema == SCHEMA;
+    if (!cursor.isWhole && schema != SCHEMA_OF_OLD) {
+        throw std::runtime_error("no cursor of this program");
+    }
+    cursor.isStopped = json.at("stopped").get<bool>();
+    for (const auto& [name, place] : json.at("logs").items()) {
+        cursor.places[name] = {place.at("inode").get<std::uint64_t>(),
+                               place.at("offset").get<std::uint64_t>()};
+    }
+    return cursor;
+}
+
+Json CursorToJson(const EventCursor& cursor)
 {
     Json json;
     json["schema"] = SCHEMA;
@@ -53,7 +60,12 @@ void WriteCursor(const std::string& path, const EventCursor& cursor)
     for (const auto& [name, place] : cursor.places) {
         json["logs"][name] = {{"inode", place.inode}, {"offset", place.offset}};
     }
-    ReplaceFile(path, json.dump() + "\n", 0600);
+    return json;
+}
+
+void WriteCursor(const std::string& path, const EventCursor& cursor)
+{
+    ReplaceFile(path, CursorToJson(cursor).dump() + "\n", 0600);
 }
 
 } // namespace ctl

@@ -5,6 +5,8 @@
 #include <optional>
 #include <string>
 
+#include "base/Document.h"
+
 namespace ctl
 {
 
@@ -16,13 +18,15 @@ struct LogPlace
 };
 
 /**
- * How far the logs have been read: the places in the newest two, since a line of yesterday may still arrive
- * when today's log has begun, and whether the last event of the service was a stop.
+ * How far the logs have been read: the place in each log that is there, since a line of yesterday may still
+ * arrive when today's log has begun, and a clock that was set back lets the service go on with the log of any
+ * day; and whether the last event of the service was a stop.
  */
 struct EventCursor
 {
     std::map<std::string, LogPlace> places; ///< by the name of the log
     bool isStopped = false;                 ///< false also if the logs don't reach back to the start
+    bool isWhole = true; ///< false for cursors of old, which had the newest two places alone
 };
 
 /**
@@ -30,6 +34,10 @@ struct EventCursor
  * or is none: going on without it would repeat or lose events.
  */
 std::optional<EventCursor> ReadCursor(const std::string& path);
+
+/** The same as a part of another document. The reading raises a std::exception for what is no cursor. */
+Json CursorToJson(const EventCursor& cursor);
+EventCursor CursorFromJson(const Json& json);
 
 /** Replaces the file by rename, mode 0600. Raises std::runtime_error if that fails. */
 void WriteCursor(const std::string& path, const EventCursor& cursor);

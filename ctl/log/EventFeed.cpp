@@ -14,7 +14,10 @@ namespace ctl
 namespace
 {
 
-constexpr std::size_t LOGS_IN_USE = 2; // today's, and yesterday's for lines that arrive late
+bool IsReadToItsEnd(const LogPlace& place, const DailyLog& log)
+{
+    return place.inode == log.inode && place.offset == log.size;
+}
 
 } // namespace
 
@@ -30,25 +33,35 @@ std::string EventFeed::Read(const std::function<bool()>& goOn)
     if (!logs.failure.empty() || !folder.IsOpen()) {
         return logs.path + ": " + (logs.failure.empty() ? folder.failure : logs.failure);
     }
-    // Logs before the first place have been read by whoever wrote the cursor.
-    auto log = std::find_if(logs.files.begin(), logs.files.end(),
-                            [this](const DailyLog& file) { return mCursor.places.contains(file.name); });
-    log = log == logs.files.end() && mCursor.places.empty() ? logs.files.begin() : log;
-    if (log == logs.files.end() && !logs.files.empty()) { // the logs of the places have been removed
-        log = logs.files.begin();
-        mCursor.isStopped = false; // the service may have begun again in one of them
-    }
+    PrepareCursor(logs);
     mFailure.clear();
-    for (; log != logs.files.end(); ++log) {
-        if (!ReadLog(folder.file.Get(), *log, goOn)) {
-            return mFailure;
-        }
-        const bool isInUse = static_cast<std::size_t>(logs.files.end() - log) <= LOGS_IN_USE;
-        if (!isInUse && mFailure.empty()) { // the next reading begins at the first log that failed
-            mCursor.places.erase(log->name);
+    for (const DailyLog& log : logs.files) {
+        const auto place = mCursor.places.find(log.name);
+        const bool isDone = place != mCursor.places.end() && IsReadToItsEnd(place->second, log);
+        if (!isDone && !ReadLog(folder.file.Get(), log, goOn)) {
+            break;
         }
     }
     return mFailure;
+}
+
+/** Brings the places in line with the logs that are there. */
+void EventFeed::PrepareCursor(const LogFolder& logs)
+{
+    const auto isKnown = [this](const DailyLog& log) { return mCursor.places.contains(log.name); };
+    const auto first = std::find_if(logs.files.begin(), logs.files.end(), isKnown);
+    if (first == logs.files.end() && !logs.files.empty() && !mCursor.places.empty()) {
+        mCursor.isStopped = false; // the service may have begun again in a log that has been removed
+    } else if (!mCursor.isWhole) { // whoever wrote it had read the logs before its first place
+        std::for_each(logs.files.begin(), first, [this](const DailyLog& log) {
+            mCursor.places[log.name] = {log.inode, log.size};
+        });
+    }
+    mCursor.isWhole = true;
+    std::erase_if(mCursor.places, [&logs](const auto& place) {
+        return std::none_of(logs.files.begin(), logs.files.end(),
+                            [&place](const DailyLog& log) { return log.name == place.first; });
+    });
 }
 
 /** Reads one log on from its place; false if the reading is to end. */

@@ -12,6 +12,7 @@ namespace ctl
 {
 
 struct DailyLog;
+struct LogFolder;
 
 /** An event as it is handed out, with the line that it stands on. */
 struct FedEvent
@@ -25,7 +26,8 @@ struct FedEvent
 
 /**
  * Hands out the breaches, captures, failures, starts and stops of the daily logs, each once, in the order of
- * the logs. Only lines with their end count. One thread.
+ * the logs: not of their times, which go back where the clock is set back. Only lines with their end count.
+ * One thread.
  */
 class EventFeed
 {
@@ -46,6 +48,7 @@ public:
     const EventCursor& GetCursor() const { return mCursor; }
 
 private:
+    void PrepareCursor(const LogFolder& logs);
     bool ReadLog(int folder, const DailyLog& log, const std::function<bool()>& goOn);
     void Offer(const DailyLog& log, const LogLineRead& line);
     bool IsWanted(const LogEvent& event);

@@ -37,6 +37,12 @@ void HistoryBuilder::Take(std::time_t time, const LogEvent& event)
     case LogEventKind::Forced:
         TakeBreach(time, event);
         break;
+    case LogEventKind::Usage:
+        if (const auto found = mHistory.counters.find({event.pid, event.resource});
+            found != mHistory.counters.end()) {
+            found->second.configured = event.process;
+        }
+        break;
     case LogEventKind::CounterAdded:
     case LogEventKind::Capture:
     case LogEventKind::Exhausted:
@@ -135,6 +141,7 @@ void HistoryBuilder::TakeBreach(std::time_t time, const LogEvent& event)
     mBreaching = {event.pid, event.resource};
     CounterHistory& counter = mHistory.counters[mBreaching];
     ++counter.breaches;
+    counter.configured = event.process;
     counter.lastBreach = time;
     const auto found =
         std::find_if(mHistory.breaches.begin(), mHistory.breaches.end(), [&event](const BreachCount& row) {

@@ -22,7 +22,8 @@ using CounterKey = std::pair<int, std::string>;
 /** What the log tells about one counter since it was made. */
 struct CounterHistory
 {
-    std::string process;      ///< the name in the process tables: "java" for every Java process
+    std::string process;    ///< the name in the process tables: "java" for every Java process
+    std::string configured; ///< the name in the lists, as lines of readings and breaches have it; else empty
     bool isFromStart = false; ///< the line that made the counter was seen, so that all of it is known
     int passes = 0;           ///< passes since then, the one that made it included
     std::optional<int> verboseReading; ///< the last position that a verbose line gave

@@ -1,5 +1,6 @@
 #include "processes/CounterTrace.h"
 
+#include "base/TimeText.h"
 #include "log/LogEvents.h"
 #include "log/LogFolder.h"
 
@@ -57,14 +58,18 @@ std::optional<long long> CounterTrace::GetAverage(const std::vector<TracedReadin
 
 CounterTrace ReadTrace(const std::string& logFolder, std::time_t since, std::time_t at, std::uint64_t limit)
 {
+    constexpr std::time_t LATE = 60; // a line may reach the log of the day after its stamp
+    LogFolder logs = ListLogs(logFolder);
+    const int lastDay = GetDay(ToWall(at + LATE));
+    std::erase_if(logs.files, [lastDay](const DailyLog& log) { return log.day > lastDay; });
     TraceBuilder builder;
-    const std::string failure = VisitEvents(ListLogs(logFolder), since, limit,
-                                            [&builder, at](std::time_t time, const LogEvent& event) {
-                                                if (time <= at) {
-                                                    builder.Take(time, event);
-                                                }
-                                                return time <= at;
-                                            });
+    const std::string failure =
+        VisitEvents(logs, since, limit, [&builder, at](std::time_t time, const LogEvent& event) {
+            if (time <= at) { // later ones may stand before, where the clock was set back
+                builder.Take(time, event);
+            }
+            return true;
+        });
     CounterTrace trace = builder.Finish();
     trace.history.failure = failure;
     return trace;

@@ -27,7 +27,10 @@ struct CounterTrace
     static std::optional<long long> GetAverage(const std::vector<TracedReading>& readings);
 };
 
-/** Reads the logs of a folder, or of the product's for an empty one, up to `at`. */
+/**
+ * Reads the logs of a folder, or of the product's for an empty one, from the day of `since` up to `at`: of
+ * these the newest `limit` bytes.
+ */
 CounterTrace ReadTrace(const std::string& logFolder, std::time_t since, std::time_t at, std::uint64_t limit);
 
 } // namespace ctl

@@ -20,7 +20,6 @@ namespace ctl
 namespace
 {
 
-constexpr std::time_t DAYS_BEFORE = std::time_t{7} * 86400;
 constexpr std::uint64_t LOG_LIMIT = std::uint64_t{256} * 1024 * 1024;
 
 struct Options
@@ -116,8 +115,8 @@ int RunExplain(const Common& common, const Options& options)
         throw CLI::ValidationError("--at", "no time: " + options.at);
     }
     const ServiceState state = ReadServiceState(common, USUAL_LOG_LIMIT);
-    const bool isPresent = options.at.empty();
-    const std::time_t since = isPresent && state.since ? *state.since - 2 : *at - DAYS_BEFORE;
+    // What ran at a time before this service was started may have been started at any time.
+    const std::time_t since = state.since && *at >= *state.since ? *state.since - 2 : 0;
     const CounterTrace trace = ReadTrace(common.log, since, *at, LOG_LIMIT);
     const Explanation explanation = Explain(state, trace, options.subject, *at);
     if (common.json) {

@@ -6,6 +6,7 @@
 
 #include "config/KeyTable.h"
 
+#include "base/JavaNames.h"
 #include "base/TimeText.h"
 
 namespace ctl
@@ -16,6 +17,7 @@ namespace
 
 constexpr int DECIDING = 5; // the position at which a decision falls
 constexpr int CYCLE = 6;
+constexpr const char* JAVA = "java"; // in the tables of the service
 
 std::string FormatReading(double value)
 {
@@ -56,6 +58,8 @@ private:
     const Settings& GetSettings() const { return mState.prediction.settings; }
     CounterExplanation ExplainCounter(const LiveCounter& counter) const;
     void AddEnded();
+    void AddEnded(const CounterKey& key, const std::string& name);
+    std::string GetConfiguredName(const CounterHistory& history, const std::string& resource) const;
     void AddReasons();
     void FillFromLog(CounterExplanation& answer) const;
     void Judge(CounterExplanation& answer) const;
@@ -209,28 +213,50 @@ void Explainer::AddEnded()
 {
     for (const auto& known : mTrace.history.counters) {
         const CounterKey& key = known.first; // a name of its own: not every compiler captures a binding
-        const CounterHistory& history = known.second;
-        const auto& [pid, resource] = key;
+        const std::string name = GetConfiguredName(known.second, key.second);
         const bool isKnown = std::any_of(
             mResult.counters.begin(), mResult.counters.end(),
             [&key](const auto& answer) { return CounterKey(answer.pid, GetName(answer.resource)) == key; });
-        if (isKnown || !(mPid ? pid == *mPid : history.process == mSubject)) {
-            continue;
+        if (!isKnown && (mPid ? key.first == *mPid : name == mSubject)) {
+            AddEnded(key, name);
         }
-        CounterExplanation answer;
-        answer.process = history.process;
-        answer.pid = pid;
-        answer.resource = resource == "cpu" ? Resource::Cpu : Resource::Memory;
-        const bool isCpu = answer.resource == Resource::Cpu;
-        answer.unit = !isCpu && GetSettings().IsMemoryAbsolute() ? "MB" : "Percent";
-        const auto& limits = isCpu ? GetSettings().cpu : GetSettings().memory;
-        const auto limit = limits.find(history.process);
-        answer.limit = limit != limits.end() ? limit->second : -1;
-        answer.reasons.emplace_back("the process has ended, or isn't listed any more");
-        FillFromLog(answer);
-        Judge(answer);
-        mResult.counters.push_back(answer);
     }
+}
+
+void Explainer::AddEnded(const CounterKey& key, const std::string& name)
+{
+    CounterExplanation answer;
+    answer.process = name;
+    answer.pid = key.first;
+    answer.resource = key.second == GetName(Resource::Cpu) ? Resource::Cpu : Resource::Memory;
+    const bool isCpu = answer.resource == Resource::Cpu;
+    answer.unit = !isCpu && GetSettings().IsMemoryAbsolute() ? "MB" : "Percent";
+    const auto& limits = isCpu ? GetSettings().cpu : GetSettings().memory;
+    const auto limit = limits.find(name);
+    answer.limit = limit != limits.end() ? limit->second : -1;
+    answer.reasons.emplace_back("the process has ended, or isn't listed any more");
+    FillFromLog(answer);
+    Judge(answer);
+    mResult.counters.push_back(answer);
+}
+
+/**
+ * The name in the lists. The tables of the service hold "java" for each Java program: then a reading or a
+ * breach in the log names it, or it is the only one that is listed. "java" if neither is so.
+ */
+std::string Explainer::GetConfiguredName(const CounterHistory& history, const std::string& resource) const
+{
+    if (!history.configured.empty()) {
+        return history.configured;
+    }
+    const bool isCpu = resource == GetName(Resource::Cpu);
+    const auto& limits = isCpu ? GetSettings().cpu : GetSettings().memory;
+    if (history.process != JAVA || limits.contains(JAVA)) {
+        return history.process;
+    }
+    const auto isJava = [](const auto& entry) { return IsJavaName(entry.first); };
+    const bool isOnly = std::count_if(limits.begin(), limits.end(), isJava) == 1;
+    return isOnly ? std::find_if(limits.begin(), limits.end(), isJava)->first : history.process;
 }
 
 void Explainer::AddReasons()

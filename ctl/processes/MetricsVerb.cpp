@@ -17,8 +17,10 @@
 #include "base/Document.h"
 #include "base/ExitStatus.h"
 #include "base/NewFile.h"
+#include "base/SafeFile.h"
 #include "evidence/EvidenceSource.h"
 #include "evidence/SetCheck.h"
+#include "log/BreachTally.h"
 #include "processes/MetricText.h"
 #include "processes/ServiceState.h"
 #include "store/Store.h"
@@ -28,6 +30,8 @@ namespace ctl
 
 namespace
 {
+
+constexpr std::size_t FORMER_LIMIT = std::size_t{16} * 1024 * 1024; // of the file that is replaced
 
 /** One watched name and resource over all its processes. */
 struct WatchedRow
@@ -70,8 +74,14 @@ WatchedRows CollectRows(const ServiceState& state)
 
 void AddService(const ServiceState& state, MetricText& text)
 {
-    text.AddSingle("thsentinel_up", "gauge", "Whether the service runs: 1 or 0.",
-                   state.lock.IsRunning() ? 1 : 0);
+    const bool isKnown = state.lock.state != DaemonLock::State::Unknown;
+    text.AddSingle("thsentinel_state_known", "gauge",
+                   "Whether this user may learn if the service runs: 1 or 0. At 0 thsentinel_up is missing.",
+                   isKnown ? 1 : 0);
+    if (isKnown) {
+        text.AddSingle("thsentinel_up", "gauge", "Whether the service runs: 1 or 0.",
+                       state.lock.IsRunning() ? 1 : 0);
+    }
     if (state.since) {
         text.AddSingle("thsentinel_start_timestamp_seconds", "gauge", "When the service was started.",
                        static_cast<double>(*state.since));
@@ -132,18 +142,64 @@ void AddReadings(const WatchedRows& rows, MetricText& text)
     }
 }
 
-void AddBreaches(const ServiceState& state, const WatchedRows& rows, MetricText& text)
+using BreachCounts = std::map<std::pair<std::string, std::string>, long long>;
+
+/** The counts with a log that reaches back to the start; nothing without such a log. */
+std::optional<BreachCounts> GetCountsOfHistory(const ServiceHistory& history)
 {
-    std::map<std::pair<std::string, std::string>, int> counts;
-    for (const auto& [key, row] : rows) {
-        counts[key] = 0;
+    if (!history.isComplete || !history.failure.empty()) {
+        return std::nullopt;
     }
-    for (const BreachCount& breach : state.history.breaches) {
+    BreachCounts counts;
+    for (const BreachCount& breach : history.breaches) {
         counts[{breach.process, breach.resource}] = breach.count;
     }
-    text.Begin("thsentinel_breaches_total", "counter", "Breaches since the service was started.");
+    return counts;
+}
+
+/** A tally without what was logged before the start, if that is known. */
+BreachTally BeginTallyOfRun(const Common& common, const ServiceState& state)
+{
+    const bool hasStart = state.lock.IsRunning() && state.since;
+    return BeginTally(common.log, hasStart ? *state.since - 2 : 0);
+}
+
+/**
+ * Counts that don't fall while the service runs, however long the log is: a file goes on from what it holds,
+ * and without one a log that was read in part is counted through. Nothing where the log can't be read.
+ * `kept` is set to what the file must hold for the next run.
+ */
+std::optional<BreachCounts> CountBreaches(const Common& common, const ServiceState& state,
+                                          const std::string& output, std::string& kept)
+{
+    if (output.empty()) {
+        if (const std::optional<BreachCounts> counts = GetCountsOfHistory(state.history)) {
+            return counts;
+        }
+    }
+    const std::optional<BreachTally> former =
+        FindTally(ReadFile(AT_FDCWD, output, FORMER_LIMIT).text, common.log);
+    BreachTally tally = former ? *former : BeginTallyOfRun(common, state);
+    if (!CountOn(tally).empty() && !former) {
+        return std::nullopt;
+    }
+    kept = output.empty() ? "" : FormatTally(tally) + "\n";
+    return tally.counts;
+}
+
+void AddBreaches(const std::optional<BreachCounts>& counted, const WatchedRows& rows, MetricText& text)
+{
+    if (!counted) {
+        return; // a count of 0 would look like a restart
+    }
+    BreachCounts counts = *counted;
+    for (const auto& [key, row] : rows) {
+        counts.try_emplace(key, 0);
+    }
+    text.Begin("thsentinel_breaches_total", "counter",
+               "Breaches since the service was started. Missing if the log can't be read.");
     for (const auto& [key, count] : counts) {
-        text.Add(count, MakeLabels(key));
+        text.Add(static_cast<double>(count), MakeLabels(key));
     }
 }
 
@@ -201,7 +257,7 @@ void AddFreeSpace(const ServiceState& state, const Common& common, MetricText& t
     }
 }
 
-std::string MakeMetrics(const Common& common)
+std::string MakeMetrics(const Common& common, const std::string& output)
 {
     const ServiceState state = ReadServiceState(common, USUAL_LOG_LIMIT);
     const WatchedRows rows = CollectRows(state);
@@ -209,15 +265,16 @@ std::string MakeMetrics(const Common& common)
     AddService(state, text);
     AddNames(state, rows, text);
     AddReadings(rows, text);
-    AddBreaches(state, rows, text);
+    std::string kept;
+    AddBreaches(CountBreaches(common, state, output, kept), rows, text);
     AddEvidence(common, text);
     AddFreeSpace(state, common, text);
-    return text.Get();
+    return kept + text.Get();
 }
 
 int RunMetrics(const Common& common, const std::string& output)
 {
-    const std::string text = MakeMetrics(common);
+    const std::string text = MakeMetrics(common, output);
     if (!output.empty()) {
         constexpr mode_t FOR_EVERYBODY = 0644; // the node exporter is another user
         ReplaceFile(output, text, FOR_EVERYBODY);

@@ -32,10 +32,7 @@ def test_metrics_of_a_service_at_work_are_whole_and_accepted(watching):
     assert found['thsentinel_sets_left{name="sleep",resource="cpu"}'] == "2"
     assert sum(int(value) for name, value in found.items() if name.startswith("thsentinel_sets{")) == 1
     assert "pid" not in done.output
-    if shutil.which("promtool"):
-        judged = subprocess.run(["promtool", "check", "metrics"], input=done.output, capture_output=True, text=True,
-                                check=False)
-        assert (judged.returncode, judged.stdout, judged.stderr) == (0, "", "")
+    judge(done.output)
 
 
 def test_metrics_are_written_by_rename_also_when_nobody_runs(host):
@@ -49,6 +46,48 @@ def test_metrics_are_written_by_rename_also_when_nobody_runs(host):
     found = samples(host.get("/var/textfile/thsentinel.prom"))
     assert found["thsentinel_up"] == "0" and found["thsentinel_settings_valid"] == "1"
     assert companion.run_on(host, "metrics", "-o", "/no/such/folder/x").status == 3
+
+
+def judge(text):
+    if shutil.which("promtool"):
+        judged = subprocess.run(["promtool", "check", "metrics"], input=text, capture_output=True, text=True, check=False)
+        assert (judged.returncode, judged.stdout, judged.stderr) == (0, "", "")
+
+
+def test_whether_it_runs_is_left_out_where_it_may_not_be_known(host):
+    host.start()
+    host.shell(f"chmod 700 {product.BASE}/tmp")
+    line = f"exec setpriv --reuid=65534 --clear-groups {companion.program()} metrics"
+    text = host.run("/bin/dash", "-c", line).output
+    assert "\nthsentinel_up" not in text and "\nthsentinel_state_known 0\n" in text
+    judge(text)
+    found = samples(companion.run_on(host, "metrics").output)
+    assert (found["thsentinel_up"], found["thsentinel_state_known"]) == ("1", "1")
+
+
+def test_breaches_in_a_file_do_not_fall_when_the_log_is_removed(host):
+    breach = ("2026-11-13 02:07:28:045 - CPU threshold exceeded by process : tbrd (7), Threshold : 80 Percent , "
+              "Usage : 90.00 Percent\n")
+    host.folder(product.LOGS)
+    yesterday, today = (f"{product.LOGS}/root.{day}_00001.log" for day in ("111326", "111426"))
+    host.put(yesterday, f"2026-11-13 02:00:00:045 - {texts.STARTED}\n" + breach * 2)
+    host.put(today, breach)
+    name = 'thsentinel_breaches_total{name="tbrd",resource="cpu"}'
+
+    def count(*arguments):
+        assert companion.run_on(host, "metrics", *arguments).status == 0
+        return samples(host.get("/x.prom"))[name]
+
+    assert count("-o", "/x.prom") == "3"
+    judge(host.get("/x.prom"))
+    host.remove(yesterday)
+    host.put("/breach", breach)
+    host.shell(f"cat /breach >> {today}")
+    assert count("-o", "/x.prom") == "4"
+    host.remove(today)
+    host.shell(f"rmdir {product.LOGS}")
+    assert count("-o", "/x.prom") == "4"
+    assert name not in companion.run_on(host, "metrics").output
 
 
 def test_explain_says_why_there_is_no_set(watching):

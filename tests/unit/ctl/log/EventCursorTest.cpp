@@ -32,6 +32,17 @@ TEST(EventCursor, ComesBackAsItWasWritten)
     EXPECT_EQ(status.st_mode & 0777U, 0600U);
 }
 
+TEST(EventCursor, OfOldSaysThatItHasNotAllPlaces)
+{
+    const EvidenceFolder folder;
+    const std::string text = R"(", "stopped": true, "logs": {"a": {"inode": 1, "offset": 2}}})";
+    const auto read = [&](const std::string& schema) {
+        return ReadCursor(folder.Write("cursor", R"({"schema": ")" + schema + text));
+    };
+    EXPECT_FALSE(read("thsentinelctl.cursor/1")->isWhole);
+    EXPECT_TRUE(read("thsentinelctl.cursor/2")->isWhole);
+}
+
 TEST(EventCursor, ThatIsNotThereIsNone)
 {
     EXPECT_EQ(ReadCursor("/nowhere/cursor").has_value(), false);

@@ -67,14 +67,31 @@ TEST_F(EventFeedFixture, TakesLinesThatArriveInTheLogOfYesterday)
     EXPECT_EQ(Read(), "");
 }
 
-TEST_F(EventFeedFixture, ForgetsThePlacesOfLogsThatAreDone)
+TEST_F(EventFeedFixture, TakesWhatTheServiceWritesAfterTheClockWasSetBack)
 {
-    for (const char* const day : {"11", "12", "13", "14"}) {
+    for (const char* const day : {"12", "13", "14", "15"}) {
         Append("root.11" + std::string(day) + "26_00001.log", Failure(day));
     }
-    EXPECT_EQ(Read(), "11 12 13 14 ");
-    EXPECT_EQ(mCursor.places.size(), 2U);
-    EXPECT_EQ(Read(), "") << "days before the first place aren't read again";
+    EXPECT_EQ(Read(), "12 13 14 15 ");
+    Append("root.111226_00001.log", Failure("again12"));
+    Append("root.111126_00001.log", Failure("new11"));
+    EXPECT_EQ(Read(), "new11 again12 ") << "a log of old that grows, and one of a day before all";
+    EXPECT_EQ(Read(), "");
+    std::filesystem::remove(mFolder.GetRoot() / "root.111326_00001.log");
+    EXPECT_EQ(Read(), "");
+    EXPECT_EQ(mCursor.places.size(), 4U) << "those of the logs that are there";
+}
+
+TEST_F(EventFeedFixture, ReadsNoDayAgainThatACursorOfOldHasLeftOut)
+{
+    Append("root.111226_00001.log", Failure("12"));
+    Append(YESTERDAY, Failure("13"));
+    Append(TODAY, Failure("14"));
+    EXPECT_EQ(Read(), "12 13 14 ");
+    mCursor.places.erase("root.111226_00001.log");
+    mCursor.isWhole = false;
+    Append(TODAY, Failure("on"));
+    EXPECT_EQ(Read(), "on ");
 }
 
 TEST_F(EventFeedFixture, BeginsAnewWithAFileThatWasReplacedOrCut)

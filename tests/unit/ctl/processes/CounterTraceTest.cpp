@@ -104,5 +104,26 @@ TEST(WindowAverage, IsAFifthOfTheWholeReadings)
     EXPECT_EQ(CounterTrace::GetAverage(readings), 3) << "16 by 5";
 }
 
+TEST_F(TraceFixture, ReadsBackFromItsTimeHoweverLargeTheLogsAfterItAre)
+{
+    Say(STARTED);
+    Say("CPU counter added for process a with PID - 7 : a#7");
+    const CounterTrace whole = Trace();
+    mFolder.Write("root.111426_00001.log", std::string(mLog.size(), 'x'));
+    const CounterTrace trace =
+        ReadTrace(mFolder.GetRoot(), 0, MIDNIGHT + 7200 + 3600, static_cast<std::uint64_t>(mLog.size()));
+    EXPECT_EQ(trace.history.counters.count({7, "cpu"}), 1U) << "the log of the day after isn't read";
+    EXPECT_EQ(trace.history.started, whole.history.started);
+}
+
+TEST_F(TraceFixture, KnowsTheListedNameOfAJavaProcessByItsReadings)
+{
+    Say(STARTED);
+    Say("CPU counter added for process java with PID - 7 : java#7");
+    EXPECT_EQ(Trace().history.counters.at({7, "cpu"}).configured, "");
+    Say("CPU usage for process thwmc(7) : 5.00 Percent");
+    EXPECT_EQ(Trace().history.counters.at({7, "cpu"}).configured, "thwmc");
+}
+
 } // namespace
 } // namespace ctl

@@ -195,5 +195,28 @@ INSTANTIATE_TEST_SUITE_P(
                     StrangerRow{"99", "no name of the lists stands for process 99"},
                     StrangerRow{"", "it is in neither THHS_MONITOR_CPU nor THHS_MONITOR_MEMORY"}));
 
+TEST_F(ExplanationFixture, NamesAnEndedJavaProcessAsItIsListed)
+{
+    Configure({{"THHS_MONITOR_CPU", "thwmc:10"}, {"THHS_MONITOR_MEMORY", "thwmc:10,adminconsole:10"}});
+    mState.live.counters.clear();
+    Start();
+    Say("CPU counter added for process java with PID - 7 : java#7");
+    Say("Memory counter added for process java with PID - 8 : java#8");
+    Say("Memory counter added for process java with PID - 9 : java#9");
+    Say("Memory threshold exceeded by process : adminconsole (9), Threshold : 10 MB , Usage : 12.00 MB");
+    const auto find = [this](const std::string& subject) {
+        std::string found;
+        for (const CounterExplanation& counter : Ask(subject).counters) {
+            found += counter.process + ":" + std::to_string(counter.pid) + ":" +
+                     std::to_string(counter.limit) + " ";
+        }
+        return found;
+    };
+    EXPECT_EQ(find("thwmc"), "thwmc:7:10 ") << "the only one of the list";
+    EXPECT_EQ(find("adminconsole"), "adminconsole:9:10 ") << "named by its breach";
+    EXPECT_EQ(find("8"), "java:8:-1 ") << "one of two, and the log doesn't say which";
+    EXPECT_EQ(find("java"), "java:8:-1 ");
+}
+
 } // namespace
 } // namespace ctl
