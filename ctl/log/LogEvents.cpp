@@ -100,7 +100,7 @@ std::optional<LogEvent> ParseLogText(std::string_view text)
     std::uint32_t fitting = text.empty() ? 0 : FITTING[static_cast<unsigned char>(text.front())];
     for (; fitting != 0; fitting &= fitting - 1) {
         const LinePattern& pattern = PATTERNS[std::countr_zero(fitting)];
-        if (!text.starts_with(pattern.format.substr(0, pattern.format.find('%')))) {
+        if (!text.starts_with(pattern.format.substr(0, pattern.format.find_first_of("%\n")))) {
             continue;
         }
         LogEvent event;

@@ -5,7 +5,7 @@ import subprocess
 
 import pytest
 
-from host import companion, paced, texts
+from host import companion, paced, product, texts
 
 ALL = ["thsentinel_up", "thsentinel_breaches_total", "thsentinel_sets", "thsentinel_evidence_free_bytes",
        "thsentinel_unmatched_names", "thsentinel_watched_names", "thsentinel_reading", "thsentinel_limit",

@@ -155,7 +155,7 @@ TEST(LoadPrediction, TakesAnEvidencePathForGrantedThatItsUserMayNotLookAt)
 {
     const auto never = [](const std::string&) { return false; };
     const auto always = [](const std::string&) { return true; };
-    const StoreOfKeys store({{"THHS_EVIDENCE_PATH", "/hidden/evidence"}});
+    const StoreOfKeys store(std::map<std::string, std::string>{{"THHS_EVIDENCE_PATH", "/hidden/evidence"}});
     const LoadPrediction hidden = PredictLoad(store, {never, never, always});
     EXPECT_EQ(hidden.result, 0);
     EXPECT_THAT(GetMessages(hidden, Severity::Warning),
