@@ -10,6 +10,7 @@
 #include "thbase.h"
 
 #include <algorithm>
+#include <cerrno>
 #include <chrono>
 #include <csignal>
 #include <cstdio>
@@ -82,6 +83,18 @@ void RestoreWhatRaisesLate()
 bool IsMainThread()
 {
     return pthread_equal(pthread_self(), GetMainThreadId()) != 0;
+}
+
+/** Part of the signal handler, on another thread: what that thread does goes on with the errno that it had.
+ */
+void PassStopToMainThread()
+{
+    const int savedErrno = errno;
+    NoteStop();
+    // Never as SIGINT, which is ignored while a capture runs a shell line. It ends no thread, because it is
+    // handled, and it fails only when the process is ending already.
+    (void)pthread_kill(GetMainThreadId(), SIGTERM); // NOLINT(bugprone-bad-signal-to-kill-thread)
+    errno = savedErrno;
 }
 
 int OpenLockFile(const std::string& path)
@@ -192,10 +205,7 @@ void SignalHandler(int signal)
     }
     // Another thread may be cancelled by the stop, or hold a lock that the stop waits for.
     if (!IsMainThread()) {
-        NoteStop();
-        // Never as SIGINT, which is ignored while a capture runs a shell line. It ends no thread, because it
-        // is handled, and it fails only when the process is ending already.
-        (void)pthread_kill(GetMainThreadId(), SIGTERM); // NOLINT(bugprone-bad-signal-to-kill-thread)
+        PassStopToMainThread();
         return;
     }
     if (gStopTreatment == STOPS_ARE_KEPT) {
