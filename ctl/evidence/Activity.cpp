@@ -1,5 +1,6 @@
 #include "evidence/Activity.h"
 
+#include "base/ProgramNames.h"
 #include "base/SafeFile.h"
 
 #include <algorithm>
@@ -10,7 +11,6 @@ namespace ctl
 {
 namespace
 {
-constexpr char DAEMON_NAME[] = "thsentinel";
 constexpr std::size_t LONGEST_LINE = std::size_t{16} * 1024;
 constexpr std::size_t LONGEST_NAME = 64;
 
@@ -61,7 +61,7 @@ void Activity::ReadProcesses()
             continue;
         }
         const FileText command = ReadFile(folder.file.Get(), name + "/comm", LONGEST_NAME);
-        mHasDaemon = mHasDaemon || command.text == std::string(DAEMON_NAME) + "\n";
+        mHasDaemon = mHasDaemon || command.text == std::string(SHORT_NAME) + "\n";
         std::string line = ReadFile(folder.file.Get(), name + "/cmdline", LONGEST_LINE).text;
         std::replace(line.begin(), line.end(), '\0', ' ');
         if (Contains(line, "/Evidence") || Contains(line, "/jcmd ")) {

@@ -3,6 +3,8 @@
 #include "config/JavaProcessNames.h"
 #include "evidence/CaptureSections.h"
 
+#include <cstdio>
+
 namespace ctl
 {
 namespace
@@ -59,7 +61,34 @@ std::vector<PlannedSection> GetProcessSections(int pid)
     }
     return planned;
 }
+
+const SamplingTool* FindSamplingTool(FileKind kind)
+{
+    for (const SamplingTool& tool : DISK_TOOLS) {
+        if (std::string(tool.mFileSuffix) == GetKindName(kind)) {
+            return &tool;
+        }
+    }
+    return nullptr;
+}
 } // namespace
+
+std::string GetSamplingTool(FileKind kind)
+{
+    const SamplingTool* const tool = FindSamplingTool(kind);
+    return tool == nullptr ? "" : GetToolName(tool->mTool);
+}
+
+std::string GetSamplingLine(FileKind kind, int interval, int count)
+{
+    const SamplingTool* const tool = FindSamplingTool(kind);
+    if (tool == nullptr) {
+        return "";
+    }
+    char arguments[64];
+    (void)std::snprintf(arguments, sizeof arguments, tool->mArguments, interval, count); // two numbers fit
+    return JoinWords(GetToolName(tool->mTool), arguments);
+}
 
 std::vector<PlannedSection> GetPlannedSections(FileKind kind, int pid)
 {

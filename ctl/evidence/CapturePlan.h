@@ -30,6 +30,12 @@ struct PlannedSection
     bool stopsProcess = false; ///< its tool stops the process while it looks
 };
 
+/** The tool that fills the file of a sampling kind, "iostat" or "mpstat"; empty for another kind. */
+std::string GetSamplingTool(FileKind kind);
+
+/** Its line, without the path of the tool: so many samples, so many seconds apart. */
+std::string GetSamplingLine(FileKind kind, int interval, int count);
+
 /** The sections of a capture of a process, in their order; empty for a kind that has none. */
 std::vector<PlannedSection> GetPlannedSections(FileKind kind, int pid);
 

@@ -1,5 +1,7 @@
 #include "evidence/EvidenceName.h"
 
+#include "evidence/CaptureSections.h"
+
 #include <charconv>
 #include <limits>
 
@@ -19,14 +21,14 @@ struct KindName
 
 constexpr KindName KIND_NAMES[] = {
     {FileKind::Core, "core"},
-    {FileKind::MemoryPerf, "MemoryPerf"},
-    {FileKind::Netstat, "Netstat"},
-    {FileKind::Iostat, "DiskPerf_iostat"},
-    {FileKind::Mpstat, "DiskPerf_mpstat"},
-    {FileKind::ProcessData, "ProcessData"},
-    {FileKind::HeapDump, "hprof"},
-    {FileKind::ThreadDump, "ThreadDump"},
-    {FileKind::CustomScript, "CustomScript"},
+    {FileKind::MemoryPerf, MEMORY_FILE_SUFFIX},
+    {FileKind::Netstat, NETWORK_FILE_SUFFIX},
+    {FileKind::Iostat, DISK_TOOLS[0].mFileSuffix},
+    {FileKind::Mpstat, DISK_TOOLS[1].mFileSuffix},
+    {FileKind::ProcessData, PROCESS_FILE_SUFFIX},
+    {FileKind::HeapDump, HEAP_FILE_SUFFIX},
+    {FileKind::ThreadDump, THREADS_FILE_SUFFIX},
+    {FileKind::CustomScript, SCRIPT_FILE_SUFFIX},
 };
 
 bool IsDigit(char letter)

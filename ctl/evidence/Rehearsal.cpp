@@ -1,6 +1,7 @@
 #include "evidence/Rehearsal.h"
 
 #include "base/SafeFile.h"
+#include "evidence/CaptureSections.h"
 #include "platform/CommandPath.h"
 
 #include <algorithm>
@@ -61,10 +62,9 @@ RehearsalLine MakeShellLine(FileKind kind, const PlannedSection& section, int pi
     return {kind, line, {"/bin/sh", "-c", line}, "", section.mayBeEmpty, section.stopsProcess};
 }
 
-RehearsalLine MakeSamplingLine(FileKind kind, const std::string& tool, const RehearsalPlan& plan)
+RehearsalLine MakeSamplingLine(FileKind kind, const RehearsalPlan& plan)
 {
-    const std::string line = tool + " " + std::to_string(plan.interval) + " " + std::to_string(plan.readings);
-    return MakeShellLine(kind, {line}, plan.pid);
+    return MakeShellLine(kind, {GetSamplingLine(kind, plan.interval, plan.readings)}, plan.pid);
 }
 
 /** Owns the file actions and attributes of a process to start. */
@@ -197,8 +197,8 @@ std::vector<RehearsalLine> MakeRehearsal(const RehearsalPlan& plan)
         add(FileKind::Netstat);
     }
     if (plan.wantsDisk) {
-        lines.push_back(MakeSamplingLine(FileKind::Iostat, "iostat -xt", plan));
-        lines.push_back(MakeSamplingLine(FileKind::Mpstat, "mpstat", plan));
+        lines.push_back(MakeSamplingLine(FileKind::Iostat, plan));
+        lines.push_back(MakeSamplingLine(FileKind::Mpstat, plan));
     }
     add(FileKind::ProcessData);
     return lines;
@@ -209,8 +209,8 @@ RehearsalLine MakeCoreLine(int pid, const std::string& folder)
     const std::string id = std::to_string(pid);
     const std::string name = folder + "/core";
     return {FileKind::Core,
-            "gcore -o " + name + " " + id,
-            {"/usr/bin/gcore", "-o", name, id},
+            std::string("gcore ") + GCORE_OUTPUT_OPTION + " " + name + " " + id,
+            {FindTool("gcore"), GCORE_OUTPUT_OPTION, name, id},
             name + "." + id,
             false,
             true};
@@ -233,8 +233,8 @@ std::vector<RehearsalLine> MakeJavaLines(int pid, const std::string& jdkHome, co
         }
         return line;
     };
-    return {make(FileKind::HeapDump, "GC.heap_dump " + heap, heap),
-            make(FileKind::ThreadDump, "Thread.print", "")};
+    return {make(FileKind::HeapDump, HEAP_DUMP_REQUEST + (" " + heap), heap),
+            make(FileKind::ThreadDump, THREAD_DUMP_REQUEST, "")};
 }
 
 RehearsalResult RunLine(const RehearsalLine& line, const std::string& output, const std::string& complaints,

@@ -133,11 +133,11 @@ const Section* FindSampling(const SectionFile& found, std::string_view tool)
 
 void CheckSamples(int file, const SectionFile& found, FileKind kind, SectionReport& report)
 {
-    const std::string tool = kind == FileKind::Iostat ? "iostat " : "mpstat ";
-    const Section* const section = FindSampling(found, tool);
+    const std::string tool = GetSamplingTool(kind);
+    const Section* const section = FindSampling(found, tool + " ");
     const auto line = section == nullptr ? std::nullopt : ParseSamplingLine(GetToolLine(*section));
     if (!line) {
-        report.damages.push_back("has no section of " + tool.substr(0, tool.size() - 1));
+        report.damages.push_back("has no section of " + tool);
         return;
     }
     SampleCount count;

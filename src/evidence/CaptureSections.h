@@ -38,6 +38,13 @@ inline constexpr char HEAP_FILE_SUFFIX[] = "hprof";
 inline constexpr char THREADS_FILE_SUFFIX[] = "ThreadDump";
 inline constexpr char SCRIPT_FILE_SUFFIX[] = "CustomScript";
 
+/** Before the name of the core image, to which gcore adds a dot and the process id. */
+inline constexpr char GCORE_OUTPUT_OPTION[] = "-o";
+
+/** What jcmd is asked for. The path of the heap dump follows; the threads come out as text. */
+inline constexpr char HEAP_DUMP_REQUEST[] = "GC.heap_dump";
+inline constexpr char THREAD_DUMP_REQUEST[] = "Thread.print";
+
 /** Run once for each reading. */
 inline constexpr Section MEMORY_SECTIONS[] = {
     {&CmdPath::mTop, "-b -n 1", false},

@@ -25,14 +25,15 @@ std::string GetTemporaryThreadPath(const SnapshotData& record)
 }
 
 /** The jcmd line. When the daemon is root it runs as the owner of the process, root included. */
-std::string GetJcmdLine(const SnapshotData& record, const char* request, const std::string& temporaryPath)
+std::string GetJcmdLine(const SnapshotData& record, const std::string& request,
+                        const std::string& temporaryPath)
 {
     if (getuid() == 0) {
         return FormatBounded(LINE_SIZE, "su %s -c \"%s/bin/jcmd %d %s %s\"", record.mUser.c_str(),
-                             record.mJdkHome.c_str(), record.mPid, request, temporaryPath.c_str());
+                             record.mJdkHome.c_str(), record.mPid, request.c_str(), temporaryPath.c_str());
     }
-    return FormatBounded(LINE_SIZE, "%s/bin/jcmd %d %s %s", record.mJdkHome.c_str(), record.mPid, request,
-                         temporaryPath.c_str());
+    return FormatBounded(LINE_SIZE, "%s/bin/jcmd %d %s %s", record.mJdkHome.c_str(), record.mPid,
+                         request.c_str(), temporaryPath.c_str());
 }
 
 std::string GetMoveLine(const std::string& temporaryPath, const std::string& destination)
@@ -67,7 +68,7 @@ bool TakeThreadDump(HelperFunctionInterface& helper, const SnapshotData& record)
     std::string destination;
     helper.GenerateFileName(record.mJavaProcessName, record.mPid, record.mCounterType, destination,
                             THREADS_FILE_SUFFIX);
-    return RunLines(helper, {GetJcmdLine(record, "Thread.print >", temporaryPath),
+    return RunLines(helper, {GetJcmdLine(record, std::string(THREAD_DUMP_REQUEST) + " >", temporaryPath),
                              GetMoveLine(temporaryPath, destination)});
 }
 } // namespace
@@ -83,7 +84,7 @@ bool UnixHelperFunction::CreateJavaProcessDump(std::string javaProcessName, std:
     record->mJdkHome = jdkHome;
     record->mJavaProcessName = javaProcessName;
     GenerateFileName(javaProcessName, pid, counterLabel, record->mProcessName, HEAP_FILE_SUFFIX);
-    record->mCommand = GetJcmdLine(*record, "GC.heap_dump", GetTemporaryHeapPath(*record));
+    record->mCommand = GetJcmdLine(*record, HEAP_DUMP_REQUEST, GetTemporaryHeapPath(*record));
     return StartCapture(*this, logFileMtx, ThreadJavaProcessDump, std::move(record), JAVA_TEXTS,
                         {std::to_string(pid)});
 }

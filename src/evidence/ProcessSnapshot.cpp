@@ -1,5 +1,6 @@
 #include "base/LogFileMtx.h"
 #include "base/LogLine.h"
+#include "evidence/CaptureSections.h"
 #include "evidence/CaptureThread.h"
 #include "evidence/SnapshotData.h"
 #include "platform/CommandPath.h"
@@ -43,7 +44,7 @@ int UnixHelperFunction::TakeMemorySnapshotAndDump(std::string processName, int p
         return 0;
     }
     // gcore adds a dot and the process id to this name.
-    const std::string line = gcore + " -o " + dumpPath + " " + std::to_string(pid);
+    const std::string line = gcore + " " + GCORE_OUTPUT_OPTION + " " + dumpPath + " " + std::to_string(pid);
     std::string output;
     if (ExecuteCommandWithRc(line.c_str(), output) == 0) {
         WriteLogLine(logFileMtx, CORE_TAKEN_TEXT, threadId, pid);

@@ -50,6 +50,14 @@ TEST(CapturePlan, FitsTheReadingsIntoThePollIntervalAsTheDaemonDoes)
     EXPECT_EQ(MakePlan({{"THHS_POLL_INTERVAL", "30"}, {"_FORCE_READING_INTERVAL_", "1"}}).readings, 50);
 }
 
+TEST(SamplingLine, IsTheOneThatTheDaemonRuns)
+{
+    EXPECT_EQ(GetSamplingLine(FileKind::Iostat, 5, 50), "iostat -xt 5 50");
+    EXPECT_EQ(GetSamplingLine(FileKind::Mpstat, 1, 2), "mpstat 1 2");
+    EXPECT_EQ(GetSamplingLine(FileKind::Netstat, 1, 2), "") << "it isn't sampled";
+    EXPECT_EQ(GetSamplingTool(FileKind::Core), "");
+}
+
 class SelectedSets : public testing::Test
 {
 protected:
