@@ -135,11 +135,18 @@ private:
         }
     }
 
+    /** Seconds since the set was taken. A stamp of later than now comes from a host of another time zone, or
+     * from a clock that was put back: then the last change of a file has to do. */
+    std::time_t GetAge() const
+    {
+        const std::time_t age = mActivity.GetNow() - mSet.time;
+        return age < 0 && mSet.HasFiles() ? mActivity.GetNow() - mSet.sums.modified : age;
+    }
+
     /** True while the capture of a kind may still be at work, so that what is short may yet come. */
     bool MayStillCome(FileKind kind) const
     {
-        const std::time_t now = mActivity.GetNow();
-        const std::time_t age = now - mSet.time;
+        const std::time_t age = GetAge();
         if (age < STARTING_TIME) { // below 0 where a clock was put back
             return true;
         }

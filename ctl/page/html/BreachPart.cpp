@@ -103,6 +103,16 @@ void WriteFindings(Html& html, const ReportData& data)
     }
     html.Markup("</ul>");
 }
+
+/** Why it isn't known by how much a limit was exceeded. */
+const char* DescribeMissingBreach(const ReportData& data)
+{
+    if (data.mHasLog) {
+        return "; the log does not say by how much";
+    }
+    return data.mLogFailure.empty() ? "; the log that says by how much is not there"
+                                    : "; the log that says by how much can't be read";
+}
 } // namespace
 
 std::string DescribeBreach(const ReportData& data)
@@ -112,7 +122,7 @@ std::string DescribeBreach(const ReportData& data)
     }
     if (!data.mBreach) {
         return "breached its limit of " + std::string(data.mResource == "cpu" ? "processor time" : "memory") +
-               "; the log that says by how much is not there";
+               DescribeMissingBreach(data);
     }
     const TimelineEvent& breach = *data.mBreach;
     const std::string used = "used " + DescribeAmount(breach, breach.reading, 2);

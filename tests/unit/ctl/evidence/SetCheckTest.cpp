@@ -136,6 +136,20 @@ TEST(EvidenceSet, ThatIsShortIsInProgressWhileItsReadingsLast)
     EXPECT_EQ(CheckOnly(folder, {}, 250).state, SetState::Incomplete);
 }
 
+TEST(EvidenceSet, OfAHostInAZoneAheadIsNotInProgressForHours)
+{
+    const EvidenceFolder folder;
+    WriteStatistics(folder, "tbrd", 4321, 1, "13-11_02.10.28");
+    folder.Write(std::string(STEM) + "DiskPerf_iostat", MakeIostat(5, 50, 3));
+    const std::time_t stamp = FindEvidence(folder.GetPath()).sets.at(0).time;
+    for (const auto& file : std::filesystem::directory_iterator(folder.GetRoot() / "tbrd/4321/Evidence1")) {
+        EvidenceFolder::SetTime(file.path(), stamp - 8 * 3600);
+    }
+    EXPECT_EQ(CheckOnly(folder, {}, -7 * 3600).state, SetState::Incomplete)
+        << "an hour after the last change";
+    EXPECT_EQ(CheckOnly(folder, {}, -8 * 3600).state, SetState::InProgress) << "right after it";
+}
+
 TEST(EvidenceSet, WithAProblemThatTimeDoesNotMendIsIncompleteAtOnce)
 {
     const EvidenceFolder folder;

@@ -52,6 +52,11 @@ TEST(BreachPart, NamesNoResourceWhereNoFileDoes)
     data.mResource = "memory";
     EXPECT_EQ(DescribeBreach(data),
               "breached its limit of memory; the log that says by how much is not there");
+    data.mLogFailure = "The log can't be read: Permission denied";
+    EXPECT_EQ(DescribeBreach(data),
+              "breached its limit of memory; the log that says by how much can't be read");
+    data.mHasLog = true;
+    EXPECT_EQ(DescribeBreach(data), "breached its limit of memory; the log does not say by how much");
 }
 
 TEST(BreachPart, SaysWhenTheSettingsTakeEvidenceWhateverTheLimit)
