@@ -1,8 +1,10 @@
 #include "Verbs.h"
 
+#include <algorithm>
 #include <exception>
 #include <iostream>
 #include <string>
+#include <string_view>
 #include <vector>
 
 #include <CLI/CLI.hpp>
@@ -50,26 +52,41 @@ int Parse(CLI::App& program, Common& common, int argumentCount, const char* cons
     }
 }
 
+/**
+ * True if the command line can need the verb: making those that it doesn't name would be a part of the time
+ * of the quick ones. Help, and the answer to a verb that isn't there, need them all.
+ */
+bool CanNeed(const VerbRegistration& verb, std::span<const char* const> words)
+{
+    const auto holds = [&words](auto test) { return std::any_of(words.begin(), words.end(), test); };
+    const bool hasVerb = holds([](std::string_view word) {
+        return std::any_of(GetVerbs().begin(), GetVerbs().end(),
+                           [word](const VerbRegistration& one) { return word == one.name; });
+    });
+    const bool hasHelp = holds([](std::string_view word) { return word == "-h" || word.starts_with("--h"); });
+    return !hasVerb || hasHelp || holds([&verb](std::string_view word) { return word == verb.name; });
+}
+
 } // namespace
 
 std::span<const VerbRegistration> GetVerbs()
 {
     // clang-format off
     static constexpr VerbRegistration VERBS[] = {
-        AddCheckVerb,
-        AddPreflightVerb,
-        AddStatusVerb,
-        AddExplainVerb,
-        AddListVerb,
-        AddVerifyVerb,
-        AddReportVerb,
-        AddBundleVerb,
-        AddPruneVerb,
-        AddPinVerb,
-        AddRehearseVerb,
-        AddMetricsVerb,
-        AddEventsVerb,
-        AddWaitVerb,
+        {"check", AddCheckVerb},
+        {"preflight", AddPreflightVerb},
+        {"status", AddStatusVerb},
+        {"explain", AddExplainVerb},
+        {"list", AddListVerb},
+        {"verify", AddVerifyVerb},
+        {"report", AddReportVerb},
+        {"bundle", AddBundleVerb},
+        {"prune", AddPruneVerb},
+        {"pin", AddPinVerb},
+        {"rehearse", AddRehearseVerb},
+        {"metrics", AddMetricsVerb},
+        {"events", AddEventsVerb},
+        {"wait", AddWaitVerb},
     };
     // clang-format on
     return VERBS;
@@ -83,8 +100,11 @@ int RunProgram(int argumentCount, const char* const* arguments)
     program.set_version_flag("--version", "thsentinelctl " THSENTINEL_VERSION);
     program.require_subcommand(1);
     AddCommonOptions(program, common);
-    for (const VerbRegistration add : GetVerbs()) {
-        add(program, common);
+    const std::span words(arguments, static_cast<std::size_t>(argumentCount)); // the program's own is no verb
+    for (const VerbRegistration& verb : GetVerbs()) {
+        if (CanNeed(verb, words)) {
+            verb.add(program, common);
+        }
     }
     try {
         return Parse(program, common, argumentCount, arguments);

@@ -16,7 +16,11 @@ struct Common;
  * Adds one verb to the program: its options, its help and its action. `common` outlives `program`; the action
  * reads it when it runs, after the whole command line was parsed.
  */
-using VerbRegistration = void (*)(CLI::App& program, Common& common);
+struct VerbRegistration
+{
+    const char* name;
+    void (*add)(CLI::App& program, Common& common);
+};
 
 /** The verbs in the order in which --help lists them. A new verb is a declaration and a row in Verbs.cpp. */
 std::span<const VerbRegistration> GetVerbs();

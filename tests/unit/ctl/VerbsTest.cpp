@@ -36,6 +36,22 @@ TEST(Program, AsksForAVerbWhenThereIsNone)
     EXPECT_EQ(CallProgram({}).status, 64);
 }
 
+TEST(Program, ListsAllVerbsInItsHelp)
+{
+    const Said said = CallProgram({"--help"});
+    EXPECT_EQ(said.status, 0);
+    for (const ctl::VerbRegistration& verb : ctl::GetVerbs()) {
+        EXPECT_NE(said.output.find("\n  " + std::string(verb.name) + " "), std::string::npos) << verb.name;
+    }
+}
+
+TEST(Program, KnowsTheVerbAmongWordsThatAreVerbsToo)
+{
+    const Said said = CallProgram({"--store", "check", "wait"});
+    EXPECT_EQ(said.status, 64);
+    EXPECT_NE(said.errors.find("--running,--stopped"), std::string::npos) << said.errors;
+}
+
 TEST(Program, SaysItsRelease)
 {
     const Said said = CallProgram({"--version"});
