@@ -80,13 +80,13 @@ bool EventFeed::ReadLog(int folder, const DailyLog& log, const std::function<boo
         place = {inode, 0}; // another file, or one that was cut
     }
     bool goesOn = true;
-    const LogEnd end = ReadLogLines(file.file.Get(), place.offset, mStamps,
-                                    [this, &log, &goOn, &goesOn](const LogLineRead& line) {
-                                        mCursor.places[log.name].offset = line.end;
-                                        Offer(log, line);
-                                        goesOn = goOn();
-                                        return goesOn;
-                                    });
+    const auto take = [this, &log, &goOn, &goesOn](const LogLineRead& line) {
+        mCursor.places[log.name].offset = line.end;
+        Offer(log, line);
+        goesOn = goOn();
+        return goesOn;
+    };
+    const LogEnd end = ReadLogLines(file.file.Get(), place.offset, mStamps, take, MayReport);
     mCursor.places[log.name].offset = end.offset;
     if (end.error != 0) {
         mFailure = mFolder + "/" + log.name + ": " + std::strerror(end.error);

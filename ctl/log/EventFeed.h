@@ -41,7 +41,7 @@ public:
     /**
      * Hands out what the logs hold beyond the places, until nothing more is there. Returns why the folder or
      * a log in it can't be read; empty if all can. A log that can't be read keeps its place, and the others
-     * are read. `goOn` is asked after each event; false ends the reading there.
+     * are read. `goOn` is asked after each line that may be one; false ends the reading there.
      */
     std::string Read(const std::function<bool()>& goOn);
 

@@ -32,6 +32,12 @@ constexpr std::string_view GetFirsts(std::string_view format, std::string_view p
                                  : std::string_view(TITLE, 1);
 }
 
+/** What stands before the first conversion of a format, or before its line end. */
+constexpr std::string_view GetFixed(std::string_view format)
+{
+    return format.substr(0, format.find_first_of("%\n"));
+}
+
 /** A line of the daemon's, and what stands at the conversions of its format; see MatchText. */
 struct LinePattern
 {
@@ -40,6 +46,7 @@ struct LinePattern
     std::string_view places;
     const char* detail = "";                             ///< of the event, where the format has none
     std::string_view firsts = GetFirsts(format, places); ///< with one of which its lines begin
+    std::string_view fixed = GetFixed(format);           ///< with which they begin; empty where that varies
 };
 
 /** The formats of a breach begin with the stamp, which their line has instead of another one. */
@@ -93,14 +100,18 @@ constexpr auto FITTING = [] {
     return fitting;
 }();
 
+std::uint32_t GetFitting(std::string_view text)
+{
+    return text.empty() ? 0 : FITTING[static_cast<unsigned char>(text.front())];
+}
+
 } // namespace
 
 std::optional<LogEvent> ParseLogText(std::string_view text)
 {
-    std::uint32_t fitting = text.empty() ? 0 : FITTING[static_cast<unsigned char>(text.front())];
-    for (; fitting != 0; fitting &= fitting - 1) {
+    for (std::uint32_t fitting = GetFitting(text); fitting != 0; fitting &= fitting - 1) {
         const LinePattern& pattern = PATTERNS[std::countr_zero(fitting)];
-        if (!text.starts_with(pattern.format.substr(0, pattern.format.find_first_of("%\n")))) {
+        if (!text.starts_with(pattern.fixed)) {
             continue;
         }
         LogEvent event;
@@ -111,6 +122,16 @@ std::optional<LogEvent> ParseLogText(std::string_view text)
         }
     }
     return std::nullopt;
+}
+
+bool MayReport(std::string_view text)
+{
+    for (std::uint32_t fitting = GetFitting(text); fitting != 0; fitting &= fitting - 1) {
+        if (text.starts_with(PATTERNS[std::countr_zero(fitting)].fixed)) {
+            return true;
+        }
+    }
+    return false;
 }
 
 bool IsFailure(LogEventKind kind)

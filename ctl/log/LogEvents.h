@@ -54,6 +54,9 @@ struct LogEvent
 /** Reads the text of a line after its stamp; nothing for lines that report nothing of these. */
 std::optional<LogEvent> ParseLogText(std::string_view text);
 
+/** False for most texts that report nothing, found out at a glance: the others must be read. */
+bool MayReport(std::string_view text);
+
 /** True for the kinds that report that something went wrong. */
 bool IsFailure(LogEventKind kind);
 

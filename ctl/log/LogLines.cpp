@@ -170,13 +170,16 @@ bool StampReader::Read(std::string_view line, LogLineRead& result)
 }
 
 LogEnd ReadLogLines(int descriptor, std::uint64_t offset, StampReader& stamps,
-                    const std::function<bool(const LogLineRead&)>& visit)
+                    const std::function<bool(const LogLineRead&)>& visit,
+                    bool (*wants)(std::string_view text))
 {
     LineWalk walk(descriptor, offset);
     std::string_view line;
     LogLineRead read;
     while (walk.Next(line, read.begin, read.end)) {
-        if (stamps.Read(line, read) && !visit(read)) {
+        const bool isWanted = wants == nullptr || (line.size() > STAMP_FORM.size() &&
+                                                   wants(line.substr(STAMP_FORM.size(), LONGEST_TEXT)));
+        if (isWanted && stamps.Read(line, read) && !visit(read)) {
             return {read.end, 0};
         }
     }

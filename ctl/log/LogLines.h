@@ -46,10 +46,12 @@ struct LogEnd
 /**
  * Reads the stamped lines of an open log from `offset` on, in order, and calls `visit` for each until it
  * returns false. Lines without a stamp, as tool output has them, are passed over. A last line without its end
- * is not visited: it is being written.
+ * is not visited: it is being written. `wants`, if given, is asked for the text of each line first; a line
+ * that it doesn't want is passed over before its stamp is read, as most of a long log are.
  */
 LogEnd ReadLogLines(int descriptor, std::uint64_t offset, StampReader& stamps,
-                    const std::function<bool(const LogLineRead&)>& visit);
+                    const std::function<bool(const LogLineRead&)>& visit,
+                    bool (*wants)(std::string_view text) = nullptr);
 
 /**
  * Where in an open log of `bytes` bytes the lines from `wall` on begin, found by halving: the place of some

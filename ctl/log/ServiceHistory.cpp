@@ -180,12 +180,12 @@ std::string VisitEvents(const LogFolder& folder, std::time_t since, std::uint64_
             failure = folder.path + "/" + log.name + ": " + file.failure;
             continue;
         }
-        const LogEnd end =
-            ReadLogLines(file.file.Get(), skipped, stamps, [&visit, &goesOn](const LogLineRead& line) {
-                const std::optional<LogEvent> event = ParseLogText(line.text);
-                goesOn = !event || visit(line.time, *event);
-                return goesOn;
-            });
+        const auto take = [&visit, &goesOn](const LogLineRead& line) {
+            const std::optional<LogEvent> event = ParseLogText(line.text);
+            goesOn = !event || visit(line.time, *event);
+            return goesOn;
+        };
+        const LogEnd end = ReadLogLines(file.file.Get(), skipped, stamps, take, MayReport);
         if (end.error != 0) {
             failure = folder.path + "/" + log.name + ": " + std::strerror(end.error);
         }

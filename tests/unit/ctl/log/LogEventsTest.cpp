@@ -90,6 +90,15 @@ struct KindRow
     const char* detail;
 };
 
+TEST(LogEvents, PassOverTheLinesThatMostOfALogIsMadeOf)
+{
+    EXPECT_FALSE(MayReport("Process tbrd requested monitoring of CPU threshold of 80 ABSOLUTE."));
+    EXPECT_FALSE(MayReport("Number of CPUs = 2"));
+    EXPECT_FALSE(MayReport(""));
+    EXPECT_TRUE(MayReport("CPU threshold exceeded by process : a (7), Threshold : 80 Percent , Usage : 90.25 "
+                          "Percent"));
+}
+
 class LogEventOfKind : public testing::TestWithParam<KindRow>
 {
 };
@@ -98,6 +107,7 @@ TEST_P(LogEventOfKind, IsKnownByItsText)
 {
     const auto event = ParseLogText(GetParam().text);
     ASSERT_TRUE(event);
+    EXPECT_TRUE(MayReport(GetParam().text));
     EXPECT_EQ(event->kind, GetParam().kind);
     EXPECT_EQ(event->process, GetParam().process);
     EXPECT_EQ(event->pid, GetParam().pid);

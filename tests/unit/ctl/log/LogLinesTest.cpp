@@ -52,6 +52,19 @@ TEST_F(LogLinesFixture, PassesOverLinesWithoutAStamp)
     EXPECT_EQ(Read(), (std::vector<std::string>{"one", "two"}));
 }
 
+TEST_F(LogLinesFixture, VisitsOnlyStampedLinesWhoseTextIsWanted)
+{
+    Write(STAMP + "one\n" + STAMP + "\n" + std::string(STAMP.size(), 'x') + "two\n" + STAMP + "two\n");
+    std::vector<std::uint64_t> begins;
+    const auto take = [&begins](const ctl::LogLineRead& line) {
+        begins.push_back(line.begin);
+        return true;
+    };
+    const auto wants = [](std::string_view text) { return text == "two"; };
+    (void)ctl::ReadLogLines(mFile.Get(), 0, mStamps, take, wants);
+    EXPECT_EQ(begins, (std::vector<std::uint64_t>{3 * STAMP.size() + 9}));
+}
+
 TEST_F(LogLinesFixture, WaitsForTheEndOfALineThatIsBeingWritten)
 {
     Write(STAMP + "one\n" + STAMP + "tw");
