@@ -156,8 +156,10 @@ private:
         const bool isHidden = mRules.redaction && IsText(file.kind);
         if (isHidden) { // the tar wants the size first, so the text is gone through twice
             bundled.bytes = 0;
-            bundled.hidden = ReadHidden(opened, bytes, *mRules.redaction,
-                                        [&bundled](std::string_view text) { bundled.bytes += text.size(); });
+            bundled.hidden = ReadHidden(opened, bytes, *mRules.redaction, [&](std::string_view text) {
+                bundled.bytes += text.size();
+                Advance(text.size());
+            });
         }
         mTar.Begin(FOLDER + bundled.path, bundled.bytes, file.modified);
         Sha256 digest;
@@ -167,9 +169,7 @@ private:
             written += taken.size();
             digest.Take(taken);
             mTar.Take(taken);
-            if (mRules.progress) {
-                mRules.progress(taken.size());
-            }
+            Advance(taken.size());
         };
         if (isHidden) {
             (void)ReadHidden(opened, bytes, *mRules.redaction, take); // counted before
@@ -180,6 +180,13 @@ private:
             throw std::runtime_error(bundled.path + " changed while it was bundled; try again");
         }
         bundled.sha256 = digest.Finish();
+    }
+
+    void Advance(std::uint64_t bytes) const
+    {
+        if (mRules.progress) {
+            mRules.progress(bytes);
+        }
     }
 
     Json MakeManifest(const SetReport& report) const

@@ -93,6 +93,14 @@ Json DescribeBundle(const std::string& path, const std::vector<BundledFile>& fil
     return document;
 }
 
+/** The bytes that are gone through: texts for the check, for their size with values hidden, and to be packed.
+ */
+std::uint64_t CountWork(const EvidenceSet& set, const BundleOptions& options)
+{
+    const std::uint64_t turns = options.hidesNothing ? 2 : 3;
+    return set.sums.textBytes * turns + (options.withCores ? set.sums.bytes - set.sums.textBytes : 0);
+}
+
 int Bundle(const Common& common, const BundleOptions& options)
 {
     const EvidenceSource source = OpenEvidence(common);
@@ -100,14 +108,15 @@ int Bundle(const Common& common, const BundleOptions& options)
     CheckRules checkRules;
     checkRules.plan = source.plan;
     checkRules.depth = Depth::Texts;
+    Progress progress("bundling", CountWork(set, options));
+    progress.CountBytes();
+    checkRules.progress = [&progress](std::uint64_t bytes) { progress.Advance(bytes); };
     Activity activity;
     const SetReport report = CheckSet(source.tree, set, checkRules, activity);
-    Progress progress("bundling", options.withCores ? set.GetBytes() : 0);
-    progress.CountBytes();
     BundleRules rules;
     rules.withCores = options.withCores;
     rules.settingsFailure = source.settingsFailure;
-    rules.progress = [&progress](std::uint64_t bytes) { progress.Advance(bytes); };
+    rules.progress = checkRules.progress;
     if (!options.hidesNothing) {
         rules.redaction = ReadRedaction(options.list);
     }

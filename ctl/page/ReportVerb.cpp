@@ -51,11 +51,13 @@ std::size_t ChooseSet(const EvidenceTree& tree, const ReportOptions& options)
     throw std::runtime_error("there is no evidence set with a file below " + tree.root);
 }
 
-void AddCheck(const EvidenceSource& source, const EvidenceSet& set, ReportData& data)
+void AddCheck(const EvidenceSource& source, const EvidenceSet& set, const ProgressTaker& progress,
+              ReportData& data)
 {
     CheckRules rules;
     rules.plan = source.plan;
     rules.depth = Depth::Texts;
+    rules.progress = progress;
     Activity activity;
     SetReport report = CheckSet(source.tree, set, rules, activity);
     data.mState = GetStateName(report.state);
@@ -66,15 +68,17 @@ void AddCheck(const EvidenceSource& source, const EvidenceSet& set, ReportData& 
 /** Everything that the page shows: the set, the logs around it, and the check of the set. */
 ReportData ReadAll(const Common& common, const EvidenceSource& source, const EvidenceSet& set)
 {
-    Progress progress("reading", 0);
+    Progress progress("reading", set.sums.textBytes * 2); // for the page, and for the check
+    progress.CountBytes();
     progress.SetDetail(set.GetId());
-    ReportData data = ReadSet(source.tree, set, std::time(nullptr));
+    const auto advance = [&progress](std::uint64_t bytes) { progress.Advance(bytes); };
+    ReportData data = ReadSet(source.tree, set, std::time(nullptr), advance);
     ReadLogs(common.log, data);
     if (!source.settingsFailure.empty()) {
         data.mNotes.push_back("The settings are unknown (" + source.settingsFailure +
                               "), so their defaults decide which files and samples belong to the set.");
     }
-    AddCheck(source, set, data);
+    AddCheck(source, set, advance, data);
     return data;
 }
 

@@ -116,8 +116,10 @@ void ReadLogs(const std::string& folder, ReportData& data)
     const LogFolder logs = ListLogs(folder);
     const OpenedFile directory = OpenFolder(AT_FDCWD, logs.path);
     if (!directory.IsOpen()) {
-        data.mLogFailure = "The folder of the logs, " + logs.path + ", can't be read: " + directory.failure;
-        data.mNotes.push_back(data.mLogFailure + ".");
+        const std::string failure =
+            "The folder of the logs, " + logs.path + ", can't be read: " + directory.failure;
+        data.mLogFailure = directory.error == ENOENT ? "" : failure;
+        data.mNotes.push_back(failure + ".");
         return;
     }
     for (const DailyLog& log : logs.files) {

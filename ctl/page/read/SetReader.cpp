@@ -41,7 +41,7 @@ void TakeHostLine(std::string_view line, ReportData& data)
     }
 }
 
-void ReadMemory(int file, const SectionFile& sections, ReportData& data)
+void ReadMemory(int file, const SectionFile& sections, ReportData& data, const ProgressTaker& progress)
 {
     MemoryReader reader(data);
     for (const Section& section : sections.sections) {
@@ -50,10 +50,11 @@ void ReadMemory(int file, const SectionFile& sections, ReportData& data)
             (void)ForEachLine(file, section.offset, section.bytes, take);
             reader.End();
         }
+        progress(section.bytes);
     }
 }
 
-void ReadNetwork(int file, const SectionFile& sections, ReportData& data)
+void ReadNetwork(int file, const SectionFile& sections, ReportData& data, const ProgressTaker& progress)
 {
     bool hasAll = false;
     for (const Section& section : sections.sections) {
@@ -68,11 +69,12 @@ void ReadNetwork(int file, const SectionFile& sections, ReportData& data)
             FeedSection(file, section, parser);
             data.mNetworkTroubles = parser.Get();
         }
+        progress(section.bytes);
     }
 }
 
 /** The first report covers the time since the machine's start and says nothing about the set. */
-void ReadDisks(int file, const SectionFile& sections, ReportData& data)
+void ReadDisks(int file, const SectionFile& sections, ReportData& data, const ProgressTaker& progress)
 {
     for (const Section& section : sections.sections) {
         IostatParser parser;
@@ -95,10 +97,11 @@ void ReadDisks(int file, const SectionFile& sections, ReportData& data)
                 "iostat took one sample alone, which covers the time since the machine's "
                 "start: there are no disk figures of the breach.");
         }
+        progress(section.bytes);
     }
 }
 
-void ReadProcessors(int file, const SectionFile& sections, ReportData& data)
+void ReadProcessors(int file, const SectionFile& sections, ReportData& data, const ProgressTaker& progress)
 {
     for (const Section& section : sections.sections) {
         MpstatParser parser;
@@ -110,6 +113,7 @@ void ReadProcessors(int file, const SectionFile& sections, ReportData& data)
         for (const ProcessorSample& sample : parser.Get()) {
             data.mProcessorPoints.push_back({clock.At(sample.mClock), sample});
         }
+        progress(section.bytes);
     }
 }
 
@@ -134,7 +138,7 @@ MappingReport ReadMappings(int file, const SectionFile& sections)
     return result;
 }
 
-void ReadProcess(int file, const SectionFile& sections, ReportData& data)
+void ReadProcess(int file, const SectionFile& sections, ReportData& data, const ProgressTaker& progress)
 {
     data.mMappings = ReadMappings(file, sections);
     for (const Section& section : sections.sections) {
@@ -147,6 +151,7 @@ void ReadProcess(int file, const SectionFile& sections, ReportData& data)
             data.mStacks = parser.Finish();
             data.mStackSource = data.mStacks.mThreadCount > 0 ? "the stack listing of the capture" : "";
         }
+        progress(section.bytes);
     }
 }
 
@@ -166,7 +171,7 @@ void ReadThreadDump(int file, std::uint64_t bytes, ReportData& data)
 struct SectionReader
 {
     FileKind mKind;
-    void (*mRead)(int file, const SectionFile& sections, ReportData& data);
+    void (*mRead)(int file, const SectionFile& sections, ReportData& data, const ProgressTaker& progress);
 };
 
 constexpr SectionReader SECTION_READERS[] = {
@@ -175,7 +180,7 @@ constexpr SectionReader SECTION_READERS[] = {
 };
 
 void ReadSections(const OpenedFile& opened, const EvidenceFile& listed, const SectionReader& reader,
-                  ReportData& data)
+                  ReportData& data, const ProgressTaker& progress)
 {
     const SectionFile sections =
         ScanSections(opened.file.Get(), static_cast<std::uint64_t>(opened.status.st_size));
@@ -185,10 +190,10 @@ void ReadSections(const OpenedFile& opened, const EvidenceFile& listed, const Se
     if (sections.isCut) {
         data.mNotes.push_back(listed.name + ": has more sections than were read.");
     }
-    reader.mRead(opened.file.Get(), sections, data);
+    reader.mRead(opened.file.Get(), sections, data, progress);
 }
 
-void ReadFile(int folder, const EvidenceFile& listed, ReportData& data)
+void ReadFile(int folder, const EvidenceFile& listed, ReportData& data, const ProgressTaker& progress)
 {
     const auto reader = std::find_if(std::begin(SECTION_READERS), std::end(SECTION_READERS),
                                      [&](const SectionReader& row) { return row.mKind == listed.kind; });
@@ -201,7 +206,7 @@ void ReadFile(int folder, const EvidenceFile& listed, ReportData& data)
     } else if (listed.kind == FileKind::ThreadDump) {
         ReadThreadDump(opened.file.Get(), static_cast<std::uint64_t>(opened.status.st_size), data);
     } else {
-        ReadSections(opened, listed, *reader, data);
+        ReadSections(opened, listed, *reader, data, progress);
     }
 }
 
@@ -274,7 +279,8 @@ ReportData Begin(const EvidenceTree& tree, const EvidenceSet& set, std::time_t n
 }
 } // namespace
 
-ReportData ReadSet(const EvidenceTree& tree, const EvidenceSet& set, std::time_t now)
+ReportData ReadSet(const EvidenceTree& tree, const EvidenceSet& set, std::time_t now,
+                   const ProgressTaker& progress)
 {
     ReportData data = Begin(tree, set, now);
     const OpenedFile folder = OpenSetFolder(tree, set);
@@ -284,7 +290,7 @@ ReportData ReadSet(const EvidenceTree& tree, const EvidenceSet& set, std::time_t
     for (const EvidenceFile& listed : set.files) {
         data.mFiles.push_back({listed.name, GetKindName(listed.kind), listed.bytes, listed.obstacle});
         if (folder.IsOpen() && listed.IsPlain()) {
-            ReadFile(folder.file.Get(), listed, data);
+            ReadFile(folder.file.Get(), listed, data, progress);
         }
     }
     if (folder.IsOpen()) {

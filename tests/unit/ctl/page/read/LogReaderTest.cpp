@@ -92,6 +92,16 @@ TEST_F(LogReaderFixture, SaysThatThereIsNoLog)
                                       ": reading, limit and timeline are not known.");
 }
 
+TEST_F(LogReaderFixture, KeepsAFolderThatCannotBeReadFromOneThatIsAbsent)
+{
+    ReadLogs(mFolder.GetRoot() / "absent", mData);
+    EXPECT_EQ(mData.mLogFailure, "");
+    const std::string file = mFolder.Write("file", "");
+    ReadLogs(file, mData);
+    EXPECT_EQ(mData.mLogFailure, "The folder of the logs, " + file + ", can't be read: Not a directory");
+    EXPECT_EQ(mData.mNotes.back(), mData.mLogFailure + ".");
+}
+
 TEST_F(LogReaderFixture, OfBinaryTextHasNoEvents)
 {
     WriteLog(std::string(300000, '\0') + "\n\xff\xfe\n" + std::string(300000, 'x'));

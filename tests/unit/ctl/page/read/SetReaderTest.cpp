@@ -48,11 +48,23 @@ protected:
     {
         const EvidenceTree tree = FindEvidence(mFolder.GetPath());
         EXPECT_FALSE(tree.sets.empty());
-        return tree.sets.empty() ? ReportData() : ReadSet(tree, tree.sets.back(), 1794535648);
+        return tree.sets.empty() ? ReportData()
+                                 : ReadSet(tree, tree.sets.back(), 1794535648,
+                                           [this](std::uint64_t bytes) { mRead += bytes; });
     }
 
     EvidenceFolder mFolder;
+    std::uint64_t mRead = 0; ///< bytes of sections, as the progress learned of them
 };
+
+TEST_F(SetFixture, ShowsHowFarItHasCome)
+{
+    const std::string listing = ListingOf("1000");
+    Write("MemoryPerf", listing + listing);
+    (void)Read(); // the progress alone is looked at
+    EXPECT_EQ(mRead, 2 * (listing.size() -
+                          Head("/usr/bin/ps faxeo pid,pmem,rss,vsz,sz,size,args --width 120").size()));
+}
 
 TEST_F(SetFixture, SamplesOfTheHostBeginWithTop)
 {
