@@ -29,7 +29,7 @@ EventFeed::EventFeed(std::string folder, EventCursor cursor, Taker take)
 std::string EventFeed::Read(const std::function<bool()>& goOn)
 {
     const LogFolder logs = ListLogs(mFolder);
-    const OpenedFile folder = OpenFolder(AT_FDCWD, logs.path);
+    const OpenedFile folder = OpenLogFolder(logs.path);
     if (!logs.failure.empty() || !folder.IsOpen()) {
         return logs.path + ": " + (logs.failure.empty() ? folder.failure : logs.failure);
     }

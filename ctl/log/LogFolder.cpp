@@ -33,11 +33,16 @@ int ParseName(const std::string& name)
 
 } // namespace
 
+OpenedFile OpenLogFolder(const std::string& path)
+{
+    return OpenFolder(AT_FDCWD, path + "/."); // what is before the dot is followed
+}
+
 LogFolder ListLogs(const std::string& path)
 {
     LogFolder result;
     result.path = path.empty() ? LOG_PATH : path;
-    const OpenedFile folder = OpenFolder(AT_FDCWD, result.path);
+    const OpenedFile folder = OpenLogFolder(result.path);
     if (!folder.IsOpen()) {
         result.failure = folder.failure;
         return result;

@@ -4,6 +4,8 @@
 #include <string>
 #include <vector>
 
+#include "base/SafeFile.h"
+
 namespace ctl
 {
 
@@ -26,6 +28,9 @@ struct LogFolder
 
 /** Where the daemon writes its logs. */
 constexpr const char* LOG_PATH = "/usr/tarnv/tarnhaven/logs/thsentinel";
+
+/** Opens the folder of the logs, which may be a link: the operator named it, or moved the logs elsewhere. */
+OpenedFile OpenLogFolder(const std::string& path);
 
 /** Lists the logs at `path`, or at LOG_PATH for an empty one. */
 LogFolder ListLogs(const std::string& path);

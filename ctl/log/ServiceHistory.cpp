@@ -167,7 +167,7 @@ std::string VisitEvents(const LogFolder& folder, std::time_t since, std::uint64_
     }
     std::uint64_t skipped = total > limit ? total - limit : 0;
     std::string failure;
-    const OpenedFile opened = OpenFolder(AT_FDCWD, folder.path);
+    const OpenedFile opened = OpenLogFolder(folder.path);
     StampReader stamps;
     bool goesOn = true;
     for (const DailyLog& log : folder.files) {

@@ -114,7 +114,7 @@ bool IsNear(const DailyLog& log, Wall wall)
 void ReadLogs(const std::string& folder, ReportData& data)
 {
     const LogFolder logs = ListLogs(folder);
-    const OpenedFile directory = OpenFolder(AT_FDCWD, logs.path);
+    const OpenedFile directory = OpenLogFolder(logs.path);
     if (!directory.IsOpen()) {
         const std::string failure =
             "The folder of the logs, " + logs.path + ", can't be read: " + directory.failure;

@@ -92,6 +92,16 @@ TEST_F(LogReaderFixture, SaysThatThereIsNoLog)
                                       ": reading, limit and timeline are not known.");
 }
 
+TEST_F(LogReaderFixture, FollowsALinkToTheFolderThatTheOperatorNamed)
+{
+    WriteLog("2026-11-13 02:06:28:000 - CPU usage for process tbrd(66) : 91.00 Percent\n");
+    const std::string link = mFolder.GetPath() + "/logs";
+    std::filesystem::create_directory_symlink(mFolder.GetRoot(), link);
+    ReadLogs(link, mData);
+    EXPECT_TRUE(mData.mHasLog);
+    EXPECT_EQ(mData.mReadings.size(), 1u);
+}
+
 TEST_F(LogReaderFixture, KeepsAFolderThatCannotBeReadFromOneThatIsAbsent)
 {
     ReadLogs(mFolder.GetRoot() / "absent", mData);
