@@ -200,10 +200,11 @@ void PrintText(const std::vector<Rehearsed>& rehearsed, const CapturePlan& plan,
               << " s of tools besides the pauses.\n";
 }
 
-void PrintJson(const std::vector<Rehearsed>& rehearsed, int pid)
+void PrintJson(const std::vector<Rehearsed>& rehearsed, int pid, const std::string& settingsFailure)
 {
     Json document = BeginDocument("rehearse");
     document["pid"] = pid;
+    document["settingsFailure"] = settingsFailure.empty() ? Json(nullptr) : ToJson(settingsFailure);
     document["lines"] = Json::array();
     for (const Rehearsed& one : rehearsed) {
         Json json;
@@ -219,6 +220,14 @@ void PrintJson(const std::vector<Rehearsed>& rehearsed, int pid)
         document["lines"].push_back(std::move(json));
     }
     PrintDocument(document);
+}
+
+void PrintUnknownSettings(const std::string& failure)
+{
+    if (!failure.empty()) {
+        std::cerr << "thsentinelctl: the settings are unknown (" << EscapeControls(failure)
+                  << "), so their defaults decide which captures are rehearsed\n";
+    }
 }
 
 int Rehearse(const Common& common, const RehearseOptions& options)
@@ -241,9 +250,10 @@ int Rehearse(const Common& common, const RehearseOptions& options)
     }
     const std::vector<Rehearsed> rehearsed = RunLines(lines, scratch, options.stopsProcess);
     if (common.json) {
-        PrintJson(rehearsed, pid);
+        PrintJson(rehearsed, pid, failure);
     } else {
         PrintText(rehearsed, plan, options.readings);
+        PrintUnknownSettings(failure);
     }
     if (options.keeps) {
         std::cerr << "thsentinelctl: the output is left in " << EscapeControls(scratch.GetPath()) << '\n';

@@ -38,6 +38,10 @@ def test_each_line_of_the_captures_is_run_and_measured(tmp_path, target):
     [stacks] = [one for one in lines if not one["run"]]
     assert stacks["remark"] == "left out: stops the process; --stop-process runs it"
     assert done.status == 0
+    assert done.document["settingsFailure"] == "/absent can't be read: No such file or directory"
+    assert rehearse(tmp_path, target.pid).errors == (
+        "thsentinelctl: the settings are unknown (/absent can't be read: No such file or directory), so their defaults "
+        "decide which captures are rehearsed\n")
     assert os.listdir(tmp_path) == []
 
 
