@@ -86,7 +86,7 @@ bool EventFeed::ReadLog(int folder, const DailyLog& log, const std::function<boo
         goesOn = goOn();
         return goesOn;
     };
-    const LogEnd end = ReadLogLines(file.file.Get(), place.offset, mStamps, take, MayReport);
+    const LogEnd end = ReadLogLines(file.file.Get(), place.offset, mStamps, take, MayReportMore);
     mCursor.places[log.name].offset = end.offset;
     if (end.error != 0) {
         mFailure = mFolder + "/" + log.name + ": " + std::strerror(end.error);

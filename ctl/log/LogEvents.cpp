@@ -32,9 +32,14 @@ constexpr std::string_view GetFirsts(std::string_view format, std::string_view p
                                  : std::string_view(TITLE, 1);
 }
 
-/** What stands before the first conversion of a format, or before its line end. */
-constexpr std::string_view GetFixed(std::string_view format)
+constexpr std::string_view LABEL = "%s"; // at the begin of a format whose first place is a label
+
+/** What stands before the first conversion of a format, or before its line end; a label is left out. */
+constexpr std::string_view GetFixed(std::string_view format, std::string_view places)
 {
+    if (places.starts_with('L') && format.starts_with(LABEL)) {
+        format.remove_prefix(LABEL.size());
+    }
     return format.substr(0, format.find_first_of("%\n"));
 }
 
@@ -46,7 +51,7 @@ struct LinePattern
     std::string_view places;
     const char* detail = "";                             ///< of the event, where the format has none
     std::string_view firsts = GetFirsts(format, places); ///< with one of which its lines begin
-    std::string_view fixed = GetFixed(format);           ///< with which they begin; empty where that varies
+    std::string_view fixed = GetFixed(format, places);   ///< with which they begin, perhaps after a label
 };
 
 /** The formats of a breach begin with the stamp, which their line has instead of another one. */
@@ -105,13 +110,25 @@ std::uint32_t GetFitting(std::string_view text)
     return text.empty() ? 0 : FITTING[static_cast<unsigned char>(text.front())];
 }
 
+bool FitsBegin(std::string_view text, const LinePattern& pattern)
+{
+    if (pattern.places.starts_with('L') && pattern.format.starts_with(LABEL)) {
+        const std::string_view label = text.starts_with(LABEL_CPU) ? LABEL_CPU : LABEL_MEMORY;
+        if (!text.starts_with(label)) {
+            return false;
+        }
+        text.remove_prefix(label.size());
+    }
+    return text.starts_with(pattern.fixed);
+}
+
 } // namespace
 
 std::optional<LogEvent> ParseLogText(std::string_view text)
 {
     for (std::uint32_t fitting = GetFitting(text); fitting != 0; fitting &= fitting - 1) {
         const LinePattern& pattern = PATTERNS[std::countr_zero(fitting)];
-        if (!text.starts_with(pattern.fixed)) {
+        if (!FitsBegin(text, pattern)) {
             continue;
         }
         LogEvent event;
@@ -127,7 +144,19 @@ std::optional<LogEvent> ParseLogText(std::string_view text)
 bool MayReport(std::string_view text)
 {
     for (std::uint32_t fitting = GetFitting(text); fitting != 0; fitting &= fitting - 1) {
-        if (text.starts_with(PATTERNS[std::countr_zero(fitting)].fixed)) {
+        if (FitsBegin(text, PATTERNS[std::countr_zero(fitting)])) {
+            return true;
+        }
+    }
+    return false;
+}
+
+bool MayReportMore(std::string_view text)
+{
+    for (std::uint32_t fitting = GetFitting(text); fitting != 0; fitting &= fitting - 1) {
+        const LinePattern& pattern = PATTERNS[std::countr_zero(fitting)];
+        const bool isReading = pattern.kind == LogEventKind::Usage || pattern.kind == LogEventKind::Window;
+        if (!isReading && FitsBegin(text, pattern)) {
             return true;
         }
     }

@@ -57,6 +57,9 @@ std::optional<LogEvent> ParseLogText(std::string_view text);
 /** False for most texts that report nothing, found out at a glance: the others must be read. */
 bool MayReport(std::string_view text);
 
+/** The same for whoever wants no readings, which most of a verbose log are. */
+bool MayReportMore(std::string_view text);
+
 /** True for the kinds that report that something went wrong. */
 bool IsFailure(LogEventKind kind);
 

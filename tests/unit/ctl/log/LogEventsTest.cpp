@@ -94,6 +94,11 @@ TEST(LogEvents, PassOverTheLinesThatMostOfALogIsMadeOf)
 {
     EXPECT_FALSE(MayReport("Process tbrd requested monitoring of CPU threshold of 80 ABSOLUTE."));
     EXPECT_FALSE(MayReport("Number of CPUs = 2"));
+    EXPECT_FALSE(MayReport("Cmd:/usr/bin/ps -eo pid,%cpu,command"));
+    EXPECT_TRUE(MayReport("CPU usage for process a(7) : 1.00 Percent"));
+    EXPECT_FALSE(MayReportMore("CPU usage for process a(7) : 1.00 Percent"));
+    EXPECT_TRUE(
+        MayReportMore("Memory threshold exceeded by process : a (7), Threshold : 1 MB , Usage : 2.00 MB"));
     EXPECT_FALSE(MayReport(""));
     EXPECT_TRUE(MayReport("CPU threshold exceeded by process : a (7), Threshold : 80 Percent , Usage : 90.25 "
                           "Percent"));
