@@ -151,7 +151,16 @@ void PrintChoices(const EvidenceTree& tree, const std::vector<PruneChoice>& choi
     });
 }
 
-void PrintText(const EvidenceTree& tree, const PrunePlan& plan, bool deletes)
+/** How many sets a run deletes, or has deleted where there are `changes`. */
+std::size_t CountSets(const PrunePlan& plan, const std::vector<SetChange>& changes)
+{
+    const auto failed = std::count_if(changes.begin(), changes.end(),
+                                      [](const SetChange& change) { return !change.failure.empty(); });
+    return plan.candidates.size() - static_cast<std::size_t>(failed);
+}
+
+void PrintText(const EvidenceTree& tree, const PrunePlan& plan, const std::vector<SetChange>& changes,
+               bool deletes)
 {
     if (!plan.candidates.empty()) {
         PrintChoices(tree, plan.candidates);
@@ -160,8 +169,9 @@ void PrintText(const EvidenceTree& tree, const PrunePlan& plan, bool deletes)
         std::cout << "kept: " << EscapeControls(tree.sets[choice.place].GetId()) << ": "
                   << EscapeControls(choice.reason) << '\n';
     }
-    std::cout << plan.candidates.size() << (plan.candidates.size() == 1 ? " set, " : " sets, ")
-              << FormatByteSize(plan.freedBytes) << " of " << FormatByteSize(plan.diskBytes)
+    const std::size_t count = CountSets(plan, changes);
+    std::cout << count << (count == 1 ? " set, " : " sets, ") << FormatByteSize(plan.freedBytes) << " of "
+              << FormatByteSize(plan.diskBytes)
               << (deletes ? " freed\n" : " would be freed; --delete does it\n");
 }
 
@@ -196,7 +206,7 @@ int Prune(const Common& common, const PruneOptions& options)
     if (common.json) {
         PrintJson(source, plan, changes);
     } else {
-        PrintText(source.tree, plan, options.deletes);
+        PrintText(source.tree, plan, changes, options.deletes);
         PrintUnknownSettings(source);
     }
     if (PrintFailures(source.tree, plan, changes)) {

@@ -37,7 +37,7 @@ std::vector<ToolTrial> MakeTrials(const CmdPath& tools)
         {"grep", tools.mGrep, {"b"}, "b\n", true, "listings and readings"},
         {"cat", tools.mCat, {"/proc/self/status"}, "", true, "processor count, memory, process data"},
         {"wc", tools.mWc, {"-l"}, "b\n", true, "processor count"},
-        {"awk", tools.mAwk, {"{ print $1 }"}, "b\n", true, "size of the memory"},
+        {"awk", tools.mAwk, {"{ print $1 }"}, "b\n", false, "size of the memory in the log"},
         {"free", tools.mFree, {}, "", false, "memory statistics"},
         {"vmstat", tools.mVmstat, {}, "", false, "memory statistics"},
         {"top", tools.mTop, {"-b", "-n", "1", "-p", self}, "", false, "memory statistics"},

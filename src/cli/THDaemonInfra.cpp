@@ -85,8 +85,7 @@ bool IsMainThread()
     return pthread_equal(pthread_self(), GetMainThreadId()) != 0;
 }
 
-/** Part of the signal handler, on another thread: what that thread does goes on with the errno that it had.
- */
+/** Part of the signal handler on another thread, whose work goes on with the errno that it had. */
 void PassStopToMainThread()
 {
     const int savedErrno = errno;

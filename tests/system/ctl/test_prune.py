@@ -1,6 +1,7 @@
 """`prune` and `pin`: what would go, what never goes, and what is left when it is interrupted."""
 import os
 import pathlib
+import re
 import signal
 import subprocess
 import time
@@ -64,6 +65,25 @@ def test_what_is_told_to_go_goes_and_nothing_else(tmp_path, sets):
     assert not sets[1].exists() and not sets[2].exists()
     assert all(len(list(folder.iterdir())) == 5 for folder in (sets[0], sets[3], sets[4]))
     assert candidates(tmp_path, "--older", "30d") == []
+
+
+def test_its_last_line_counts_what_would_go(tmp_path, sets):
+    sizes = [sum(one.stat().st_blocks * 512 for one in path.iterdir()) // 1024 for path in sets]
+    done = companion.run("prune", "--evidence", tmp_path, "--store", "/absent", "--older", "30d")
+    assert done.output.splitlines()[-1] == (
+        f"2 sets, {sizes[1] + sizes[2]} KiB of {sum(sizes)} KiB would be freed; --delete does it")
+
+
+def test_its_last_line_counts_only_what_has_gone(make_host, tmp_path, sets):
+    host = make_host(share=[tmp_path])
+    host.shell(f"cp -a {tmp_path}/thsentinel /evidence/")
+    [kept] = [path.name for path in sets[1].iterdir() if path.name.endswith(".Netstat")]
+    path = f"/evidence/{sets[1].relative_to(tmp_path)}/{kept}"
+    host.shell(f"mount -n --bind {path} {path}")  # so that it can't be deleted
+    done = companion.run_on(host, "prune", "--evidence", "/evidence", "--older", "30d", "--delete")
+    assert re.fullmatch(r"1 set, \d+ KiB of \d+ KiB freed", done.output.splitlines()[-1]), done
+    assert done.status == 2
+    assert re.fullmatch(f"thsentinelctl: tbrd/{DEAD}/Evidence2/\\S+: {kept}: Device or resource busy\n", done.errors)
 
 
 def test_each_rule_chooses_its_own(tmp_path, sets):
