@@ -110,7 +110,7 @@ class Managed:
         return int(self.show("MainPID")["MainPID"])
 
     def reaches(self, *state):
-        self.host.until(lambda: self.state() == state, f"the service is {state}, not {self.state()}")
+        self.host.comes_to(self.state, state)
 
     def kill_daemon(self, number):
         (daemon,) = self.host.daemons()
