@@ -105,11 +105,6 @@ constexpr auto FITTING = [] {
     return fitting;
 }();
 
-std::uint32_t GetFitting(std::string_view text)
-{
-    return text.empty() ? 0 : FITTING[static_cast<unsigned char>(text.front())];
-}
-
 bool FitsBegin(std::string_view text, const LinePattern& pattern)
 {
     if (pattern.places.starts_with('L') && pattern.format.starts_with(LABEL)) {
@@ -122,45 +117,48 @@ bool FitsBegin(std::string_view text, const LinePattern& pattern)
     return text.starts_with(pattern.fixed);
 }
 
+/** The first pattern with whose begin the text begins and that `accepts` is true for; null without one. */
+template <typename Accepts>
+const LinePattern* FindPattern(std::string_view text, const Accepts& accepts)
+{
+    std::uint32_t fitting = text.empty() ? 0 : FITTING[static_cast<unsigned char>(text.front())];
+    for (; fitting != 0; fitting &= fitting - 1) {
+        const LinePattern& pattern = PATTERNS[std::countr_zero(fitting)];
+        if (FitsBegin(text, pattern) && accepts(pattern)) {
+            return &pattern;
+        }
+    }
+    return nullptr;
+}
+
 } // namespace
 
 std::optional<LogEvent> ParseLogText(std::string_view text)
 {
-    for (std::uint32_t fitting = GetFitting(text); fitting != 0; fitting &= fitting - 1) {
-        const LinePattern& pattern = PATTERNS[std::countr_zero(fitting)];
-        if (!FitsBegin(text, pattern)) {
-            continue;
-        }
-        LogEvent event;
+    LogEvent event;
+    const LinePattern* const found = FindPattern(text, [&text, &event](const LinePattern& pattern) {
+        event = LogEvent();
         event.detail = pattern.detail;
-        if (MatchText(text, pattern.format, pattern.places, event)) {
-            event.kind = pattern.kind;
-            return event;
-        }
+        return MatchText(text, pattern.format, pattern.places, event);
+    });
+    if (found == nullptr) {
+        return std::nullopt;
     }
-    return std::nullopt;
+    event.kind = found->kind;
+    return event;
 }
 
 bool MayReport(std::string_view text)
 {
-    for (std::uint32_t fitting = GetFitting(text); fitting != 0; fitting &= fitting - 1) {
-        if (FitsBegin(text, PATTERNS[std::countr_zero(fitting)])) {
-            return true;
-        }
-    }
-    return false;
+    return FindPattern(text, [](const LinePattern&) { return true; }) != nullptr;
 }
 
 bool MayReportMore(std::string_view text)
 {
-    for (std::uint32_t fitting = GetFitting(text); fitting != 0; fitting &= fitting - 1) {
-        const LinePattern& pattern = PATTERNS[std::countr_zero(fitting)];
-        const bool isReading = pattern.kind == LogEventKind::Usage || pattern.kind == LogEventKind::Window;
-        if (!isReading && FitsBegin(text, pattern)) {
-            return true;
-        }
-    }
-    return false;
+    const auto isNoReading = [](const LinePattern& pattern) {
+        return pattern.kind != LogEventKind::Usage && pattern.kind != LogEventKind::Window;
+    };
+    return FindPattern(text, isNoReading) != nullptr;
 }
 
 bool IsFailure(LogEventKind kind)

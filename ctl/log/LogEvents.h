@@ -54,10 +54,10 @@ struct LogEvent
 /** Reads the text of a line after its stamp; nothing for lines that report nothing of these. */
 std::optional<LogEvent> ParseLogText(std::string_view text);
 
-/** False for most texts that report nothing, found out at a glance: the others must be read. */
+/** A quick test: false for most texts that report nothing. Where it is true, ParseLogText decides. */
 bool MayReport(std::string_view text);
 
-/** The same for whoever wants no readings, which most of a verbose log are. */
+/** The same for callers that want no readings, which most lines of a verbose log are. */
 bool MayReportMore(std::string_view text);
 
 /** True for the kinds that report that something went wrong. */

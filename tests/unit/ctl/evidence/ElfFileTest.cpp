@@ -16,30 +16,14 @@ namespace
 {
 constexpr std::uint64_t HIGHEST = std::numeric_limits<std::uint64_t>::max();
 
-/** An open file with these bytes; sparse after them, if larger. */
-class ElfBytes
+/** An open file that may be an ELF file. */
+class ElfBytes : public EvidenceBytes
 {
 public:
-    explicit ElfBytes(const std::string& bytes, std::uint64_t size = 0)
-        : mSize(size == 0 ? bytes.size() : size)
-    {
-        const std::string path = mFolder.Write("file", bytes);
-        std::filesystem::resize_file(path, mSize);
-        mFile = open(path.c_str(), O_RDONLY | O_CLOEXEC);
-        EXPECT_GE(mFile, 0);
-    }
-    ~ElfBytes() { close(mFile); }
-    ElfBytes(const ElfBytes&) = delete;
-    ElfBytes& operator=(const ElfBytes&) = delete;
+    using EvidenceBytes::EvidenceBytes;
 
-    int Get() const { return mFile; }
-    ElfResult ReadHead() const { return ReadElfHead(mFile, mSize); }
-    std::optional<std::string> ReadId() const { return ReadBuildId(mFile, mSize); }
-
-private:
-    const EvidenceFolder mFolder;
-    const std::uint64_t mSize;
-    int mFile = -1;
+    ElfResult ReadHead() const { return ReadElfHead(Get(), GetSize()); }
+    std::optional<std::string> ReadId() const { return ReadBuildId(Get(), GetSize()); }
 };
 
 /** A number in the order of bytes of large machines. */

@@ -11,6 +11,9 @@
 
 #include <fcntl.h>
 #include <sys/stat.h>
+#include <unistd.h>
+
+#include "evidence/EvidenceTree.h"
 
 /** An evidence folder of a test's own, removed with all that it holds. */
 class EvidenceFolder
@@ -153,4 +156,39 @@ inline void WriteStatistics(const EvidenceFolder& folder, const std::string& pro
     folder.Write(stem + "DiskPerf_iostat", MakeIostat(1, 2, 2));
     folder.Write(stem + "DiskPerf_mpstat", MakeMpstat(1, 2, 2));
     folder.Write(stem + "ProcessData", MakeProcessData(pid));
+}
+
+/** An open file in a folder of its own; with a size beyond its text the rest is a hole. */
+class EvidenceBytes
+{
+public:
+    explicit EvidenceBytes(const std::string& text, std::uint64_t size = 0)
+        : mSize(size == 0 ? text.size() : size)
+    {
+        const std::string path = mFolder.Write("file", text);
+        std::filesystem::resize_file(path, mSize);
+        mFile = open(path.c_str(), O_RDWR | O_CLOEXEC);
+        EXPECT_GE(mFile, 0);
+    }
+    ~EvidenceBytes() { close(mFile); }
+    EvidenceBytes(const EvidenceBytes&) = delete;
+    EvidenceBytes& operator=(const EvidenceBytes&) = delete;
+
+    int Get() const { return mFile; }
+    std::uint64_t GetSize() const { return mSize; }
+
+private:
+    const EvidenceFolder mFolder;
+    const std::uint64_t mSize;
+    int mFile = -1;
+};
+
+/** The names of the files of a set, in its order. */
+inline std::vector<std::string> GetFileNames(const ctl::EvidenceSet& set)
+{
+    std::vector<std::string> names;
+    for (const ctl::EvidenceFile& file : set.files) {
+        names.push_back(file.name);
+    }
+    return names;
 }

@@ -173,18 +173,6 @@ TEST(EvidenceTree, CountsBytesAndDiskOfSparseFilesApart)
     EXPECT_LT(tree.sets[0].GetDiskBytes(), 1ULL << 20U);
 }
 
-namespace
-{
-std::vector<std::string> GetFileNames(const EvidenceSet& set)
-{
-    std::vector<std::string> names;
-    for (const EvidenceFile& file : set.files) {
-        names.push_back(file.name);
-    }
-    return names;
-}
-} // namespace
-
 TEST(SetLoader, FindsTheSetsAgainWhoseSumsAloneWereKept)
 {
     const EvidenceFolder folder;

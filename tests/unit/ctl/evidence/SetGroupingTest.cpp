@@ -1,5 +1,7 @@
 #include "evidence/SetGrouping.h"
 
+#include "ctl/evidence/EvidenceFolder.h"
+
 #include <gmock/gmock.h>
 
 using namespace ctl;
@@ -17,15 +19,6 @@ FoundFile MakeFile(int number, const std::string& label, FileKind kind, std::tim
     found.file.time = time;
     return found;
 }
-
-std::vector<std::string> GetNames(const EvidenceSet& set)
-{
-    std::vector<std::string> names;
-    for (const EvidenceFile& file : set.files) {
-        names.push_back(file.name);
-    }
-    return names;
-}
 } // namespace
 
 TEST(SetGrouping, PutsStampsSecondsApartIntoOneSet)
@@ -41,7 +34,7 @@ TEST(SetGrouping, PutsStampsSecondsApartIntoOneSet)
     EXPECT_EQ(sets[0].number, 1);
     EXPECT_EQ(sets[0].time, 100);
     EXPECT_EQ(sets[0].folder, "tbrd/7/Evidence1");
-    EXPECT_THAT(GetNames(sets[0]), ElementsAre("core@100", "Netstat@101", "DiskPerf_mpstat@104"));
+    EXPECT_THAT(GetFileNames(sets[0]), ElementsAre("core@100", "Netstat@101", "DiskPerf_mpstat@104"));
 }
 
 TEST(SetGrouping, KeepsResourcesApart)
@@ -61,8 +54,8 @@ TEST(SetGrouping, FindsTwoRunsOfTheDaemonInOneFolder)
                    {MakeFile(1, "CPU", FileKind::Netstat, 100), MakeFile(1, "CPU", FileKind::Iostat, 101),
                     MakeFile(1, "CPU", FileKind::Netstat, 400), MakeFile(1, "CPU", FileKind::Iostat, 401)});
     ASSERT_EQ(sets.size(), 2U);
-    EXPECT_THAT(GetNames(sets[0]), ElementsAre("Netstat@100", "DiskPerf_iostat@101"));
-    EXPECT_THAT(GetNames(sets[1]), ElementsAre("Netstat@400", "DiskPerf_iostat@401"));
+    EXPECT_THAT(GetFileNames(sets[0]), ElementsAre("Netstat@100", "DiskPerf_iostat@101"));
+    EXPECT_THAT(GetFileNames(sets[1]), ElementsAre("Netstat@400", "DiskPerf_iostat@401"));
 }
 
 TEST(SetGrouping, FindsTwoRunsThatAreSecondsApart)
@@ -79,7 +72,7 @@ TEST(SetGrouping, TakesALateThreadDumpToItsHeapDump)
         {MakeFile(1, "Memory", FileKind::HeapDump, 100), MakeFile(1, "Memory", FileKind::Netstat, 100),
          MakeFile(1, "Memory", FileKind::ThreadDump, 900)});
     ASSERT_EQ(sets.size(), 1U);
-    EXPECT_THAT(GetNames(sets[0]), ElementsAre("Netstat@100", "hprof@100", "ThreadDump@900"));
+    EXPECT_THAT(GetFileNames(sets[0]), ElementsAre("Netstat@100", "hprof@100", "ThreadDump@900"));
 }
 
 TEST(SetGrouping, TakesAThreadDumpHomeFromTheFolderOfTheNextSet)
@@ -90,13 +83,13 @@ TEST(SetGrouping, TakesAThreadDumpHomeFromTheFolderOfTheNextSet)
          MakeFile(2, "Memory", FileKind::ThreadDump, 650),
          MakeFile(2, "Memory", FileKind::ThreadDump, 1200)});
     ASSERT_EQ(sets.size(), 2U);
-    EXPECT_THAT(GetNames(sets[0]), ElementsAre("hprof@100", "../Evidence2/ThreadDump@650"));
-    EXPECT_THAT(GetNames(sets[1]), ElementsAre("hprof@700", "ThreadDump@1200"));
+    EXPECT_THAT(GetFileNames(sets[0]), ElementsAre("hprof@100", "../Evidence2/ThreadDump@650"));
+    EXPECT_THAT(GetFileNames(sets[1]), ElementsAre("hprof@700", "ThreadDump@1200"));
 }
 
 TEST(SetGrouping, LeavesAThreadDumpAloneThatNoSetIsBefore)
 {
     const auto sets = GroupFiles("adminconsole", 7, {MakeFile(1, "Memory", FileKind::ThreadDump, 650)});
     ASSERT_EQ(sets.size(), 1U);
-    EXPECT_THAT(GetNames(sets[0]), ElementsAre("ThreadDump@650"));
+    EXPECT_THAT(GetFileNames(sets[0]), ElementsAre("ThreadDump@650"));
 }
