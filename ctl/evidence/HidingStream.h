@@ -29,7 +29,7 @@ private:
     std::string mPending;
 };
 
-/** What the words before say about the word at hand. */
+/** What the words before say about the current word. */
 enum class Hiding
 {
     Nothing,
@@ -47,7 +47,7 @@ enum class Hiding
 class HidingStream
 {
 public:
-    /** Takes what comes out, in order. */
+    /** Receives the output, in order. */
     using TextTaker = std::function<void(std::string_view text)>;
 
     /** `redaction` outlives the stream. */
@@ -55,10 +55,10 @@ public:
 
     void Take(std::string_view block);
 
-    /** Gives what waits for more. Nothing is taken after it. */
+    /** Outputs what was held back. Must be called once, at the end of the text. */
     void Finish();
 
-    /** How many values were hidden up to now. */
+    /** The number of values hidden so far. */
     std::size_t GetHidden() const { return mHidden; }
 
 private:
@@ -78,8 +78,8 @@ private:
     const TextTaker mTake;
     std::vector<HiddenText> mTexts;
     std::string mWord;       ///< the beginning of a word that the last block cut
-    std::string mResult;     ///< not yet given
-    bool mIsTooLong = false; ///< the word at hand is hidden to its end
+    std::string mResult;     ///< not yet output
+    bool mIsTooLong = false; ///< the rest of the current word is hidden
     Hiding mHiding = Hiding::Nothing;
     std::size_t mHidden = 0;
 };
