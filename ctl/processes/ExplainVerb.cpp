@@ -12,15 +12,12 @@
 #include "base/PlainText.h"
 #include "base/TimeText.h"
 #include "processes/Explanation.h"
-#include "store/Store.h"
 
 namespace ctl
 {
 
 namespace
 {
-
-constexpr std::uint64_t LOG_LIMIT = std::uint64_t{256} * 1024 * 1024;
 
 struct Options
 {
@@ -114,11 +111,7 @@ int RunExplain(const Common& common, const Options& options)
     if (!at) {
         throw CLI::ValidationError("--at", "no time: " + options.at);
     }
-    const ServiceState state = ReadServiceState(common, USUAL_LOG_LIMIT);
-    // What ran at a time before this service was started may have been started at any time.
-    const std::time_t since = state.since && *at >= *state.since ? *state.since - 2 : 0;
-    const CounterTrace trace = ReadTrace(common.log, since, *at, LOG_LIMIT);
-    const Explanation explanation = Explain(state, trace, options.subject, *at);
+    const Explanation explanation = ExplainService(common, options.subject, *at);
     if (common.json) {
         PrintJson(explanation, options.subject, *at);
     } else {
@@ -129,7 +122,7 @@ int RunExplain(const Common& common, const Options& options)
             std::cout << EscapeControls(options.subject) << ": " << EscapeControls(reason) << '\n';
         }
     }
-    if (!trace.history.failure.empty()) {
+    if (!explanation.isLogRead) {
         return EXIT_CANT_TELL;
     }
     return explanation.counters.empty() ? EXIT_WARNINGS : EXIT_GOOD;

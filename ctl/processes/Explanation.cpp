@@ -6,8 +6,10 @@
 
 #include "config/KeyTable.h"
 
+#include "base/Common.h"
 #include "base/JavaNames.h"
 #include "base/TimeText.h"
+#include "store/Store.h"
 
 namespace ctl
 {
@@ -15,6 +17,7 @@ namespace ctl
 namespace
 {
 
+constexpr std::uint64_t LOG_LIMIT = std::uint64_t{256} * 1024 * 1024;
 constexpr int DECIDING = 5; // the position at which a decision falls
 constexpr int CYCLE = 6;
 constexpr const char* JAVA = "java"; // in the tables of the service
@@ -263,6 +266,7 @@ void Explainer::AddReasons()
 {
     const bool isListed = GetSettings().cpu.contains(mSubject) || GetSettings().memory.contains(mSubject);
     mResult.isWatched = isListed || !mResult.counters.empty();
+    mResult.isLogRead = mTrace.history.failure.empty();
     if (!mTrace.history.failure.empty()) {
         mResult.reasons.push_back("the log can't be read: " + mTrace.history.failure);
     }
@@ -293,6 +297,16 @@ Explanation Explain(const ServiceState& state, const CounterTrace& trace, const 
                     std::time_t at)
 {
     return Explainer(state, trace, subject, at).Run();
+}
+
+Explanation ExplainService(const Common& common, const std::string& subject, std::time_t at)
+{
+    ServiceState state = LookAtService(common);
+    // What ran at a time before this service was started may have been started at any time.
+    const std::time_t since = state.since && at >= *state.since ? state.GetLogStart() : 0;
+    const CounterTrace trace = ReadTrace(common.log, since, at, LOG_LIMIT);
+    state.history = trace.history;
+    return Explain(state, trace, subject, at);
 }
 
 } // namespace ctl

@@ -13,6 +13,8 @@
 namespace ctl
 {
 
+struct Common;
+
 /** Why one counter has, or hasn't, an evidence set. */
 struct CounterExplanation
 {
@@ -41,10 +43,17 @@ struct Explanation
     std::vector<CounterExplanation> counters;
     std::vector<std::string> reasons; ///< about the name as a whole
     bool isWatched = false;
+    bool isLogRead = false; ///< all of the log that was looked for
 };
 
 /** Explains a name of the lists, or a process id, by what is known of the service at `at`. */
 Explanation Explain(const ServiceState& state, const CounterTrace& trace, const std::string& subject,
                     std::time_t at);
+
+/**
+ * The same of this host's service, or of the copies that `common` names. Each byte of the log is read once at
+ * most; what of the service the log shows is that of `at`.
+ */
+Explanation ExplainService(const Common& common, const std::string& subject, std::time_t at);
 
 } // namespace ctl

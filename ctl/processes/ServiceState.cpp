@@ -119,7 +119,13 @@ std::optional<int> ServiceState::GetSetsTaken(const LiveCounter& counter) const
     return found == nullptr && history.isComplete ? std::optional(0) : std::nullopt;
 }
 
-ServiceState ReadServiceState(const Common& common, std::uint64_t logLimit)
+std::time_t ServiceState::GetLogStart() const
+{
+    constexpr std::time_t TOLERANCE = 2; // the time of a start is known in whole seconds
+    return since ? *since - TOLERANCE : 0;
+}
+
+ServiceState LookAtService(const Common& common)
 {
     ServiceState state;
     state.now = std::time(nullptr);
@@ -129,16 +135,19 @@ ServiceState ReadServiceState(const Common& common, std::uint64_t logLimit)
             state.since = GetStartTime(*details);
         }
     }
-    // A second of tolerance: the time of a start is known in whole seconds. A service that doesn't run may
-    // have ended at any time.
-    const std::time_t logSince = state.since ? *state.since - 2 : 0;
-    state.history = ReadHistory(ListLogs(common.log), logSince, logLimit);
     state.store = OpenStore(common.store);
     state.prediction = PredictLoad(*state.store, GetProbe(common));
     const Settings& settings = state.prediction.settings;
     const WatchedNames names(ReadProcesses(), GetTableNames(GetListedNames(settings)),
                              state.lock.holder.value_or(0));
     state.live = FindLive(settings, names, ReadMachine());
+    return state;
+}
+
+ServiceState ReadServiceState(const Common& common, std::uint64_t logLimit)
+{
+    ServiceState state = LookAtService(common);
+    state.history = ReadHistory(ListLogs(common.log), state.GetLogStart(), logLimit);
     return state;
 }
 

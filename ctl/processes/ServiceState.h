@@ -29,6 +29,8 @@ struct ServiceState
     LoadPrediction prediction; ///< of the store as it is on disk now
     LiveMatches live;          ///< of its lists
 
+    /** From when on the log is of this run; 0 if nobody runs, as the last run may have been at any time. */
+    std::time_t GetLogStart() const;
     /** True if the last run ended by a stop, false if without one; nothing if the log doesn't say or it runs.
      */
     std::optional<bool> WasStopped() const;
@@ -54,6 +56,9 @@ struct ServiceState
     /** Evidence sets that were begun for a counter; nothing if that can't be known. */
     std::optional<int> GetSetsTaken(const LiveCounter& counter) const;
 };
+
+/** Looks at the service, but not at its log: `history` is empty. As careful as ReadServiceState. */
+ServiceState LookAtService(const Common& common);
 
 /**
  * Looks at the service. `logLimit` bounds the bytes of the log that are read, the newest of them. Takes no

@@ -1,9 +1,13 @@
 #include "processes/Explanation.h"
 
 #include <algorithm>
+#include <fstream>
+#include <optional>
 
 #include <unistd.h>
 
+#include "base/Common.h"
+#include "ctl/evidence/EvidenceFolder.h"
 #include "ctl/processes/ServiceFixture.h"
 
 namespace ctl
@@ -216,6 +220,37 @@ TEST_F(ExplanationFixture, NamesAnEndedJavaProcessAsItIsListed)
     EXPECT_EQ(find("adminconsole"), "adminconsole:9:10 ") << "named by its breach";
     EXPECT_EQ(find("8"), "java:8:-1 ") << "one of two, and the log doesn't say which";
     EXPECT_EQ(find("java"), "java:8:-1 ");
+}
+
+/** Bytes that this process has read with system calls; nothing where the kernel doesn't count them. */
+std::optional<long long> CountBytesRead()
+{
+    std::ifstream counts("/proc/self/io");
+    std::string name;
+    long long bytes = 0;
+    return counts >> name >> bytes && name == "rchar:" ? std::optional(bytes) : std::nullopt;
+}
+
+TEST(ExplanationOnHost, ReadsEachByteOfTheLogOnce)
+{
+    const EvidenceFolder folder;
+    Common common;
+    common.store = folder.Write("store", "");
+    common.log = folder.GetRoot();
+    const auto countRead = [&common] {
+        const std::optional<long long> before = CountBytesRead();
+        EXPECT_TRUE(ExplainService(common, "tbrd", std::time(nullptr)).isLogRead);
+        return before ? CountBytesRead().value_or(0) - *before : 0;
+    };
+    const long long withoutLog = countRead();
+    if (withoutLog == 0) {
+        GTEST_SKIP() << "this kernel doesn't count what a process reads";
+    }
+    const std::string log(12'000'000, 'x');
+    folder.Write("root.111326_00001.log", log);
+    const auto size = static_cast<double>(log.size());
+    const auto read = static_cast<double>(countRead() - withoutLog); // processes may come and go meanwhile
+    EXPECT_NEAR(read, size, size / 2);
 }
 
 } // namespace
