@@ -54,7 +54,7 @@ BreachTally BeginTally(const std::string& folder, std::time_t since)
         const int firstDay = GetDay(ToWall(since));
         for (const DailyLog& log : ListLogs(tally.folder).files) {
             if (log.day < firstDay) {
-                tally.cursor.places[log.name] = {log.inode, log.size};
+                tally.cursor.places[log.name] = {log.inode, log.size, std::nullopt};
             }
         }
     }

@@ -6,6 +6,7 @@
 #include <string>
 
 #include "base/Document.h"
+#include "log/LogMark.h"
 
 namespace ctl
 {
@@ -15,10 +16,11 @@ struct LogPlace
 {
     std::uint64_t inode = 0;
     std::uint64_t offset = 0;
+    std::optional<LogMark> mark; ///< nothing in cursors of old: then the inode alone says which log it is
 };
 
 /**
- * How far the logs have been read: the place in each log that is there, since a line of yesterday may still
+ * How far the logs have been read: the place in each log, since a line of yesterday may still
  * arrive when today's log has begun, and a clock that was set back lets the service go on with the log of any
  * day; and whether the last event of the service was a stop.
  */
@@ -31,7 +33,7 @@ struct EventCursor
 
 /**
  * Reads a cursor. Nothing if there is no such file. Raises std::runtime_error for a file that can't be read
- * or is none: going on without it would repeat or lose events.
+ * or is none, or is one of a later release: going on without it would repeat or lose events.
  */
 std::optional<EventCursor> ReadCursor(const std::string& path);
 

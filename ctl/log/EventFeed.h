@@ -13,6 +13,7 @@ namespace ctl
 
 struct DailyLog;
 struct LogFolder;
+struct OpenedFile;
 
 /** An event as it is handed out, with the line that it stands on. */
 struct FedEvent
@@ -26,7 +27,8 @@ struct FedEvent
 
 /**
  * Hands out the breaches, captures, failures, starts and stops of the daily logs, each once, in the order of
- * the logs: not of their times, which go back where the clock is set back. Only lines with their end count.
+ * the logs: not of their times, which go back where the clock is set back. Only lines with their end count. A
+ * log is known by what it holds, so that a copy in its place is read on, and another file from its beginning.
  * One thread.
  */
 class EventFeed
@@ -49,8 +51,10 @@ public:
 
 private:
     void PrepareCursor(const LogFolder& logs);
+    void DropPlaces(const LogFolder& logs);
     bool ReadLog(int folder, const DailyLog& log, const std::function<bool()>& goOn);
-    void Offer(const DailyLog& log, const LogLineRead& line);
+    bool ReadOn(const OpenedFile& file, const DailyLog& log, const std::function<bool()>& goOn);
+    void Offer(int descriptor, const DailyLog& log, const LogLineRead& line);
     bool IsWanted(const LogEvent& event);
 
     const std::string mFolder;

@@ -18,10 +18,11 @@ namespace
 
 constexpr int CENTURY = 2000;
 
-/** The day in a log's name, which has the month first and two digits of the year; 0 for other names. */
-int ParseName(const std::string& name)
+} // namespace
+
+int GetDayOfLog(const std::string& name)
 {
-    int month = 0;
+    int month = 0; // comes first, and the year has two digits
     int day = 0;
     int year = 0;
     const bool isLog = std::sscanf(name.c_str(), "%*[^.].%2d%2d%2d", &month, &day, &year) == 3 &&
@@ -30,8 +31,6 @@ int ParseName(const std::string& name)
     (void)std::snprintf(expected, sizeof expected, LOG_FILE_NAME_TEXT, month, day, year);
     return isLog && name == expected ? (CENTURY + year) * 10000 + month * 100 + day : 0;
 }
-
-} // namespace
 
 OpenedFile OpenLogFolder(const std::string& path)
 {
@@ -49,7 +48,7 @@ LogFolder ListLogs(const std::string& path)
     }
     for (const std::string& name : ListNames(folder.file.Get())) {
         struct stat status = {};
-        const int day = ParseName(name);
+        const int day = GetDayOfLog(name);
         if (day == 0) {
             continue;
         }

@@ -35,6 +35,9 @@ OpenedFile OpenLogFolder(const std::string& path);
 /** Lists the logs at `path`, or at LOG_PATH for an empty one. */
 LogFolder ListLogs(const std::string& path);
 
+/** The day that a file's name gives, as in DailyLog; 0 for what is no name of a daily log. */
+int GetDayOfLog(const std::string& name);
+
 /** The day of a local time in seconds as if it were UTC, as in DailyLog. */
 int GetDay(std::int64_t wall);
 

@@ -70,6 +70,19 @@ TEST_F(BreachTallyFixture, DoesNotFallWhenLogsAreRemoved)
     EXPECT_EQ(CountOnAsText(tally), 3);
 }
 
+TEST_F(BreachTallyFixture, DoesNotCountAgainWhatIsInACopyOfALog)
+{
+    Say(YESTERDAY, START);
+    Breach(TODAY);
+    BreachTally tally = Begin();
+    EXPECT_EQ(CountOnAsText(tally), 1);
+    std::filesystem::copy(mFolder.GetRoot() / TODAY, mFolder.GetRoot() / "copy");
+    std::filesystem::rename(mFolder.GetRoot() / "copy", mFolder.GetRoot() / TODAY);
+    EXPECT_EQ(CountOnAsText(tally), 1);
+    Breach(TODAY);
+    EXPECT_EQ(CountOnAsText(tally), 2);
+}
+
 TEST_F(BreachTallyFixture, BeginsWithTheDayOfTheStart)
 {
     Breach(YESTERDAY);
