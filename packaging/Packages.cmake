@@ -64,6 +64,10 @@ set(CPACK_DEBIAN_COMPANION_PACKAGE_NAME thsentinel-ctl)
 set(CPACK_DEBIAN_COMPANION_DESCRIPTION "${description_companion}")
 # It looks for the base library when it needs it: copies of settings and evidence are read on any host.
 set(CPACK_DEBIAN_COMPANION_PACKAGE_RECOMMENDS thsentinel)
+# libarchive is opened by the program itself, so nothing in the file says that it is needed. Debian 13 renamed its
+# package.
+string(REGEX REPLACE "\\.so\\." "" libarchive "${THSENTINEL_LIBARCHIVE}")
+set(CPACK_DEBIAN_COMPANION_PACKAGE_DEPENDS "${libarchive}t64 | ${libarchive}")
 set(CPACK_DEBIAN_COMPANION_PACKAGE_CONTROL_EXTRA "${deb}/ctl/postinst;${deb}/ctl/prerm;${deb}/ctl/postrm")
 
 # ---- rpm -------------------------------------------------------------------------------------------------------------
@@ -111,6 +115,11 @@ set(CPACK_RPM_BASE_POST_TRANS_SCRIPT_FILE ${rpm}/base.posttrans)
 
 set(CPACK_RPM_COMPANION_PACKAGE_NAME thsentinel-ctl)
 set(CPACK_RPM_COMPANION_PACKAGE_SUMMARY "Companion program of the Tarnhaven Health Sentinel for operators")
+if(CMAKE_SIZEOF_VOID_P EQUAL 8)
+  set(CPACK_RPM_COMPANION_PACKAGE_REQUIRES "${THSENTINEL_LIBARCHIVE}()(64bit)")
+else()
+  set(CPACK_RPM_COMPANION_PACKAGE_REQUIRES "${THSENTINEL_LIBARCHIVE}")
+endif()
 set(CPACK_RPM_COMPANION_POST_INSTALL_SCRIPT_FILE ${rpm}/ctl.reload)
 set(CPACK_RPM_COMPANION_PRE_UNINSTALL_SCRIPT_FILE ${rpm}/ctl.preun)
 set(CPACK_RPM_COMPANION_POST_UNINSTALL_SCRIPT_FILE ${rpm}/ctl.reload)

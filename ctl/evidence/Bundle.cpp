@@ -1,6 +1,7 @@
 #include "evidence/Bundle.h"
 
 #include "base/Document.h"
+#include "evidence/ArchiveLibrary.h"
 #include "evidence/DataScan.h"
 #include "evidence/HidingStream.h"
 #include "evidence/Sha256.h"
@@ -9,9 +10,6 @@
 #include <filesystem>
 #include <memory>
 #include <stdexcept>
-
-#include <archive.h>
-#include <archive_entry.h>
 
 namespace ctl
 {
@@ -23,56 +21,57 @@ constexpr std::size_t ZERO_BLOCK = std::size_t{64} * 1024;
 
 struct WriterDeleter
 {
-    void operator()(archive* writer) const { archive_write_free(writer); }
+    void operator()(archive* writer) const { GetArchiveLibrary().writeFree(writer); }
 };
 
 struct EntryDeleter
 {
-    void operator()(archive_entry* entry) const { archive_entry_free(entry); }
+    void operator()(archive_entry* entry) const { GetArchiveLibrary().entryFree(entry); }
 };
 
 /** A tar that is written, file by file. */
 class TarWriter
 {
 public:
-    explicit TarWriter(int output) : mWriter(archive_write_new())
+    explicit TarWriter(int output) : mLibrary(GetArchiveLibrary()), mWriter(mLibrary.writeNew())
     {
         Demand(mWriter != nullptr);
-        Demand(archive_write_add_filter_zstd(mWriter.get()) == ARCHIVE_OK);
-        Demand(archive_write_set_format_pax_restricted(mWriter.get()) == ARCHIVE_OK);
-        Demand(archive_write_open_fd(mWriter.get(), output) == ARCHIVE_OK);
+        Demand(mLibrary.writeAddFilterZstd(mWriter.get()) == ARCHIVE_OK);
+        Demand(mLibrary.writeSetFormatPaxRestricted(mWriter.get()) == ARCHIVE_OK);
+        Demand(mLibrary.writeOpenFd(mWriter.get(), output) == ARCHIVE_OK);
     }
 
     void Begin(const std::string& name, std::uint64_t bytes, std::time_t modified)
     {
-        const std::unique_ptr<archive_entry, EntryDeleter> entry(archive_entry_new());
+        const std::unique_ptr<archive_entry, EntryDeleter> entry(mLibrary.entryNew());
         Demand(entry != nullptr);
-        archive_entry_set_pathname(entry.get(), name.c_str());
-        archive_entry_set_filetype(entry.get(), AE_IFREG);
-        archive_entry_set_perm(entry.get(), ENTRY_MODE);
-        archive_entry_set_size(entry.get(), static_cast<la_int64_t>(bytes));
-        archive_entry_set_mtime(entry.get(), modified, 0);
-        Demand(archive_write_header(mWriter.get(), entry.get()) == ARCHIVE_OK);
+        mLibrary.entrySetPathname(entry.get(), name.c_str());
+        mLibrary.entrySetFiletype(entry.get(), AE_IFREG);
+        mLibrary.entrySetPerm(entry.get(), ENTRY_MODE);
+        mLibrary.entrySetSize(entry.get(), static_cast<la_int64_t>(bytes));
+        mLibrary.entrySetMtime(entry.get(), modified, 0);
+        Demand(mLibrary.writeHeader(mWriter.get(), entry.get()) == ARCHIVE_OK);
     }
 
     void Take(std::string_view bytes)
     {
-        const la_ssize_t written = archive_write_data(mWriter.get(), bytes.data(), bytes.size());
+        const la_ssize_t written = mLibrary.writeData(mWriter.get(), bytes.data(), bytes.size());
         Demand(written >= 0 && static_cast<std::size_t>(written) == bytes.size());
     }
 
-    void Finish() { Demand(archive_write_close(mWriter.get()) == ARCHIVE_OK); }
+    void Finish() { Demand(mLibrary.writeClose(mWriter.get()) == ARCHIVE_OK); }
 
 private:
     void Demand(bool isDone) const
     {
         if (!isDone) {
-            const char* const reason = mWriter == nullptr ? nullptr : archive_error_string(mWriter.get());
+            const char* const reason = mWriter == nullptr ? nullptr : mLibrary.errorString(mWriter.get());
             throw std::runtime_error(std::string("the bundle can't be written: ") +
                                      (reason == nullptr ? "no memory" : reason));
         }
     }
 
+    const ArchiveLibrary& mLibrary;
     const std::unique_ptr<archive, WriterDeleter> mWriter;
 };
 
@@ -179,7 +178,7 @@ private:
         if (written != bundled.bytes) {
             throw std::runtime_error(bundled.path + " changed while it was bundled; try again");
         }
-        bundled.sha256 = digest.Finish();
+        bundled.sha256 = FormatHex(digest.Finish());
     }
 
     void Advance(std::uint64_t bytes) const

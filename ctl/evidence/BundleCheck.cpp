@@ -1,14 +1,12 @@
 #include "evidence/Bundle.h"
 
 #include "base/Document.h"
+#include "evidence/ArchiveLibrary.h"
 #include "evidence/Sha256.h"
 
 #include <map>
 #include <memory>
 #include <stdexcept>
-
-#include <archive.h>
-#include <archive_entry.h>
 
 namespace ctl
 {
@@ -20,7 +18,7 @@ constexpr std::size_t BLOCK = std::size_t{64} * 1024;
 
 struct ReaderDeleter
 {
-    void operator()(archive* reader) const { archive_read_free(reader); }
+    void operator()(archive* reader) const { GetArchiveLibrary().readFree(reader); }
 };
 
 /** Size and digest of a file, as found or as promised. */
@@ -35,12 +33,12 @@ class BundleReader
 {
 public:
     BundleReader(int input, const std::function<void(std::uint64_t)>& progress)
-        : mReader(archive_read_new()), mProgress(progress)
+        : mLibrary(GetArchiveLibrary()), mReader(mLibrary.readNew()), mProgress(progress)
     {
         // These two alone: a bundle comes from elsewhere, and other formats have no place in it.
-        archive_read_support_filter_zstd(mReader.get());
-        archive_read_support_format_tar(mReader.get());
-        if (archive_read_open_fd(mReader.get(), input, BLOCK) != ARCHIVE_OK) {
+        mLibrary.readSupportFilterZstd(mReader.get());
+        mLibrary.readSupportFormatTar(mReader.get());
+        if (mLibrary.readOpenFd(mReader.get(), input, BLOCK) != ARCHIVE_OK) {
             Fail("is no bundle");
         }
     }
@@ -49,7 +47,7 @@ public:
     {
         archive_entry* entry = nullptr;
         int result = 0;
-        while ((result = archive_read_next_header(mReader.get(), &entry)) == ARCHIVE_OK) {
+        while ((result = mLibrary.readNextHeader(mReader.get(), &entry)) == ARCHIVE_OK) {
             TakeEntry(entry);
         }
         if (result != ARCHIVE_EOF) {
@@ -65,7 +63,7 @@ public:
 private:
     std::string GetReason() const
     {
-        const char* const reason = archive_error_string(mReader.get());
+        const char* const reason = mLibrary.errorString(mReader.get());
         return reason == nullptr ? "no reason given" : reason;
     }
 
@@ -76,9 +74,9 @@ private:
 
     void TakeEntry(archive_entry* entry)
     {
-        const char* const given = archive_entry_pathname(entry);
+        const char* const given = mLibrary.entryPathname(entry);
         const std::string name = given == nullptr ? "" : given;
-        if (archive_entry_filetype(entry) != AE_IFREG || archive_entry_hardlink(entry) != nullptr) {
+        if (mLibrary.entryFiletype(entry) != AE_IFREG || mLibrary.entryHardlink(entry) != nullptr) {
             mReport.problems.push_back(name + ": is no plain file");
         } else if (name == MANIFEST_NAME && mManifest.empty()) {
             ReadEntry([this](std::string_view bytes) { TakeManifest(bytes); });
@@ -91,7 +89,7 @@ private:
                 measure.bytes += bytes.size();
                 digest.Take(bytes);
             });
-            measure.sha256 = digest.Finish();
+            measure.sha256 = FormatHex(digest.Finish());
             mFound.emplace(name, std::move(measure));
         }
     }
@@ -100,7 +98,7 @@ private:
     {
         const auto buffer = std::make_unique<char[]>(BLOCK);
         la_ssize_t count = 0;
-        while ((count = archive_read_data(mReader.get(), buffer.get(), BLOCK)) > 0) {
+        while ((count = mLibrary.readData(mReader.get(), buffer.get(), BLOCK)) > 0) {
             take({buffer.get(), static_cast<std::size_t>(count)});
             mProgress(static_cast<std::uint64_t>(count));
         }
@@ -159,6 +157,7 @@ private:
         }
     }
 
+    const ArchiveLibrary& mLibrary;
     const std::unique_ptr<archive, ReaderDeleter> mReader;
     const std::function<void(std::uint64_t)>& mProgress;
     std::map<std::string, Measure> mFound;

@@ -1,49 +1,45 @@
 #include "evidence/Sha256.h"
 
-#include <stdexcept>
-
-#include <openssl/evp.h>
+#include <nettle/base64.h>
+#include <nettle/sha2.h>
 
 namespace ctl
 {
-namespace
-{
-void Demand(bool isDone)
-{
-    if (!isDone) {
-        throw std::runtime_error("SHA-256 can't be computed here");
-    }
-}
-} // namespace
 
-void Sha256::ContextDeleter::operator()(evp_md_ctx_st* context) const
+Sha256::Sha256() : mContext(std::make_unique<sha256_ctx>())
 {
-    EVP_MD_CTX_free(context);
-}
-
-Sha256::Sha256() : mContext(EVP_MD_CTX_new())
-{
-    Demand(mContext != nullptr && EVP_DigestInit_ex(mContext.get(), EVP_sha256(), nullptr) == 1);
+    sha256_init(mContext.get());
 }
 
 Sha256::~Sha256() = default;
 
 void Sha256::Take(std::string_view bytes)
 {
-    Demand(EVP_DigestUpdate(mContext.get(), bytes.data(), bytes.size()) == 1);
+    sha256_update(mContext.get(), bytes.size(), reinterpret_cast<const std::uint8_t*>(bytes.data()));
 }
 
-std::string Sha256::Finish()
+Sha256::Digest Sha256::Finish()
+{
+    Digest digest = {};
+    sha256_digest(mContext.get(), digest.size(), digest.data());
+    return digest;
+}
+
+std::string FormatHex(const Sha256::Digest& digest)
 {
     constexpr char DIGITS[] = "0123456789abcdef";
-    unsigned char digest[EVP_MAX_MD_SIZE] = {};
-    unsigned int size = 0;
-    Demand(EVP_DigestFinal_ex(mContext.get(), digest, &size) == 1);
     std::string text;
-    for (unsigned int index = 0; index < size; ++index) {
-        text += DIGITS[digest[index] / 16];
-        text += DIGITS[digest[index] % 16];
+    for (const std::uint8_t byte : digest) {
+        text += DIGITS[byte / 16];
+        text += DIGITS[byte % 16];
     }
+    return text;
+}
+
+std::string FormatBase64(const Sha256::Digest& digest)
+{
+    std::string text(BASE64_ENCODE_RAW_LENGTH(std::tuple_size_v<Sha256::Digest>), '\0');
+    base64_encode_raw(text.data(), digest.size(), digest.data());
     return text;
 }
 

@@ -1,18 +1,22 @@
 #pragma once
 
+#include <array>
+#include <cstdint>
 #include <memory>
 #include <string>
 #include <string_view>
 
-struct evp_md_ctx_st;
+struct sha256_ctx;
 
 namespace ctl
 {
 
-/** The SHA-256 of bytes that come piece by piece. Raises std::runtime_error where it can't be computed. */
+/** The SHA-256 of bytes that come piece by piece. */
 class Sha256
 {
 public:
+    using Digest = std::array<std::uint8_t, 32>;
+
     Sha256();
     ~Sha256();
     Sha256(const Sha256&) = delete;
@@ -20,16 +24,17 @@ public:
 
     void Take(std::string_view bytes);
 
-    /** Returns 64 hexadecimal digits; nothing is taken after it. */
-    std::string Finish();
+    /** Returns the digest of all bytes so far; nothing is taken after it. */
+    Digest Finish();
 
 private:
-    struct ContextDeleter
-    {
-        void operator()(evp_md_ctx_st* context) const;
-    };
-
-    std::unique_ptr<evp_md_ctx_st, ContextDeleter> mContext;
+    const std::unique_ptr<sha256_ctx> mContext;
 };
+
+/** 64 hexadecimal digits in small letters, as sha256sum prints them. */
+std::string FormatHex(const Sha256::Digest& digest);
+
+/** 44 characters, as security policies of web pages name their scripts. */
+std::string FormatBase64(const Sha256::Digest& digest);
 
 } // namespace ctl

@@ -12,6 +12,7 @@
 
 #include "thbase.h"
 
+#include "base/LibraryCall.h"
 #include "base/SafeFile.h"
 
 namespace ctl
@@ -55,12 +56,6 @@ private:
     const Library mLibrary;
 };
 
-template <typename Call>
-void Find(void* library, const char* name, Call& call)
-{
-    call = reinterpret_cast<Call>(dlsym(library, name));
-}
-
 /** True if the loaded library is the standalone one: it holds the path of its store. */
 bool IsStandalone(void* library)
 {
@@ -92,9 +87,9 @@ std::optional<Library> FindProductLibrary()
         return std::nullopt;
     }
     Library calls;
-    Find(library, "get_master_config_ptr", calls.getHandle);
-    Find(library, "thconfGetKeyValPair", calls.getText);
-    Find(library, "thconfGetKeyValPairAsInt", calls.getNumber);
+    FindCall(library, "get_master_config_ptr", calls.getHandle);
+    FindCall(library, "thconfGetKeyValPair", calls.getText);
+    FindCall(library, "thconfGetKeyValPairAsInt", calls.getNumber);
     const bool isWhole = calls.getHandle != nullptr && calls.getText != nullptr && calls.getNumber != nullptr;
     return isWhole ? std::optional(calls) : std::nullopt;
 }

@@ -1,13 +1,10 @@
 #include "page/html/Page.h"
 
+#include "evidence/Sha256.h"
 #include "page/html/Assets.h"
 #include "page/html/Format.h"
 #include "page/html/Html.h"
 #include "page/html/Parts.h"
-
-#include <array>
-
-#include <openssl/evp.h>
 
 namespace ctl
 {
@@ -81,14 +78,9 @@ void WriteEnd(Html& html, const ReportData& data, std::string_view library)
 
 std::string HashForPolicy(std::string_view text)
 {
-    std::array<unsigned char, EVP_MAX_MD_SIZE> digest = {};
-    unsigned int length = 0;
-    std::array<unsigned char, std::size_t{2}* EVP_MAX_MD_SIZE> encoded = {};
-    if (EVP_Digest(text.data(), text.size(), digest.data(), &length, EVP_sha256(), nullptr) != 1) {
-        return "sha256-"; // matches nothing: the page then stays without its scripts
-    }
-    const int size = EVP_EncodeBlock(encoded.data(), digest.data(), static_cast<int>(length));
-    return "sha256-" + std::string(encoded.begin(), encoded.begin() + size);
+    Sha256 digest;
+    digest.Take(text);
+    return "sha256-" + FormatBase64(digest.Finish());
 }
 
 std::string WritePage(const ReportData& data)

@@ -170,6 +170,17 @@ def test_what_is_no_bundle_is_refused(tmp_path):
     assert companion.run("bundle", "tbrd", "--check", "x").status == 64
 
 
+def test_a_host_without_the_archive_library_lacks_bundles_alone(tmp_path, evidence):
+    (tmp_path / "libarchive.so.13").write_text("no library")
+    environment = {"LD_LIBRARY_PATH": str(tmp_path)}
+    where = ("--evidence", tmp_path / "evidence", "--store", "/absent")
+    assert companion.run("list", *where, environment=environment).status == 0
+    done = companion.run("bundle", "tbrd/4321", *where, "-o", tmp_path / "b.tar.zst", environment=environment)
+    assert (done.status, done.errors) == (3, "thsentinelctl: bundles need libarchive, which can't be opened: "
+                                             f"{tmp_path}/libarchive.so.13: file too short\n")
+    assert not (tmp_path / "b.tar.zst").exists()
+
+
 def test_a_large_core_is_bundled_in_little_memory(tmp_path, evidence):
     with open(evidence[0] / f"{evidence[1]}.4321", "wb") as file:
         file.truncate(300 << 20)

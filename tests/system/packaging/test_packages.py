@@ -91,6 +91,15 @@ def test_the_companion_is_an_ordinary_program(debs, rpms):
                 "/usr/share/bash-completion/completions/thsentinelctl"} <= held.keys()
 
 
+@pytest.mark.skipif(not packages.HOLDS_COMPANION, reason="the companion isn't built")
+def test_the_companion_asks_for_the_library_that_it_opens_itself(debs, rpms):
+    asked = field(packages.path_of(debs, COMPANION), "Depends").split(", ")
+    assert "libarchive13t64 | libarchive13" in asked
+    assert any(one.startswith("libnettle") for one in asked)  # of what is linked, found by the tools of the distribution
+    asked = output_of("rpm", "-qp", "--requires", packages.path_of(rpms, COMPANION, "rpm")).splitlines()
+    assert "libarchive.so.13()(64bit)" in asked
+
+
 def test_no_rpm_owns_a_folder_of_the_system(rpms):
     owned = {path for name in NAMES for path in output_of("rpm", "-qpl", packages.path_of(rpms, name, "rpm")).split()}
     system = {"/usr", "/usr/bin", "/usr/sbin", "/usr/lib", "/usr/lib/systemd", "/usr/lib/systemd/system", "/usr/share",

@@ -72,7 +72,7 @@ TEST_F(BundleFixture, HoldsEveryByteOfATextWhileItHidesValues)
     EXPECT_EQ(files.back().bytes, text.size());
     Sha256 digest;
     digest.Take(text);
-    EXPECT_EQ(files.back().sha256, digest.Finish());
+    EXPECT_EQ(files.back().sha256, FormatHex(digest.Finish()));
     EXPECT_EQ(files.back().hidden, 0U);
 }
 
