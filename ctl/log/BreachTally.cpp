@@ -25,6 +25,7 @@ void Take(BreachTally& tally, const LogEvent& event)
 {
     if (event.kind == LogEventKind::Started) {
         tally.counts.clear();
+        tally.hasStart = true;
     } else if (event.kind == LogEventKind::Breach || event.kind == LogEventKind::Forced) {
         ++tally.counts[{event.process, event.resource}];
     }

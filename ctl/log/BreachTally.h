@@ -21,6 +21,7 @@ struct BreachTally
     std::string folder; ///< of the logs
     EventCursor cursor;
     std::map<std::pair<std::string, std::string>, long long> counts; ///< by configured name and resource
+    bool hasStart = false; ///< the latest counting saw a start, so that all since then are counted
 };
 
 /** Begins before the first log of the day of `since`, or before all logs for 0. */

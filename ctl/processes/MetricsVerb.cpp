@@ -166,8 +166,9 @@ BreachTally BeginTallyOfRun(const Common& common, const ServiceState& state)
 
 /**
  * Counts that don't fall while the service runs, however long the log is: a file goes on from what it holds,
- * and without one a log that was read in part is counted through. Nothing where the log can't be read.
- * `kept` is set to what the file must hold for the next run.
+ * and without one a log that was read in part is counted through. Nothing where the log can't be read, and
+ * without a file also where the log of the start is gone: what is left of the count would fall with each log
+ * that goes, and a fall looks like a restart. `kept` is set to what the file must hold for the next run.
  */
 std::optional<BreachCounts> CountBreaches(const Common& common, const ServiceState& state,
                                           const std::string& output, std::string& kept)
@@ -183,6 +184,9 @@ std::optional<BreachCounts> CountBreaches(const Common& common, const ServiceSta
     if (!CountOn(tally).empty() && !former) {
         return std::nullopt;
     }
+    if (output.empty() && !tally.hasStart) {
+        return std::nullopt;
+    }
     kept = output.empty() ? "" : FormatTally(tally) + "\n";
     return tally.counts;
 }
@@ -196,8 +200,10 @@ void AddBreaches(const std::optional<BreachCounts>& counted, const WatchedRows& 
     for (const auto& [key, row] : rows) {
         counts.try_emplace(key, 0);
     }
-    text.Begin("thsentinel_breaches_total", "counter",
-               "Breaches since the service was started. Missing if the log can't be read.");
+    text.Begin(
+        "thsentinel_breaches_total", "counter",
+        "Breaches since the service was started. Missing if the log can't be read or, without a file of "
+        "option -o to go on from, doesn't reach back to the start.");
     for (const auto& [key, count] : counts) {
         text.Add(static_cast<double>(count), MakeLabels(key));
     }

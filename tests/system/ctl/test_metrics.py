@@ -65,29 +65,44 @@ def test_whether_it_runs_is_left_out_where_it_may_not_be_known(host):
     assert (found["thsentinel_up"], found["thsentinel_state_known"]) == ("1", "1")
 
 
-def test_breaches_in_a_file_do_not_fall_when_the_log_is_removed(host):
-    breach = ("2026-11-13 02:07:28:045 - CPU threshold exceeded by process : tbrd (7), Threshold : 80 Percent , "
-              "Usage : 90.00 Percent\n")
+BREACH = ("2026-11-13 02:07:28:045 - CPU threshold exceeded by process : tbrd (7), Threshold : 80 Percent , "
+          "Usage : 90.00 Percent\n")
+BREACHES = 'thsentinel_breaches_total{name="tbrd",resource="cpu"}'
+
+
+@pytest.fixture(name="two_logs")
+def _two_logs(host):
+    """A start and two breaches yesterday, one breach today: the paths of both logs."""
     host.folder(product.LOGS)
     yesterday, today = (f"{product.LOGS}/root.{day}_00001.log" for day in ("111326", "111426"))
-    host.put(yesterday, f"2026-11-13 02:00:00:045 - {texts.STARTED}\n" + breach * 2)
-    host.put(today, breach)
-    name = 'thsentinel_breaches_total{name="tbrd",resource="cpu"}'
+    host.put(yesterday, f"2026-11-13 02:00:00:045 - {texts.STARTED}\n" + BREACH * 2)
+    host.put(today, BREACH)
+    return yesterday, today
+
+
+def test_breaches_without_a_file_are_left_out_once_the_log_of_the_start_is_gone(host, two_logs):
+    assert samples(companion.run_on(host, "metrics").output)[BREACHES] == "3"
+    host.remove(two_logs[0])
+    assert "\nthsentinel_breaches_total" not in companion.run_on(host, "metrics").output
+
+
+def test_breaches_in_a_file_do_not_fall_when_the_log_is_removed(host, two_logs):
+    yesterday, today = two_logs
 
     def count(*arguments):
         assert companion.run_on(host, "metrics", *arguments).status == 0
-        return samples(host.get("/x.prom"))[name]
+        return samples(host.get("/x.prom"))[BREACHES]
 
     assert count("-o", "/x.prom") == "3"
     judge(host.get("/x.prom"))
     host.remove(yesterday)
-    host.put("/breach", breach)
+    host.put("/breach", BREACH)
     host.shell(f"cat /breach >> {today}")
     assert count("-o", "/x.prom") == "4"
     host.remove(today)
     host.shell(f"rmdir {product.LOGS}")
     assert count("-o", "/x.prom") == "4"
-    assert name not in companion.run_on(host, "metrics").output
+    assert BREACHES not in companion.run_on(host, "metrics").output
 
 
 def test_explain_says_why_there_is_no_set(watching):
