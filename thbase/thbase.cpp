@@ -10,11 +10,10 @@
 #include "BoundedScan.h"
 #include "CancellationHold.h"
 #include "ConfigurationStore.h"
+#include "StorePlace.h"
 
 namespace
 {
-constexpr const char* MASTER_CONFIGURATION_PATH = "/usr/tarnv/tarnhaven/master.conf";
-
 /**
  * The only store of the process. It is never destroyed: the program may call exit while other threads still
  * read it. Raises std::bad_alloc at the first call; the next call tries again.

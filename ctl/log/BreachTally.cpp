@@ -18,7 +18,7 @@ constexpr std::string_view MARK = "# thsentinelctl breaches: ";
 
 std::string NameFolder(const std::string& folder)
 {
-    return folder.empty() ? LOG_PATH : folder;
+    return folder.empty() ? GetUsualLogPath() : folder;
 }
 
 void Take(BreachTally& tally, const LogEvent& event)

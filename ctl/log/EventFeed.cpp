@@ -55,7 +55,7 @@ bool IsComing(const LogPlace& place, const OpenedFile& file)
 } // namespace
 
 EventFeed::EventFeed(std::string folder, EventCursor cursor, Taker take)
-    : mFolder(folder.empty() ? LOG_PATH : std::move(folder)), mCursor(std::move(cursor)),
+    : mFolder(folder.empty() ? GetUsualLogPath() : std::move(folder)), mCursor(std::move(cursor)),
       mTake(std::move(take))
 {}
 

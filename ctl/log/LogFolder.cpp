@@ -6,6 +6,7 @@
 #include <cstring>
 #include <ctime>
 
+#include "base/ProductPlaces.h"
 #include "base/ProgramNames.h"
 
 #include "base/SafeFile.h"
@@ -19,6 +20,11 @@ namespace
 constexpr int CENTURY = 2000;
 
 } // namespace
+
+std::string GetUsualLogPath()
+{
+    return std::string(PRODUCT_BASE) + "/" + PRODUCT_HOME + "/" + PRODUCT_LOGS + "/" + SHORT_NAME;
+}
 
 int GetDayOfLog(const std::string& name)
 {
@@ -40,7 +46,7 @@ OpenedFile OpenLogFolder(const std::string& path)
 LogFolder ListLogs(const std::string& path)
 {
     LogFolder result;
-    result.path = path.empty() ? LOG_PATH : path;
+    result.path = path.empty() ? GetUsualLogPath() : path;
     const OpenedFile folder = OpenLogFolder(result.path);
     if (!folder.IsOpen()) {
         result.failure = folder.failure;

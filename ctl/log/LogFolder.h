@@ -27,12 +27,12 @@ struct LogFolder
 };
 
 /** Where the daemon writes its logs. */
-constexpr const char* LOG_PATH = "/usr/tarnv/tarnhaven/logs/thsentinel";
+std::string GetUsualLogPath();
 
 /** Opens the folder of the logs, which may be a link: the operator named it, or moved the logs elsewhere. */
 OpenedFile OpenLogFolder(const std::string& path);
 
-/** Lists the logs at `path`, or at LOG_PATH for an empty one. */
+/** Lists the logs at `path`, or at the usual path for an empty one. */
 LogFolder ListLogs(const std::string& path);
 
 /** The day that a file's name gives, as in DailyLog; 0 for what is no name of a daily log. */

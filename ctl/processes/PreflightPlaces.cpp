@@ -2,6 +2,7 @@
 #include <chrono>
 #include <cstdlib>
 #include <ctime>
+#include <filesystem>
 #include <optional>
 
 #include <sys/stat.h>
@@ -100,7 +101,7 @@ void CheckEvidence(const PreflightBase& base, PreflightRows& rows)
 
 void CheckLogFolder(const PreflightHost& host, PreflightRows& rows)
 {
-    const std::string parent = host.root + std::string(LOG_PATH).substr(0, std::string(LOG_PATH).rfind('/'));
+    const std::string parent = host.root + std::filesystem::path(GetUsualLogPath()).parent_path().string();
     struct stat status = {};
     const bool isThere = stat(parent.c_str(), &status) == 0 && S_ISDIR(status.st_mode);
     const bool isWritable = isThere && access(parent.c_str(), W_OK) == 0;
@@ -121,7 +122,7 @@ void CheckClock(const PreflightHost& host, PreflightRows& rows)
                                         : ", and nothing keeps it in step: stamps can't be compared "
                                           "with those of other hosts"),
                     isSynchronised ? "" : "start a time service"});
-    const LogFolder logs = ListLogs(host.root + LOG_PATH);
+    const LogFolder logs = ListLogs(host.root + GetUsualLogPath());
     if (!logs.files.empty() && logs.files.back().day > GetDay(ToWall(std::time(nullptr)))) {
         rows.push_back(
             {"clock", Result::Warning,

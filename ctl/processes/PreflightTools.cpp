@@ -1,4 +1,6 @@
+#include <iterator>
 #include <memory>
+#include <sstream>
 
 #include <unistd.h>
 
@@ -6,6 +8,7 @@
 #include "platform/CommandPath.h"
 
 #include "base/SafeFile.h"
+#include "evidence/CapturePlan.h"
 #include "processes/Preflight.h"
 #include "processes/ToolRun.h"
 
@@ -28,6 +31,15 @@ struct ToolTrial
     const char* needs; ///< what it is there for
 };
 
+/** The arguments with which the daemon asks a sampling tool, for the shortest time. */
+std::vector<std::string> MakeSample(FileKind kind)
+{
+    std::istringstream line(GetSamplingLine(kind, 1, 1));
+    std::vector<std::string> words{std::istream_iterator<std::string>(line), {}};
+    words.erase(words.begin()); // the tool, which is called by its path
+    return words;
+}
+
 std::vector<ToolTrial> MakeTrials(const CmdPath& tools)
 {
     const std::string self = std::to_string(getpid());
@@ -43,8 +55,8 @@ std::vector<ToolTrial> MakeTrials(const CmdPath& tools)
         {"top", tools.mTop, {"-b", "-n", "1", "-p", self}, "", false, "memory statistics"},
         {"pmap", tools.mPmap, {self}, "", false, "process data"},
         {"netstat", tools.mNetstat, {"-e"}, "", false, "network statistics"},
-        {"iostat", tools.mIostat, {"-xt", "1", "1"}, "", false, "disk statistics"},
-        {"mpstat", tools.mMpstat, {"1", "1"}, "", false, "processor statistics"},
+        {"iostat", tools.mIostat, MakeSample(FileKind::Iostat), "", false, "disk statistics"},
+        {"mpstat", tools.mMpstat, MakeSample(FileKind::Mpstat), "", false, "processor statistics"},
     };
 }
 

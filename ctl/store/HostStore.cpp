@@ -4,12 +4,14 @@
 #include <cstring>
 #include <optional>
 #include <string>
+#include <string_view>
 #include <utility>
 
 #include <dlfcn.h>
 #include <link.h>
 #include <sys/mman.h>
 
+#include "StorePlace.h"
 #include "thbase.h"
 
 #include "base/LibraryCall.h"
@@ -73,7 +75,8 @@ bool IsStandalone(void* library)
     if (bytes == MAP_FAILED) {
         return false;
     }
-    const bool isFound = memmem(bytes, size, STORE_PATH, std::strlen(STORE_PATH)) != nullptr;
+    constexpr std::string_view path = MASTER_CONFIGURATION_PATH;
+    const bool isFound = memmem(bytes, size, path.data(), path.size()) != nullptr;
     (void)munmap(bytes, size); // can't fail for what was mapped
     return isFound;
 }
@@ -100,7 +103,7 @@ std::unique_ptr<Store> OpenHostStore()
 {
     static const std::optional<Library> library = FindProductLibrary(); // looked for once a process
     if (!library) {
-        return OpenStoreFile(STORE_PATH);
+        return OpenStoreFile(MASTER_CONFIGURATION_PATH);
     }
     return std::make_unique<ProductStore>(*library);
 }

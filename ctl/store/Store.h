@@ -83,7 +83,4 @@ std::unique_ptr<Store> OpenHostStore();
 /** The store that the option --store names, or that of this host for an empty path. */
 std::unique_ptr<Store> OpenStore(const std::string& path);
 
-/** Where the standalone library keeps the store. */
-constexpr const char* STORE_PATH = "/usr/tarnv/tarnhaven/master.conf";
-
 } // namespace ctl

@@ -19,7 +19,7 @@ std::string GetTHBasePath()
 
 std::string GetTHPath()
 {
-    return AppendPaths(GetTHBasePath(), "tarnhaven");
+    return AppendPaths(GetTHBasePath(), PRODUCT_HOME);
 }
 
 std::string GetTHWebserverPath()

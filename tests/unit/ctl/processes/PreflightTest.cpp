@@ -184,6 +184,14 @@ TEST_F(PreflightFixture, TriesEachTool)
               "error " + GetPath("tools/ps") + " ended with status 0 and printed nothing");
 }
 
+TEST_F(PreflightFixture, TriesASamplingToolWithTheLineOfTheServiceForASecond)
+{
+    mFolder.WriteProgram("tools/iostat", "[ \"$*\" = '-xt 1 1' ] && echo sample");
+    EXPECT_EQ(Run(CheckTools, "tool iostat"), "good " + GetPath("tools/iostat"));
+    mFolder.WriteProgram("tools/mpstat", "[ \"$*\" = '1 1' ] && echo sample");
+    EXPECT_EQ(Run(CheckTools, "tool mpstat"), "good " + GetPath("tools/mpstat"));
+}
+
 TEST_F(PreflightFixture, TriesTheDebuggerOfTheCores)
 {
     mPrediction.settings.numbers["THHS_CAPTURE_PROCESS_DUMP"] = 1;
