@@ -275,4 +275,13 @@ void HidingStream::AddHidden()
     ++mHidden;
 }
 
+std::string HideValues(const Redaction& redaction, std::string_view text)
+{
+    std::string result;
+    HidingStream stream(redaction, [&result](std::string_view block) { result += block; });
+    stream.Take(text);
+    stream.Finish();
+    return result;
+}
+
 } // namespace ctl

@@ -84,4 +84,7 @@ private:
     std::size_t mHidden = 0;
 };
 
+/** A short text with its values hidden, as the stream hides them. */
+std::string HideValues(const Redaction& redaction, std::string_view text);
+
 } // namespace ctl

@@ -1,3 +1,4 @@
+#include "evidence/HidingStream.h"
 #include "page/html/Findings.h"
 #include "page/html/Format.h"
 #include "page/html/Parts.h"
@@ -52,10 +53,12 @@ void WriteRows(Html& html, const ReportData& data, const std::vector<const Proce
     html.BeginTable({NumberCell("Id"), TextCell("Process"), NumberCell("Processor, highest"),
                      NumberCell("Mean"), NumberCell("Memory, highest"), NumberCell("Growth")});
     const ProcessSummary* const first = processes.front();
+    const Redaction redaction; // a page is passed on, as a bundle is
     for (const ProcessSummary* process : processes) {
         const double cpuBar = isByCpu ? BarOf(process->mHighestCpu, first->mHighestCpu) : -1;
         const double memoryBar = isByCpu ? -1 : BarOf(process->mHighestResident, first->mHighestResident);
-        html.Row({NumberCell(FormatPlain(process->mPid, 0)), TextCell(process->mCommand, "command"),
+        html.Row({NumberCell(FormatPlain(process->mPid, 0)),
+                  TextCell(HideValues(redaction, process->mCommand), "command"),
                   NumberCell(FormatPercent(process->mHighestCpu), cpuBar),
                   NumberCell(FormatPercent(process->GetMeanCpu())),
                   NumberCell(FormatKilobytes(process->mHighestResident), memoryBar),

@@ -5,23 +5,53 @@ namespace ctl
 
 namespace
 {
-/** "NAME=…" */
+/** "NAME=…". The name of a variable may hold any sign, so only what can't be one is left out: an option, a
+ * path, an address. */
 bool SetsAName(std::string_view word)
 {
-    const auto end = word.find_first_not_of("ABCDEFGHIJKLMNOPQRSTUVWXYZ0123456789_");
-    return end != 0 && end != std::string_view::npos && word[end] == '=';
+    const std::string_view name = word.substr(0, word.find('='));
+    return !name.empty() && name.size() < word.size() && name.front() != '-' && name.front() != '/' &&
+           name.find("://") == std::string_view::npos;
+}
+
+std::string_view GetFirstWord(std::string_view text)
+{
+    return text.substr(0, text.find(' '));
+}
+
+/** Leaves out the last word where it may be a variable, or an address with a password, that was cut. */
+std::string_view StripCutWord(std::string_view command)
+{
+    const auto blank = command.rfind(' ');
+    const std::string_view word = command.substr(blank == std::string_view::npos ? 0 : blank + 1);
+    const bool isPlain = word.starts_with('/') || word.starts_with('-');
+    if (word.find("://") == std::string_view::npos && (isPlain || blank == std::string_view::npos)) {
+        return command;
+    }
+    return blank == std::string_view::npos ? std::string_view() : TrimBlanks(command.substr(0, blank));
 }
 } // namespace
 
 std::string_view StripEnvironment(std::string_view command)
 {
-    for (auto blank = command.find(' '); blank != std::string_view::npos;
-         blank = command.find(' ', blank + 1)) {
-        if (SetsAName(command.substr(blank + 1))) {
-            return TrimBlanks(command.substr(0, blank));
+    for (std::size_t begin = 0; begin < command.size();) {
+        const std::string_view word = GetFirstWord(command.substr(begin));
+        if (SetsAName(word)) {
+            return TrimBlanks(command.substr(0, begin));
         }
+        begin += word.size() + 1;
     }
     return command;
+}
+
+std::size_t GetListingWidth(std::string_view toolLine)
+{
+    constexpr std::string_view OPTION = "--width ";
+    const auto found = toolLine.find(OPTION);
+    const auto width = found == std::string_view::npos
+                           ? std::nullopt
+                           : ReadWhole(GetFirstWord(toolLine.substr(found + OPTION.size())));
+    return width && *width > 0 ? static_cast<std::size_t>(*width) : 0;
 }
 
 std::string_view StripTree(std::string_view command)
@@ -55,7 +85,10 @@ void ProcessListingParser::TakeLine(std::string_view line)
     row.mMemory = mColumns.Number("%MEM", -1);
     row.mResident = mColumns.Number("RSS", -1);
     row.mVirtual = mColumns.Number("VSZ", -1);
-    row.mCommand = StripEnvironment(StripTree(RestFromField(line, mColumns.IndexOf("COMMAND"))));
+    const auto command = StripTree(RestFromField(line, mColumns.IndexOf("COMMAND")));
+    const auto arguments = StripEnvironment(command);
+    const bool isCut = mWidth != 0 && line.size() >= mWidth && arguments.size() == command.size();
+    row.mCommand = isCut ? StripCutWord(command) : arguments;
 }
 
 } // namespace ctl

@@ -39,7 +39,7 @@ LineTaker MemoryReader::Begin(std::string_view toolLine)
         return [this](std::string_view line) { mTop.TakeLine(line); };
     }
     if (toolLine.starts_with("ps ")) {
-        mListing = ProcessListingParser();
+        mListing = ProcessListingParser(GetListingWidth(toolLine));
         mEnd = &MemoryReader::EndListing;
         return [this](std::string_view line) { mListing.TakeLine(line); };
     }
@@ -169,7 +169,9 @@ void MemoryReader::AddResident(const ProcessRow& row)
     if (summary == nullptr) {
         return;
     }
-    summary->mCommand = row.mCommand.substr(0, LONGEST_COMMAND); // the whole line says more than the name
+    if (!row.mCommand.empty()) {
+        summary->mCommand = row.mCommand.substr(0, LONGEST_COMMAND); // the whole line says more than the name
+    }
     if (summary->mFirstResident < 0) {
         summary->mFirstResident = row.mResident;
     }

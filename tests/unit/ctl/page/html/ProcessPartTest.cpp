@@ -36,6 +36,16 @@ TEST(ProcessPart, SortsByProcessorTimeMemoryAndGrowth)
     EXPECT_THAT(text, HasSubstr("|Process ids seen in all: 3.|"));
 }
 
+TEST(ProcessPart, HidesSecretArgumentsAsABundleDoes)
+{
+    ReportData data;
+    data.mProcesses[1] = MakeProcess(1, 5, 1024, 1024);
+    data.mProcesses[1].mCommand = "tbrd --password sesame -Durl=db://u:sesame@host --id=4";
+    const std::string text = ReadPart(WriteProcesses, data);
+    EXPECT_THAT(text, HasSubstr("|tbrd --password [hidden] -Durl=db://[hidden]@host --id=4|"));
+    EXPECT_THAT(text, Not(HasSubstr("sesame")));
+}
+
 TEST(ProcessPart, OfAnIdleHostHasNoEmptyTable)
 {
     ReportData data;
