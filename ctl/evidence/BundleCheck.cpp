@@ -1,6 +1,7 @@
 #include "evidence/Bundle.h"
 
 #include "base/Document.h"
+#include "base/Plural.h"
 #include "evidence/ArchiveLibrary.h"
 #include "evidence/Sha256.h"
 
@@ -142,8 +143,8 @@ private:
             if (found == mFound.end()) {
                 mReport.problems.push_back(name + ": is missing");
             } else if (found->second.bytes != measure.bytes) {
-                mReport.problems.push_back(name + ": has " + std::to_string(found->second.bytes) +
-                                           " bytes, " + std::to_string(measure.bytes) + " by the manifest");
+                mReport.problems.push_back(name + ": has " + CountNoun(found->second.bytes, "byte") + ", " +
+                                           std::to_string(measure.bytes) + " by the manifest");
             } else if (found->second.sha256 != measure.sha256) {
                 mReport.problems.push_back(name + ": is not what was bundled; its SHA-256 differs");
             }

@@ -5,6 +5,7 @@
 #include "base/Document.h"
 #include "base/ExitStatus.h"
 #include "base/PlainText.h"
+#include "base/Plural.h"
 #include "base/Progress.h"
 #include "evidence/Bundle.h"
 #include "evidence/EvidenceSource.h"
@@ -67,8 +68,8 @@ void PrintBundle(const std::string& path, const std::vector<BundledFile>& files,
                       << "): " << EscapeControls(file.leftOutWhy) << '\n';
         }
     }
-    std::cout << EscapeControls(path) << ": " << count << " files, " << hidden << " values hidden, set "
-              << GetStateName(report.state) << '\n';
+    std::cout << EscapeControls(path) << ": " << CountNoun(count, "file") << ", "
+              << CountNoun(hidden, "value") << " hidden, set " << GetStateName(report.state) << '\n';
 }
 
 Json DescribeBundle(const std::string& path, const std::vector<BundledFile>& files, const SetReport& report,
@@ -157,7 +158,7 @@ int Check(const Common& common, const std::string& path)
             std::cout << EscapeControls(problem) << '\n';
         }
         std::cout << EscapeControls(path) << ": " << (report.problems.empty() ? "good" : "damaged") << ", "
-                  << report.files << " files, " << FormatByteSize(report.bytes) << '\n';
+                  << CountNoun(report.files, "file") << ", " << FormatByteSize(report.bytes) << '\n';
     }
     return report.problems.empty() ? EXIT_GOOD : EXIT_ERRORS;
 }

@@ -1,5 +1,6 @@
 #include "evidence/CoreImage.h"
 
+#include "base/Plural.h"
 #include "base/SafeFile.h"
 #include "evidence/CoreProgram.h"
 
@@ -48,8 +49,8 @@ CoreReport CheckCoreHead(int file, std::uint64_t bytes)
         return report;
     }
     if (elf.head.neededBytes > bytes) {
-        report.damage = "is cut short: its head needs " + std::to_string(elf.head.neededBytes) +
-                        " bytes, the file has " + std::to_string(bytes);
+        report.damage = "is cut short: its head needs " + CountNoun(elf.head.neededBytes, "byte") +
+                        ", the file has " + std::to_string(bytes);
         return report;
     }
     const CoreProgram program = ReadCoreProgram(file, elf.head);

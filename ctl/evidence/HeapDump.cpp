@@ -1,5 +1,6 @@
 #include "evidence/HeapDump.h"
 
+#include "base/Plural.h"
 #include "evidence/DataScan.h"
 
 #include <algorithm>
@@ -114,8 +115,7 @@ std::string HeapDumpWalk::Finish()
     }
     if (!mPending.empty() || mRest != 0) {
         return "is cut short: its last record lacks " +
-               std::to_string(mPending.empty() ? mRest : RECORD_HEAD_BYTES - mPending.size()) +
-               " bytes or more";
+               CountNoun(mPending.empty() ? mRest : RECORD_HEAD_BYTES - mPending.size(), "byte") + " or more";
     }
     if (mHasSegment && !mHasEnd) {
         return "is cut short: the record that ends the heap is missing";

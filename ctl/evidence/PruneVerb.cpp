@@ -5,6 +5,7 @@
 #include "base/DocumentStream.h"
 #include "base/ExitStatus.h"
 #include "base/PlainText.h"
+#include "base/Plural.h"
 #include "base/Progress.h"
 #include "base/Table.h"
 #include "base/TimeText.h"
@@ -170,7 +171,7 @@ void PrintText(const EvidenceTree& tree, const PrunePlan& plan, const std::vecto
                   << EscapeControls(choice.reason) << '\n';
     }
     const std::size_t count = CountSets(plan, changes);
-    std::cout << count << (count == 1 ? " set, " : " sets, ") << FormatByteSize(plan.freedBytes) << " of "
+    std::cout << CountNoun(count, "set") << ", " << FormatByteSize(plan.freedBytes) << " of "
               << FormatByteSize(plan.diskBytes)
               << (deletes ? " freed\n" : " would be freed; --delete does it\n");
 }

@@ -5,6 +5,7 @@
 #include "base/Document.h"
 #include "base/ExitStatus.h"
 #include "base/PlainText.h"
+#include "base/Plural.h"
 #include "base/Progress.h"
 #include "base/SafeFile.h"
 #include "base/Table.h"
@@ -194,7 +195,7 @@ void PrintText(const std::vector<Rehearsed>& rehearsed, const CapturePlan& plan,
     table.Print(std::cout);
     const auto all = static_cast<std::uint64_t>(plan.readings.value_or(0));
     const auto taken = static_cast<std::uint64_t>(std::max(readings, 1));
-    std::cout << "A set takes " << all << " readings: MemoryPerf about "
+    std::cout << "A set takes " << CountNoun(all, "reading") << ": MemoryPerf about "
               << FormatByteSize(memory / taken * all) << ", and "
               << FormatSeconds(time / static_cast<double>(taken) * static_cast<double>(all))
               << " s of tools besides the pauses.\n";

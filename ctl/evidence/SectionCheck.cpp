@@ -1,5 +1,6 @@
 #include "evidence/SectionCheck.h"
 
+#include "base/Plural.h"
 #include "evidence/DataScan.h"
 
 #include <algorithm>
@@ -76,11 +77,11 @@ void CountReadings(std::size_t sections, const std::vector<PlannedSection>& plan
                                  (readings == 1 ? "" : " of reading " + std::to_string(whole + 1)));
     }
     if (readings && whole < static_cast<std::size_t>(std::max(*readings, 0)) && *readings != 1) {
-        report.damages.push_back("holds " + std::to_string(whole) + " of " + std::to_string(*readings) +
-                                 " readings");
+        report.damages.push_back("holds " + std::to_string(whole) + " of " +
+                                 CountNoun(static_cast<std::uint64_t>(*readings), "reading"));
     } else if (readings && whole > static_cast<std::size_t>(std::max(*readings, 0))) {
-        report.notes.push_back("holds " + std::to_string(whole) + " readings where " +
-                               std::to_string(*readings) + " were expected");
+        report.notes.push_back("holds " + CountNoun(whole, "reading") + " where " +
+                               std::to_string(*readings) + (*readings == 1 ? " was" : " were") + " expected");
     }
 }
 
@@ -108,13 +109,14 @@ void CheckOutputs(const SectionFile& found, const std::vector<PlannedSection>& p
 void CheckBytes(const SectionFile& found, SectionReport& report)
 {
     if (found.zeroBytes != 0) {
-        report.damages.push_back("holds " + std::to_string(found.zeroBytes) + " zero bytes");
+        report.damages.push_back("holds " + CountNoun(found.zeroBytes, "zero byte"));
     }
     if (found.sections.empty()) {
         report.damages.push_back("holds no section");
     } else if (found.strayBytes != 0) {
-        report.damages.push_back("begins with " + std::to_string(found.strayBytes) +
-                                 " bytes that belong to no section");
+        report.damages.push_back("begins with " +
+                                 CountNoun(found.strayBytes, "byte that belongs", "bytes that belong") +
+                                 " to no section");
     }
     if (found.isCut) {
         report.notes.push_back("holds more sections than are looked at");
@@ -146,8 +148,8 @@ void CheckSamples(int file, const SectionFile& found, FileKind kind, SectionRepo
                     [&count](std::string_view text) { count.TakeLine(text); });
     const int samples = kind == FileKind::Iostat ? count.GetIostatSamples() : count.GetMpstatSamples();
     if (samples < line->count) {
-        report.damages.push_back("holds " + std::to_string(samples) + " of " + std::to_string(line->count) +
-                                 " samples");
+        report.damages.push_back("holds " + std::to_string(samples) + " of " +
+                                 CountNoun(static_cast<std::uint64_t>(line->count), "sample"));
     } else if (kind == FileKind::Mpstat && line->count > 0 && !count.HasSummary()) {
         report.damages.push_back("ends before the averages");
     }

@@ -3,6 +3,7 @@
 #include "base/Common.h"
 #include "base/ExitStatus.h"
 #include "base/PlainText.h"
+#include "base/Plural.h"
 #include "base/Progress.h"
 #include "base/TimeText.h"
 #include "evidence/SetDocument.h"
@@ -84,9 +85,8 @@ void PrintSet(const CheckedSet& checked)
 
 void PrintSummary(const Summary& summary, std::size_t sets)
 {
-    std::cout << sets << (sets == 1 ? " set: " : " sets: ") << summary.complete << " complete, "
-              << summary.incomplete << " incomplete, " << summary.inProgress << " in progress, "
-              << summary.unknown << " unknown\n";
+    std::cout << CountNoun(sets, "set") << ": " << summary.complete << " complete, " << summary.incomplete
+              << " incomplete, " << summary.inProgress << " in progress, " << summary.unknown << " unknown\n";
 }
 
 /** Checks sets one after the other, with progress; each is given away as soon as it was checked. */

@@ -8,6 +8,7 @@
 
 #include "base/Common.h"
 #include "base/JavaNames.h"
+#include "base/Plural.h"
 #include "base/TimeText.h"
 #include "store/Store.h"
 
@@ -133,8 +134,8 @@ void Explainer::Judge(CounterExplanation& answer) const
     }
     if (answer.setsTaken && *answer.setsTaken >= answer.setsAllowed) {
         answer.reasons.push_back(
-            "its " + std::to_string(answer.setsAllowed) +
-            " sets are used up: a breach is only logged until the process or the service starts anew");
+            "its " + CountNoun(static_cast<std::uint64_t>(answer.setsAllowed), "set is", "sets are") +
+            " used up: a breach is only logged until the process or the service starts anew");
     }
     if (GetSettings().Get(THHS_CAPTURE_WITHOUT_THRESHOLD) != 0) {
         answer.reasons.emplace_back(
@@ -165,10 +166,11 @@ void Explainer::JudgeWindow(CounterExplanation& answer) const
     }
     answer.reasons.push_back(
         *answer.window == DECIDING
-            ? "the last pass decided; the next decision falls in " + std::to_string(passes) + " passes"
+            ? "the last pass decided; the next decision falls in " +
+                  CountNoun(static_cast<std::uint64_t>(passes), "pass", "passes")
             : "a decision falls at the fifth reading of six passes: the last pass was number " +
-                  std::to_string(*answer.window) + ", so it falls in " + std::to_string(passes) +
-                  (passes == 1 ? " pass" : " passes"));
+                  std::to_string(*answer.window) + ", so it falls in " +
+                  CountNoun(static_cast<std::uint64_t>(passes), "pass", "passes"));
 }
 
 void Explainer::JudgeReadings(CounterExplanation& answer) const

@@ -9,6 +9,7 @@
 
 #include "base/ByteSize.h"
 #include "base/JavaNames.h"
+#include "base/Plural.h"
 #include "store/Keys.h"
 #include "store/Store.h"
 
@@ -209,8 +210,8 @@ void LiveCheck::CheckThreads(const char* key, const std::string& name, int neede
 {
     const int processors = mLive.machine.processors;
     const std::string fact = "\"" + name + "\": one busy thread is " + FormatPercent(WHOLE / processors) +
-                             " of " + std::to_string(processors) + " processors; it takes " +
-                             std::to_string(needed) + " to exceed the limit";
+                             " of " + CountNoun(static_cast<std::uint64_t>(processors), "processor") +
+                             "; it takes " + std::to_string(needed) + " to exceed the limit";
     int most = 0;
     for (const LiveCounter& counter : mLive.counters) {
         if (counter.process == name && counter.resource == Resource::Cpu) {
@@ -219,7 +220,7 @@ void LiveCheck::CheckThreads(const char* key, const std::string& name, int neede
     }
     if (most > 0 && most < needed) {
         Add(Severity::Warning, key,
-            fact + ", and it has " + std::to_string(most) + (most == 1 ? " thread" : " threads") +
+            fact + ", and it has " + CountNoun(static_cast<std::uint64_t>(most), "thread") +
                 ", so it can't be reached",
             RecommendLimit(WHOLE * most / processors));
     } else {

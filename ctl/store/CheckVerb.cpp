@@ -13,6 +13,7 @@
 #include "base/Document.h"
 #include "base/ExitStatus.h"
 #include "base/PlainText.h"
+#include "base/Plural.h"
 #include "base/Table.h"
 #include "base/Terminal.h"
 #include "processes/LiveMatches.h"
@@ -214,13 +215,13 @@ void PrintText(const Checked& checked)
         PrintMatches(*checked.live);
     }
     const auto count = [&checked](Severity severity) {
-        return std::count_if(
-            checked.findings.begin(), checked.findings.end(),
-            [severity](const StoreFinding& finding) { return finding.severity == severity; });
+        return static_cast<std::uint64_t>(
+            std::count_if(checked.findings.begin(), checked.findings.end(),
+                          [severity](const StoreFinding& finding) { return finding.severity == severity; }));
     };
     std::cout << '\n'
-              << count(Severity::Error) << " errors, " << count(Severity::Warning)
-              << " warnings; the service "
+              << CountNoun(count(Severity::Error), "error") << ", "
+              << CountNoun(count(Severity::Warning), "warning") << "; the service "
               << (checked.prediction.result == 0 ? "starts with these settings"
                                                  : "won't start with these settings")
               << '\n';

@@ -18,6 +18,7 @@
 #include "config/KeyTable.h"
 
 #include "base/ByteSize.h"
+#include "base/Plural.h"
 
 namespace ctl
 {
@@ -232,7 +233,7 @@ void FolderCheck::CheckSpace()
     }
     if (space.f_files > 0 && space.f_favail < LITTLE_INODES) {
         Add(Severity::Warning,
-            "only " + std::to_string(space.f_favail) + " files more can be made below " + mPlace,
+            "only " + CountNoun(space.f_favail, "more file") + " can be made below " + mPlace,
             "remove files there");
     }
 }

@@ -1,5 +1,6 @@
 #include "store/LoadPrediction.h"
 
+#include <algorithm>
 #include <cerrno>
 #include <optional>
 #include <utility>
@@ -17,6 +18,7 @@
 
 #include "base/FormattedText.h"
 #include "base/PlainText.h"
+#include "base/Plural.h"
 #include "store/Keys.h"
 #include "store/ListPrediction.h"
 #include "store/LoadRecord.h"
@@ -27,6 +29,12 @@ namespace ctl
 
 namespace
 {
+
+std::string ShowPlan(const ReadingPlan& plan)
+{
+    return CountNoun(static_cast<std::uint64_t>(std::max(plan.mCount, 0)), "sample") + " " +
+           std::to_string(plan.mInterval) + " s apart";
+}
 
 /** The keys in one walk; a failing step goes on with the findings and ends the log. */
 class Load
@@ -170,8 +178,7 @@ void Load::FitReadings()
     }
     if (GetNumber(FORCE_READING_INTERVAL) != 0) {
         mRecord.Add(Severity::Info, FORCE_READING_INTERVAL,
-                    std::to_string(plan.mCount) + " samples " + std::to_string(plan.mInterval) +
-                        " s apart take longer than the poll interval of " + std::to_string(poll) +
+                    ShowPlan(plan) + " take longer than the poll interval of " + std::to_string(poll) +
                         " s; this key keeps them as they are",
                     "");
         return;
@@ -195,10 +202,8 @@ void Load::ReportUnfitting(const ReadingPlan& plan, const ReadingPlan& fitted, i
                 mRecord.IsDefined(THHS_NUMBER_OF_READINGS) ? THHS_NUMBER_OF_READINGS
                 : mRecord.IsDefined(THHS_READING_INTERVAL) ? THHS_READING_INTERVAL
                                                            : THHS_POLL_INTERVAL,
-                std::to_string(plan.mCount) + " samples " + std::to_string(plan.mInterval) +
-                    " s apart don't fit into the poll interval of " + std::to_string(poll) + " s; " +
-                    std::to_string(fitted.mCount) + " samples " + std::to_string(fitted.mInterval) +
-                    " s apart apply instead, and each pass logs this anew",
+                ShowPlan(plan) + " don't fit into the poll interval of " + std::to_string(poll) + " s; " +
+                    ShowPlan(fitted) + " apply instead, and each pass logs this anew",
                 std::string("let ") + THHS_READING_INTERVAL + " times " + THHS_NUMBER_OF_READINGS +
                     " be less than " + THHS_POLL_INTERVAL);
 }

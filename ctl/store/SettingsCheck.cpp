@@ -10,6 +10,7 @@
 #include "config/KeyTable.h"
 
 #include "base/JavaNames.h"
+#include "base/Plural.h"
 #include "base/TimeText.h"
 #include "store/LoadPrediction.h"
 #include "store/Store.h"
@@ -108,7 +109,8 @@ void SettingsCheck::CheckCaptureAlways()
     if (mSettings.Get(THHS_CAPTURE_WITHOUT_THRESHOLD) == 1) {
         Add(Severity::Warning, THHS_CAPTURE_WITHOUT_THRESHOLD,
             "evidence is taken at every pass whatever the readings, until each process has its " +
-                std::to_string(mSettings.Get(THHS_DUMP_COUNT)) + " sets; real breaches then take none",
+                CountNoun(static_cast<std::uint64_t>(mSettings.Get(THHS_DUMP_COUNT)), "set") +
+                "; real breaches then take none",
             "set it to 0 once the captures have been tried");
     }
 }

@@ -1,5 +1,6 @@
 #include "page/html/Format.h"
 
+#include "base/Plural.h"
 #include "base/TimeText.h"
 
 #include <array>
@@ -94,7 +95,7 @@ std::string FormatOffset(Wall wall, Wall from)
 
 std::string FormatCount(double count, const char* word)
 {
-    return FormatPlain(count, 0) + " " + word + (count == 1 ? "" : "s");
+    return FormatPlain(count, 0) + " " + ChooseNoun(count == 1, word);
 }
 
 } // namespace ctl

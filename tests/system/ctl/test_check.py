@@ -175,6 +175,13 @@ def test_without_its_own_library_unknown_keys_are_not_checked(make_host, interpo
     assert document["prediction"]["starts"]
 
 
+def test_the_last_line_counts_errors_and_warnings(tmp_path):
+    store = tmp_path / "master.conf"
+    store.write_text("THHS_MONITOR_CPU = tbrd\n")
+    assert companion.run("check", "--no-host", store).output.splitlines()[-1] == (
+        "2 errors, 1 warning; the service won't start with these settings")
+
+
 def test_hostile_stores_are_met_safely(tmp_path):
     store = tmp_path / "master.conf"
     store.write_bytes(b"evil\x1b[2J\xff = 1\nTHHS_MONITOR_CPU = \x1b]0;x\x07:1\nA\x00B = 1\n" + b"x" * 100000 + b"=1\n")

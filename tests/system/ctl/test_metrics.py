@@ -147,7 +147,7 @@ def test_explain_names_the_set_that_was_taken(watching):
     [counter] = companion.run_on(daemon.host, "explain", "sleep", "--json").document["counters"]
     assert counter["setsTaken"] == counter["setsAllowed"] == 1
     assert any(one.startswith("the last set was begun at ") for one in counter["reasons"])
-    assert any(one.startswith("its 1 sets are used up") for one in counter["reasons"])
+    assert any(one.startswith("its 1 set is used up") for one in counter["reasons"])
 
 
 def test_preflight_tries_tools_and_attaches_to_nothing(watching):

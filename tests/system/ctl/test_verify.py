@@ -197,7 +197,7 @@ def test_dumps_of_a_real_jdk_are_complete_until_something_is_lost(tmp_path, java
     threads.write_bytes(printed.stdout)
     done, [only] = look(tmp_path)
     assert (only["state"], only["problems"], done.status) == ("complete", [], 0)
-    for path, text in ((heap, "is cut short: its last record lacks 1 bytes or more"),
+    for path, text in ((heap, "is cut short: its last record lacks 1 byte or more"),
                        (threads, 'is cut short: the line "JNI global refs" after the threads is missing')):
         whole = path.read_bytes()
         path.write_bytes(whole[:-1] if path == heap else whole[:whole.index(b"JNI global ref")])
