@@ -41,14 +41,14 @@ Json DescribeExplained(const CounterExplanation& counter)
     json["pid"] = counter.pid;
     json["resource"] = GetName(counter.resource);
     json["reading"] = OrNull(counter.now);
-    json["limit"] = counter.limit;
+    json["limit"] = OrNull(counter.limit);
     json["unit"] = counter.unit;
     json["readings"] = DescribeReadings(counter);
     json["average"] = OrNull(counter.average);
     json["window"] = OrNull(counter.window);
     json["decision"] = TimeToJson(counter.decision);
     json["setsTaken"] = OrNull(counter.setsTaken);
-    json["setsAllowed"] = counter.setsAllowed;
+    json["setsAllowed"] = OrNull(counter.setsAllowed);
     json["breaches"] = counter.breaches;
     json["lastBreach"] = TimeToJson(counter.lastBreach);
     json["lastSet"] = TimeToJson(counter.lastSet);
@@ -88,10 +88,12 @@ void PrintReadings(const CounterExplanation& counter)
 void PrintCounter(const CounterExplanation& counter)
 {
     std::cout << EscapeControls(counter.process) << " (" << counter.pid << "), " << GetName(counter.resource)
-              << ", limit " << counter.limit << ' ' << counter.unit << '\n';
+              << ", limit "
+              << (counter.limit ? std::to_string(*counter.limit) + " " + counter.unit : "unknown") << '\n';
     PrintReadings(counter);
-    std::cout << "  sets " << (counter.setsTaken ? std::to_string(*counter.setsTaken) : "?") << " of "
-              << counter.setsAllowed << ", breaches " << counter.breaches;
+    const auto show = [](std::optional<int> number) { return number ? std::to_string(*number) : "?"; };
+    std::cout << "  sets " << show(counter.setsTaken) << " of " << show(counter.setsAllowed) << ", breaches "
+              << counter.breaches;
     if (counter.lastBreach) {
         std::cout << ", the last " << FormatLocalTime(*counter.lastBreach);
     }
@@ -122,7 +124,7 @@ int RunExplain(const Common& common, const Options& options)
             std::cout << EscapeControls(options.subject) << ": " << EscapeControls(reason) << '\n';
         }
     }
-    if (!explanation.isLogRead) {
+    if (!explanation.isWhole) {
         return EXIT_CANT_TELL;
     }
     return explanation.counters.empty() ? EXIT_WARNINGS : EXIT_GOOD;

@@ -66,7 +66,11 @@ private:
     std::string GetConfiguredName(const CounterHistory& history, const std::string& resource) const;
     void AddReasons();
     void FillFromLog(CounterExplanation& answer) const;
+    bool IsOfPast() const { return mAt < mState.now; }
     void Judge(CounterExplanation& answer) const;
+    std::string FindReasonForNoPass() const;
+    bool IsStandingStill() const;
+    bool IsBeforeLog() const;
     void JudgeWindow(CounterExplanation& answer) const;
     void JudgeReadings(CounterExplanation& answer) const;
     void JudgeTime(CounterExplanation& answer) const;
@@ -91,9 +95,14 @@ CounterExplanation Explainer::ExplainCounter(const LiveCounter& counter) const
     if (counter.resource == Resource::Cpu) {
         answer.secondsAtFull = GetTimeToLimit(counter.details, mState.live.machine, counter.limit, 1);
     }
+    if (IsOfPast() && GetStartTime(counter.details) > mAt) {
+        answer.reasons.push_back("this process was started after that time, at " +
+                                 FormatLocalTime(GetStartTime(counter.details)));
+        return answer;
+    }
     FillFromLog(answer);
     Judge(answer);
-    if (counter.resource == Resource::Cpu && mAt >= mState.now) {
+    if (counter.resource == Resource::Cpu && !IsOfPast()) {
         JudgeTime(answer);
     }
     return answer;
@@ -101,7 +110,9 @@ CounterExplanation Explainer::ExplainCounter(const LiveCounter& counter) const
 
 void Explainer::FillFromLog(CounterExplanation& answer) const
 {
-    answer.setsAllowed = GetSettings().Get(THHS_DUMP_COUNT);
+    if (mState.IsStoreRead()) {
+        answer.setsAllowed = GetSettings().Get(THHS_DUMP_COUNT);
+    }
     const CounterKey key = {answer.pid, GetName(answer.resource)};
     if (const auto found = mTrace.readings.find(key); found != mTrace.readings.end()) {
         answer.readings = found->second;
@@ -123,18 +134,70 @@ void Explainer::FillFromLog(CounterExplanation& answer) const
     }
 }
 
+/** What keeps the service from passes; empty if it makes them, or if that isn't known. */
+std::string Explainer::FindReasonForNoPass() const
+{
+    const ServiceHistory& history = mTrace.history;
+    if (!IsOfPast() && mState.lock.state == DaemonLock::State::Unknown) {
+        return "it can't be told whether the service runs: " + mState.lock.reason;
+    }
+    if (!IsOfPast() && !mState.lock.IsRunning()) {
+        return "the service doesn't run";
+    }
+    if (IsOfPast() && history.stopped) {
+        return "the service didn't run then: it had stopped at " + FormatLocalTime(*history.stopped);
+    }
+    if (IsBeforeLog()) {
+        return "the log holds nothing from before that time";
+    }
+    if (IsStandingStill()) {
+        const std::string last = FormatLocalTime(*history.lastPass);
+        return IsOfPast()
+                   ? "the service was stuck then or had ended without a stop: its last pass was at " + last
+                   : "the service is stuck: its last pass was at " + last;
+    }
+    return "";
+}
+
+/** True for a time of which the log holds nothing. */
+bool Explainer::IsBeforeLog() const
+{
+    const ServiceHistory& history = mTrace.history;
+    return IsOfPast() && history.failure.empty() && !history.started && !history.lastPass &&
+           !history.lastLoad;
+}
+
+/** True if the last pass before the time is older than two intervals and a pass. */
+bool Explainer::IsStandingStill() const
+{
+    if (!IsOfPast()) {
+        return mState.IsStuck().value_or(false);
+    }
+    const ServiceHistory& history = mTrace.history;
+    if (!history.lastPass || !history.passBefore || !history.interval) {
+        return false;
+    }
+    const std::time_t length =
+        std::max<std::time_t>(*history.lastPass - *history.passBefore, *history.interval);
+    return mAt - *history.lastPass > length + *history.interval;
+}
+
 void Explainer::Judge(CounterExplanation& answer) const
 {
-    if (!mState.lock.IsRunning() && mAt >= mState.now) {
-        answer.reasons.emplace_back("the service doesn't run");
+    const std::string standstill = FindReasonForNoPass();
+    if (!standstill.empty()) {
+        answer.reasons.push_back(standstill);
+    }
+    if (IsBeforeLog()) {
+        return;
     }
     if (answer.lastSet) {
         answer.reasons.push_back("the last set was begun at " + FormatLocalTime(*answer.lastSet) +
                                  ", after a breach was found");
     }
-    if (answer.setsTaken && *answer.setsTaken >= answer.setsAllowed) {
+    if (answer.setsTaken && answer.setsAllowed && *answer.setsTaken >= *answer.setsAllowed) {
         answer.reasons.push_back(
-            "its " + CountNoun(static_cast<std::uint64_t>(answer.setsAllowed), "set is", "sets are") +
+            "its " + CountNoun(static_cast<std::uint64_t>(*answer.setsAllowed), "set is", "sets are") +
             " used up: a breach is only logged until the process or the service starts anew");
     }
     if (GetSettings().Get(THHS_CAPTURE_WITHOUT_THRESHOLD) != 0) {
@@ -142,7 +205,7 @@ void Explainer::Judge(CounterExplanation& answer) const
             "evidence is taken at every pass, as THHS_CAPTURE_WITHOUT_THRESHOLD is set");
         return;
     }
-    if (mState.lock.IsRunning() || mAt < mState.now) {
+    if (standstill.empty()) {
         JudgeWindow(answer);
     }
     JudgeReadings(answer);
@@ -164,6 +227,11 @@ void Explainer::JudgeWindow(CounterExplanation& answer) const
         const auto period = mState.GetInterval() + mState.GetPassLength();
         answer.decision = *mTrace.history.lastPass + passes * period.count();
     }
+    if (*answer.window == 0) {
+        answer.reasons.emplace_back(
+            "no pass has read it yet: a decision falls at the fifth reading, in 5 passes");
+        return;
+    }
     answer.reasons.push_back(
         *answer.window == DECIDING
             ? "the last pass decided; the next decision falls in " +
@@ -175,24 +243,27 @@ void Explainer::JudgeWindow(CounterExplanation& answer) const
 
 void Explainer::JudgeReadings(CounterExplanation& answer) const
 {
-    const auto add = [&answer](const std::string& what, double value, bool isAbove) {
-        answer.reasons.push_back(what + ", " + FormatReading(value) + ", is " + (isAbove ? "" : "not ") +
-                                 "above the limit of " + std::to_string(answer.limit) + " " + answer.unit);
+    const auto add = [&answer](const std::string& what, double value) {
+        const std::string text = what + ", " + FormatReading(value) + ", is ";
+        answer.reasons.push_back(
+            answer.limit ? text + (static_cast<long long>(value) > *answer.limit ? "" : "not ") +
+                               "above the limit of " + std::to_string(*answer.limit) + " " + answer.unit
+                         : text + "held against a limit that isn't known");
     };
-    const auto isAbove = [&answer](double value) { return static_cast<long long>(value) > answer.limit; };
     if (answer.average && !answer.readings.empty()) {
-        const double last = answer.readings.back().value;
-        add("the fifth reading of the last full window", last, isAbove(last));
-        add("the average of its five", static_cast<double>(*answer.average),
-            isAbove(static_cast<double>(*answer.average)));
+        add("the fifth reading of the last full window", answer.readings.back().value);
+        add("the average of its five", static_cast<double>(*answer.average));
     } else if (answer.readings.empty()) {
         answer.reasons.emplace_back(
             mTrace.history.failure.empty()
                 ? "the readings of the window aren't known: the log names them with THHS_VERBOSE = 1 only"
                 : "the readings of the window aren't known without the log");
     }
-    if (answer.now && mAt >= mState.now) {
-        add("the present reading", *answer.now, isAbove(*answer.now));
+    if (answer.now && !IsOfPast()) {
+        add("the present reading", *answer.now);
+    }
+    if (!mState.IsStoreRead()) {
+        return;
     }
     if (GetSettings().Get(THHS_ALWAYS_DUMP) == 1) {
         answer.reasons.emplace_back("the fifth reading alone decides, as THHS_ALWAYS_DUMP is set");
@@ -238,8 +309,12 @@ void Explainer::AddEnded(const CounterKey& key, const std::string& name)
     answer.unit = !isCpu && GetSettings().IsMemoryAbsolute() ? "MB" : "Percent";
     const auto& limits = isCpu ? GetSettings().cpu : GetSettings().memory;
     const auto limit = limits.find(name);
-    answer.limit = limit != limits.end() ? limit->second : -1;
-    answer.reasons.emplace_back("the process has ended, or isn't listed any more");
+    if (limit != limits.end()) {
+        answer.limit = limit->second;
+    }
+    if (mState.IsStoreRead()) { // else nothing is known of what runs
+        answer.reasons.emplace_back("the process has ended, or isn't listed any more");
+    }
     FillFromLog(answer);
     Judge(answer);
     mResult.counters.push_back(answer);
@@ -268,11 +343,14 @@ void Explainer::AddReasons()
 {
     const bool isListed = GetSettings().cpu.contains(mSubject) || GetSettings().memory.contains(mSubject);
     mResult.isWatched = isListed || !mResult.counters.empty();
-    mResult.isLogRead = mTrace.history.failure.empty();
+    mResult.isWhole = mTrace.history.failure.empty() && mState.IsStoreRead();
     if (!mTrace.history.failure.empty()) {
         mResult.reasons.push_back("the log can't be read: " + mTrace.history.failure);
     }
-    if (mPid && mResult.counters.empty()) {
+    if (!mState.IsStoreRead()) {
+        mResult.reasons.push_back("lists and limits aren't known, since the store can't be read: " +
+                                  mState.store->GetFailure());
+    } else if (mPid && mResult.counters.empty()) {
         mResult.reasons.push_back("no name of the lists stands for process " + mSubject);
     } else if (!isListed && !mPid) {
         mResult.reasons.push_back(GetSettings().deadlock.contains(mSubject)
@@ -285,7 +363,10 @@ void Explainer::AddReasons()
                                       std::string(GetName(name.resource)) + " isn't read");
         }
     }
-    if (mAt < mState.now && mResult.isWatched) {
+    if (!mState.IsStoreRead()) {
+        return;
+    }
+    if (IsOfPast() && mResult.isWatched) {
         mResult.reasons.emplace_back("limits and rules are those that the store has now");
     } else if (mState.IsStoreUnread().value_or(false)) {
         mResult.reasons.emplace_back(

@@ -22,14 +22,14 @@ struct CounterExplanation
     int pid = 0;
     Resource resource = Resource::Cpu;
     std::string unit;
-    int limit = 0;
+    std::optional<int> limit;            ///< nothing if the store doesn't list it, or can't be read
     std::optional<double> now;           ///< the present reading; nothing for a process that has ended
     std::vector<TracedReading> readings; ///< of the window, if verbose lines name them
     std::optional<long long> average;
     std::optional<int> window;           ///< position of the last pass
     std::optional<std::time_t> decision; ///< when the next decision is due
     std::optional<int> setsTaken;
-    int setsAllowed = 0;
+    std::optional<int> setsAllowed; ///< nothing if the store can't be read
     int breaches = 0;
     std::optional<std::time_t> lastBreach;
     std::optional<std::time_t> lastSet;
@@ -43,7 +43,7 @@ struct Explanation
     std::vector<CounterExplanation> counters;
     std::vector<std::string> reasons; ///< about the name as a whole
     bool isWatched = false;
-    bool isLogRead = false; ///< all of the log that was looked for
+    bool isWhole = false; ///< store and log could be read
 };
 
 /** Explains a name of the lists, or a process id, by what is known of the service at `at`. */

@@ -68,9 +68,14 @@ std::optional<bool> ServiceState::IsStuck() const
     return now - *history.lastPass > (2 * GetInterval() + GetPassLength()).count();
 }
 
+bool ServiceState::IsStoreRead() const
+{
+    return store->GetFailure().empty();
+}
+
 std::optional<bool> ServiceState::AreSettingsValid() const
 {
-    return store->GetFailure().empty() ? std::optional(prediction.result == 0) : std::nullopt;
+    return IsStoreRead() ? std::optional(prediction.result == 0) : std::nullopt;
 }
 
 std::optional<bool> ServiceState::IsStoreUnread() const

@@ -42,6 +42,8 @@ struct ServiceState
     std::optional<std::time_t> GetNextPass() const;
     /** True if the last pass is older than two intervals and a pass; nothing if that can't be known. */
     std::optional<bool> IsStuck() const;
+    /** True if the store on disk could be read; else the settings are unknown. */
+    bool IsStoreRead() const;
     /** True if the service would start with the store on disk; nothing if that can't be read. */
     std::optional<bool> AreSettingsValid() const;
     /** True if the store was changed after the service had read it; nothing if that can't be known. */

@@ -7,6 +7,7 @@
 #include <unistd.h>
 
 #include "base/Common.h"
+#include "base/TimeText.h"
 #include "ctl/evidence/EvidenceFolder.h"
 #include "ctl/processes/ServiceFixture.h"
 
@@ -44,7 +45,15 @@ protected:
     Explanation Ask(const std::string& subject = "tbrd")
     {
         mTrace.history = mState.history;
-        return Explain(mState, mTrace, subject, mState.now);
+        return Explain(mState, mTrace, subject, mAt.value_or(mState.now));
+    }
+
+    /** Asks from now on about a time, of which the log is what was said so far. */
+    void AskOfPast(std::time_t at)
+    {
+        mAt = at;
+        mState.now = at + 100'000;
+        mState.live.counters.clear(); // the process has ended since then
     }
 
     CounterExplanation AskForCounter()
@@ -61,6 +70,7 @@ protected:
     }
 
     CounterTrace mTrace;
+    std::optional<std::time_t> mAt;
 };
 
 TEST_F(ExplanationFixture, CountsHowLongOneFullProcessorTakesToTheLimit)
@@ -159,6 +169,115 @@ TEST_F(ExplanationFixture, PromisesNoDecisionOfAServiceThatDoesNotRun)
         "4 passes"));
 }
 
+TEST_F(ExplanationFixture, DoesNotCallAServiceEndedOfWhichItMayNotKnow)
+{
+    StartWithCounter();
+    Pass();
+    mState.lock.state = DaemonLock::State::Unknown;
+    mState.lock.reason = "/lock: Permission denied";
+    EXPECT_TRUE(Says("it can't be told whether the service runs: /lock: Permission denied"));
+    EXPECT_FALSE(Says("the service doesn't run"));
+}
+
+TEST_F(ExplanationFixture, SaysThatTheServiceIsStuck)
+{
+    StartWithCounter();
+    Pass();
+    const std::string text = "the service is stuck: its last pass was at " + FormatLocalTime(mState.now);
+    AdvanceTo(mState.now + 200);
+    EXPECT_FALSE(Says(text));
+    EXPECT_TRUE(AskForCounter().decision);
+    AdvanceTo(mState.now + 1);
+    EXPECT_TRUE(Says(text));
+    EXPECT_FALSE(AskForCounter().decision) << "it would be in the past";
+}
+
+TEST_F(ExplanationFixture, SaysThatNoPassHasReadAProcessYet)
+{
+    Start();
+    EXPECT_TRUE(Says("no pass has read it yet: a decision falls at the fifth reading, in 5 passes"));
+}
+
+TEST_F(ExplanationFixture, SaysThatTheServiceDidNotRunAtATime)
+{
+    StartWithCounter();
+    Pass();
+    Say("Tarnhaven Health Sentinel Service stopped.");
+    const std::string stopped = FormatLocalTime(mState.now);
+    AskOfPast(mState.now + 50);
+    EXPECT_TRUE(Says("the service didn't run then: it had stopped at " + stopped));
+    EXPECT_FALSE(Says(
+        "a decision falls at the fifth reading of six passes: the last pass was number 1, so it falls in "
+        "4 passes"));
+}
+
+TEST_F(ExplanationFixture, SaysThatPassesWereMissingAtATime)
+{
+    Say("Processes will be monitored regularly after 100 seconds. It can be modified by changing "
+        "THHS_POLL_INTERVAL value in Tarnhaven configuration.");
+    StartWithCounter();
+    Pass();
+    Pass(130);
+    const std::time_t last = mState.now;
+    const std::string text = "the service was stuck then or had ended without a stop: its last pass was at " +
+                             FormatLocalTime(last);
+    AskOfPast(last + 230);
+    EXPECT_FALSE(Says(text));
+    AskOfPast(last + 231);
+    EXPECT_TRUE(Says(text));
+}
+
+TEST_F(ExplanationFixture, SaysThatTheLogHoldsNothingOfATime)
+{
+    mAt = std::time(nullptr); // later than the start of the process on this host
+    mState.now = *mAt + 100;
+    EXPECT_EQ(AskForCounter().reasons,
+              std::vector<std::string>{"the log holds nothing from before that time"});
+}
+
+TEST_F(ExplanationFixture, SaysThatAProcessWasStartedAfterATime)
+{
+    mAt = START; // long before this host was booted
+    mState.now = START + 100;
+    const std::string started = FormatLocalTime(GetStartTime(mState.live.counters[0].details));
+    EXPECT_EQ(AskForCounter().reasons,
+              std::vector<std::string>{"this process was started after that time, at " + started});
+}
+
+/** A store that this user may not read. */
+class HiddenStore : public StoreOfKeys
+{
+public:
+    HiddenStore() : StoreOfKeys({}) {}
+    std::string GetFailure() const override { return "Permission denied"; }
+};
+
+TEST_F(ExplanationFixture, KnowsNoLimitsOfAStoreThatCannotBeRead)
+{
+    StartWithCounter();
+    Pass();
+    mTrace.readings[{7, "cpu"}] = {{START, 1}, {START, 2}, {START, 30}, {START, 40}, {START, 10.9}};
+    mState.store = std::make_unique<HiddenStore>();
+    mState.prediction = PredictLoad(*mState.store, {});
+    mState.live = {};
+    const Explanation explanation = Ask();
+    EXPECT_FALSE(explanation.isWhole);
+    EXPECT_EQ(explanation.reasons,
+              std::vector<std::string>{
+                  "lists and limits aren't known, since the store can't be read: Permission denied"});
+    ASSERT_EQ(explanation.counters.size(), 1U);
+    const CounterExplanation& answer = explanation.counters[0];
+    EXPECT_EQ(answer.limit, std::nullopt);
+    EXPECT_EQ(answer.setsAllowed, std::nullopt);
+    EXPECT_EQ(
+        answer.reasons,
+        (std::vector<std::string>{
+            "a decision falls at the fifth reading of six passes: the last pass was number 1, so it "
+            "falls in 4 passes",
+            "the fifth reading of the last full window, 10.90, is held against a limit that isn't known",
+            "the average of its five, 16.00, is held against a limit that isn't known"}));
+}
+
 TEST_F(ExplanationFixture, OfAnEndedProcessIsFromTheLogAlone)
 {
     StartWithCounter();
@@ -212,7 +331,7 @@ TEST_F(ExplanationFixture, NamesAnEndedJavaProcessAsItIsListed)
         std::string found;
         for (const CounterExplanation& counter : Ask(subject).counters) {
             found += counter.process + ":" + std::to_string(counter.pid) + ":" +
-                     std::to_string(counter.limit) + " ";
+                     std::to_string(counter.limit.value_or(-1)) + " ";
         }
         return found;
     };
@@ -239,7 +358,7 @@ TEST(ExplanationOnHost, ReadsEachByteOfTheLogOnce)
     common.log = folder.GetRoot();
     const auto countRead = [&common] {
         const std::optional<long long> before = CountBytesRead();
-        EXPECT_TRUE(ExplainService(common, "tbrd", std::time(nullptr)).isLogRead);
+        EXPECT_TRUE(ExplainService(common, "tbrd", std::time(nullptr)).isWhole);
         return before ? CountBytesRead().value_or(0) - *before : 0;
     };
     const long long withoutLog = countRead();
