@@ -3,6 +3,7 @@
 #include <algorithm>
 #include <exception>
 #include <iostream>
+#include <stdexcept>
 #include <string>
 #include <string_view>
 #include <vector>
@@ -67,6 +68,23 @@ bool CanNeed(const VerbRegistration& verb, std::span<const char* const> words)
     return !hasVerb || hasHelp || holds([&verb](std::string_view word) { return word == verb.name; });
 }
 
+/** The status of an answer that couldn't be given; that of `status` has a number of its own. */
+int GetUnknownStatus(const CLI::App& program)
+{
+    const auto chosen = program.get_subcommands();
+    const bool isStatus = !chosen.empty() && chosen.front()->get_name() == "status";
+    return isStatus ? int{SERVICE_UNKNOWN} : int{EXIT_CANT_TELL};
+}
+
+/** Raises where the output is incomplete, as on a full disk: a script would take it for the whole. */
+void DemandOutput()
+{
+    std::cout.flush();
+    if (!std::cout) {
+        throw std::runtime_error("standard output can't be written");
+    }
+}
+
 } // namespace
 
 std::span<const VerbRegistration> GetVerbs()
@@ -107,10 +125,12 @@ int RunProgram(int argumentCount, const char* const* arguments)
         }
     }
     try {
-        return Parse(program, common, argumentCount, arguments);
+        const int status = Parse(program, common, argumentCount, arguments);
+        DemandOutput();
+        return status;
     } catch (const std::exception& failure) {
         std::cerr << "thsentinelctl: " << EscapeControls(failure.what()) << '\n';
-        return EXIT_CANT_TELL;
+        return GetUnknownStatus(program);
     }
 }
 

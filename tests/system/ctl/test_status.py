@@ -22,6 +22,11 @@ def test_a_host_without_the_service_is_left_as_it_was(host):
     assert host.shell("find /usr/tarnv /evidence -printf '%p %T@ %m\\n'") == before
 
 
+def test_an_answer_that_cant_be_written_is_no_answer(host):
+    said = host.shell(f"{companion.program()} status 2>&1 >/dev/full; echo $?").splitlines()
+    assert said == ["thsentinelctl: standard output can't be written", "4"]
+
+
 def test_counters_show_readings_windows_and_sets(watching):
     daemon, sleeper = watching(THHS_MONITOR_MEMORY="sleep:1000")
     host = daemon.host

@@ -2,6 +2,7 @@
 
 #include <gtest/gtest.h>
 
+#include <iostream>
 #include <string>
 #include <vector>
 
@@ -50,6 +51,15 @@ TEST(Program, KnowsTheVerbAmongWordsThatAreVerbsToo)
     const Said said = CallProgram({"--store", "check", "wait"});
     EXPECT_EQ(said.status, 64);
     EXPECT_NE(said.errors.find("--running,--stopped"), std::string::npos) << said.errors;
+}
+
+TEST(Program, ReportsThatItsOutputCantBeWritten)
+{
+    std::cout.setstate(std::ios::badbit);
+    const Said said = CallProgram({"--version"});
+    std::cout.clear();
+    EXPECT_EQ(said.status, 3);
+    EXPECT_EQ(said.errors, "thsentinelctl: standard output can't be written\n");
 }
 
 TEST(Program, SaysItsRelease)
