@@ -155,7 +155,7 @@ private:
             }
         }
         if (found.size() == before) {
-            AddEmptySet(folder.status, process, pid, number, path);
+            AddEmptyFolder(folder.status, process, pid, number, path);
         }
     }
 
@@ -192,9 +192,8 @@ private:
         found.push_back({number, parsed->label, std::move(file)});
     }
 
-    /** A folder without evidence stands as a set: the daemon made it and then wrote nothing. */
-    void AddEmptySet(const struct stat& status, const std::string& process, int pid, int number,
-                     const std::string& path)
+    void AddEmptyFolder(const struct stat& status, const std::string& process, int pid, int number,
+                        const std::string& path)
     {
         EvidenceSet set;
         set.process = process;
@@ -205,7 +204,8 @@ private:
         set.isHalfDeleted = std::any_of(mMarks.begin(), mMarks.end(), [number](const auto& mark) {
             return mark.first == number && EndsWith(mark.second, DELETING_MARK);
         });
-        mTree.sets.push_back(std::move(set));
+        const bool isYoung = set.time <= mTree.now && mTree.now - set.time < STARTING_TIME;
+        (isYoung || set.isHalfDeleted ? mTree.sets : mTree.emptyFolders).push_back(std::move(set));
     }
 
     void ApplyMarks(EvidenceSet& set) const
@@ -336,9 +336,10 @@ FileSums AddUp(const std::vector<EvidenceFile>& files)
     return sums;
 }
 
-EvidenceTree FindEvidence(const std::string& directory, Keeping keeping)
+EvidenceTree FindEvidence(const std::string& directory, Keeping keeping, std::time_t now)
 {
     EvidenceTree tree;
+    tree.now = now;
     tree.keeping = keeping;
     FindRoot(tree, directory);
     if (tree.failure.empty()) {
@@ -378,6 +379,7 @@ const std::deque<EvidenceSet>& SetLoader::ReadFolder(const EvidenceSet& set)
         mReadSets = 0;
     }
     EvidenceTree found; // its remarks were made when the tree was walked
+    found.now = mTree.now;
     OpenedFile folder = OpenFolder(mTree.folder.Get(), set.process);
     folder = folder.IsOpen() ? OpenFolder(folder.file.Get(), std::to_string(set.pid)) : std::move(folder);
     if (folder.IsOpen()) {

@@ -84,13 +84,18 @@ struct EvidenceTree
     std::string failure; ///< why the root can't be read; empty on success
     Descriptor folder;   ///< the open root
     Keeping keeping = Keeping::Files;
-    std::deque<EvidenceSet> sets;       ///< by time
-    std::vector<std::string> strangers; ///< what isn't the daemon's, and is left alone: "PATH: why"
-    std::vector<std::string> unseen;    ///< what can't be looked at: "PATH: why"
+    std::time_t now = 0;                  ///< when it was looked through
+    std::deque<EvidenceSet> sets;         ///< by time
+    std::deque<EvidenceSet> emptyFolders; ///< folders EvidenceN without evidence, where nothing is to come
+    std::vector<std::string> strangers;   ///< what isn't the daemon's, and is left alone: "PATH: why"
+    std::vector<std::string> unseen;      ///< what can't be looked at: "PATH: why"
 
     /** The absolute path of a set's folder. */
     std::string GetPath(const EvidenceSet& set) const { return root + "/" + set.folder; }
 };
+
+/** Seconds in which a capture makes its first file. */
+constexpr std::time_t STARTING_TIME = 10;
 
 /** Mark of a pinned set, in its folder: a dot, the stem, and this. */
 constexpr char PINNED_MARK[] = ".pinned";
@@ -103,8 +108,12 @@ constexpr char DELETING_MARK[] = ".deleting";
  * `directory` is either the folder that THHS_EVIDENCE_PATH names or the folder "thsentinel" in it, which is
  * the root. Links below the root aren't followed and nothing is changed. Folders that can't be read stand
  * in `unseen`, and what isn't the daemon's in `strangers`, a hundred of each at most.
+ *
+ * A folder EvidenceN without evidence is a set only while a capture may be about to write its first file
+ * there, and when an interrupted deletion left its mark there. Else it is what is left of deleted sets.
  */
-EvidenceTree FindEvidence(const std::string& directory, Keeping keeping = Keeping::Files);
+EvidenceTree FindEvidence(const std::string& directory, Keeping keeping = Keeping::Files,
+                          std::time_t now = std::time(nullptr));
 
 /** Finds the files of sets again in a tree that kept their sums only. One thread. */
 class SetLoader

@@ -199,6 +199,7 @@ int Prune(const Common& common, const PruneOptions& options)
     std::vector<SetChange> changes;
     if (options.deletes) {
         changes = Delete(source.tree, plan, activity);
+        RemoveEmptyFolders(source.tree, activity);
         plan.freedBytes = 0;
         for (const SetChange& change : changes) {
             plan.freedBytes += change.freedBytes;

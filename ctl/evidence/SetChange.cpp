@@ -65,6 +65,9 @@ public:
             return mChange;
         }
         RemoveMarks(folder.file.Get(), mSet.files.empty() ? "" : mark);
+        // So that it isn't taken for the folder of a capture that begins. Without the right to it, it may be.
+        const timespec times[] = {{0, UTIME_OMIT}, folder.status.st_mtim};
+        (void)futimens(folder.file.Get(), times);
         if (removesFolders && mChange.failure.empty()) {
             RemoveFolders();
         }
@@ -156,6 +159,12 @@ private:
     const EvidenceSet& mSet;
     SetChange mChange;
 };
+
+/** True if nothing can come to a set's folder any more. */
+bool IsAtRest(const EvidenceTree& tree, const EvidenceSet& set, const Activity& activity)
+{
+    return !activity.IsAlive(set.pid) && IsUnchangedSince(tree, set, activity.GetNow() - QUIET_TIME);
+}
 } // namespace
 
 SetChange DeleteSet(const EvidenceTree& tree, const EvidenceSet& set, bool removesFolders)
@@ -172,9 +181,16 @@ SetChange DeleteFoundSet(const EvidenceTree& tree, std::size_t place, const Acti
         change.failure = "changed after it was chosen; nothing of it was deleted";
         return change;
     }
-    const bool isQuiet =
-        !activity.IsAlive(set.pid) && IsUnchangedSince(tree, set, activity.GetNow() - QUIET_TIME);
-    return DeleteSet(tree, set, isQuiet);
+    return DeleteSet(tree, set, IsAtRest(tree, set, activity));
+}
+
+void RemoveEmptyFolders(const EvidenceTree& tree, const Activity& activity)
+{
+    for (const EvidenceSet& folder : tree.emptyFolders) {
+        if (IsAtRest(tree, folder, activity)) {
+            (void)DeleteSet(tree, folder, true); // one that can't be removed is empty, and takes nothing
+        }
+    }
 }
 
 SetChange PinSet(const EvidenceTree& tree, const EvidenceSet& set, bool isPinned)

@@ -25,7 +25,7 @@ struct SetChange
  *
  * `removesFolders` says that nobody can write here meanwhile: then the folder EvidenceN goes when it is
  * empty, and the folder of the process id when only the daemon's marker is left in it. Folders of processes
- * stay.
+ * stay. A folder that stays keeps the time of its last change, which is the daemon's.
  */
 SetChange DeleteSet(const EvidenceTree& tree, const EvidenceSet& set, bool removesFolders);
 
@@ -35,6 +35,9 @@ SetChange DeleteSet(const EvidenceTree& tree, const EvidenceSet& set, bool remov
  * any more: the process is gone, and the folder rested for an hour.
  */
 SetChange DeleteFoundSet(const EvidenceTree& tree, std::size_t place, const Activity& activity);
+
+/** Removes the folders of a tree that hold no evidence and where nothing can come any more. */
+void RemoveEmptyFolders(const EvidenceTree& tree, const Activity& activity);
 
 /** Pins a set, or lets it go: a mark in its folder. Does nothing if that is so already. */
 SetChange PinSet(const EvidenceTree& tree, const EvidenceSet& set, bool isPinned);

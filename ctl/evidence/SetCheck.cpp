@@ -15,7 +15,6 @@ namespace
 {
 /** Text files up to this size are read whole even when only the ends are asked for. */
 constexpr std::uint64_t SHORT_TEXT = std::uint64_t{4} * 1024 * 1024;
-constexpr std::time_t STARTING_TIME = 10; ///< seconds in which a capture makes its file
 constexpr std::time_t READING_TIME = 5; ///< seconds that the tools of a reading may take, with a wide margin
 constexpr int DEFAULT_READINGS = 50;
 constexpr int DEFAULT_INTERVAL = 5;

@@ -93,13 +93,26 @@ def test_each_rule_chooses_its_own(tmp_path, sets):
     assert candidates(tmp_path, "--max-size", "20G") == []
 
 
-def test_an_empty_folder_takes_no_place_of_a_set(tmp_path, sets):
+def test_an_empty_folder_is_no_set_and_goes_with_the_rest(tmp_path, sets):
     empty = tmp_path / f"thsentinel/tbrd/{DEAD}/Evidence6"
     empty.mkdir()
     os.utime(empty, (time.time() - 2 * DAY,) * 2)
-    assert [path for path, _ in candidates(tmp_path, "--older", "1d")] == [
-        *(str(one) for one in sets[1:4]), str(empty)]
-    assert [path for path, _ in candidates(tmp_path, "--keep-newest", 1)] == [str(one) for one in sets[1:4]]
+    for rule in (["--older", "1d"], ["--keep-newest", 1]):
+        assert [path for path, _ in candidates(tmp_path, *rule)] == [str(one) for one in sets[1:4]]
+    assert empty.exists()
+    done = companion.run("prune", "--evidence", tmp_path, "--store", "/absent", "--keep-newest", 1, "--delete")
+    assert done.output.splitlines()[-1].startswith("3 sets, ")
+    assert not empty.exists()
+
+
+def test_what_it_leaves_for_a_live_process_is_no_set(tmp_path):
+    for number, days in enumerate((100, 80, 60), 1):
+        write_old(tmp_path, days, number, pid=os.getpid())
+    done = prune(tmp_path, "--older", "1d", "--live", "--delete")
+    assert [one["deleted"] for one in done.document["candidates"]] == [True]
+    verified = companion.run("verify", "--json", "--evidence", tmp_path, "--store", "/absent")
+    assert (verified.status, [one["number"] for one in verified.document["sets"]]) == (0, [1, 3])
+    assert prune(tmp_path, "--older", "1d", "--live", "--delete").document["candidates"] == []
 
 
 def test_wrong_use_deletes_nothing(tmp_path, sets):

@@ -119,15 +119,48 @@ TEST(EvidenceTree, TakesAnyNameOfAProcess)
     EXPECT_TRUE(OpenSetFolder(tree, tree.sets[0]).IsOpen());
 }
 
-TEST(EvidenceTree, ShowsAFolderThatHoldsNothing)
+/** An empty folder that was changed at `time`. */
+void MakeEmptyFolder(const EvidenceFolder& folder, std::time_t time)
+{
+    const std::filesystem::path path = folder.GetRoot() / "tbrd/4321/Evidence2";
+    std::filesystem::create_directories(path);
+    EvidenceFolder::SetTime(path.string(), time);
+}
+
+TEST(EvidenceTree, TakesAnEmptyFolderForASetWhileACaptureMayBegin)
 {
     const EvidenceFolder folder;
-    std::filesystem::create_directories(folder.GetRoot() / "tbrd/4321/Evidence2");
-    const EvidenceTree tree = FindEvidence(folder.GetPath());
+    MakeEmptyFolder(folder, 1'000'000);
+    for (const std::time_t later : {0, 9}) {
+        const EvidenceTree tree = FindEvidence(folder.GetPath(), Keeping::Files, 1'000'000 + later);
+        ASSERT_EQ(tree.sets.size(), 1U) << later;
+        EXPECT_EQ(tree.sets[0].number, 2);
+        EXPECT_EQ(tree.sets[0].resource, "");
+        EXPECT_THAT(tree.sets[0].files, IsEmpty());
+        EXPECT_THAT(tree.emptyFolders, IsEmpty());
+    }
+}
+
+TEST(EvidenceTree, TakesAnEmptyFolderForNoSetWhereNoCaptureBegins)
+{
+    const EvidenceFolder folder;
+    MakeEmptyFolder(folder, 1'000'000);
+    for (const std::time_t later : {-1, 10, 1'000'000}) {
+        const EvidenceTree tree = FindEvidence(folder.GetPath(), Keeping::Files, 1'000'000 + later);
+        EXPECT_THAT(tree.sets, IsEmpty()) << later;
+        ASSERT_EQ(tree.emptyFolders.size(), 1U) << later;
+        EXPECT_EQ(tree.emptyFolders[0].number, 2);
+    }
+}
+
+TEST(EvidenceTree, TakesAnEmptyFolderForASetWhereADeletionWasInterrupted)
+{
+    const EvidenceFolder folder;
+    folder.Write("tbrd/4321/Evidence2/.4321_13-11_03.10.28_CPU.deleting", "");
+    MakeEmptyFolder(folder, 1'000'000);
+    const EvidenceTree tree = FindEvidence(folder.GetPath(), Keeping::Files, 2'000'000);
     ASSERT_EQ(tree.sets.size(), 1U);
-    EXPECT_EQ(tree.sets[0].number, 2);
-    EXPECT_EQ(tree.sets[0].resource, "");
-    EXPECT_THAT(tree.sets[0].files, IsEmpty());
+    EXPECT_TRUE(tree.sets[0].isHalfDeleted);
 }
 
 TEST(EvidenceTree, SortsSetsByTime)
@@ -182,9 +215,11 @@ TEST(SetLoader, FindsTheSetsAgainWhoseSumsAloneWereKept)
     folder.Write("tbrd/4321/Evidence1/4321_13-11_02.10.28_CPU.hprof", "x");
     folder.Write("tbrd/4321/Evidence2/4321_13-11_09.10.29_CPU.ThreadDump", "late");
     folder.Write("tbrd/4321/Evidence2/.4321_13-11_09.10.28_CPU.pinned", "");
-    std::filesystem::create_directories(folder.GetRoot() / "tbrd/7/Evidence1");
-    const EvidenceTree whole = FindEvidence(folder.GetPath());
-    const EvidenceTree sums = FindEvidence(folder.GetPath(), Keeping::Sums);
+    const std::filesystem::path empty = folder.GetRoot() / "tbrd/7/Evidence1";
+    std::filesystem::create_directories(empty);
+    EvidenceFolder::SetTime(empty.string(), 1'000'000);
+    const EvidenceTree whole = FindEvidence(folder.GetPath(), Keeping::Files, 1'000'005);
+    const EvidenceTree sums = FindEvidence(folder.GetPath(), Keeping::Sums, 1'000'005);
     SetLoader loader(sums);
     ASSERT_EQ(sums.sets.size(), 4U);
     for (std::size_t place = 0; place < sums.sets.size(); ++place) {

@@ -172,7 +172,9 @@ TEST(PinnedSet, HoldsAFile)
 {
     const EvidenceFolder folder;
     fs::create_directories(folder.GetRoot() / FOLDER);
-    const EvidenceTree tree = FindOne(folder);
+    EvidenceFolder::SetTime(folder.GetRoot() / FOLDER, 1'000'000);
+    const EvidenceTree tree = FindEvidence(folder.GetPath(), Keeping::Files, 1'000'000);
+    ASSERT_EQ(tree.sets.size(), 1U);
     EXPECT_EQ(PinSet(tree, tree.sets[0], true).failure, "holds no file that could be pinned");
 }
 
@@ -193,4 +195,36 @@ TEST(SetDeletion, OfASetThatChangedAfterItWasFoundDoesNothing)
     EXPECT_EQ(std::distance(fs::directory_iterator(folder.GetRoot() / FOLDER), {}), 5);
     EXPECT_EQ(DeleteFoundSet(tree, 0, activity).failure, "");
     EXPECT_TRUE(fs::is_empty(folder.GetRoot() / FOLDER)) << "it was changed just now, so the folder stays";
+}
+
+TEST(SetDeletion, LeavesNothingThatCountsAsASetInTheFolderOfALiveProcess)
+{
+    const EvidenceFolder folder;
+    WriteStatistics(folder, "tbrd", 4321, 1, "13-11_02.10.28");
+    WriteStatistics(folder, "tbrd", 4321, 1, "13-11_02.10.28", "Memory");
+    EvidenceFolder::SetTime(folder.GetRoot() / FOLDER, 1'000'000);
+    const EvidenceTree tree = FindEvidence(folder.GetPath());
+    ASSERT_EQ(tree.sets.size(), 2U);
+    EXPECT_EQ(DeleteSet(tree, tree.sets[0], false).failure, "");
+    EXPECT_EQ(DeleteSet(tree, tree.sets[1], false).failure, "");
+    const EvidenceTree left = FindEvidence(folder.GetPath());
+    EXPECT_EQ(left.sets.size(), 0U);
+    EXPECT_EQ(left.emptyFolders.size(), 1U);
+}
+
+TEST(EmptyFolders, GoOnceTheirProcessHasGoneAndTheyHaveRestedForAnHour)
+{
+    const EvidenceFolder folder;
+    folder.Write("../proc/4321/stat", "");
+    folder.Write("tbrd/4321/evidence.lock", "");
+    fs::create_directories(folder.GetRoot() / FOLDER);
+    EvidenceFolder::SetTime(folder.GetRoot() / FOLDER, 1'000'000);
+    const auto remove = [&](const std::string& proc, std::time_t now) {
+        RemoveEmptyFolders(FindEvidence(folder.GetPath(), Keeping::Files, now), Activity(proc, now));
+        return !fs::exists(folder.GetRoot() / FOLDER);
+    };
+    EXPECT_FALSE(remove(folder.GetPath() + "/proc", 1'010'000)) << "its process is alive";
+    EXPECT_FALSE(remove("/absent", 1'003'600)) << "it may have been made for a capture";
+    EXPECT_TRUE(remove("/absent", 1'003'601));
+    EXPECT_FALSE(fs::exists(folder.GetRoot() / "tbrd/4321")) << "nothing but the daemon's marker was in it";
 }

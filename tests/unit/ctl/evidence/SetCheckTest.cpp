@@ -107,11 +107,17 @@ TEST(EvidenceSet, LosesAFileOrAllOfThemAfterTheyWereFound)
     EXPECT_THAT(all.problems, ElementsAre("No such file or directory"));
 }
 
-TEST(EvidenceSet, OfAnEmptyFolderIsIncomplete)
+TEST(EvidenceSet, OfAnEmptyFolderIsInProgressWhileACaptureMayBegin)
 {
     const EvidenceFolder folder;
-    std::filesystem::create_directories(folder.GetRoot() / "tbrd/4321/Evidence1");
-    EXPECT_THAT(CheckOnly(folder).problems, ElementsAre("the folder is empty"));
+    const std::filesystem::path empty = folder.GetRoot() / "tbrd/4321/Evidence1";
+    std::filesystem::create_directories(empty);
+    EvidenceFolder::SetTime(empty.string(), 1'000'000);
+    const EvidenceTree tree = FindEvidence(folder.GetPath(), Keeping::Files, 1'000'009);
+    Activity activity("/absent", 1'000'009);
+    const SetReport report = CheckSet(tree, tree.sets.at(0), {}, activity);
+    EXPECT_EQ(report.state, SetState::InProgress);
+    EXPECT_THAT(report.problems, ElementsAre("the folder is empty"));
 }
 
 TEST(EvidenceSet, WithALinkInPlaceOfAFileIsIncomplete)
