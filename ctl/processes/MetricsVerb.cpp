@@ -90,9 +90,12 @@ void AddService(const ServiceState& state, MetricText& text)
         text.AddSingle("thsentinel_last_pass_timestamp_seconds", "gauge",
                        "When the last pass read its counters.", static_cast<double>(*state.history.lastPass));
     }
-    text.AddSingle("thsentinel_poll_interval_seconds", "gauge", "Seconds between two passes.",
-                   static_cast<double>(state.GetInterval().count()));
-    if (const auto areValid = state.AreSettingsValid()) {
+    if (state.IsIntervalKnown()) {
+        text.AddSingle("thsentinel_poll_interval_seconds", "gauge", "Seconds between two passes.",
+                       static_cast<double>(state.GetInterval().count()));
+    }
+    // Without a store a service that runs goes on, and none starts.
+    if (const auto areValid = state.store->IsMissing() ? std::optional(false) : state.AreSettingsValid()) {
         text.AddSingle("thsentinel_settings_valid", "gauge",
                        "Whether the service would start with the store: 1 or 0. Missing if it can't be read.",
                        *areValid ? 1 : 0);
@@ -243,7 +246,11 @@ void AddEvidence(const Common& common, MetricText& text)
 {
     const auto [isReadable, states, bytes] = CountEvidence(common);
     text.AddSingle("thsentinel_evidence_readable", "gauge",
-                   "Whether the evidence folder can be read: 1 or 0.", isReadable ? 1 : 0);
+                   "Whether the evidence folder can be read: 1 or 0. At 0 there are no sets and bytes here.",
+                   isReadable ? 1 : 0);
+    if (!isReadable) {
+        return;
+    }
     text.Begin("thsentinel_sets", "gauge", "Evidence sets by state.");
     for (std::size_t state = 0; state < states.size(); ++state) {
         text.Add(states[state], {{"state", GetStateName(static_cast<SetState>(state))}});
@@ -269,8 +276,10 @@ std::string MakeMetrics(const Common& common, const std::string& output)
     const WatchedRows rows = CollectRows(state);
     MetricText text;
     AddService(state, text);
-    AddNames(state, rows, text);
-    AddReadings(rows, text);
+    if (state.IsStoreRead()) { // else the lists are unknown, not empty
+        AddNames(state, rows, text);
+        AddReadings(rows, text);
+    }
     std::string kept;
     AddBreaches(CountBreaches(common, state, output, kept), rows, text);
     AddEvidence(common, text);

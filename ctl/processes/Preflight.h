@@ -15,6 +15,8 @@ class CmdPath;
 namespace ctl
 {
 
+class Store;
+
 /** One thing that was looked at before the service is relied upon. */
 struct PreflightRow
 {
@@ -64,7 +66,11 @@ struct PreflightBase
     const LiveMatches& live;
     int daemon = 0;           ///< process id of the service, 0 if it doesn't run
     std::string evidencePath; ///< where the evidence goes, as the store or --evidence names it
+    bool isStoreRead = true;  ///< else names and settings are unknown
 };
+
+/** Whether the service starts with the store, as far as it can be read. */
+void CheckStore(const Store& store, const LoadPrediction& prediction, PreflightRows& rows);
 
 /** The lines that list processes and read their use, run with the daemon's tools, and judged. */
 void CheckListing(const PreflightBase& base, PreflightRows& rows);

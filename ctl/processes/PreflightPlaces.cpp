@@ -1,4 +1,5 @@
 #include <algorithm>
+#include <cerrno>
 #include <chrono>
 #include <cstdlib>
 #include <ctime>
@@ -78,13 +79,23 @@ void CheckImage(const PreflightBase& base, bool isJava, PreflightRows& rows)
 /** The findings of `check` about the evidence folder, as rows. */
 void CheckEvidence(const PreflightBase& base, PreflightRows& rows)
 {
+    if (base.evidencePath.empty() && !base.isStoreRead) {
+        rows.push_back({"evidence folder", Result::Unknown, "its path isn't known without the store", ""});
+        return;
+    }
     if (base.evidencePath.empty()) {
         rows.push_back({"evidence folder", Result::Error,
                         "THHS_EVIDENCE_PATH is not set: the service won't start", "name an existing folder"});
         return;
     }
     struct stat status = {};
-    if (stat(base.evidencePath.c_str(), &status) != 0 || !S_ISDIR(status.st_mode)) {
+    const int error = stat(base.evidencePath.c_str(), &status) != 0 ? errno : 0;
+    if (error == EACCES) {
+        rows.push_back({"evidence folder", Result::Unknown,
+                        base.evidencePath + " may not be looked at by this user", "run it as the superuser"});
+        return;
+    }
+    if (error != 0 || !S_ISDIR(status.st_mode)) {
         rows.push_back({"evidence folder", Result::Error,
                         base.evidencePath + " isn't there: the service won't start", "make the folder"});
         return;
@@ -104,11 +115,17 @@ void CheckLogFolder(const PreflightHost& host, PreflightRows& rows)
     const std::string parent = host.root + std::filesystem::path(GetUsualLogPath()).parent_path().string();
     struct stat status = {};
     const bool isThere = stat(parent.c_str(), &status) == 0 && S_ISDIR(status.st_mode);
-    const bool isWritable = isThere && access(parent.c_str(), W_OK) == 0;
-    rows.push_back({"log folder", isWritable || (isThere && !host.isSuperuser) ? Result::Good : Result::Error,
-                    parent + (isThere ? isWritable ? " can be written" : " can't be written by this user"
-                                      : " isn't there: every line of the log is lost"),
-                    isThere ? "" : "mkdir -p " + parent});
+    if (!isThere) {
+        rows.push_back({"log folder", Result::Error, parent + " isn't there: every line of the log is lost",
+                        "mkdir -p " + parent});
+    } else if (access(parent.c_str(), W_OK) == 0) {
+        rows.push_back({"log folder", Result::Good, parent + " can be written", ""});
+    } else {
+        rows.push_back({"log folder", host.isSuperuser ? Result::Error : Result::Unknown,
+                        parent + (host.isSuperuser ? " can't be written: every line of the log is lost"
+                                                   : " can't be written by this user; the service may"),
+                        host.isSuperuser ? "see how it is mounted" : "run it as the superuser"});
+    }
 }
 
 void CheckClock(const PreflightHost& host, PreflightRows& rows)

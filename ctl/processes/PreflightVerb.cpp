@@ -54,19 +54,12 @@ PreflightRows RunChecks(const Common& common)
     const WatchedNames names(ReadProcesses(), GetTableNames(GetListedNames(prediction.settings)), daemon);
     const LiveMatches live = FindLive(prediction.settings, names, ReadMachine());
     const PreflightHost host = GetPreflightHost();
-    const PreflightBase base = {
-        host, prediction, names,
-        live, daemon,     common.evidence.empty() ? prediction.settings.evidencePath : common.evidence};
+    const std::string evidence = common.evidence.empty() ? prediction.settings.evidencePath : common.evidence;
+    const bool isStoreRead =
+        store->GetFailure().empty() || store->IsMissing(); // one that is missing is empty
+    const PreflightBase base = {host, prediction, names, live, daemon, evidence, isStoreRead};
     PreflightRows rows;
-    if (!store->GetFailure().empty()) {
-        rows.push_back(
-            {"store", Result::Error, store->GetName() + " can't be read: " + store->GetFailure(), ""});
-    } else {
-        rows.push_back(
-            {"store", prediction.result == 0 ? Result::Good : Result::Error,
-             prediction.result == 0 ? "the service starts with it" : "the service won't start with it",
-             prediction.result == 0 ? "" : "see thsentinelctl check"});
-    }
+    CheckStore(*store, prediction, rows);
     constexpr std::uint64_t STEPS = 4;
     Progress progress("checking", STEPS);
     for (const auto check : {CheckListing, CheckTools, CheckRights, CheckPlaces}) {

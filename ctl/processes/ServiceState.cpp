@@ -43,6 +43,11 @@ std::chrono::seconds ServiceState::GetInterval() const
     return std::chrono::seconds(prediction.settings.Get(THHS_POLL_INTERVAL));
 }
 
+bool ServiceState::IsIntervalKnown() const
+{
+    return IsStoreRead() || (lock.IsRunning() && history.interval);
+}
+
 std::chrono::seconds ServiceState::GetPassLength() const
 {
     if (!history.lastPass || !history.passBefore) {

@@ -36,6 +36,8 @@ struct ServiceState
     std::optional<bool> WasStopped() const;
     /** Seconds between two passes: those in force while the service runs, else those of the store on disk. */
     std::chrono::seconds GetInterval() const;
+    /** False if that is a default alone, since the store can't be read. */
+    bool IsIntervalKnown() const;
     /** How long the last pass took beyond the interval; 0 if it isn't known. */
     std::chrono::seconds GetPassLength() const;
     /** When the next pass is due; nothing if the last isn't known or nobody runs. */

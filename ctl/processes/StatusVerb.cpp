@@ -102,7 +102,7 @@ Json DescribeService(const ServiceState& state)
     document["lastPass"] = TimeToJson(state.history.lastPass);
     document["nextPass"] = TimeToJson(state.GetNextPass());
     document["stuck"] = OrNull(state.IsStuck());
-    document["interval"] = state.GetInterval().count();
+    document["interval"] = state.IsIntervalKnown() ? Json(state.GetInterval().count()) : Json(nullptr);
     document["settingsRead"] = TimeToJson(state.history.lastLoad);
     document["settingsChanged"] = OrNull(state.IsStoreUnread());
     document["settingsValid"] = OrNull(state.AreSettingsValid());
@@ -215,9 +215,6 @@ void WriteLevels(const ServiceState& state, std::ostream& output)
         }
     }
     output << '\n';
-    if (!state.history.failure.empty()) {
-        output << "log        can't be read: " << EscapeControls(state.history.failure) << '\n';
-    }
 }
 
 std::string ShowWindow(std::optional<int> position)
@@ -279,6 +276,9 @@ void WriteText(const ServiceState& state, std::ostream& output)
     if (state.lock.IsRunning()) {
         WriteTimes(state, output);
         WriteLevels(state, output);
+    }
+    if (!state.history.failure.empty()) {
+        output << "log        can't be read: " << EscapeControls(state.history.failure) << '\n';
     }
     if (!state.store->GetFailure().empty()) {
         output << "store      can't be read: " << EscapeControls(state.store->GetFailure()) << '\n';

@@ -1,4 +1,5 @@
 """`metrics`, `explain` and `preflight` on a host."""
+import json
 import re
 import shutil
 import subprocess
@@ -54,11 +55,15 @@ def judge(text):
         assert (judged.returncode, judged.stdout, judged.stderr) == (0, "", "")
 
 
+def run_as_somebody(host, arguments):
+    line = f"exec setpriv --reuid=65534 --clear-groups {companion.program()} {arguments}"
+    return host.run("/bin/dash", "-c", line)
+
+
 def test_whether_it_runs_is_left_out_where_it_may_not_be_known(host):
     host.start()
     host.shell(f"chmod 700 {product.BASE}/tmp")
-    line = f"exec setpriv --reuid=65534 --clear-groups {companion.program()} metrics"
-    text = host.run("/bin/dash", "-c", line).output
+    text = run_as_somebody(host, "metrics").output
     assert "\nthsentinel_up" not in text and "\nthsentinel_state_known 0\n" in text
     judge(text)
     found = samples(companion.run_on(host, "metrics").output)
@@ -168,3 +173,43 @@ def test_preflight_tries_tools_and_attaches_to_nothing(watching):
     assert done.status in (1, 2)
     assert "warning tool vmstat: /bin/vmstat isn't there or can't be run: no memory statistics" in done.output
     assert texts.STARTED in daemon.host.log()
+
+
+def test_metrics_show_no_zero_for_what_cannot_be_read(host):
+    host.start()
+    unknown = ["thsentinel_watched_names", "thsentinel_unmatched_names", "thsentinel_sets{", "thsentinel_evidence_bytes",
+               "thsentinel_settings_valid", "thsentinel_limit"]
+    host.shell(f"mkdir -p {host.evidence_path}; chmod 755 {host.evidence_path}; chmod 644 {product.STORE}")
+    text = run_as_somebody(host, "metrics").output
+    assert [name for name in unknown if f"\n{name}" not in text] == ["thsentinel_limit"]
+    assert samples(text)["thsentinel_evidence_readable"] == "1"
+    host.shell(f"chmod 700 {host.evidence_path}; chmod 600 {product.STORE}")
+    text = run_as_somebody(host, f"metrics --evidence {host.evidence_path}").output
+    assert [name for name in unknown if f"\n{name}" in text] == []
+    assert samples(text)["thsentinel_evidence_readable"] == "0"
+    judge(text)
+
+
+def test_settings_are_not_valid_where_the_store_is_gone(host):
+    host.remove(product.STORE)
+    text = companion.run_on(host, "metrics").output
+    assert samples(text)["thsentinel_settings_valid"] == "0"
+    assert "thsentinel_watched_names" not in text
+
+
+def test_preflight_of_somebody_else_says_what_it_cannot_know(host):
+    host.shell(f"chmod 600 {product.STORE}; mkdir -p {product.LOGS}")
+    done = run_as_somebody(host, "preflight --json")
+    checks = {one["check"]: (one["result"], one["message"]) for one in json.loads(done.output)["checks"]}
+    assert checks["store"] == ("unknown", f"{product.STORE} can't be read: Permission denied")
+    assert checks["evidence folder"] == ("unknown", "its path isn't known without the store")
+    logs = product.LOGS.rsplit("/", 1)[0]
+    assert checks["log folder"] == ("unknown", f"{logs} can't be written by this user; the service may")
+    assert checks["process listing"][0] == "unknown"
+    assert done.status == (2 if "error" in [result for result, _ in checks.values()] else 3)
+    evidence = host.get(product.STORE).split("THHS_EVIDENCE_PATH = ")[1].split()[0]
+    host.shell(f"chmod 644 {product.STORE}; mkdir -p /closed/evidence; chmod 700 /closed; "
+               f"sed -i 's|{evidence}|/closed/evidence|' {product.STORE}")
+    done = run_as_somebody(host, "preflight --json")
+    checks = {one["check"]: (one["result"], one["message"]) for one in json.loads(done.output)["checks"]}
+    assert checks["evidence folder"] == ("unknown", "/closed/evidence may not be looked at by this user")

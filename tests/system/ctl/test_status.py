@@ -98,6 +98,7 @@ def test_a_stop_of_long_ago_is_told_from_an_end_without_one(host):
     unknown = companion.run_on(host, "status")
     assert unknown.status == 4
     assert "is left from a service that doesn't run; it is not known how it ended\n" in unknown.output
+    assert f"\nlog        can't be read: {product.LOGS}: No such file or directory\n" in unknown.output
     host.put(log, f"{head}{started}\n")
     dead = companion.run_on(host, "status")
     assert dead.status == 1 and "is left from a service that ended without a stop\n" in dead.output

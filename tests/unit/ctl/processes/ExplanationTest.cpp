@@ -244,14 +244,6 @@ TEST_F(ExplanationFixture, SaysThatAProcessWasStartedAfterATime)
               std::vector<std::string>{"this process was started after that time, at " + started});
 }
 
-/** A store that this user may not read. */
-class HiddenStore : public StoreOfKeys
-{
-public:
-    HiddenStore() : StoreOfKeys({}) {}
-    std::string GetFailure() const override { return "Permission denied"; }
-};
-
 TEST_F(ExplanationFixture, KnowsNoLimitsOfAStoreThatCannotBeRead)
 {
     StartWithCounter();

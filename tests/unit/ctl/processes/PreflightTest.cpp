@@ -50,7 +50,7 @@ protected:
         const LiveMatches live =
             FindLive(mPrediction.settings, names, {4, 1 << 20, 0, 1000}, mFolder.GetProc());
         PreflightRows rows;
-        check({mHost, mPrediction, names, live, mDaemon, mFolder.GetRoot()}, rows);
+        check({mHost, mPrediction, names, live, mDaemon, mEvidence, mIsStoreRead}, rows);
         const auto found = std::find_if(rows.begin(), rows.end(),
                                         [&](const PreflightRow& row) { return row.check == name; });
         constexpr const char* RESULTS[] = {"good ", "warning ", "error ", "unknown "};
@@ -64,7 +64,51 @@ protected:
     PreflightHost mHost;
     LoadPrediction mPrediction;
     int mDaemon = 0;
+    std::string mEvidence = mFolder.GetRoot();
+    bool mIsStoreRead = true;
 };
+
+/** A store that isn't there. */
+class MissingStore : public HiddenStore
+{
+public:
+    bool IsMissing() const override { return true; }
+};
+
+TEST_F(PreflightFixture, LooksWhetherTheServiceStartsWithTheStore)
+{
+    const auto look = [this](const Store& store) {
+        PreflightRows rows;
+        CheckStore(store, mPrediction, rows);
+        return std::pair(rows.at(0).result, rows.at(0).message);
+    };
+    EXPECT_EQ(look(StoreOfKeys({})), std::pair(Result::Good, "the service starts with it"s));
+    mPrediction.result = 1;
+    EXPECT_EQ(look(StoreOfKeys({})), std::pair(Result::Error, "the service won't start with it"s));
+    EXPECT_EQ(look(HiddenStore()), std::pair(Result::Unknown, "store can't be read: Permission denied"s));
+    EXPECT_EQ(look(MissingStore()),
+              std::pair(Result::Error, "there is no store, and the service won't start without settings"s));
+}
+
+TEST_F(PreflightFixture, SaysWhatItCannotKnowWithoutTheStore)
+{
+    mEvidence = "";
+    EXPECT_EQ(Run(CheckPlaces, "evidence folder"),
+              "error THHS_EVIDENCE_PATH is not set: the service won't start");
+    mIsStoreRead = false;
+    EXPECT_EQ(Run(CheckPlaces, "evidence folder"), "unknown its path isn't known without the store");
+    EXPECT_EQ(Run(CheckListing, "process listing"),
+              "unknown ps and egrep work; which processes they should show isn't known without the store");
+}
+
+TEST_F(PreflightFixture, LooksWhetherTheLogCanBeWritten)
+{
+    const std::string logs = GetPath("usr/tarnv/tarnhaven/logs");
+    EXPECT_EQ(Run(CheckPlaces, "log folder"),
+              "error " + logs + " isn't there: every line of the log is lost");
+    std::filesystem::create_directories(logs);
+    EXPECT_EQ(Run(CheckPlaces, "log folder"), "good " + logs + " can be written");
+}
 
 TEST_F(PreflightFixture, AsksForTheSuperuser)
 {

@@ -41,6 +41,20 @@ TEST_F(ServiceStateFixture, IsStuckAfterTwoIntervalsAndAPass)
     EXPECT_EQ(mState.IsStuck(), true);
 }
 
+TEST_F(ServiceStateFixture, KnowsNoIntervalWithoutTheStoreButByTheLogOfAServiceThatRuns)
+{
+    EXPECT_TRUE(mState.IsIntervalKnown());
+    mState.store = std::make_unique<HiddenStore>();
+    EXPECT_FALSE(mState.IsIntervalKnown());
+    Start();
+    EXPECT_FALSE(mState.IsIntervalKnown());
+    Say("Processes will be monitored regularly after 300 seconds. It can be modified by changing "
+        "THHS_POLL_INTERVAL value in Tarnhaven configuration.");
+    EXPECT_TRUE(mState.IsIntervalKnown());
+    mState.lock.state = DaemonLock::State::Stopped;
+    EXPECT_FALSE(mState.IsIntervalKnown());
+}
+
 TEST_F(ServiceStateFixture, GoesByTheIntervalInForceWhileItRuns)
 {
     Say("Processes will be monitored regularly after 300 seconds. It can be modified by changing "

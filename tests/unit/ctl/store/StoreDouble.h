@@ -33,3 +33,11 @@ public:
 private:
     const std::map<std::string, std::string> mValues;
 };
+
+/** A store that this user may not read. */
+class HiddenStore : public StoreOfKeys
+{
+public:
+    HiddenStore() : StoreOfKeys({}) {}
+    std::string GetFailure() const override { return "Permission denied"; }
+};
