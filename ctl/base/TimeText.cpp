@@ -89,17 +89,17 @@ std::optional<long> ParseOffset(const std::string& text)
     if (text == "Z" || text == "z") {
         return 0;
     }
-    char sign = 0;
+    char sign[2] = "";
     unsigned hours = 0;
     unsigned minutes = 0;
     int length = 0;
-    if ((std::sscanf(text.c_str(), "%1[+-]%2u:%2u%n", &sign, &hours, &minutes, &length) != 3 &&
-         std::sscanf(text.c_str(), "%1[+-]%2u%2u%n", &sign, &hours, &minutes, &length) != 3) ||
+    if ((std::sscanf(text.c_str(), "%1[+-]%2u:%2u%n", sign, &hours, &minutes, &length) != 3 &&
+         std::sscanf(text.c_str(), "%1[+-]%2u%2u%n", sign, &hours, &minutes, &length) != 3) ||
         static_cast<std::size_t>(length) != text.size() || hours > 14 || minutes > 59) {
         return std::nullopt;
     }
     const long seconds = static_cast<long>(hours * HOUR + minutes * MINUTE);
-    return sign == '-' ? -seconds : seconds;
+    return *sign == '-' ? -seconds : seconds;
 }
 
 std::optional<std::time_t> Finish(struct tm& time, const char* rest)

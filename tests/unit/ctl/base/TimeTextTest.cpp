@@ -50,6 +50,7 @@ TEST_F(TimeTextFixture, ReadsWhatItFormats)
 TEST_F(TimeTextFixture, ReadsTheFormsThatPeopleGive)
 {
     EXPECT_EQ(ctl::ParseTime("2023-11-14T22:13:20Z", 0), NOON);
+    EXPECT_EQ(ctl::ParseTime("2023-11-14T19:13:20-0300", 0), NOON);
     EXPECT_EQ(ctl::ParseTime("2023-11-14 23:43", 0), NOON - 20);
     EXPECT_EQ(ctl::ParseTime("2023-11-14", 0), NOON - (23 * 3600 + 43 * 60 + 20));
     EXPECT_EQ(ctl::ParseTime("23:40", NOON), NOON - 200);
