@@ -172,6 +172,12 @@ void LiveCheck::CheckUnmatched(const char* key, const UnmatchedName& unmatched)
             "start the java program without the wrapper, or let the wrapper replace itself by exec");
         return;
     }
+    if (IsJavaName(name)) {
+        Add(Severity::Warning, key,
+            "\"" + name + "\" matches no process now: no command line holds " + GetJavaMarker(name),
+            "see that its java program runs");
+        return;
+    }
     if (ReportLikeness(key, name)) {
         return;
     }

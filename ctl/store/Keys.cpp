@@ -51,6 +51,13 @@ std::string ToLower(std::string_view text)
     return lower;
 }
 
+/** The distance, or the limit where the lengths alone make it as much: a store may hold a million keys. */
+std::size_t GetDistanceBelow(std::string_view one, std::string_view other, std::size_t limit)
+{
+    const std::size_t difference = std::max(one.size(), other.size()) - std::min(one.size(), other.size());
+    return difference >= limit ? limit : GetDistance(one, other);
+}
+
 } // namespace
 
 std::span<const KeyRow> GetKeys()
@@ -78,8 +85,8 @@ std::string FindNearestKey(std::string_view name)
     std::size_t shortest = std::max<std::size_t>(2, wanted.size() / 3) + 1;
     for (const KeyRow& row : GetKeys()) {
         const std::string known = ToLower(row.name);
-        const std::size_t distance =
-            std::min(GetDistance(wanted, known), GetDistance("thhs_" + wanted, known) + 1);
+        const std::size_t distance = std::min(GetDistanceBelow(wanted, known, shortest),
+                                              GetDistanceBelow("thhs_" + wanted, known, shortest) + 1);
         if (distance < shortest) {
             nearest = &row;
             shortest = distance;

@@ -178,6 +178,8 @@ INSTANTIATE_TEST_SUITE_P(
                 "\"absent.sh\" matches no process now; if it is a script, it never will: scripts "
                 "are known by their interpreter"},
         NameRow{"absent", "\"absent\" matches no process now"},
+        NameRow{"adminconsole",
+                "\"adminconsole\" matches no process now: no command line holds tarn.thx.AdminConsole"},
         NameRow{"thwmc", "\"thwmc\": the first command line with Dthwmc is that of process 10, \"/bin/sh -c "
                          "sleep 1; /opt/java -Dthwmc\", which is no java process: what it starts is never "
                          "watched"}));
