@@ -131,7 +131,8 @@ showEvidence() {
     head -n 16 "$memory"
     heading "The core image, as a debugger sees it"
     gdb -q -batch -ex 'info threads' "$home/bin/$watched" "$core" 2>/dev/null | grep '^[* ] *[0-9]' | cut -c 1-110
-    grep -a -o -m 1 'Marker of the busy process' "$core" || fail "the core image is not of the busy process"
+    marker=$(grep -a -o -m 1 'Marker of the busy process' "$core") || fail "the core image is not of the busy process"
+    echo "Found in its memory: \"$marker\""
 }
 
 verifyEvidence() {
@@ -149,7 +150,7 @@ makeReport() {
         echo "thsentinelctl is not built: no report"
         return 0
     fi
-    echo '$ thsentinelctl report --last -o report.html'
+    echo "\$ thsentinelctl report --last -o ${leftBehind##*/}/report.html"
     "$buildDir/ctl/thsentinelctl" report --last -o "$leftBehind/report.html" || [ $? -eq 1 ] || fail "the report"
 }
 
@@ -197,4 +198,6 @@ heading "The evidence, verified"
 verifyEvidence
 heading "The report"
 makeReport
-heading "The evidence is left in ${leftBehind##*/}/"
+heading "Left for you"
+echo "${leftBehind##*/}/             the evidence"
+echo "${leftBehind##*/}/report.html  its report: open it in a browser"

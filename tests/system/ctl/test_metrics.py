@@ -5,6 +5,7 @@ import shutil
 import subprocess
 
 import pytest
+from prometheus_client import parser
 
 from host import companion, paced, product, texts
 
@@ -50,6 +51,11 @@ def test_metrics_are_written_by_rename_also_when_nobody_runs(host):
 
 
 def judge(text):
+    """Each line parses, each family has its type and help, and no series comes twice."""
+    families = list(parser.text_string_to_metric_families(text))
+    assert [one.name for one in families if one.type == "unknown" or not one.documentation] == []
+    series = [(one.name, *sorted(one.labels.items())) for family in families for one in family.samples]
+    assert len(series) > 5 and len(series) == len(set(series))
     if shutil.which("promtool"):
         judged = subprocess.run(["promtool", "check", "metrics"], input=text, capture_output=True, text=True, check=False)
         assert (judged.returncode, judged.stdout, judged.stderr) == (0, "", "")

@@ -44,7 +44,7 @@ def test_it_shows_a_breach_from_the_start_to_the_restored_levels_and_leaves_the_
 
     assert "\nCommand: /usr/bin/top -b -n 1\n" in shown["The beginning of the memory statistics"]
     core = shown["The core image, as a debugger sees it"].splitlines()
-    assert len([line for line in core if "Thread" in line]) >= 3 and core[-1] == "Marker of the busy process"
+    assert len([line for line in core if "Thread" in line]) >= 3 and core[-1] == 'Found in its memory: "Marker of the busy process"'
 
     left = sorted(str(path.relative_to(tmp_path)) for path in tmp_path.rglob("*") if path.is_file())
     left = [re.sub(r"_\d\d-\d\d_\d\d\.\d\d\.\d\d_", "_<time>_", name) for name in left]
