@@ -16,6 +16,7 @@
 #include "base/Plural.h"
 #include "base/Table.h"
 #include "base/Terminal.h"
+#include "processes/DaemonLock.h"
 #include "processes/LiveMatches.h"
 #include "store/EvidencePathCheck.h"
 #include "store/LoadPrediction.h"
@@ -62,7 +63,8 @@ void CheckAgainstHost(const Common& common, const Store& store, Checked& checked
                             common.evidence.empty() ? settings.evidencePath : common.evidence,
                             store.FindLine(THHS_EVIDENCE_PATH), checked.findings);
     }
-    const WatchedNames names(ReadProcesses(), GetTableNames(GetListedNames(settings)), 0);
+    const WatchedNames names(ReadProcesses(), GetTableNames(GetListedNames(settings)),
+                             AskForDaemon().holder.value_or(0));
     checked.live = FindLive(settings, names, ReadMachine());
     CheckLive(store, settings, names, *checked.live, checked.findings);
 }

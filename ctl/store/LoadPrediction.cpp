@@ -7,7 +7,10 @@
 
 #include <strings.h>
 #include <sys/stat.h>
+#include <sys/statfs.h>
 #include <sys/statvfs.h>
+
+#include <linux/magic.h>
 
 #include "base/ProgramNames.h"
 #include "config/ConfigurationResult.h"
@@ -282,6 +285,22 @@ bool Settings::IsMemoryAbsolute() const
     return strcasecmp(memoryUnit.c_str(), MEMORY_UNIT_ABSOLUTE) == 0;
 }
 
+namespace
+{
+
+/** True for file systems of the kernel in which nobody can make a folder, root neither. */
+bool TakesNoFolder(const std::string& folder)
+{
+    struct statfs fileSystem = {};
+    if (statfs(folder.c_str(), &fileSystem) != 0) {
+        return false;
+    }
+    const auto type = static_cast<unsigned long>(fileSystem.f_type);
+    return type == PROC_SUPER_MAGIC || type == SYSFS_MAGIC || type == DEVPTS_SUPER_MAGIC;
+}
+
+} // namespace
+
 FolderProbe GetHostProbe()
 {
     const auto exists = [](const std::string& path) {
@@ -297,7 +316,8 @@ FolderProbe GetHostProbe()
             statvfs(parent.c_str(), &fileSystem) == 0 && (fileSystem.f_flag & ST_RDONLY) != 0;
         // Something of the name that is no folder counts as made, as it does for the daemon.
         return lstat(path.c_str(), &status) == 0 ||
-               (!isReadOnly && stat(parent.c_str(), &status) == 0 && S_ISDIR(status.st_mode));
+               (!isReadOnly && !TakesNoFolder(parent) && stat(parent.c_str(), &status) == 0 &&
+                S_ISDIR(status.st_mode));
     };
     const auto isHidden = [](const std::string& path) {
         struct stat status = {};

@@ -67,11 +67,14 @@ int LoadRecord::ReadInteger(const KeyRow& row, int& value)
     const std::string text = mStore.GetText(row.name).text.value_or("");
     Say(FormatText(NOT_NUMERIC_TEXT, row.name));
     const bool stops = row.kind == KeyKind::Stopping;
+    const std::string fallback = std::to_string(row.fallback);
+    const bool isReset = row.kind == KeyKind::Free; // each load sets it before it reads it
     Add(stops ? Severity::Error : Severity::Warning, row.name,
         (text.empty() ? "the empty value" : "\"" + text + "\"") + " is no number" +
-            (stops ? ", and the service won't start"
-                   : "; a service that starts uses " + std::to_string(row.fallback) +
-                         ", one that runs keeps the value of its last pass"),
+            (stops     ? ", and the service won't start"
+             : isReset ? "; " + fallback + " applies instead"
+                       : "; a service that starts uses " + fallback +
+                             ", one that runs keeps the value of its last pass"),
         "use a sign and digits alone, from -2147483648 to 2147483647");
     if (stops) {
         Fail(RC_CONFIG_INVALID);

@@ -132,6 +132,7 @@ def test_names_and_limits_are_held_against_the_host(make_host):
     ("/foreign", "warning", "/foreign belongs to nobody"),
     ("evidence", "warning", "the path is relative"),
     ("/dev/shm", "warning", "lies on a file system in memory"),
+    ("/proc", "error", "the folder /proc/thsentinel can't be made, and the service won't start"),
     ("/nowhere", "error", "there is no folder /nowhere, and the service won't start"),
 ])
 def test_the_evidence_path_is_looked_at(make_host, path, severity, words):
@@ -143,6 +144,14 @@ def test_the_evidence_path_is_looked_at(make_host, path, severity, words):
     host.configure(THHS_EVIDENCE_PATH=path)
     assert any(one[0] == severity and words in one[2]
                for one in found(check(host).document, "THHS_EVIDENCE_PATH")), check(host).output
+
+
+def test_a_service_that_runs_leaves_itself_out(make_host):
+    host = make_host(real_tools=True)
+    host.configure(THHS_MONITOR_CPU="thsentinel:1", THHS_EVIDENCE_PATH="/evidence")
+    host.start()
+    document = check(host).document
+    assert (document["matches"], document["unmatched"]) == ([], ["thsentinel"])
 
 
 def test_without_its_own_library_unknown_keys_are_not_checked(make_host, interpose):

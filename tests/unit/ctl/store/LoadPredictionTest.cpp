@@ -5,6 +5,7 @@
 #include <gmock/gmock.h>
 #include <gtest/gtest.h>
 
+#include "ctl/evidence/EvidenceFolder.h"
 #include "ctl/store/StoreDouble.h"
 
 using ctl::LoadPrediction;
@@ -118,6 +119,20 @@ TEST(LoadPrediction, KeepsTheDefaultForATextThatIsNoNumber)
         GetMessages(prediction, Severity::Warning),
         ElementsAre("\"many\" is no number; a service that starts uses 3, one that runs keeps the value of "
                     "its last pass"));
+}
+
+TEST(LoadPrediction, KnowsTheKeyThatARunningServiceSetsAnewAtEachPass)
+{
+    const LoadPrediction prediction = Predict({{"_FORCE_READING_INTERVAL_", "abc"}});
+    EXPECT_THAT(GetMessages(prediction, Severity::Warning),
+                ElementsAre("\"abc\" is no number; 0 applies instead"));
+}
+
+TEST(HostProbe, KnowsFileSystemsThatTakeNoFolder)
+{
+    EXPECT_FALSE(ctl::GetHostProbe().canCreate("/proc/thsentinel"));
+    const EvidenceFolder folder;
+    EXPECT_TRUE(ctl::GetHostProbe().canCreate(folder.GetRoot() / "thsentinel"));
 }
 
 TEST(LoadPrediction, FitsReadingsIntoTheInterval)
