@@ -27,10 +27,12 @@ double GetCpuSeconds(const ProcessDetails& details)
     return static_cast<double>(details.cpuTicks) / GetTicksPerSecond();
 }
 
-/** What the listing prints: tenths of a percent. */
+constexpr double HIGHEST_MEMORY = 99.9; // the listing has no room for more
+
+/** What the listing prints: tenths of a percent, and none of them from 100 on. */
 double CutToTenths(double value)
 {
-    return std::floor(value * 10) / 10;
+    return value < WHOLE ? std::floor(value * 10) / 10 : std::floor(value);
 }
 
 } // namespace
@@ -63,7 +65,10 @@ double GetMemoryReading(const ProcessDetails& details, const Machine& machine, b
     if (isAbsolute) {
         return resident / KB_PER_MB;
     }
-    return machine.memoryKb > 0 ? CutToTenths(WHOLE * resident / static_cast<double>(machine.memoryKb)) : 0;
+    return machine.memoryKb > 0
+               ? std::min(HIGHEST_MEMORY,
+                          CutToTenths(WHOLE * resident / static_cast<double>(machine.memoryKb)))
+               : 0;
 }
 
 std::optional<double> GetTimeToLimit(const ProcessDetails& details, const Machine& machine, int limit,

@@ -32,10 +32,18 @@ TEST(CpuReading, IsTheShareOfTheWholeLifeOfAllProcessors)
         << "a process that was just started";
 }
 
+TEST(CpuReading, HasNoTenthsWhereTheListingShowsNone)
+{
+    EXPECT_DOUBLE_EQ(GetCpuReading(MakeProcess(100, 99.5), FOUR_PROCESSORS), 99.5 / 4);
+    EXPECT_DOUBLE_EQ(GetCpuReading(MakeProcess(100, 151.5), FOUR_PROCESSORS), 151.0 / 4);
+}
+
 TEST(MemoryReading, IsInMegabytesOrPercent)
 {
     EXPECT_DOUBLE_EQ(GetMemoryReading(MakeProcess(1, 0), FOUR_PROCESSORS, true), 2);
     EXPECT_DOUBLE_EQ(GetMemoryReading(MakeProcess(1, 0), FOUR_PROCESSORS, false), 0.1);
+    EXPECT_DOUBLE_EQ(GetMemoryReading(MakeProcess(1, 0), {4, 2048, 0, 1000}, false), 99.9)
+        << "the listing shows no more";
 }
 
 TEST(TimeToLimit, GrowsWithTheAgeOfTheProcess)
