@@ -359,8 +359,12 @@ void Explainer::AddReasons()
     }
     for (const UnmatchedName& name : mState.live.unmatched) {
         if (name.process == mSubject) {
-            mResult.reasons.push_back("no process of that name runs, so its " +
-                                      std::string(GetName(name.resource)) + " isn't read");
+            const std::string resource = GetName(name.resource);
+            mResult.reasons.push_back(name.takenPid == 0
+                                          ? "no process of that name runs, so its " + resource + " isn't read"
+                                          : "its " + resource + " is never read: process " +
+                                                std::to_string(name.takenPid) + " is already watched as " +
+                                                name.takenBy);
         }
     }
     if (!mState.IsStoreRead()) {

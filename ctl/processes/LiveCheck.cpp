@@ -20,6 +20,7 @@ namespace
 {
 
 constexpr double WHOLE = 100;
+constexpr int HIGHEST_MEMORY_VALUE = 99; // in percent, without the fraction
 
 std::string FormatPercent(double value)
 {
@@ -163,6 +164,13 @@ bool LiveCheck::ReportLikeness(const char* key, const std::string& name)
 void LiveCheck::CheckUnmatched(const char* key, const UnmatchedName& unmatched)
 {
     const std::string& name = unmatched.process;
+    if (unmatched.takenPid != 0) {
+        Add(Severity::Warning, key,
+            "\"" + name + "\" is never watched: process " + std::to_string(unmatched.takenPid) +
+                " is already watched as \"" + unmatched.takenBy + "\"",
+            "a process has one limit in a list: take one of the two names out");
+        return;
+    }
     if (unmatched.match.wrapper != 0) {
         Add(Severity::Warning, key,
             "\"" + name + "\": the first command line with " + GetJavaMarker(name) + " is that of process " +
@@ -242,10 +250,12 @@ void LiveCheck::CheckMemoryLimit(const char* key, const std::string& name, int l
             "\"" + name + "\": " + std::to_string(limit) + " MB is no less than the memory of this host, " +
                 std::to_string(total) + " MB, so the limit can't be reached",
             "give a limit below " + std::to_string(total));
-    } else if (!mSettings.IsMemoryAbsolute() && limit >= WHOLE) {
+    } else if (!mSettings.IsMemoryAbsolute() && limit >= HIGHEST_MEMORY_VALUE) {
         Add(Severity::Warning, key,
-            "\"" + name + "\": " + std::to_string(limit) + " percent of the memory can't be exceeded",
-            "give a limit below 100, or megabytes with THHS_MEMORY_UNIT = ABSOLUTE");
+            "\"" + name +
+                "\": the process listing shows 99.9 percent of the memory at most, which is read as " +
+                "99, so a limit of " + std::to_string(limit) + " is never exceeded",
+            "give 98 at most, or megabytes with THHS_MEMORY_UNIT = ABSOLUTE");
     }
 }
 

@@ -1,6 +1,7 @@
 #include "processes/LiveMatches.h"
 
 #include <map>
+#include <utility>
 
 #include "base/SafeFile.h"
 
@@ -22,16 +23,24 @@ public:
 
     void AddName(const std::string& name, int limit, Resource resource)
     {
-        const NameMatch match = mNames.Find(name);
-        bool isAlive = false;
-        for (const int pid : match.pids) {
-            if (const std::optional<ProcessDetails>& details = Read(pid)) { // else it ended meanwhile
-                isAlive = true;
+        UnmatchedName unmatched = {name, resource, mNames.Find(name)};
+        bool hasCounter = false;
+        for (const int pid : unmatched.match.pids) {
+            const std::optional<ProcessDetails>& details = Read(pid);
+            if (!details) {
+                continue; // it ended meanwhile
+            }
+            const auto [taken, isFree] = mTaken.try_emplace({resource, pid}, name);
+            if (isFree) {
+                hasCounter = true;
                 AddCounter(name, limit, resource, pid, *details);
+            } else {
+                unmatched.takenPid = pid;
+                unmatched.takenBy = taken->second;
             }
         }
-        if (!isAlive) {
-            mLive.unmatched.push_back({name, resource, match});
+        if (!hasCounter) {
+            mLive.unmatched.push_back(std::move(unmatched));
         }
     }
 
@@ -60,6 +69,9 @@ private:
     const OpenedFile mFolder;
     LiveMatches& mLive;
     std::map<int, std::optional<ProcessDetails>> mRead;
+    /** The names of the counters: a process has one for each resource, and the first name in order gets it.
+     */
+    std::map<std::pair<Resource, int>, std::string> mTaken;
 };
 
 } // namespace

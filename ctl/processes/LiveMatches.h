@@ -26,12 +26,14 @@ struct LiveCounter
     ProcessDetails details;
 };
 
-/** A name of a list that stands for no process now. */
+/** A name of a list that has no counter now: it stands for no process, or all of them are watched already. */
 struct UnmatchedName
 {
     std::string process;
     Resource resource = Resource::Cpu;
-    NameMatch match; ///< holds the wrapper of a Java name
+    NameMatch match;  ///< holds the wrapper of a Java name
+    int takenPid = 0; ///< a process that it stands for and that is watched by another name; 0 for none
+    std::string takenBy = {}; ///< that name
 };
 
 /** What the lists of a store stand for on this host now. */

@@ -112,7 +112,7 @@ void AddNames(const ServiceState& state, const WatchedRows& rows, MetricText& te
                    "Names in the lists for CPU and memory, each list counted.",
                    static_cast<double>(rows.size()));
     text.AddSingle("thsentinel_unmatched_names", "gauge",
-                   "Names in these lists that stand for no process now.",
+                   "Names in these lists that stand for no process now, or for one that another name has.",
                    static_cast<double>(state.live.unmatched.size()));
     text.Begin("thsentinel_matched_processes", "gauge", "Processes that a name stands for now.");
     for (const auto& [key, row] : rows) {

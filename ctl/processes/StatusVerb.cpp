@@ -4,6 +4,7 @@
 #include <cstdio>
 #include <iostream>
 #include <memory>
+#include <set>
 #include <sstream>
 
 #include <CLI/CLI.hpp>
@@ -259,15 +260,28 @@ void WriteCounters(const ServiceState& state, std::ostream& output)
 
 void WriteUnmatched(const ServiceState& state, std::ostream& output)
 {
-    const std::vector<std::string> names = GetUnmatchedNames(state);
-    if (names.empty()) {
-        return;
+    std::set<std::string> names;
+    std::set<std::string> taken; // whole lines
+    for (const UnmatchedName& unmatched : state.live.unmatched) {
+        const std::string name = EscapeControls(unmatched.process);
+        if (unmatched.takenPid == 0) {
+            names.insert(name);
+        } else {
+            taken.insert(name + " is never watched: process " + std::to_string(unmatched.takenPid) +
+                         " is already watched as " + EscapeControls(unmatched.takenBy) + "\n");
+        }
     }
-    output << "\nWithout a process:";
-    for (const std::string& name : names) {
-        output << ' ' << EscapeControls(name);
+    output << (names.empty() && taken.empty() ? "" : "\n");
+    if (!names.empty()) {
+        output << "Without a process:";
+        for (const std::string& name : names) {
+            output << ' ' << name;
+        }
+        output << '\n';
     }
-    output << '\n';
+    for (const std::string& line : taken) {
+        output << line;
+    }
 }
 
 void WriteText(const ServiceState& state, std::ostream& output)

@@ -283,6 +283,17 @@ TEST_F(ExplanationFixture, OfAnEndedProcessIsFromTheLogAlone)
     EXPECT_EQ(Ask().reasons, std::vector<std::string>{"no process of that name runs, so its cpu isn't read"});
 }
 
+TEST_F(ExplanationFixture, SaysThatAProcessIsWatchedByAnotherName)
+{
+    StartWithCounter();
+    mState.live.unmatched.push_back({"thwmc", Resource::Cpu, {}, 7, "java"});
+    Configure({{"THHS_MONITOR_CPU", "java:10,thwmc:10"}});
+    const Explanation explanation = Ask("thwmc");
+    EXPECT_TRUE(explanation.counters.empty());
+    EXPECT_EQ(explanation.reasons,
+              std::vector<std::string>{"its cpu is never read: process 7 is already watched as java"});
+}
+
 struct StrangerRow
 {
     const char* subject;

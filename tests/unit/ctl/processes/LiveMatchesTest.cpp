@@ -84,6 +84,27 @@ TEST_F(LiveFixture, PassesOverProcessesThatEndOrAreUnreadable)
     EXPECT_EQ(mLive.unmatched.size(), 1U);
 }
 
+TEST_F(LiveFixture, CountsAProcessOfTwoNamesForTheFirstOfThemInEachResource)
+{
+    mFolder.AddProcess(7, "/opt/java\0-Dthwmc\0"s);
+    mFolder.AddProcess(8, "/opt/java\0-Dtarn.thx.AdminConsole\0"s);
+    mSettings.cpu = {{"adminconsole", 1}, {"java", 2}, {"thwmc", 90}};
+    mSettings.memory = {{"thwmc", 90}};
+    Look();
+    std::string rows;
+    for (const LiveCounter& counter : mLive.counters) {
+        rows += std::string(GetName(counter.resource)) + " " + std::to_string(counter.pid) + " " +
+                counter.process + "\n";
+    }
+    EXPECT_EQ(rows, "cpu 8 adminconsole\ncpu 7 java\nmemory 7 thwmc\n");
+    ASSERT_EQ(mLive.unmatched.size(), 1U);
+    EXPECT_EQ(mLive.unmatched[0].process, "thwmc");
+    EXPECT_EQ(mLive.unmatched[0].takenPid, 7);
+    EXPECT_EQ(mLive.unmatched[0].takenBy, "java");
+    EXPECT_EQ(Get(Severity::Warning),
+              "\"thwmc\" is never watched: process 7 is already watched as \"java\"\n");
+}
+
 TEST_F(LiveFixture, FindsAProcessWhoseNameHoldsControlCharacters)
 {
     mFolder.AddProcess(7, "/opt/\x1b[2Jtbrd\0"s);
@@ -133,9 +154,16 @@ TEST_F(LiveFixture, SaysThatMemoryBeyondTheHostIsNeverReached)
     Look();
     EXPECT_EQ(Get(Severity::Warning), "");
     mSettings.memoryUnit = "PERCENT";
-    mSettings.memory["tbrd"] = 100;
+    mSettings.memory["tbrd"] = 99;
     Look();
-    EXPECT_EQ(Get(Severity::Warning), "\"tbrd\": 100 percent of the memory can't be exceeded\n");
+    ASSERT_EQ(
+        Get(Severity::Warning),
+        "\"tbrd\": the process listing shows 99.9 percent of the memory at most, which is read as 99, so "
+        "a limit of 99 is never exceeded\n");
+    EXPECT_EQ(mFindings.back().remedy, "give 98 at most, or megabytes with THHS_MEMORY_UNIT = ABSOLUTE");
+    mSettings.memory["tbrd"] = 98;
+    Look();
+    EXPECT_EQ(Get(Severity::Warning), "");
 }
 
 struct NameRow
