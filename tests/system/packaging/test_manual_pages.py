@@ -5,7 +5,7 @@ import subprocess
 
 import pytest
 
-from host import missing_tools, packages, product
+from host import companion, missing_tools, packages, product
 
 BUILD = product.build_folder()
 PAGES = ["thsentinel.8", "thsentinel.conf.5", "thsentinel-evidence.5", "thsentinelctl.1"]
@@ -161,13 +161,36 @@ def test_the_companions_page_describes_every_verb_with_its_options_and_no_other(
 @pytest.mark.skipif(not packages.HOLDS_COMPANION, reason="the companion isn't built")
 def test_bash_offers_the_companions_verbs_and_options_from_its_help():
     text = subprocess.run([BUILD / "ctl/thsentinelctl", "--help"], capture_output=True, text=True, check=True).stdout
-    verbs = re.findall(r"^  (\w+) {2,}\S", text.partition("Subcommands:")[2], re.MULTILINE)
+    verbs = re.findall(r"^  (\w+) {2,}\S", re.split(r"^(?:Subcommands|Verbs):$", text, flags=re.MULTILINE)[1], re.MULTILINE)
     assert "verify" in verbs and complete_companion("") == verbs
     assert complete_companion("--store", "/x", "ver") == ["verify"]
     assert complete_companion("--ev") == ["--evidence"]
     assert complete_companion("verify", "--sin") == ["--since"]
     assert "--json" in complete_companion("verify", "--")
     assert complete_companion("--log", "/usr/shar") == ["/usr/share"]
+
+
+@pytest.fixture(name="copies")
+def _copies(tmp_path):
+    """Options that point the companion at a store with two names and at an evidence folder with one set."""
+    store = tmp_path / "store"
+    store.write_text("THHS_MONITOR_CPU = tbrd:5, two words:5, thwmc:7\n")
+    companion.write_set(tmp_path / "evidence")
+    return "--store", store, "--evidence", tmp_path / "evidence"
+
+
+@pytest.mark.skipif(not packages.HOLDS_COMPANION, reason="the companion isn't built")
+def test_both_shells_offer_watched_names_and_sets_of_the_copies_on_the_line(copies):
+    for offered in (complete_companion, complete_companion_in_zsh):
+        assert {"tbrd", "thwmc"} <= set(offered(*copies, "explain", "t"))
+        assert len(offered(*copies, "report", "tbrd/")) == 1 and offered(*copies, "pin", "")[0].startswith("tbrd/4321/")
+        assert offered("status", "") in ([], [""])
+
+
+@pytest.mark.skipif(not packages.HOLDS_COMPANION, reason="the companion isn't built")
+def test_bash_completes_a_value_after_an_equals_sign():
+    assert complete_companion("--evidence", "=", "/usr/shar") == ["/usr/share"]
+    assert complete_companion("--store", "=", "/x", "ver") == ["verify"]
 
 
 def complete_companion_in_zsh(*words):
