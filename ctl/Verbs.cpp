@@ -12,6 +12,7 @@
 
 #include "base/Common.h"
 #include "base/ExitStatus.h"
+#include "base/ListedFailure.h"
 #include "base/PlainText.h"
 #include "evidence/EvidenceVerbs.h"
 #include "log/EventsVerb.h"
@@ -110,6 +111,19 @@ std::span<const VerbRegistration> GetVerbs()
     return VERBS;
 }
 
+namespace
+{
+void PrintFailure(const std::exception& failure)
+{
+    std::cerr << "thsentinelctl: " << EscapeControls(failure.what()) << '\n';
+    if (const auto* const listed = dynamic_cast<const ListedFailure*>(&failure)) {
+        for (const std::string& line : listed->GetLines()) {
+            std::cerr << "  " << EscapeControls(line) << '\n';
+        }
+    }
+}
+} // namespace
+
 int RunProgram(int argumentCount, const char* const* arguments)
 {
     CLI::App program(ABOUT, "thsentinelctl");
@@ -129,7 +143,7 @@ int RunProgram(int argumentCount, const char* const* arguments)
         DemandOutput();
         return status;
     } catch (const std::exception& failure) {
-        std::cerr << "thsentinelctl: " << EscapeControls(failure.what()) << '\n';
+        PrintFailure(failure);
         return GetUnknownStatus(program);
     }
 }

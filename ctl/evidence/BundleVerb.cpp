@@ -23,9 +23,10 @@ namespace ctl
 {
 namespace
 {
-constexpr VerbText BUNDLE = {"bundle", "Packs an evidence set for somebody else, or checks such a bundle",
-                             "thsentinelctl bundle tbrd/4321/Evidence1 -o evidence.tar.zst\n"
-                             "thsentinelctl bundle --check evidence.tar.zst"};
+constexpr VerbText BUNDLE = {
+    "bundle", "Packs an evidence set for somebody else, or checks such a bundle",
+    "thsentinelctl bundle tbrd/4321/Evidence1/cpu-20261121T235230 -o evidence.tar.zst\n"
+    "thsentinelctl bundle --check evidence.tar.zst"};
 constexpr std::size_t LONGEST_LIST = std::size_t{1024} * 1024;
 
 struct BundleOptions
@@ -133,6 +134,15 @@ int Bundle(const Common& common, const BundleOptions& options)
     return report.state == SetState::Complete ? EXIT_GOOD : EXIT_WARNINGS;
 }
 
+BundleReport ReadBundle(int file, const std::string& path, Progress& progress)
+{
+    try {
+        return CheckBundle(file, [&progress](std::uint64_t bytes) { progress.Advance(bytes); });
+    } catch (const std::runtime_error& failure) {
+        throw std::runtime_error(path + ": " + failure.what());
+    }
+}
+
 int Check(const Common& common, const std::string& path)
 {
     const OpenedFile bundle = OpenRegularFile(AT_FDCWD, path);
@@ -141,8 +151,7 @@ int Check(const Common& common, const std::string& path)
     }
     Progress progress("checking", 0);
     progress.CountBytes();
-    const BundleReport report =
-        CheckBundle(bundle.file.Get(), [&progress](std::uint64_t bytes) { progress.Advance(bytes); });
+    const BundleReport report = ReadBundle(bundle.file.Get(), path, progress);
     if (common.json) {
         Json document = BeginDocument("bundle-check");
         document["bundle"] = ToJson(path);

@@ -2,6 +2,7 @@
 
 #include "StoreText.h"
 #include "base/Common.h"
+#include "base/ListedFailure.h"
 #include "config/KeyTable.h"
 #include "config/ReadingPlan.h"
 #include "store/Store.h"
@@ -169,14 +170,17 @@ std::size_t SelectOneSet(const EvidenceTree& tree, const std::string& name)
 {
     const std::vector<std::size_t> places = SelectSets(tree, std::vector<std::string>{name});
     if (places.size() > 1) {
-        std::string text = name + " stands for " + std::to_string(places.size()) + " sets; give one of them:";
+        const std::string text =
+            name + " stands for " + std::to_string(places.size()) + " sets; give one of them:";
+        std::vector<std::string> lines;
         for (std::size_t index = 0; index < std::min(places.size(), MOST_SHOWN); ++index) {
-            text += " " + tree.sets[places[index]].GetId();
+            lines.push_back(tree.sets[places[index]].GetId());
         }
         if (places.size() > MOST_SHOWN) {
-            text += " and " + std::to_string(places.size() - MOST_SHOWN) + " more; see thsentinelctl list";
+            lines.push_back("and " + std::to_string(places.size() - MOST_SHOWN) +
+                            " more; see thsentinelctl list");
         }
-        throw std::runtime_error(text);
+        throw ListedFailure(text, std::move(lines));
     }
     return places.front();
 }

@@ -18,8 +18,7 @@ namespace ctl
 {
 namespace
 {
-constexpr VerbText LIST = {"list",
-                           "Lists the evidence sets, as far as names, sizes, heads and ends show them",
+constexpr VerbText LIST = {"list", "Lists the evidence sets with their states; verify reads all of them",
                            "thsentinelctl list\nthsentinelctl list --evidence /tmp/copy tbrd/4321"};
 
 /** Texts of the newest sets are read whole, up to so many bytes in all; what is older waits for verify. */
@@ -56,14 +55,14 @@ void CheckSets(const EvidenceSource& source, const std::vector<std::size_t>& pla
     }
 }
 
+/** A row of what an id doesn't say, so that it fits a terminal of 80 columns: month, day and minute. */
 std::vector<Cell> MakeRow(const EvidenceSet& set, SetState state)
 {
-    return {{FormatLocalTime(set.time)},
-            {set.process},
-            {std::to_string(set.pid)},
-            {set.resource},
+    constexpr std::size_t YEAR = sizeof "2026-" - 1;
+    constexpr std::size_t SECONDS = sizeof ":01" - 1;
+    const std::string time = FormatLocalTime(set.time);
+    return {{time.size() > YEAR + SECONDS ? time.substr(YEAR, time.size() - YEAR - SECONDS) : time},
             {GetStateName(state) + std::string(set.isPinned ? ", pinned" : ""), GetStateColour(state)},
-            {std::to_string(set.sums.count)},
             {FormatByteSize(set.GetBytes())},
             {set.GetId()}};
 }
@@ -81,14 +80,7 @@ void PrintSets(const EvidenceSource& source, const std::vector<std::size_t>& pla
         states.push_back(checked.report.state);
         isReadInPart = isReadInPart || checked.report.isReadInPart;
     });
-    const std::vector<Table::Column> columns = {{"TIME"},
-                                                {"PROCESS"},
-                                                {"PID", Table::Side::Right},
-                                                {"RESOURCE"},
-                                                {"STATE"},
-                                                {"FILES", Table::Side::Right},
-                                                {"SIZE", Table::Side::Right},
-                                                {"SET"}};
+    const std::vector<Table::Column> columns = {{"TIME"}, {"STATE"}, {"SIZE", Table::Side::Right}, {"SET"}};
     PrintTable(std::cout, columns, places.size(),
                [&](std::size_t row) { return MakeRow(source.tree.sets[places[row]], states[row]); });
     if (isReadInPart) {

@@ -48,6 +48,29 @@ public:
 private:
     void FindGuards()
     {
+        GuardMarkedSets();
+        GuardFirstAndNewest();
+        for (std::size_t place = 0; place < mSubjects.size(); ++place) {
+            // Last, since an option lifts it: where another guard stands the option would do nothing.
+            if (mSubjects[place].isLive && !mRules.withLive) {
+                Guard(place, "its process is alive; --live lets it go");
+            }
+        }
+    }
+
+    void GuardMarkedSets()
+    {
+        for (std::size_t place = 0; place < mSubjects.size(); ++place) {
+            if (mSubjects[place].isPinned) {
+                Guard(place, "is pinned");
+            } else if (mSubjects[place].isInProgress) {
+                Guard(place, "is in progress");
+            }
+        }
+    }
+
+    void GuardFirstAndNewest()
+    {
         std::map<std::string, std::size_t> first;
         std::map<std::string, std::size_t> newest;
         for (const std::size_t place : mByTime) {
@@ -55,13 +78,6 @@ private:
             if (!subject.isHalfDeleted && !subject.isEmpty) {
                 first.emplace(subject.process, place);
                 newest[subject.process] = place;
-            }
-            if (subject.isPinned) {
-                mGuards[place] = "is pinned";
-            } else if (subject.isInProgress) {
-                mGuards[place] = "is in progress";
-            } else if (subject.isLive && !mRules.withLive) {
-                mGuards[place] = "its process is alive; --live lets it go";
             }
         }
         for (const auto& [process, place] : first) {

@@ -170,6 +170,10 @@ void PrintText(const EvidenceTree& tree, const PrunePlan& plan, const std::vecto
         std::cout << "kept: " << EscapeControls(tree.sets[choice.place].GetId()) << ": "
                   << EscapeControls(choice.reason) << '\n';
     }
+    if (plan.candidates.empty()) {
+        std::cout << "Nothing to delete; all evidence takes " << FormatByteSize(plan.diskBytes) << ".\n";
+        return;
+    }
     const std::size_t count = CountSets(plan, changes);
     std::cout << CountNoun(count, "set") << ", " << FormatByteSize(plan.freedBytes) << " of "
               << FormatByteSize(plan.diskBytes)

@@ -58,6 +58,15 @@ struct Rehearsed
     std::string leftOutWhy; ///< empty for one that was run
 
     bool IsEmpty() const { return leftOutWhy.empty() && result.bytes == 0; }
+
+    /** The program that the line begins with. */
+    std::string GetTool() const { return line.section.substr(0, line.section.find(' ')); }
+
+    bool IsToolMissing() const
+    {
+        return IsEmpty() && GetTool().starts_with('/') && access(GetTool().c_str(), F_OK) != 0;
+    }
+
     bool IsWell() const
     {
         return !leftOutWhy.empty() || (!result.isTooSlow && (result.bytes != 0 || line.mayBeEmpty));
@@ -159,7 +168,13 @@ std::string Describe(const Rehearsed& one)
     if (!one.leftOutWhy.empty()) {
         return "left out: " + one.leftOutWhy;
     }
-    std::string text = one.result.isTooSlow ? "was ended" : one.IsEmpty() ? "empty" : "";
+    if (one.IsToolMissing()) {
+        return "EMPTY: " + one.GetTool() + " isn't there";
+    }
+    if (one.IsEmpty() && one.IsWell()) {
+        return "empty, as it may be";
+    }
+    std::string text = one.result.isTooSlow ? "was ended" : one.IsEmpty() ? "EMPTY" : "";
     if (one.result.status != 0 && !one.line.mayBeEmpty) {
         text += (text.empty() ? "" : ", ") + std::string("status ") + std::to_string(one.result.status);
     }
@@ -188,17 +203,17 @@ void PrintText(const std::vector<Rehearsed>& rehearsed, const CapturePlan& plan,
                    {isRun ? std::to_string(one.result.bytes) : ""},
                    {isRun ? FormatSeconds(one.result.seconds) : ""},
                    {one.line.section},
-                   {Describe(one), one.IsWell() ? Colour::Plain : Colour::Yellow}});
+                   {Describe(one), one.IsWell() && !one.IsToolMissing() ? Colour::Plain : Colour::Yellow}});
         memory += one.line.kind == FileKind::MemoryPerf ? one.result.bytes : 0;
         time += one.line.kind == FileKind::MemoryPerf ? one.result.seconds : 0;
     }
     table.Print(std::cout);
     const auto all = static_cast<std::uint64_t>(plan.readings.value_or(0));
     const auto taken = static_cast<std::uint64_t>(std::max(readings, 1));
-    std::cout << "A set takes " << CountNoun(all, "reading") << ": MemoryPerf about "
-              << FormatByteSize(memory / taken * all) << ", and "
+    std::cout << "A set of " << CountNoun(all, "reading") << ": MemoryPerf about "
+              << FormatByteSize(memory / taken * all) << "; its tools run "
               << FormatSeconds(time / static_cast<double>(taken) * static_cast<double>(all))
-              << " s of tools besides the pauses.\n";
+              << " s in all, pauses not counted.\n";
 }
 
 void PrintJson(const std::vector<Rehearsed>& rehearsed, int pid, const std::string& settingsFailure)

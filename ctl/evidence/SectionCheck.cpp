@@ -100,8 +100,11 @@ void CheckOutputs(const SectionFile& found, const std::vector<PlannedSection>& p
         const std::string count =
             total > 1 ? " in " + std::to_string(empty) + " of " + std::to_string(total) + " readings" : "";
         if (!isWell) {
+            const char* const reason = planned[row].isOptional
+                                           ? ": the tool isn't installed, or could not look into the process"
+                                           : "";
             (planned[row].isOptional ? report.notes : report.damages)
-                .push_back(Quote(planned[row].toolLine) + " gave nothing" + count);
+                .push_back(Quote(planned[row].toolLine) + " gave nothing" + count + reason);
         }
     }
 }

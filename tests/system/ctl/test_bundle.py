@@ -190,3 +190,11 @@ def test_a_large_core_is_bundled_in_little_memory(tmp_path, evidence):
     checked = companion.run_measured(tmp_path, "bundle", "--check", tmp_path / "b.tar.zst")
     assert checked.status == 0
     assert max(done.peak, checked.peak) < 64 * 1024
+
+
+def test_what_is_no_bundle_is_named(tmp_path):
+    path = tmp_path / "notes.txt"
+    path.write_text("not packed\n" * 100)
+    done = companion.run("bundle", "--check", path)
+    assert (done.status, done.output) == (3, "")
+    assert done.errors.startswith(f"thsentinelctl: {path}: is no bundle: "), done.errors

@@ -86,6 +86,13 @@ def test_its_last_line_counts_only_what_has_gone(make_host, tmp_path, sets):
     assert re.fullmatch(f"thsentinelctl: tbrd/{DEAD}/Evidence2/\\S+: {kept}: Device or resource busy\n", done.errors)
 
 
+def test_where_nothing_is_chosen_no_option_is_offered(tmp_path, sets):
+    size = sum(-(-path.stat().st_blocks // 2) for one in sets for path in one.iterdir())
+    for option in ([], ["--delete"]):
+        done = companion.run("prune", "--evidence", tmp_path, "--store", "/absent", "--older", "200d", *option)
+        assert (done.status, done.output) == (0, f"Nothing to delete; all evidence takes {size} KiB.\n")
+
+
 def test_each_rule_chooses_its_own(tmp_path, sets):
     assert [path for path, _ in candidates(tmp_path, "--keep-newest", 2)] == [str(sets[1]), str(sets[2])]
     assert [path for path, _ in candidates(tmp_path, "--max-size", 0)] == [str(one) for one in sets[1:4]]

@@ -1,5 +1,6 @@
 """`rehearse`: the capture lines of a process, run into a scratch folder."""
 import os
+import re
 import subprocess
 import sys
 
@@ -35,6 +36,9 @@ def test_each_line_of_the_captures_is_run_and_measured(tmp_path, target):
                                               ["DiskPerf_iostat", "DiskPerf_mpstat"] + ["ProcessData"] * 4)
     assert all(one["bytes"] > 0 for one in lines if not one["mayBeEmpty"])
     assert all(one["seconds"] > 0 for one in lines if one["run"])
+    for one in lines:
+        if one["run"]:
+            assert (one["remark"] == "empty, as it may be") == (one["empty"] and one["mayBeEmpty"]), one
     [stacks] = [one for one in lines if not one["run"]]
     assert stacks["remark"] == "left out: stops the process; --stop-process runs it"
     assert done.status == 0
@@ -62,6 +66,10 @@ def test_a_core_is_taken_only_when_the_process_may_be_stopped(tmp_path, target):
     [core] = [one for one in done.document["lines"] if one["file"] == "core"]
     if "ptrace" in core["remark"].lower() or "not permitted" in core["remark"].lower():
         pytest.skip("this host lets nobody trace processes")
+    [stacks] = [one for one in done.document["lines"] if "gstack" in one["line"]]
+    tool = stacks["line"].split(" ")[0]
+    if not os.path.exists(tool):
+        assert (stacks["empty"], stacks["remark"]) == (True, f"EMPTY: {tool} isn't there")
     assert core["bytes"] > 100_000 and core["seconds"] > 0
     [scratch] = os.listdir(tmp_path)
     assert f"core.{target.pid}" in os.listdir(tmp_path / scratch)
@@ -99,3 +107,12 @@ def test_dumps_of_a_java_process_are_taken_only_when_it_may_be_stopped(tmp_path,
     assert (refused.status, refused.errors) == (
         3, 'thsentinelctl: not run: "/opt/jdk; id" is no plain word for a shell\n')
     assert os.path.exists(f"/proc/{pid}")
+
+
+def test_its_last_line_is_about_a_whole_set(tmp_path, target):
+    store = tmp_path / "store.conf"
+    store.write_text("THHS_NUMBER_OF_READINGS = 3\nTHHS_READING_INTERVAL = 1\nTHHS_CAPTURE_NETWORK_STAT = 0\n"
+                     "THHS_CAPTURE_DISK_IO = 0\n")
+    done = companion.run("rehearse", target.pid, "--scratch", tmp_path, "--store", store)
+    assert re.fullmatch(r"A set of 3 readings: MemoryPerf about \S+ [KM]iB; its tools run \d+\.\d\d s in all, "
+                        r"pauses not counted\.", done.output.splitlines()[-1])

@@ -264,3 +264,13 @@ def test_a_set_is_in_progress_while_its_readings_last(busy_host):
     done = verify_on(host)
     assert [one["state"] for one in done.document["sets"]] == ["in-progress"]
     assert done.status == 1
+
+
+def test_a_list_fits_a_terminal_of_80_columns(tmp_path):
+    companion.write_set(tmp_path, process="tbrd", pid=41234, number=1, label="Memory")
+    listed = companion.run("list", "--evidence", tmp_path, "--store", "/absent")
+    [head, row] = listed.output.splitlines()[:2]
+    assert head.split() == ["TIME", "STATE", "SIZE", "SET"]
+    [identifier] = [one["id"] for one in look(tmp_path, "list")[1]]
+    assert row.endswith("  " + identifier) and re.match(r"\d\d-\d\d \d\d:\d\d  \S", row)
+    assert len(row) <= 80

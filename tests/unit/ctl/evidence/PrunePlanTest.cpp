@@ -139,6 +139,16 @@ TEST(PrunePlan, KeepsPinnedLiveAndUnfinishedSets)
                             "3 its process is alive; --live lets it go"));
 }
 
+TEST(PrunePlan, NamesTheGuardThatNoOptionLifts)
+{
+    std::vector<PruneSubject> sets = MakeFive();
+    for (PruneSubject& set : sets) {
+        set.isLive = true;
+    }
+    EXPECT_THAT(Describe(PlanPrune(sets, OlderThan(70), NOW).kept),
+                ElementsAre("0 is the first set of tbrd", "1 its process is alive; --live lets it go"));
+}
+
 TEST(PrunePlan, TakesLiveSetsWhenAsked)
 {
     std::vector<PruneSubject> sets = MakeFive();

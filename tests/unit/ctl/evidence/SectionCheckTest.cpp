@@ -81,7 +81,8 @@ TEST(ProcessSections, WithoutGstackAreWholeAndSaidSo)
         MakeHead("/bin/gstack 4321") + MakeSections({"/usr/bin/pmap 4321"});
     const SectionReport report = Check(text, FileKind::ProcessData);
     EXPECT_THAT(report.damages, IsEmpty());
-    EXPECT_THAT(report.notes, ElementsAre("\"gstack 4321\" gave nothing"));
+    EXPECT_THAT(report.notes, ElementsAre("\"gstack 4321\" gave nothing: the tool isn't installed, or could "
+                                          "not look into the process"));
 }
 
 TEST(ProcessSections, OfAnotherProcessDoNotBelongHere)
