@@ -27,9 +27,10 @@ namespace ctl
 
 namespace
 {
-constexpr VerbText REPORT = {"report", "Makes one page of an evidence set, for the browser or for paper",
-                             "thsentinelctl report --last -o report.html\n"
-                             "thsentinelctl report tbrd/4321/Evidence1 -o report.html --log copies/logs"};
+constexpr VerbText REPORT = {
+    "report", "Makes one page of an evidence set, for the browser or for paper",
+    "thsentinelctl report --last -o report.html\n"
+    "thsentinelctl report tbrd/4321/Evidence1/cpu-20261121T235230 -o report.html --log copies/logs"};
 
 struct ReportOptions
 {

@@ -17,12 +17,8 @@
     return (number < 10 ? "0" : "") + number;
   }
 
-  // Samples are a second apart at least, so a mark between two seconds says nothing.
   function clock(milliseconds) {
     var date = new Date(milliseconds);
-    if (date.getUTCMilliseconds() !== 0) {
-      return "";
-    }
     return two(date.getUTCHours()) + ":" + two(date.getUTCMinutes()) + ":" + two(date.getUTCSeconds());
   }
 
@@ -58,6 +54,20 @@
     var step = [1, 2, 5, 10].find(function (factor) { return raw <= factor * power * 1.0001; }) * power * unit;
     for (var value = Math.ceil(low / step) * step; value <= high; value += step) {
       ticks.push({ v: value, label: format(value, "KiB") });
+    }
+    return ticks;
+  }
+
+  // Samples are a second apart at least, so marks stand at whole seconds, as in the static picture.
+  function timeTicks(low, high, pixels) {
+    var span = (high - low) / 1000;
+    var day = 86400;
+    var most = Math.max(pixels / 90, 1);
+    var step = [1, 2, 5, 10, 15, 30, 60, 120, 300, 600, 900, 1800, 3600, 7200, 10800, 21600, 43200, day]
+      .find(function (seconds) { return span / seconds <= most; }) || Math.ceil(span / day / most) * day;
+    var ticks = [];
+    for (var value = Math.ceil(low / 1000 / step) * step; value * 1000 <= high; value += step) {
+      ticks.push({ v: value * 1000, label: clock(value * 1000) });
     }
     return ticks;
   }
@@ -108,7 +118,7 @@
       valueRange: [0, numbers.highest * 1.02], connectSeparatedPoints: false, animatedZooms: false,
       xRangePad: 0, rightGap: 14,
       axes: {
-        x: { axisLabelFormatter: clock, ticker: Dygraph.dateTicker, pixelsPerLabel: 90 },
+        x: { ticker: timeTicks },
         y: { axisLabelFormatter: function (value) { return format(value, numbers.unit); }, axisLabelWidth: 62 }
       },
       underlayCallback: underlay(numbers),

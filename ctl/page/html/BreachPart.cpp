@@ -57,7 +57,7 @@ void WriteWindow(Html& html, const ReportData& data)
         values += (values.empty() ? "" : ", ") + FormatPlain(reading.reading, 2);
         sum += reading.reading;
     }
-    html.Markup("<dt>Readings before it</dt><dd>").Text(values + ". Their average is ");
+    html.Markup("<dt>Readings of the window</dt><dd>").Text(values + ". Their average is ");
     html.Text(FormatPlain(sum / static_cast<double>(window.size()), 2) + ".").Markup("</dd>");
 }
 

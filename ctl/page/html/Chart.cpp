@@ -21,7 +21,9 @@ constexpr double BOTTOM = 26;
  * stretch. */
 constexpr std::size_t MOST_POINTS = 600;
 constexpr int MARKS_UP = 4;
-constexpr Wall MARKS_ALONG = 6;
+constexpr int MARKS_ALONG = 6;
+/** Half of a label of the time axis. */
+constexpr double HALF_A_LABEL = 26;
 
 struct Scale
 {
@@ -46,6 +48,8 @@ std::string FormatValue(double value, ChartUnit unit)
         return FormatKilobytes(value);
     case ChartUnit::Milliseconds:
         return FormatMilliseconds(value);
+    case ChartUnit::Megabytes:
+        return FormatPlain(value, value < 10 && value != std::floor(value) ? 2 : 0) + " MB";
     default:
         return FormatPlain(value, value < 10 && value != std::floor(value) ? 2 : 0);
     }
@@ -60,6 +64,8 @@ std::string_view NameOf(ChartUnit unit)
         return "KiB";
     case ChartUnit::Milliseconds:
         return "ms";
+    case ChartUnit::Megabytes:
+        return "MB";
     default:
         return "";
     }
@@ -116,12 +122,17 @@ void WriteGrid(Html& html, const Chart& chart, const Scale& scale)
         WriteLine(html, "grid", LEFT, scale.Y(value), WIDTH - RIGHT, scale.Y(value));
         WriteLabel(html, "up", LEFT - 6, scale.Y(value) + 4, FormatValue(value, chart.mUnit));
     }
-    const Wall span = scale.mLast - scale.mFirst;
-    const Wall marks = std::min<Wall>(MARKS_ALONG, span);
-    for (Wall mark = 0; mark <= marks; ++mark) {
-        const Wall wall = scale.mFirst + span * mark / marks;
-        const auto cssClass = mark == 0 ? "along first" : mark == marks ? "along last" : "along";
-        WriteLabel(html, cssClass, scale.X(wall), HEIGHT - 8, FormatWallClock(wall));
+    const Wall apart = GetTimeStep(scale.mLast - scale.mFirst, MARKS_ALONG);
+    for (Wall wall = (scale.mFirst + apart - 1) / apart * apart; wall <= scale.mLast; wall += apart) {
+        const double x = scale.X(wall);
+        const bool isFirst = x < LEFT + HALF_A_LABEL;
+        const bool isLast = x > WIDTH - RIGHT - HALF_A_LABEL;
+        WriteLine(html, "grid", x, HEIGHT - BOTTOM, x, HEIGHT - BOTTOM + 4);
+        WriteLabel(html,
+                   isFirst  ? "along first"
+                   : isLast ? "along last"
+                            : "along",
+                   x, HEIGHT - 8, FormatWallClock(wall));
     }
 }
 
@@ -229,6 +240,19 @@ double GetTickStep(double highest, int marks)
         }
     }
     return 10 * power;
+}
+
+Wall GetTimeStep(Wall span, int marks)
+{
+    constexpr Wall STEPS[] = {1,   2,   5,    10,   15,   30,    60,    120,   300,
+                              600, 900, 1800, 3600, 7200, 10800, 21600, 43200, 86400};
+    for (const Wall step : STEPS) {
+        if (span / step <= marks) {
+            return step;
+        }
+    }
+    const Wall day = STEPS[std::size(STEPS) - 1];
+    return (span / day / marks + 1) * day;
 }
 
 void WriteChart(Html& html, Chart chart)

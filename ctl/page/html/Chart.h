@@ -14,6 +14,7 @@ enum class ChartUnit
     Number,
     Percent,
     Kilobytes,
+    Megabytes, ///< of the daemon, which never says more
     Milliseconds
 };
 
@@ -45,5 +46,8 @@ constexpr std::size_t MOST_SERIES = 6;
 
 /** The step between the marks of an axis that reaches from 0 to `highest`: 1, 2 or 5 of some power of ten. */
 double GetTickStep(double highest, int marks);
+
+/** The seconds between the marks of a time axis: a usual part of a minute, an hour or a day, 1 at least. */
+Wall GetTimeStep(Wall span, int marks);
 
 } // namespace ctl

@@ -84,7 +84,7 @@ void WriteDisks(Html& html, const ReportData& data)
     }
     WriteCharts(html, data, disks);
     html.BeginTable({TextCell("Disk"), NumberCell("Busy, mean"), NumberCell("Highest"),
-                     NumberCell("A request, mean"), NumberCell("Highest"), NumberCell("Read"),
+                     NumberCell("Mean time of a request"), NumberCell("Highest"), NumberCell("Read"),
                      NumberCell("Written"), NumberCell("Queue, highest")});
     for (std::size_t index = 0; index < std::min(disks.size(), MOST_ROWS); ++index) {
         WriteDisk(html, *disks[index]);

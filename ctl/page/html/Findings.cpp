@@ -181,7 +181,15 @@ void FindThreads(const ReportData& data, Findings& found)
 
 void FindMissing(const ReportData& data, Findings& found)
 {
-    if (!data.mProblems.empty()) {
+    if (data.mState == "in-progress" && !data.mProblems.empty()) {
+        const std::size_t more = data.mProblems.size() - 1;
+        found.push_back(
+            {Weight::Watch,
+             "A capture is still at work. So far: " + data.mProblems.front() +
+                 (more > 0 ? ", and " + FormatPlain(static_cast<double>(more), 0) + " more" : "") +
+                 ". See thsentinelctl verify " + data.mSetId + ".",
+             "files"});
+    } else if (!data.mProblems.empty()) {
         found.push_back({Weight::Watch,
                          "The evidence is not whole: " +
                              FormatCount(static_cast<double>(data.mProblems.size()), "problem") + ".",

@@ -15,6 +15,7 @@ struct HostRow
     const char* mName;
     double HostSample::*mMember;
     ChartUnit mUnit;
+    int mDigits = 1; ///< of a plain number
 };
 
 constexpr HostRow SUMMARY_ROWS[] = {
@@ -22,12 +23,13 @@ constexpr HostRow SUMMARY_ROWS[] = {
     {"Memory used, without cache", &HostSample::mMemoryUsed, ChartUnit::Kilobytes},
     {"Buffers and cache", &HostSample::mCache, ChartUnit::Kilobytes},
     {"Swap in use", &HostSample::mSwapUsed, ChartUnit::Kilobytes},
-    {"Memory promised to processes", &HostSample::mCommitted, ChartUnit::Kilobytes},
+    {"Committed memory", &HostSample::mCommitted, ChartUnit::Kilobytes},
     {"Load, 1 minute", &HostSample::mLoad1, ChartUnit::Number},
+    {"Load, 5 minutes", &HostSample::mLoad5, ChartUnit::Number},
     {"Load, 15 minutes", &HostSample::mLoad15, ChartUnit::Number},
-    {"Processes that want to run", &HostSample::mRunnable, ChartUnit::Number},
-    {"Processes blocked by disks", &HostSample::mBlocked, ChartUnit::Number},
-    {"Processes in all", &HostSample::mTasks, ChartUnit::Number},
+    {"Processes that want to run", &HostSample::mRunnable, ChartUnit::Number, 0},
+    {"Processes blocked by disks", &HostSample::mBlocked, ChartUnit::Number, 0},
+    {"Processes in all", &HostSample::mTasks, ChartUnit::Number, 0},
 };
 
 struct ProcessorRow
@@ -42,9 +44,15 @@ constexpr ProcessorRow PROCESSOR_ROWS[] = {
     {"interrupts", &ProcessorSample::mInterrupts},  {"kept by the hypervisor", &ProcessorSample::mSteal},
 };
 
-std::string FormatBy(ChartUnit unit, double value)
+std::string FormatBy(const HostRow& row, double value)
 {
-    return unit == ChartUnit::Kilobytes ? FormatKilobytes(value) : FormatNumber(value, value < 100 ? 1 : 0);
+    return row.mUnit == ChartUnit::Kilobytes ? FormatKilobytes(value) : FormatNumber(value, row.mDigits);
+}
+
+/** The mean of counts needs no be whole. */
+std::string FormatMean(const HostRow& row, double mean)
+{
+    return row.mUnit == ChartUnit::Kilobytes ? FormatKilobytes(mean) : FormatNumber(mean, 1);
 }
 
 std::vector<double> ValuesOf(const ReportData& data, double HostSample::*member)
@@ -80,6 +88,7 @@ void WriteLoadChart(Html& html, const ReportData& data)
     Chart chart = MakeChart(data, "load", "Load of the machine", ChartUnit::Number);
     chart.mSeries = {{"1 minute", ValuesOf(data, &HostSample::mLoad1)},
                      {"5 minutes", ValuesOf(data, &HostSample::mLoad5)},
+                     {"15 minutes", ValuesOf(data, &HostSample::mLoad15)},
                      {"blocked by disks", ValuesOf(data, &HostSample::mBlocked)}};
     chart.mCeiling = data.mProcessors;
     WriteChart(html, std::move(chart));
@@ -126,11 +135,9 @@ void WriteSummary(Html& html, const ReportData& data)
     for (const HostRow& row : SUMMARY_ROWS) {
         const Range range = RangeOf(data.mSamples, row.mMember);
         if (range.mHighest >= 0) {
-            html.Row({TextCell(row.mName), NumberCell(FormatBy(row.mUnit, range.mFirst)),
-                      NumberCell(FormatBy(row.mUnit, range.mLowest)),
-                      NumberCell(FormatBy(row.mUnit, range.mMean)),
-                      NumberCell(FormatBy(row.mUnit, range.mHighest)),
-                      NumberCell(FormatBy(row.mUnit, range.mLast))});
+            html.Row({TextCell(row.mName), NumberCell(FormatBy(row, range.mFirst)),
+                      NumberCell(FormatBy(row, range.mLowest)), NumberCell(FormatMean(row, range.mMean)),
+                      NumberCell(FormatBy(row, range.mHighest)), NumberCell(FormatBy(row, range.mLast))});
         }
     }
     html.EndTable();

@@ -81,7 +81,7 @@ Html& Html::Paragraph(std::string_view text, std::string_view cssClass)
     return Element("p", text, cssClass);
 }
 
-Html& Html::BeginTable(std::initializer_list<HtmlCell> titles, std::string_view cssClass)
+Html& Html::BeginTable(const std::vector<HtmlCell>& titles, std::string_view cssClass)
 {
     Markup("\n<div class=\"scroll\"><table class=\"").Markup(cssClass).Markup("\"><thead><tr>");
     for (const HtmlCell& title : titles) {

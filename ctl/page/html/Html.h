@@ -1,6 +1,5 @@
 #pragma once
 
-#include <initializer_list>
 #include <string>
 #include <string_view>
 #include <vector>
@@ -45,7 +44,7 @@ public:
     Html& Paragraph(std::string_view text, std::string_view cssClass = {});
 
     /** Begins a table that scrolls sideways where the page is narrow. Numbers' titles stand to the right. */
-    Html& BeginTable(std::initializer_list<HtmlCell> titles, std::string_view cssClass = {});
+    Html& BeginTable(const std::vector<HtmlCell>& titles, std::string_view cssClass = {});
     Html& Row(const std::vector<HtmlCell>& cells, std::string_view cssClass = {});
     Html& EndTable();
 

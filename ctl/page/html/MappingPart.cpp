@@ -19,15 +19,15 @@ struct StatusRow
 };
 
 constexpr StatusRow STATUS_ROWS[] = {
-    {"State", "State"},
+    {"State", "State of its first thread"},
     {"Threads", "Threads"},
-    {"VmPeak", "Addresses, highest ever"},
-    {"VmHWM", "Resident, highest ever"},
+    {"VmPeak", "Address space, peak"},
+    {"VmHWM", "Resident, peak"},
     {"VmRSS", "Resident"},
     {"VmSwap", "Swapped out"},
-    {"FDSize", "Descriptor table"},
-    {"voluntary_ctxt_switches", "Waits"},
-    {"nonvoluntary_ctxt_switches", "Times put off the processor"},
+    {"FDSize", "Size of the descriptor table"},
+    {"voluntary_ctxt_switches", "Voluntary context switches"},
+    {"nonvoluntary_ctxt_switches", "Involuntary context switches"},
 };
 
 double SizeOf(const MappingReport& report, const Mapping& mapping)
@@ -61,6 +61,37 @@ void WriteStatus(Html& html, const NamedValues& status)
     html.Markup("</dl>");
 }
 
+bool IsGrowthKnown(const ReportData& data)
+{
+    return data.mEarlier && data.mMappings.mHasResident && data.mEarlier->mMappings.mHasResident;
+}
+
+/** What a row of the mappings shows beside the mapping itself. */
+struct MappingRow
+{
+    HtmlCell mName;
+    double mGrowth = 0; ///< kilobytes
+    double mBar = -1;   ///< percent; none below 0
+    std::string_view mClass = {};
+};
+
+void WriteMapping(Html& html, const ReportData& data, const Mapping& mapping, const MappingRow& row)
+{
+    const auto format = [&data](double kilobytes) {
+        return data.mMappings.mHasResident ? FormatKilobytes(kilobytes) : "not known";
+    };
+    std::vector<HtmlCell> cells = {row.mName,
+                                   NumberCell(format(mapping.mResident), row.mBar),
+                                   NumberCell(format(mapping.mPrivate)),
+                                   NumberCell(format(mapping.mSwap)),
+                                   NumberCell(FormatKilobytes(mapping.mSize)),
+                                   NumberCell(FormatPlain(mapping.mCount, 0))};
+    if (IsGrowthKnown(data)) {
+        cells.push_back(NumberCell(FormatGrowth(row.mGrowth)));
+    }
+    html.Row(cells, row.mClass);
+}
+
 void WriteByName(Html& html, const ReportData& data)
 {
     const MappingReport& report = data.mMappings;
@@ -68,28 +99,22 @@ void WriteByName(Html& html, const ReportData& data)
     const double highest = mappings.empty() ? 0 : SizeOf(report, *mappings.front());
     const std::size_t count = mappings.size();
     KeepFirst(mappings, MOST_ROWS);
-    html.BeginTable({TextCell("Mapped"), NumberCell("Resident"), NumberCell("Its own"),
-                     NumberCell("Swapped out"), NumberCell("Addresses"), NumberCell("Mappings"),
-                     NumberCell("Growth")});
+    std::vector<HtmlCell> titles = {TextCell("Mapped"),          NumberCell("Resident"),
+                                    NumberCell("Its own"),       NumberCell("Swapped out"),
+                                    NumberCell("Address space"), NumberCell("Mappings")};
+    if (IsGrowthKnown(data)) {
+        titles.push_back(NumberCell("Growth"));
+    }
+    html.BeginTable(titles);
     for (const Mapping* mapping : mappings) {
-        html.Row({TextCell(mapping->mName, "command"),
-                  NumberCell(report.mHasResident ? FormatKilobytes(mapping->mResident) : "not known",
-                             highest > 0 ? 100 * SizeOf(report, *mapping) / highest : -1),
-                  NumberCell(report.mHasResident ? FormatKilobytes(mapping->mPrivate) : "not known"),
-                  NumberCell(report.mHasResident ? FormatKilobytes(mapping->mSwap) : "not known"),
-                  NumberCell(FormatKilobytes(mapping->mSize)), NumberCell(FormatPlain(mapping->mCount, 0)),
-                  NumberCell(data.mEarlier ? FormatGrowth(GrowthOf(data, *mapping)) : "")});
+        const double bar = highest > 0 ? 100 * SizeOf(report, *mapping) / highest : -1;
+        WriteMapping(html, data, *mapping,
+                     {TextCell(mapping->mName, "command"), GrowthOf(data, *mapping), bar});
     }
     const Mapping& total = report.mTotal;
-    html.Row(
-        {TextCell("All " + FormatPlain(static_cast<double>(count), 0)),
-         NumberCell(report.mHasResident ? FormatKilobytes(total.mResident) : "not known"),
-         NumberCell(report.mHasResident ? FormatKilobytes(total.mPrivate) : "not known"),
-         NumberCell(report.mHasResident ? FormatKilobytes(total.mSwap) : "not known"),
-         NumberCell(FormatKilobytes(total.mSize)), NumberCell(FormatPlain(total.mCount, 0)),
-         NumberCell(data.mEarlier ? FormatGrowth(total.mResident - data.mEarlier->mMappings.mTotal.mResident)
-                                  : "")},
-        "total");
+    const double growth = data.mEarlier ? total.mResident - data.mEarlier->mMappings.mTotal.mResident : 0;
+    WriteMapping(html, data, total,
+                 {TextCell("All " + FormatPlain(static_cast<double>(count), 0)), growth, -1, "total"});
     html.EndTable();
 }
 
@@ -151,7 +176,7 @@ void WriteMappings(Html& html, const ReportData& data)
     }
     WriteByName(html, data);
     WriteLargest(html, data.mMappings);
-    if (data.mEarlier && data.mMappings.mHasResident && data.mEarlier->mMappings.mHasResident) {
+    if (IsGrowthKnown(data)) {
         WriteGrowth(html, data);
     } else {
         html.Paragraph("Growth is not known: there is no earlier set of this process id with a memory map.",

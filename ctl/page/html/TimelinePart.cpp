@@ -10,19 +10,20 @@ namespace ctl
 namespace
 {
 constexpr std::size_t MOST_EVENT_ROWS = 60;
+constexpr Wall FOLDED_WITHIN = 2; ///< seconds in which equal lines are one row
 
 struct EventText
 {
     LogEventKind mKind;
     const char* mClass;
-    const char* mText; ///< {n} name, {d} detail, {c} number, {r} reading, {t} limit
+    const char* mText; ///< {n} name, {d} detail, {c} number, {r} reading, {t} limit, {s} resource
 };
 
 constexpr EventText EVENT_TEXTS[] = {
     {LogEventKind::Breach, "bad", "Limit exceeded: {r}, limit {t}"},
     {LogEventKind::Forced, "watch", "Evidence taken whatever the limit: reading {r}"},
     {LogEventKind::CounterAdded, "", "The daemon begins to watch it"},
-    {LogEventKind::Capture, "", "Evidence set {c} begins"},
+    {LogEventKind::Capture, "", "Evidence set {c}{s} begins"},
     {LogEventKind::Exhausted, "watch", "No more sets for {n}: all {c} are taken"},
     {LogEventKind::CoreWritten, "", "The core tool ended well (see the files for whether the core is whole)"},
     {LogEventKind::CoreFailed, "bad", "The core could not be taken"},
@@ -50,6 +51,8 @@ std::string ValueOf(const TimelineEvent& event, char place)
         return FormatPlain(event.number, 0);
     case 'r':
         return FormatPlain(event.reading, 2) + (event.unit == "MB" ? " MB" : " %");
+    case 's':
+        return event.resource.empty() ? "" : event.resource == "cpu" ? " (processor time)" : " (memory)";
     default:
         return FormatPlain(event.limit, 0) + (event.unit == "MB" ? " MB" : " %");
     }
@@ -65,17 +68,31 @@ std::string TextOf(const TimelineEvent& event, std::string_view pattern)
     return text.append(pattern);
 }
 
-void WriteEvent(Html& html, const ReportData& data, const TimelineEvent& event)
+/** A row of the timeline. */
+struct EventRow
 {
-    const auto row = std::find_if(std::begin(EVENT_TEXTS), std::end(EVENT_TEXTS),
-                                  [&](const EventText& text) { return text.mKind == event.kind; });
-    if (row == std::end(EVENT_TEXTS)) {
+    Wall mWall = 0;
+    std::string mText;
+    const char* mClass = "";
+    int mTimes = 1;
+};
+
+/** Adds an event to the rows; one that says what a row of just before says is counted there. */
+void AddEvent(std::vector<EventRow>& rows, const TimelineEvent& event)
+{
+    const auto kind = std::find_if(std::begin(EVENT_TEXTS), std::end(EVENT_TEXTS),
+                                   [&](const EventText& text) { return text.mKind == event.kind; });
+    if (kind == std::end(EVENT_TEXTS)) {
         return;
     }
-    const Wall from = data.mBreach ? data.mBreach->mWall : data.mWall;
-    html.Row({TextCell(FormatWall(event.mWall), "time"), NumberCell(FormatOffset(event.mWall, from)),
-              TextCell(TextOf(event, row->mText))},
-             row->mClass);
+    EventRow added = {event.mWall, TextOf(event, kind->mText), kind->mClass};
+    for (auto row = rows.rbegin(); row != rows.rend() && event.mWall - row->mWall <= FOLDED_WITHIN; ++row) {
+        if (row->mText == added.mText) {
+            ++row->mTimes;
+            return;
+        }
+    }
+    rows.push_back(std::move(added));
 }
 
 /** The events nearest to the breach, when there are more than a table shows. */
@@ -87,8 +104,16 @@ void WriteEvents(Html& html, const ReportData& data)
     const std::size_t first = begin > MOST_EVENT_ROWS / 4 ? begin - MOST_EVENT_ROWS / 4 : 0;
     const std::size_t last = std::min(first + MOST_EVENT_ROWS, data.mEvents.size());
     html.BeginTable({TextCell("Time"), NumberCell("From the breach"), TextCell("What happened")}, "events");
+    std::vector<EventRow> rows;
     for (std::size_t index = first; index < last; ++index) {
-        WriteEvent(html, data, data.mEvents[index]);
+        AddEvent(rows, data.mEvents[index]);
+    }
+    const Wall from = data.mBreach ? data.mBreach->mWall : data.mWall;
+    for (const EventRow& row : rows) {
+        const std::string times = row.mTimes > 1 ? " (" + FormatPlain(row.mTimes, 0) + " times)" : "";
+        html.Row({TextCell(FormatWall(row.mWall), "time"), NumberCell(FormatOffset(row.mWall, from)),
+                  TextCell(row.mText + times)},
+                 row.mClass);
     }
     html.EndTable();
     if (last - first < data.mEvents.size()) {
@@ -103,7 +128,8 @@ void WriteReadings(Html& html, const ReportData& data)
     Chart chart{
         "readings",
         data.mResource == "cpu" ? "Readings of the daemon, processor time" : "Readings of the daemon, memory",
-        data.mBreach && data.mBreach->unit == "MB" ? ChartUnit::Number : ChartUnit::Percent,
+        !data.mReadings.empty() && data.mReadings.front().unit == "MB" ? ChartUnit::Megabytes
+                                                                       : ChartUnit::Percent,
         {},
         {{data.mProcess, {}}},
         -1,

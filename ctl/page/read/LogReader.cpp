@@ -52,24 +52,44 @@ bool IsOfSet(const TimelineEvent& event, const ReportData& data, int lastSetPid)
     case LogEventKind::Started:
     case LogEventKind::Stopped:
         return true;
+    case LogEventKind::Failure: // the reason of a stop among them, whenever it came
+        return true;
     case LogEventKind::LevelRestored:
-    case LogEventKind::Failure:
         return event.mWall >= data.mWall - 1;
     default:
         return event.pid == data.mPid;
     }
 }
 
-void Add(TimelineEvent&& event, ReportData& data, int& lastSetPid)
+/** What the lines before say of a line that names less. */
+struct LinesBefore
 {
-    lastSetPid = event.kind == LogEventKind::Capture ? event.pid : lastSetPid;
+    int mSetPid = 0;             ///< the process of the set that began last
+    int mBreachPid = 0;          ///< of the breach that came last
+    std::string mBreachResource; ///< the same
+};
+
+bool IsBreach(const TimelineEvent& event)
+{
+    return event.kind == LogEventKind::Breach || event.kind == LogEventKind::Forced;
+}
+
+void Add(TimelineEvent&& event, ReportData& data, LinesBefore& before)
+{
+    if (IsBreach(event)) {
+        before.mBreachPid = event.pid;
+        before.mBreachResource = event.resource;
+    } else if (event.kind == LogEventKind::Capture) {
+        before.mSetPid = event.pid;
+        event.resource = event.pid == before.mBreachPid ? before.mBreachResource : "";
+    }
     if (event.kind == LogEventKind::Usage) {
         if (IsOfCounter(event, data) && data.mReadings.size() < MOST_READINGS) {
             data.mReadings.push_back(std::move(event));
         }
     } else if (event.kind == LogEventKind::Window) {
         return; // follow from the reading and the breach
-    } else if (IsOfSet(event, data, lastSetPid) && data.mEvents.size() < MOST_EVENTS) {
+    } else if (IsOfSet(event, data, before.mSetPid) && data.mEvents.size() < MOST_EVENTS) {
         data.mEvents.push_back(std::move(event));
     }
 }
@@ -78,8 +98,8 @@ void Add(TimelineEvent&& event, ReportData& data, int& lastSetPid)
 void FindBreach(ReportData& data)
 {
     for (const TimelineEvent& event : data.mEvents) {
-        const bool isBreach = event.kind == LogEventKind::Breach || event.kind == LogEventKind::Forced;
-        if (isBreach && event.mWall >= data.mWall - BREACH_BEFORE_SET && event.mWall <= data.mWall + 1) {
+        if (IsBreach(event) && event.mWall >= data.mWall - BREACH_BEFORE_SET &&
+            event.mWall <= data.mWall + 1) {
             data.mBreach = event;
         }
     }
@@ -90,11 +110,11 @@ void ReadLog(int file, std::uint64_t bytes, ReportData& data)
     const Wall from = data.mWall - LOG_BEFORE;
     const Wall to = data.mWall + LOG_AFTER;
     StampReader stamps;
-    int lastSetPid = 0;
+    LinesBefore before;
     const auto take = [&](const LogLineRead& line) {
         const bool isWithin = line.wall >= from && line.wall <= to;
         if (auto event = isWithin ? ParseLogText(line.text) : std::nullopt) {
-            Add({std::move(*event), line.wall}, data, lastSetPid);
+            Add({std::move(*event), line.wall}, data, before);
         }
         return line.wall <= to + DISORDER;
     };

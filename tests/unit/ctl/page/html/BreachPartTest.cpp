@@ -40,8 +40,9 @@ TEST(BreachPart, ShowsTheWindowThatEndsWithTheBreach)
         data.mReadings.push_back(MakeEvent(LogEventKind::Usage, 1000 + 60 * (minute - 6)));
         data.mReadings.back().reading = 10 * minute;
     }
-    EXPECT_THAT(ReadPart(WriteBreach, data),
-                HasSubstr("|20.00, 30.00, 40.00, 50.00, 60.00. Their average is 40.00.|"));
+    EXPECT_THAT(
+        ReadPart(WriteBreach, data),
+        HasSubstr("|Readings of the window|20.00, 30.00, 40.00, 50.00, 60.00. Their average is 40.00.|"));
 }
 
 TEST(BreachPart, NamesNoResourceWhereNoFileDoes)

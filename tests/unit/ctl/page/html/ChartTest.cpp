@@ -9,6 +9,7 @@ namespace ctl
 namespace
 {
 
+using testing::ElementsAre;
 using testing::HasSubstr;
 using testing::Not;
 
@@ -65,6 +66,48 @@ TEST(Chart, OfVeryManyPointsKeepsThePeaks)
     const std::string text = Write(MakeChart(values));
     EXPECT_LT(text.find("</svg>") - text.find("<polyline"), 12000u);
     EXPECT_THAT(text, HasSubstr(",12.0 "));
+}
+
+std::vector<std::string> GetLabels(Wall first, Wall last)
+{
+    Chart chart{"x", "Title", ChartUnit::Percent, {first, last}, {{"line", {1, 2}}}, 100, -1, 0};
+    std::string text = Write(std::move(chart));
+    std::vector<std::string> labels;
+    constexpr std::string_view BEGIN = "<text class=\"along";
+    for (auto found = text.find(BEGIN); found != std::string::npos; found = text.find(BEGIN, found + 1)) {
+        const auto begin = text.find('>', found) + 1;
+        labels.push_back(text.substr(begin, text.find('<', begin) - begin));
+    }
+    return labels;
+}
+
+TEST(Chart, HasEvenMarksAtWholeTimes)
+{
+    EXPECT_THAT(GetLabels(1000, 1001), ElementsAre("00:16:40", "00:16:41"));
+    EXPECT_THAT(GetLabels(1009, 1015), ElementsAre("00:16:49", "00:16:50", "00:16:51", "00:16:52", "00:16:53",
+                                                   "00:16:54", "00:16:55"));
+    EXPECT_THAT(GetLabels(1009, 1022), ElementsAre("00:16:50", "00:16:52", "00:16:54", "00:16:56", "00:16:58",
+                                                   "00:17:00", "00:17:02"));
+    EXPECT_THAT(GetLabels(1009, 1258), ElementsAre("00:17:00", "00:18:00", "00:19:00", "00:20:00"));
+}
+
+TEST(Chart, OfMegabytesNamesThem)
+{
+    Chart chart = MakeChart({1, 2});
+    chart.mUnit = ChartUnit::Megabytes;
+    chart.mLimit = 60;
+    const std::string text = Write(std::move(chart));
+    EXPECT_THAT(text, HasSubstr(">100 MB</text>"));
+    EXPECT_THAT(text, HasSubstr("limit 60 MB<"));
+    EXPECT_THAT(text, HasSubstr("\"unit\":\"MB\""));
+}
+
+TEST(TimeStep, GrowsWithTheSpan)
+{
+    EXPECT_EQ(GetTimeStep(0, 6), 1);
+    EXPECT_EQ(GetTimeStep(3600, 6), 600);
+    EXPECT_EQ(GetTimeStep(86400, 6), 21600);
+    EXPECT_EQ(GetTimeStep(86400 * 100, 6), 86400 * 17);
 }
 
 TEST(TickStep, IsOneTwoOrFiveOfAPowerOfTen)

@@ -49,6 +49,22 @@ TEST(Findings, NameShortMemoryAndSwapping)
         "The machine was swapping out: 128.0 MiB more swap in use at the last sample than at the first.\n");
 }
 
+TEST(Findings, SayThatACaptureIsStillAtWork)
+{
+    ReportData data = MakeQuiet();
+    data.mSetId = "tbrd/66/Evidence1/cpu-20261113T020728";
+    data.mState = "in-progress";
+    data.mProblems = {"Netstat: is missing"};
+    EXPECT_EQ(TextOf(data),
+              "A capture is still at work. So far: Netstat: is missing. See thsentinelctl verify "
+              "tbrd/66/Evidence1/cpu-20261113T020728.\n");
+    data.mProblems.emplace_back("ProcessData: is missing");
+    EXPECT_EQ(TextOf(data), "A capture is still at work. So far: Netstat: is missing, and 1 more. See "
+                            "thsentinelctl verify tbrd/66/Evidence1/cpu-20261113T020728.\n");
+    data.mState = "incomplete";
+    EXPECT_EQ(TextOf(data), "The evidence is not whole: 2 problems.\n");
+}
+
 TEST(Findings, NameTheWorstFirst)
 {
     ReportData data = MakeQuiet();

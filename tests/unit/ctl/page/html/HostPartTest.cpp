@@ -39,6 +39,21 @@ TEST(HostPart, ShowsTheRangeOfWhatWasSampled)
     EXPECT_THAT(text, HasSubstr("|00:00:15|4.00|1.00 MiB|"));
 }
 
+TEST(HostPart, ShowsCountsAsWholeNumbersAndEachLoadOfTheChart)
+{
+    ReportData data;
+    data.mSamples = {MakeSample(10, 1, -1), MakeSample(15, 2, -1)};
+    data.mSamples[0].mTasks = 18;
+    data.mSamples[1].mTasks = 19;
+    data.mSamples[0].mLoad5 = data.mSamples[0].mLoad15 = 1;
+    const std::string text = ReadPart(WriteHost, data);
+    EXPECT_THAT(text, HasSubstr("|Load, 5 minutes|1.0|1.0|1.0|1.0|1.0|Load, 15 minutes|1.0|"));
+    EXPECT_THAT(text, HasSubstr("|Processes in all|18|18|18.5|19|19|"));
+    for (const char* const series : {"1 minute", "5 minutes", "15 minutes"}) {
+        EXPECT_THAT(text, HasSubstr("|" + std::string(series) + "|")) << "in the legend of the chart";
+    }
+}
+
 TEST(HostPart, LeavesOutWhatNoToolSaid)
 {
     ReportData data;

@@ -43,7 +43,24 @@ TEST(MappingPart, ShowsTheLargestFirstAndGrowthSinceTheSetBefore)
     data.mEarlier->mMappings = data.mMappings;
     EXPECT_THAT(ReadPart(WriteMappings, data), HasSubstr("|No mapping changed by more than 64 KiB.|"));
     data.mEarlier.reset();
-    EXPECT_THAT(ReadPart(WriteMappings, data), HasSubstr("|Growth is not known: there is no earlier set"));
+    const std::string alone = ReadPart(WriteMappings, data);
+    EXPECT_THAT(alone, HasSubstr("|Growth is not known: there is no earlier set"));
+    EXPECT_THAT(alone, HasSubstr("|Address space|Mappings|[heap]|4.00 MiB|4.00 MiB|0|8.00 MiB|1|[stack]|"))
+        << "a column of growth would be empty";
+}
+
+TEST(MappingPart, NamesTheFiguresOfTheStatus)
+{
+    ReportData data;
+    for (const char* const line :
+         {"State:\tS (sleeping)", "VmPeak:\t 2048 kB", "VmHWM:\t 1024 kB", "FDSize:\t64",
+          "voluntary_ctxt_switches:\t5", "nonvoluntary_ctxt_switches:\t7"}) {
+        data.mStatus.TakeLine(line);
+    }
+    EXPECT_THAT(ReadPart(WriteMappings, data),
+                HasSubstr("|State of its first thread|S (sleeping)|Address space, peak|2.00 MiB|Resident, "
+                          "peak|1.00 MiB|Size of the descriptor table|64|Voluntary context switches|5|"
+                          "Involuntary context switches|7|"));
 }
 
 TEST(MappingPart, SaysThatSizesAloneAreKnown)

@@ -32,6 +32,32 @@ TEST(TimelinePart, ShowsBreachCapturesAndLevelsWithTheirDistance)
     EXPECT_THAT(text, HasSubstr("|+3 s|Log levels of tbrd raised to 6|"));
 }
 
+TEST(TimelinePart, ShowsEqualLinesOfAMomentOnce)
+{
+    ReportData data = MakeTimeline();
+    data.mEvents = {MakeEvent(LogEventKind::Stopped, 1300), MakeEvent(LogEventKind::Failure, 1300),
+                    MakeEvent(LogEventKind::Stopped, 1301), MakeEvent(LogEventKind::Stopped, 1302),
+                    MakeEvent(LogEventKind::Stopped, 1400)};
+    data.mEvents[1].detail = "the settings are bad";
+    EXPECT_THAT(ReadPart(WriteTimeline, data),
+                HasSubstr("|1970-01-01 00:21:40|+5 min|The daemon stopped (3 times)|"
+                          "1970-01-01 00:21:40|+5 min|Error:the settings are bad|"
+                          "1970-01-01 00:23:20|+6 min 40 s|The daemon stopped|"));
+}
+
+TEST(TimelinePart, NamesTheResourceOfEachSet)
+{
+    ReportData data = MakeTimeline();
+    data.mEvents = {MakeEvent(LogEventKind::Capture, 1000), MakeEvent(LogEventKind::Capture, 1001),
+                    MakeEvent(LogEventKind::Capture, 1002)};
+    data.mEvents[1].resource = "memory";
+    data.mEvents[2].resource = "";
+    const std::string text = ReadPart(WriteTimeline, data);
+    EXPECT_THAT(text, HasSubstr("|Evidence set 0 (processor time) begins|"));
+    EXPECT_THAT(text, HasSubstr("|Evidence set 0 (memory) begins|"));
+    EXPECT_THAT(text, HasSubstr("|Evidence set 0 begins|"));
+}
+
 TEST(TimelinePart, KeepsTheEventsAroundTheBreachWhereThereAreMany)
 {
     ReportData data = MakeTimeline();

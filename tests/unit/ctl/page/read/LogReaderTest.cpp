@@ -61,6 +61,29 @@ TEST_F(LogReaderFixture, KeepsTheReadingsOfItsCounterAlone)
     EXPECT_EQ(mData.mReadings[0].reading, 91);
 }
 
+TEST_F(LogReaderFixture, KnowsTheResourceOfASetByTheBreachBeforeIt)
+{
+    const std::string cpu = "CPU threshold exceeded by process : tbrd (66), Threshold : 1 Percent , Usage : ";
+    const std::string memory =
+        "Memory threshold exceeded by process : tbrd (66), Threshold : 1 MB , Usage : ";
+    const std::string capture = "Taking Process Dump (Count #1) for process tbrd (66).\n";
+    WriteLog("2026-11-13 02:07:28:000 - " + cpu + "95.00 Percent\n" + "2026-11-13 02:07:28:001 - " + capture +
+             "2026-11-13 02:07:28:002 - " + memory + "2.00 MB\n" + "2026-11-13 02:07:28:003 - " + capture);
+    Read();
+    ASSERT_EQ(mData.mEvents.size(), 3u) << "the breach of memory is none of this set";
+    EXPECT_EQ(mData.mEvents[1].resource, "cpu");
+    EXPECT_EQ(mData.mEvents[2].resource, "memory");
+}
+
+TEST_F(LogReaderFixture, ShowsTheErrorOfAStopBeforeTheSet)
+{
+    WriteLog("2026-11-13 01:07:28:000 - Error:Tarnhaven configuration has invalid values.\n"
+             "2026-11-13 01:07:28:001 - Tarnhaven Health Sentinel Service stopped.\n");
+    Read();
+    ASSERT_EQ(mData.mEvents.size(), 2u);
+    EXPECT_EQ(mData.mEvents[0].kind, LogEventKind::Failure);
+}
+
 TEST_F(LogReaderFixture, GivesLinesWithoutANameToTheSetThatBeganLast)
 {
     WriteLog("2026-11-13 02:07:28:000 - Taking Process Dump (Count #1) for process tbrd (66).\n"
