@@ -111,12 +111,13 @@
     };
   }
 
+  // The library draws no mark at the very end of the axis, so the axis is a little longer than the samples.
   function options(numbers, legend) {
     var chosen = {
       labels: ["time"].concat(numbers.names.map(function (name, index) { return index + " " + name; })),
       labelsUTC: true, legend: "never", strokeWidth: 1.8, gridLineWidth: 1, highlightCircleSize: 3,
       valueRange: [0, numbers.highest * 1.02], connectSeparatedPoints: false, animatedZooms: false,
-      xRangePad: 0, rightGap: 14,
+      xRangePad: 1, rightGap: 14,
       axes: {
         x: { ticker: timeTicks },
         y: { axisLabelFormatter: function (value) { return format(value, numbers.unit); }, axisLabelWidth: 62 }

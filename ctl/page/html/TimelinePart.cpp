@@ -1,6 +1,7 @@
 #include "page/html/Chart.h"
 #include "page/html/Format.h"
 #include "page/html/Parts.h"
+#include "page/parse/Fields.h"
 
 #include <algorithm>
 
@@ -37,7 +38,7 @@ constexpr EventText EVENT_TEXTS[] = {
     {LogEventKind::LevelRestored, "", "Log levels of {n} put back"},
     {LogEventKind::Started, "", "The daemon started"},
     {LogEventKind::Stopped, "watch", "The daemon stopped"},
-    {LogEventKind::Failure, "bad", "Error:{d}"},
+    {LogEventKind::Failure, "bad", "Error: {d}"},
 };
 
 std::string ValueOf(const TimelineEvent& event, char place)
@@ -46,7 +47,7 @@ std::string ValueOf(const TimelineEvent& event, char place)
     case 'n':
         return event.process;
     case 'd':
-        return event.detail;
+        return std::string(TrimBlanks(event.detail));
     case 'c':
         return FormatPlain(event.number, 0);
     case 'r':

@@ -137,7 +137,7 @@ def test_evidence_recorded_with_the_tools_of_debian_13_is_read_in_all_its_sectio
     [pid] = os.listdir(RECORDED / "trixie/thsentinel/tbrd")
     for expected in ("|recorder, 2 processors, 23.6 GiB of memory, Linux 6.18.44", "|2 samples from 00:14:1",
                      "|Processes that want to run|", f"|{pid}|/tmp/tbrd /tmp/target.py|",
-                     "|State|S (sleeping)|Threads|3|", "|[heap]|1.25 MiB|1.25 MiB|", "|vda|",
+                     "|State of its first thread|S (sleeping)|Threads|3|", "|[heap]|1.25 MiB|1.25 MiB|", "|vda|",
                      "|tcp|CLOSE_WAIT|4|4|", "|tcp|FIN_WAIT2|4|0|", f"|127.0.0.1|{pid}/tbrd|4|4|",
                      "|3 threads with 2 different stacks, from the stack listing of the capture.",
                      "|2 threads|clock_nanosleep (libc.so.6)|called from|_PyEval_EvalFrameDefault|", "|complete|"):
@@ -188,6 +188,16 @@ def test_the_page_draws_its_charts_without_a_complaint_or_a_request(page, tmp_pa
     assert len(browser.Visit(tmp_path, bad).console) == 2
     bad.write_text(re.sub('<meta http-equiv="Content-Security-Policy"[^>]*>', "", text))
     assert browser.Visit(tmp_path, bad).requests == {ELSEWHERE}
+
+
+def test_the_time_axis_of_two_samples_has_both_times(tmp_path):
+    needs_browser()
+    done = companion.run("report", "--last", "--evidence", RECORDED / "trixie", "--store", "/absent", "--log", "/absent",
+                         "-o", tmp_path / "page.html")
+    assert done.status == 0
+    document = browser.Visit(tmp_path, tmp_path / "page.html").document
+    [chart] = re.findall('<figure[^>]*id="chart-memory".*?</figure>', document, flags=re.S)
+    assert re.findall('dygraph-axis-label-x[^>]*>([^<]*)<', chart) == ["00:14:17", "00:14:18"]
 
 
 def test_the_page_is_whole_without_scripts_and_on_paper(page, tmp_path):

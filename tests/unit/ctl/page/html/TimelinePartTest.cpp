@@ -41,7 +41,7 @@ TEST(TimelinePart, ShowsEqualLinesOfAMomentOnce)
     data.mEvents[1].detail = "the settings are bad";
     EXPECT_THAT(ReadPart(WriteTimeline, data),
                 HasSubstr("|1970-01-01 00:21:40|+5 min|The daemon stopped (3 times)|"
-                          "1970-01-01 00:21:40|+5 min|Error:the settings are bad|"
+                          "1970-01-01 00:21:40|+5 min|Error: the settings are bad|"
                           "1970-01-01 00:23:20|+6 min 40 s|The daemon stopped|"));
 }
 
