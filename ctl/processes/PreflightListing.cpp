@@ -8,6 +8,7 @@
 #include "platform/ListingLines.h"
 
 #include "base/JavaNames.h"
+#include "base/Plural.h"
 #include "base/SafeFile.h"
 #include "processes/Preflight.h"
 #include "processes/ToolRun.h"
@@ -144,7 +145,7 @@ void CheckListing(const PreflightBase& base, PreflightRows& rows)
                         "see what ps -eo pid,command prints"});
     } else {
         rows.push_back({"process listing", Result::Good,
-                        std::to_string(lines.size()) + " lines, and every watched process among them", ""});
+                        CountNoun(lines.size(), "line") + ", and every watched process among them", ""});
     }
     for (const Resource resource : {Resource::Cpu, Resource::Memory}) {
         const auto found =

@@ -258,7 +258,7 @@ TEST_F(PreflightFixture, RunsTheListingLines)
         mFolder.WriteProgram("tools/ps", "echo '" + line + "'");
     };
     list("    7  0.0 tbrd");
-    EXPECT_EQ(Run(CheckListing, "process listing"), "good 1 lines, and every watched process among them");
+    EXPECT_EQ(Run(CheckListing, "process listing"), "good 1 line, and every watched process among them");
     EXPECT_EQ(Run(CheckListing, "reading of CPU"), "good process 7 reads 0.0");
     list("    7  0,5 tbrd");
     EXPECT_EQ(Run(CheckListing, "reading of CPU"),

@@ -58,6 +58,14 @@ TEST_F(EvidencePathFixture, IsHeldAgainstWhoElseMayWriteThere)
     EXPECT_TRUE(Finds(Severity::Warning, group));
 }
 
+TEST_F(EvidencePathFixture, ThatIsNotThereIsLeftToTheLoadWhichComplainsOfIt)
+{
+    const std::string missing = mFolder.GetPath() + "/missing";
+    StoreFindings findings;
+    CheckEvidenceFolder(missing, missing, 7, findings);
+    EXPECT_TRUE(findings.empty());
+}
+
 TEST_F(EvidencePathFixture, IsHeldAgainstALinkInThePlaceOfTheRoot)
 {
     std::filesystem::remove(mFolder.GetRoot());

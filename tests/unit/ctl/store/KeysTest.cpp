@@ -8,6 +8,7 @@ TEST(NearestKey, IsTheOneThatWasMeant)
     EXPECT_EQ(ctl::FindNearestKey("THHS_DUMPCOUNT"), "THHS_DUMP_COUNT");
     EXPECT_EQ(ctl::FindNearestKey("thhs_monitor_cp"), "THHS_MONITOR_CPU");
     EXPECT_EQ(ctl::FindNearestKey("EVIDENCE_PATH"), "THHS_EVIDENCE_PATH");
+    EXPECT_EQ(ctl::FindNearestKey("THHS_POLL_INTE"), "THHS_POLL_INTERVAL") << "four letters short";
 }
 
 TEST(NearestKey, IsNoneForATextThatIsNearToNothing)

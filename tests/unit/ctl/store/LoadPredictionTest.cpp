@@ -99,6 +99,11 @@ INSTANTIATE_TEST_SUITE_P(
                     Stopper{"THHS_EVIDENCE_PATH", "/none", 101},
                     Stopper{"THHS_EVIDENCE_PATH", "/a/../b", 102}));
 
+TEST(LoadPrediction, AcceptsALimitOfAHundredPercent)
+{
+    EXPECT_EQ(Predict({{"THHS_MONITOR_CPU", "a:100"}}).result, 0);
+}
+
 TEST(LoadPrediction, SaysWhatAppliesInsteadOfAValueOutOfRange)
 {
     const LoadPrediction prediction = Predict({{"THHS_DUMP_COUNT", "11"}});
