@@ -33,8 +33,8 @@ constexpr const char* ABOUT =
     "Asks, checks, verifies, reads and keeps what the Tarnhaven Health Sentinel watches and "
     "writes, and never touches the daemon.";
 constexpr const char* STATUSES =
-    "Exit status: 0 good, 1 warnings, 2 errors, 3 can't tell, 64 wrong use; of status: "
-    "0 running,\n1 dead with a process id left, 3 stopped, 4 unknown.";
+    "Exit status: 0 good, 1 warnings, 2 errors, 3 not known or not done, 64 wrong use; of status:\n"
+    "0 running, 1 dead with a process id left, 3 stopped, 4 unknown.";
 
 int Parse(CLI::App& program, Common& common, int argumentCount, const char* const* arguments)
 {
@@ -42,9 +42,11 @@ int Parse(CLI::App& program, Common& common, int argumentCount, const char* cons
         program.parse(argumentCount, arguments);
         return common.status;
     } catch (const CLI::RequiredError& failure) {
-        const std::vector<std::string> unknown = program.remaining();
-        if (program.get_subcommands().empty() && !unknown.empty()) {
-            std::cerr << "thsentinelctl: there is no verb " << EscapeControls(unknown.front())
+        if (program.get_subcommands().empty()) {
+            const std::vector<std::string> unknown = program.remaining();
+            std::cerr << "thsentinelctl: "
+                      << (unknown.empty() ? "a verb is required"
+                                          : "there is no verb " + EscapeControls(unknown.front()))
                       << "; thsentinelctl --help lists them\n";
             return EXIT_WRONG_USE;
         }
@@ -131,6 +133,7 @@ int RunProgram(int argumentCount, const char* const* arguments)
     program.footer(STATUSES);
     program.set_version_flag("--version", "thsentinelctl " THSENTINEL_VERSION);
     program.require_subcommand(1);
+    program.get_formatter()->label("SUBCOMMAND", "VERB");
     AddCommonOptions(program, common);
     const std::span words(arguments, static_cast<std::size_t>(argumentCount)); // the program's own is no verb
     for (const VerbRegistration& verb : GetVerbs()) {

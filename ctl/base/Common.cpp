@@ -25,9 +25,10 @@ CLI::App& AddVerb(CLI::App& program, const VerbText& text)
     for (std::size_t end = 0; (end = example.find('\n', end)) != std::string::npos; end += 3) {
         example.insert(end + 1, "  ");
     }
-    verb->footer("Besides: --json, --store FILE, --evidence DIR, --log DIR; see thsentinelctl --help.\n"
-                 "Example:\n  " +
-                 example);
+    verb->footer(
+        std::string("Besides: --json, --store FILE, --evidence DIR, --log DIR; see thsentinelctl --help.\n") +
+        (example.find('\n') == std::string::npos ? "Example:\n  " : "Examples:\n  ") + example);
+    verb->group("Verbs");
     verb->fallthrough();
     return *verb;
 }

@@ -9,7 +9,7 @@ enum ExitStatus : int
     EXIT_GOOD = 0,       ///< nothing to say against it
     EXIT_WARNINGS = 1,   ///< works, and somebody should look at it
     EXIT_ERRORS = 2,     ///< doesn't work, or isn't whole
-    EXIT_CANT_TELL = 3,  ///< what is needed for an answer can't be read
+    EXIT_CANT_TELL = 3,  ///< something can't be read, written or found: no answer, or nothing done
     EXIT_WRONG_USE = 64, ///< the command line is wrong; nothing was done
 };
 

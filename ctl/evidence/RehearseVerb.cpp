@@ -4,6 +4,7 @@
 #include "base/Common.h"
 #include "base/Document.h"
 #include "base/ExitStatus.h"
+#include "base/NumberRange.h"
 #include "base/PlainText.h"
 #include "base/Plural.h"
 #include "base/Progress.h"
@@ -287,9 +288,11 @@ void AddRehearseVerb(CLI::App& program, Common& common)
     verb.add_option("TARGET", options->target, "The name or id of a process")
         ->required()
         ->type_name("NAME|PID");
-    verb.add_option("--readings", options->readings, "Readings to take of what is sampled")
-        ->type_name("N")
-        ->check(CLI::Range(1, 1000));
+    CLI::Option& readings =
+        *verb.add_option("--readings", options->readings, "Readings to take of what is sampled")
+             ->type_name("N")
+             ->capture_default_str();
+    AcceptRange(readings, 1, 1000);
     verb.add_option("--scratch", options->scratch, "Where the scratch folder is made, else TMPDIR or /tmp")
         ->type_name("DIR");
     verb.add_flag("--stop-process", options->stopsProcess,

@@ -7,6 +7,7 @@
 #include "base/Common.h"
 #include "base/Document.h"
 #include "base/ExitStatus.h"
+#include "base/NumberRange.h"
 #include "base/PlainText.h"
 #include "processes/StatusVerb.h"
 #include "processes/Waiting.h"
@@ -48,6 +49,11 @@ int Report(const Common& common, const DaemonLock& lock, bool isReached)
 int RunWait(const Common& common, const Options& options)
 {
     const bool wantsRunning = options.running >= 0;
+    const bool wantsStopped = options.stopped >= 0;
+    if (wantsRunning == wantsStopped) {
+        throw CLI::RequiredError(wantsRunning ? "One of --running and --stopped alone"
+                                              : "--running or --stopped");
+    }
     const std::chrono::duration<double> limit(wantsRunning ? options.running : options.stopped);
     const DaemonLock lock = WaitForDaemon(wantsRunning, limit, [] { return AskForDaemon(); });
     return Report(common, lock, IsReached(lock, wantsRunning));
@@ -60,14 +66,15 @@ void AddWaitVerb(CLI::App& program, Common& common)
     CLI::App& verb = AddVerb(program, {"wait", "Waits until the service runs, or has stopped",
                                        "thsentinel -terminate && thsentinelctl wait --stopped 30"});
     const auto options = std::make_shared<Options>();
-    CLI::Option_group* const goal = verb.add_option_group("goal", "What to wait for");
-    goal->add_option("--running", options->running, "Wait until it runs, so long at most")
-        ->type_name("SECONDS")
-        ->check(CLI::Range(0.0, 1e6));
-    goal->add_option("--stopped", options->stopped, "Wait until it has stopped, so long at most")
-        ->type_name("SECONDS")
-        ->check(CLI::Range(0.0, 1e6));
-    goal->require_option(1);
+    CLI::Option& running =
+        *verb.add_option("--running", options->running, "Wait until it runs, so long at most");
+    CLI::Option& stopped =
+        *verb.add_option("--stopped", options->stopped, "Wait until it has stopped, so long at most");
+    for (CLI::Option* const goal : {&running, &stopped}) {
+        constexpr double LONGEST = 1e6;
+        goal->type_name("SECONDS");
+        AcceptRange(*goal, 0, LONGEST);
+    }
     SetAction(verb, common, [&common, options] { return RunWait(common, *options); });
 }
 

@@ -275,10 +275,10 @@ int RunCheck(const Common& common, const Options& options)
 void AddCheckVerb(CLI::App& program, Common& common)
 {
     CLI::App& verb = AddVerb(program, {"check", "Checks a configuration store before it goes live",
-                                       "thsentinelctl check new-master.conf\n"
-                                       "thsentinelctl check --json && systemctl restart thsentinel"});
+                                       "thsentinelctl check\n"
+                                       "thsentinelctl check new.conf"});
     const auto options = std::make_shared<Options>();
-    verb.add_option("file", options->file, "The store file; that of this host without it")->type_name("FILE");
+    verb.add_option("FILE", options->file, "The store file; that of this host without it")->type_name("FILE");
     verb.add_flag("--no-host", options->noHost,
                   "Look at the text alone: neither at the evidence folder nor at processes");
     SetAction(verb, common, [&common, options] { return RunCheck(common, *options); });

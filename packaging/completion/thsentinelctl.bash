@@ -3,7 +3,7 @@
 # Verbs and options come from the program's own help, so that they are those of the program that is installed.
 
 _thsentinelctl_verbs() {
-    "$1" --help 2>/dev/null | awk '/^(Subcommands|Verbs):/ { inside = 1; next } /^[^ ]/ { inside = 0 } inside && NF { print $1 }'
+    "$1" --help 2>/dev/null | awk '/^Verbs:/ { inside = 1; next } /^[^ ]/ { inside = 0 } inside && NF { print $1 }'
 }
 
 _thsentinelctl_options() {

@@ -25,7 +25,7 @@ if [[ ${words[CURRENT]} == -* ]]; then
 elif [[ ${words[CURRENT-1]} == --evidence || ${words[CURRENT-1]} == --log ]]; then
     _files -/
 elif [[ -z $verb && -z $value ]]; then
-    verbs=(${(f)"$($program --help 2>/dev/null | awk '/^(Subcommands|Verbs):/ { inside = 1; next } /^[^ ]/ { inside = 0 }
+    verbs=(${(f)"$($program --help 2>/dev/null | awk '/^Verbs:/ { inside = 1; next } /^[^ ]/ { inside = 0 }
         inside && NF { verb = $1; $1 = ""; print verb ":" substr($0, 2) }')"})
     _describe -V verb verbs
 elif [[ ${words[CURRENT-1]} == (--store|-o|--output|--cursor|--redact|--check) ]]; then

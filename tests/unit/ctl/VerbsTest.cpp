@@ -34,7 +34,9 @@ TEST(Program, NamesAVerbThatItDoesNotKnow)
 
 TEST(Program, AsksForAVerbWhenThereIsNone)
 {
-    EXPECT_EQ(CallProgram({}).status, 64);
+    const Said said = CallProgram({});
+    EXPECT_EQ(said.status, 64);
+    EXPECT_EQ(said.errors, "thsentinelctl: a verb is required; thsentinelctl --help lists them\n");
 }
 
 TEST(Program, ListsAllVerbsInItsHelp)
@@ -50,7 +52,49 @@ TEST(Program, KnowsTheVerbAmongWordsThatAreVerbsToo)
 {
     const Said said = CallProgram({"--store", "check", "wait"});
     EXPECT_EQ(said.status, 64);
-    EXPECT_NE(said.errors.find("--running,--stopped"), std::string::npos) << said.errors;
+    EXPECT_EQ(said.errors, "--running or --stopped is required\nRun with --help for more information.\n");
+}
+
+TEST(Program, SaysVerbInItsHelpWhereItMeansAVerb)
+{
+    const Said said = CallProgram({"--help"});
+    EXPECT_NE(said.output.find("Usage: thsentinelctl [OPTIONS] VERB\n"), std::string::npos) << said.output;
+    EXPECT_NE(said.output.find("\nVerbs:\n"), std::string::npos) << said.output;
+    for (const char* const word : {"ubcommand", "SUBCOMMAND"}) {
+        EXPECT_EQ(said.output.find(word), std::string::npos) << word;
+    }
+}
+
+TEST(Program, NumbersItsExamplesAsManyAsThereAre)
+{
+    EXPECT_NE(CallProgram({"preflight", "--help"}).output.find("\nExample:\n"), std::string::npos);
+    EXPECT_NE(CallProgram({"check", "--help"}).output.find("\nExamples:\n"), std::string::npos);
+}
+
+TEST(Program, ShowsNeitherGroupsNorRangesOfTheParserInAHelp)
+{
+    EXPECT_NE(CallProgram({"wait", "--help"}).output.find("\n  --running SECONDS "), std::string::npos);
+    EXPECT_NE(CallProgram({"rehearse", "--help"}).output.find("\n  --readings N=1 "), std::string::npos);
+}
+
+TEST(Program, RefusesNumbersOutOfRangeInPlainWords)
+{
+    for (const char* const value : {"0", "x", "86401", "nan", ""}) {
+        const Said said = CallProgram({"status", "--interval", value});
+        EXPECT_EQ(said.status, 64) << value;
+        EXPECT_EQ(said.errors, "--interval: must be a number from 0.1 to 86400\n"
+                               "Run with --help for more information.\n")
+            << value;
+    }
+    EXPECT_EQ(CallProgram({"wait", "--running", "0", "--stopped", "0"}).status, 64);
+    EXPECT_EQ(CallProgram({"rehearse", "tbrd", "--readings", "1.5"}).status, 64);
+}
+
+TEST(Program, AsksForWhatIsMissingByTheNameThatItsHelpShows)
+{
+    const Said said = CallProgram({"explain"});
+    EXPECT_EQ(said.status, 64);
+    EXPECT_EQ(said.errors, "TARGET is required\nRun with --help for more information.\n");
 }
 
 TEST(Program, ReportsThatItsOutputCantBeWritten)
