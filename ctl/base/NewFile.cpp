@@ -30,15 +30,30 @@ bool WriteAll(int descriptor, const std::string& text)
     return true;
 }
 
-} // namespace
-
-void ReplaceFile(const std::string& path, const std::string& text, mode_t mode)
+/** Makes a file beside `path`; `fresh` is set to its name. Raises what ReplaceFile does. */
+Descriptor MakeFresh(const std::string& path, std::string& fresh)
 {
-    std::string fresh = path + ".XXXXXX";
-    const Descriptor file(mkostemp(fresh.data(), O_CLOEXEC));
+    fresh = path + ".XXXXXX";
+    Descriptor file(mkostemp(fresh.data(), O_CLOEXEC));
     if (!file.IsOpen()) {
         throw std::runtime_error(path + " can't be written: " + std::strerror(errno));
     }
+    return file;
+}
+
+} // namespace
+
+void TryReplacing(const std::string& path)
+{
+    std::string fresh;
+    const Descriptor file = MakeFresh(path, fresh);
+    (void)unlink(fresh.c_str()); // its maker may remove it; if not, the next one says why
+}
+
+void ReplaceFile(const std::string& path, const std::string& text, mode_t mode)
+{
+    std::string fresh;
+    const Descriptor file = MakeFresh(path, fresh);
     if (!WriteAll(file.Get(), text) || fchmod(file.Get(), mode) != 0 ||
         std::rename(fresh.c_str(), path.c_str()) != 0) {
         const int error = errno;

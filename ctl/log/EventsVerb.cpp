@@ -3,6 +3,7 @@
 #include <atomic>
 #include <cstdio>
 #include <functional>
+#include <iomanip>
 #include <iostream>
 #include <memory>
 #include <stdexcept>
@@ -14,6 +15,7 @@
 #include "base/Common.h"
 #include "base/Document.h"
 #include "base/ExitStatus.h"
+#include "base/NewFile.h"
 #include "base/PlainText.h"
 #include "base/TimeText.h"
 #include "log/EventFeed.h"
@@ -99,8 +101,8 @@ void Print(const Common& common, const FedEvent& event)
     if (common.json) {
         PrintLine(DescribeEvent(event));
     } else {
-        std::cout << FormatLocalTime(event.time) << "  " << GetEventName(event.event.kind) << "  "
-                  << EscapeControls(event.text) << std::endl;
+        std::cout << FormatLocalTime(event.time) << "  " << std::left << std::setw(sizeof "exhausted" - 1)
+                  << GetEventName(event.event.kind) << "  " << EscapeControls(event.text) << std::endl;
     }
     if (!std::cout) {
         throw std::runtime_error("standard output can't be written");
@@ -149,6 +151,7 @@ int RunEvents(const Common& common, const Options& options)
     EventCursor start;
     if (!options.cursor.empty()) {
         start = ReadCursor(options.cursor).value_or(EventCursor());
+        TryReplacing(options.cursor); // before an event is printed that it couldn't take up
     }
     CatchSignals();
     EventFeed* reader = nullptr;
@@ -179,12 +182,12 @@ void AddEventsVerb(CLI::App& program, Common& common)
     CLI::App& verb =
         AddVerb(program, {"events", "Prints breaches, captures, failures, starts and stops from the log",
                           "thsentinelctl events --since 2h\n"
-                          "thsentinelctl events --follow --json --cursor /var/lib/thsentinelctl/cursor"});
+                          "thsentinelctl events --follow --json --cursor events.cursor"});
     const auto options = std::make_shared<Options>();
     verb.add_flag("--follow", options->follow, "Go on with what comes, until interrupted");
     verb.add_option("--cursor", options->cursor, "Begin where this file says, and keep it up to date")
         ->type_name("FILE");
-    verb.add_option("--since", options->since, "Pass over what is older: 2h, 30d, 2026-11-21 20:32")
+    verb.add_option("--since", options->since, "Pass over what is older: 2h, 30d, '2026-11-21 20:32'")
         ->type_name("TIME");
     SetAction(verb, common, [&common, options] { return RunEvents(common, *options); });
 }

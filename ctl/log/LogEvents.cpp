@@ -85,7 +85,6 @@ constexpr LinePattern PATTERNS[] = {
     {LogEventKind::CaptureStarted, PROCESS_TEXTS.mCreated, "_Q", "process statistics"},
     {LogEventKind::CaptureDone, MEMORY_DONE_TEXT, "", "memory statistics"},
     {LogEventKind::CaptureDone, NETWORK_DONE_TEXT, "", "network statistics"},
-    {LogEventKind::CaptureDone, DISK_DONE_TEXT, "", "disk statistics"},
     {LogEventKind::CaptureDone, PROCESS_DONE_TEXT, "", "process statistics"},
     {LogEventKind::LevelSaved, ORIGINAL_DEBUG_LEVEL_TEXT, "NC"},
     {LogEventKind::LevelRaised, LEVELS_RAISED_TEXT, "N"},

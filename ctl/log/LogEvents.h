@@ -28,7 +28,7 @@ enum class LogEventKind
     JavaDumpFailed,  ///< verbose: detail is the shell line
     JavaDumpDone,    ///< verbose
     CaptureStarted,  ///< verbose: detail is what is captured; process and pid where the line names them
-    CaptureDone,     ///< verbose: detail is what was captured
+    CaptureDone,     ///< verbose: detail is what was captured; no line reports it of disk statistics
     Usage,           ///< verbose: process, pid, resource, reading, unit
     Window,          ///< verbose: process, pid, resource, number (position in the window), average, unit
     LevelSaved,      ///< verbose: process is the log target, number the debug level before

@@ -54,6 +54,25 @@ def test_events_are_objects_with_what_their_lines_say(tmp_path):
     assert len({one["id"] for one in found}) == len(found)
 
 
+def test_the_kinds_of_events_are_one_column(tmp_path):
+    write(tmp_path, YESTERDAY, STARTED, "Dump count reached max allowed for process tbrd : 3", STOPPED)
+    assert companion.run("events", "--log", tmp_path).output == (
+        f"2026-11-13 02:07:28  start      {STARTED}\n"
+        "2026-11-13 02:07:28  exhausted  Dump count reached max allowed for process tbrd : 3\n"
+        f"2026-11-13 02:07:28  stop       {STOPPED}\n")
+
+
+def test_a_cursor_that_cant_be_written_is_reported_before_an_event_is_printed(tmp_path):
+    write(tmp_path, YESTERDAY, STARTED)
+    cursor = tmp_path / "absent" / "cursor"
+    done = companion.run("events", "--follow", "--log", tmp_path, "--cursor", cursor)
+    assert (done.status, done.output) == (3, "")
+    assert done.errors == f"thsentinelctl: {cursor} can't be written: No such file or directory\n"
+    cursor = tmp_path / "cursor"
+    companion.run("events", "--log", tmp_path, "--cursor", cursor)
+    assert sorted(path.name for path in tmp_path.iterdir()) == ["cursor", YESTERDAY]
+
+
 def test_a_cursor_hands_out_each_event_once_over_midnight(tmp_path):
     cursor = tmp_path / "cursor"
     logs = tmp_path / "logs"

@@ -165,7 +165,8 @@ INSTANTIATE_TEST_SUITE_P(
 TEST(LogEvents, PassOverLinesThatAreCutOrSaySomethingElse)
 {
     for (const char* const text :
-         {"", "CPU ", "CPU threshold exceeded by process : a (1", "Taking Process Dump (Count #", "Sum : 1",
+         {"", "CPU ", "Disk Performance data collected successfully.", // its tools were started, no more
+          "CPU threshold exceeded by process : a (1", "Taking Process Dump (Count #", "Sum : 1",
           "Cmd:/usr/bin/ps", "CPU counter added for process a with PID - x", "Inside CounterMgr",
           "Output: CPU usage for process tbrd(66) : 1.00 Percent",
           "CPU usage for process tbrd(99999999999) : 1.00 Percent",
