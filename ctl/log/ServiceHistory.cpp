@@ -77,6 +77,12 @@ void HistoryBuilder::TakeService(std::time_t time, const LogEvent& event)
     case LogEventKind::Load:
         mHistory.lastLoad = time;
         mHistory.lastLoadFailed = true;
+        mHistory.endFailure.reset();
+        break;
+    case LogEventKind::Failure: // other complaints begin with a blank after "Error:"
+        if (mHistory.lastLoadFailed && !event.detail.starts_with(' ')) {
+            mHistory.endFailure = event.detail;
+        }
         break;
     case LogEventKind::LoadDone:
         mHistory.lastLoadFailed = false;

@@ -58,8 +58,10 @@ struct ServiceHistory
     std::optional<std::time_t> passBefore; ///< the one before it
     std::optional<std::time_t> lastLoad;   ///< when the store was read last
     bool lastLoadFailed = false;           ///< that reading was not followed by its success
-    std::optional<int> interval;           ///< seconds between two passes, by that reading
-    bool isComplete = false;               ///< everything since the start was read
+    /** What the service complained of before it ended by itself after that reading; else nothing. */
+    std::optional<std::string> endFailure;
+    std::optional<int> interval; ///< seconds between two passes, by that reading
+    bool isComplete = false;     ///< everything since the start was read
     std::map<CounterKey, CounterHistory> counters;
     std::vector<BreachCount> breaches;
     std::set<std::string> levels; ///< log targets whose level was raised, as far as verbose lines name them

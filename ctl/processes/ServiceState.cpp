@@ -24,6 +24,18 @@ FolderProbe GetProbe(const Common& common)
     return {always, always};
 }
 
+/** The targets that the log names; nothing if there may be others. */
+std::optional<std::vector<std::string>> GetNamedLevels(const ServiceHistory& history,
+                                                       const Settings& settings)
+{
+    const bool isSilent =
+        settings.Get(THHS_INCREASE_LOG_LEVEL) != 0 && settings.Get(THHS_VERBOSE) != 1 && history.sets > 0;
+    if (history.levels.empty() && (isSilent || !history.isComplete)) {
+        return std::nullopt;
+    }
+    return std::vector<std::string>(history.levels.begin(), history.levels.end());
+}
+
 } // namespace
 
 std::optional<bool> ServiceState::WasStopped() const
@@ -97,12 +109,16 @@ std::optional<std::vector<std::string>> ServiceState::GetRaisedLevels() const
     if (!lock.IsRunning() || !history.failure.empty()) {
         return std::nullopt;
     }
-    const bool isSilent = prediction.settings.Get(THHS_INCREASE_LOG_LEVEL) != 0 &&
-                          prediction.settings.Get(THHS_VERBOSE) != 1 && history.sets > 0;
-    if (history.levels.empty() && (isSilent || !history.isComplete)) {
+    return GetNamedLevels(history, prediction.settings);
+}
+
+std::optional<std::vector<std::string>> ServiceState::GetLevelsLeftRaised() const
+{
+    const std::optional<bool> wasStopped = WasStopped();
+    if (lock.state != DaemonLock::State::Stopped || !wasStopped) {
         return std::nullopt;
     }
-    return std::vector<std::string>(history.levels.begin(), history.levels.end());
+    return *wasStopped ? std::vector<std::string>() : GetNamedLevels(history, prediction.settings);
 }
 
 const CounterHistory* ServiceState::FindHistory(const LiveCounter& counter) const

@@ -52,6 +52,9 @@ struct ServiceState
     std::optional<bool> IsStoreUnread() const;
     /** Log targets whose levels are raised now; nothing if that can't be known. */
     std::optional<std::vector<std::string>> GetRaisedLevels() const;
+    /** Log targets whose levels the last service left raised as it ended without a stop; empty after a stop,
+     * nothing while one runs and if that can't be known. */
+    std::optional<std::vector<std::string>> GetLevelsLeftRaised() const;
     /** The history of a counter; null if the log doesn't know it. */
     const CounterHistory* FindHistory(const LiveCounter& counter) const;
     /** The position in its window that the last pass had, 0 if no pass has seen it yet; nothing if unknown.

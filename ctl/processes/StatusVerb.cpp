@@ -15,6 +15,7 @@
 #include "base/Common.h"
 #include "base/Document.h"
 #include "base/ExitStatus.h"
+#include "base/NumberRange.h"
 #include "base/PlainText.h"
 #include "base/Table.h"
 #include "base/Terminal.h"
@@ -100,6 +101,10 @@ Json DescribeService(const ServiceState& state)
     document["since"] = TimeToJson(state.since);
     document["staleId"] = state.lock.IsStale() ? OrNull(state.lock.written) : Json(nullptr);
     document["remark"] = state.lock.reason.empty() ? Json(nullptr) : ToJson(state.lock.reason);
+    const bool hasEnded = state.WasStopped().value_or(false);
+    const bool hasFailed = hasEnded && state.history.endFailure;
+    document["ended"] = hasEnded ? TimeToJson(state.history.stopped) : Json(nullptr);
+    document["endFailure"] = hasFailed ? ToJson(*state.history.endFailure) : Json(nullptr);
     document["lastPass"] = TimeToJson(state.history.lastPass);
     document["nextPass"] = TimeToJson(state.GetNextPass());
     document["stuck"] = OrNull(state.IsStuck());
@@ -115,6 +120,8 @@ void WriteJson(const ServiceState& state)
     Json document = DescribeService(state);
     const auto levels = state.GetRaisedLevels();
     document["levelsRaised"] = levels ? ToJson(*levels) : Json(nullptr);
+    const auto left = state.GetLevelsLeftRaised();
+    document["levelsLeftRaised"] = left ? ToJson(*left) : Json(nullptr);
     document["logFailure"] = state.history.failure.empty() ? Json(nullptr) : ToJson(state.history.failure);
     document["counters"] = Json::array();
     for (const LiveCounter& counter : GetCounters(state)) {
@@ -132,13 +139,38 @@ std::string Ago(const ServiceState& state, std::time_t time)
     return FormatDuration(std::chrono::seconds(std::max<std::time_t>(0, state.now - time))) + " ago";
 }
 
-const char* DescribeEnd(const ServiceState& state)
+/** How the last service ended, as far as the log says. */
+void WriteEnd(const ServiceState& state, std::ostream& output)
 {
+    const ServiceHistory& history = state.history;
     const std::optional<bool> wasStopped = state.WasStopped();
     if (!wasStopped) {
-        return "doesn't run; it is not known how it ended";
+        return;
     }
-    return *wasStopped ? "was stopped" : "ended without a stop";
+    if (!*wasStopped) {
+        output << "  it ended without a stop"
+               << (history.lastPass ? ", after its pass of " + FormatLocalTime(*history.lastPass) : "")
+               << '\n';
+    } else if (history.endFailure) {
+        output << "  it ended by itself at " << FormatLocalTime(*history.stopped) << ": "
+               << EscapeControls(*history.endFailure) << '\n';
+    } else {
+        output << "  it was stopped at " << FormatLocalTime(*history.stopped) << '\n';
+    }
+}
+
+/** The id that is left in the run lock file, which alarms whoever doesn't know that a stop leaves it, too. */
+void WriteStaleId(const ServiceState& state, std::ostream& output)
+{
+    if (!state.lock.IsStale()) {
+        return;
+    }
+    const std::optional<bool> wasStopped = state.WasStopped();
+    output << "  process id " << *state.lock.written << " in the run lock file is stale: "
+           << (!wasStopped   ? "it is left from a service that doesn't run; it is not known how it ended"
+               : *wasStopped ? "the last service left it there, which is normal"
+                             : "it is left from a service that ended without a stop")
+           << '\n';
 }
 
 void WriteHead(const ServiceState& state, std::ostream& output)
@@ -165,10 +197,9 @@ void WriteHead(const ServiceState& state, std::ostream& output)
     if (!state.lock.reason.empty()) {
         output << "  " << EscapeControls(state.lock.reason) << '\n';
     }
-    if (state.lock.IsStale()) {
-        output << "  process id " << *state.lock.written
-               << " in the run lock file is stale: it is left from a service that " << DescribeEnd(state)
-               << '\n';
+    if (state.lock.state == DaemonLock::State::Stopped) {
+        WriteEnd(state, output);
+        WriteStaleId(state, output);
     }
 }
 
@@ -216,6 +247,26 @@ void WriteLevels(const ServiceState& state, std::ostream& output)
         }
     }
     output << '\n';
+}
+
+/** What stands between a service that has ended and its next start, and what it left. */
+void WriteRemains(const ServiceState& state, std::ostream& output)
+{
+    if (!state.AreSettingsValid().value_or(true)) {
+        output << "settings   " << Paint("those on disk keep it from starting", Colour::Red)
+               << "; see thsentinelctl check\n";
+    }
+    const auto left = state.GetLevelsLeftRaised();
+    if (left && !left->empty()) {
+        output << "levels     " << Paint("left raised", Colour::Red) << " for";
+        for (const std::string& target : *left) {
+            output << ' ' << EscapeControls(target);
+        }
+        output << " by a service that ended without a stop; see operations.md\n";
+    } else if (!left && !state.WasStopped().value_or(true) && state.history.sets > 0) {
+        output << "levels     perhaps left raised by a service that ended without a stop: the log names them "
+                  "with THHS_VERBOSE = 1 only\n";
+    }
 }
 
 std::string ShowWindow(std::optional<int> position)
@@ -273,7 +324,7 @@ void WriteUnmatched(const ServiceState& state, std::ostream& output)
     }
     output << (names.empty() && taken.empty() ? "" : "\n");
     if (!names.empty()) {
-        output << "Without a process:";
+        output << "Watched names without a process:";
         for (const std::string& name : names) {
             output << ' ' << name;
         }
@@ -290,6 +341,8 @@ void WriteText(const ServiceState& state, std::ostream& output)
     if (state.lock.IsRunning()) {
         WriteTimes(state, output);
         WriteLevels(state, output);
+    } else if (state.lock.state == DaemonLock::State::Stopped) {
+        WriteRemains(state, output);
     }
     if (!state.history.failure.empty()) {
         output << "log        can't be read: " << EscapeControls(state.history.failure) << '\n';
@@ -301,7 +354,7 @@ void WriteText(const ServiceState& state, std::ostream& output)
     WriteUnmatched(state, output);
 }
 
-int ShowOnce(const Common& common, bool clears)
+int ShowOnce(const Common& common, const Options& options, bool clears)
 {
     const ServiceState state = ReadServiceState(common, USUAL_LOG_LIMIT);
     if (common.json) {
@@ -309,6 +362,9 @@ int ShowOnce(const Common& common, bool clears)
         return GetStatus(state);
     }
     std::ostringstream output;
+    if (options.watch) {
+        output << FormatLocalTime(state.now) << ", every " << options.interval << " s\n";
+    }
     WriteText(state, output);
     std::cout << (clears ? "\033[H\033[2J" : "") << output.str() << std::flush;
     return GetStatus(state);
@@ -317,10 +373,10 @@ int ShowOnce(const Common& common, bool clears)
 int RunStatus(const Common& common, const Options& options)
 {
     const bool clears = options.watch && isatty(STDOUT_FILENO) != 0;
-    int status = ShowOnce(common, clears);
+    int status = ShowOnce(common, options, clears);
     while (options.watch && std::cout) {
         (void)usleep(static_cast<useconds_t>(options.interval * 1e6)); // an early end only shows it earlier
-        status = ShowOnce(common, clears);
+        status = ShowOnce(common, options, clears);
     }
     return status;
 }
@@ -334,10 +390,12 @@ void AddStatusVerb(CLI::App& program, Common& common)
                           "thsentinelctl status\nthsentinelctl status --watch"});
     const auto options = std::make_shared<Options>();
     verb.add_flag("--watch", options->watch, "Show it again and again, until interrupted");
-    verb.add_option("--interval", options->interval, "Seconds between two looks of --watch")
-        ->type_name("SECONDS")
-        ->check(CLI::Range(0.1, 86400.0))
-        ->capture_default_str();
+    CLI::Option& interval =
+        *verb.add_option("--interval", options->interval, "Seconds between two looks of --watch")
+             ->type_name("SECONDS")
+             ->capture_default_str();
+    constexpr double DAY = 86400;
+    AcceptRange(interval, 0.1, DAY);
     SetAction(verb, common, [&common, options] { return RunStatus(common, *options); });
 }
 

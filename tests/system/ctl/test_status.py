@@ -104,7 +104,41 @@ def test_a_stop_of_long_ago_is_told_from_an_end_without_one(host):
     assert dead.status == 1 and "is left from a service that ended without a stop\n" in dead.output
     host.put(log, f"{head}{started}\n{head}{texts.STOPPED}\n")
     stopped = companion.run_on(host, "status")
-    assert stopped.status == 3 and "is left from a service that was stopped\n" in stopped.output
+    assert stopped.status == 3 and "is stale: the last service left it there, which is normal\n" in stopped.output
+    assert "\n  it was stopped at 2026-01-02 02:07:28\n" in stopped.output
+
+
+def test_levels_left_raised_by_an_end_without_a_stop_are_named(host):
+    head = "2026-01-02 02:07:28:045 - "
+    host.put(product.RUN_LOCK, "4194300\n")
+    host.put(product.CHILD_LOCK)
+    host.put("/usr/tarnv/tarnhaven/logs/thsentinel/root.010226_00001.log", "".join(f"{head}{text}\n" for text in (
+        texts.STARTED, "Tarnhaven Health Sentinel Service is monitoring the resources.",
+        "mDiagnosticLevel and  DebugLevel for the process 119 set to 6.",
+        "mDiagnosticLevel and  DebugLevel for the process 128 set to 6.")))
+    said = companion.run_on(host, "status").output
+    assert "  it ended without a stop, after its pass of 2026-01-02 02:07:28\n" in said
+    assert "\nlevels     left raised for 119 128 by a service that ended without a stop; see operations.md\n" in said
+    assert status(host).document["levelsLeftRaised"] == ["119", "128"]
+
+
+def test_why_a_service_ended_by_itself_is_said(host):
+    host.start()
+    host.configure(THHS_MONITOR_CPU="tbrd")
+    host.until_gone()
+    said = companion.run_on(host, "status").output
+    assert re.search(r"\n  it ended by itself at \d{4}-\d\d-\d\d \d\d:\d\d:\d\d: Tarnhaven configuration has invalid "
+                     r"values\. Check thsentinel log for details\. Stopping Tarnhaven Health Sentinel "
+                     r"Service/Daemon\.\n", said)
+    assert "\nsettings   those on disk keep it from starting; see thsentinelctl check\n" in said
+    document = status(host).document
+    assert document["endFailure"].startswith("Tarnhaven configuration has invalid values.")
+    assert document["ended"] and document["levelsLeftRaised"] == []
+
+
+def test_watching_says_when_it_looked(host):
+    done = host.run("/bin/dash", "-c", f"timeout 60 {companion.program()} status --watch --interval 0.1 | head -1")
+    assert re.fullmatch(r"\d{4}-\d\d-\d\d \d\d:\d\d:\d\d, every 0\.1 s\n", done.output)
 
 
 def test_a_store_that_may_not_be_read_is_neither_valid_nor_invalid(host):

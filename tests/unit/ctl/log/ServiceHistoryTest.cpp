@@ -107,3 +107,19 @@ TEST_F(HistoryFixture, KnowsALoadThatFailed)
     EXPECT_FALSE(Get().lastLoadFailed);
     EXPECT_EQ(Get().lastLoad, 1001);
 }
+
+TEST_F(HistoryFixture, KeepsWhatTheServiceComplainedOfAsItEndedByItself)
+{
+    const std::string complaint =
+        "Tarnhaven configuration has invalid values. Check thsentinel log for details. Stopping Tarnhaven "
+        "Health Sentinel Service/Daemon.";
+    Start();
+    Say("Reading the configuration from Tarnhaven configuration.");
+    Say("Error: Failed to get the helper object."); // of a capture meanwhile
+    EXPECT_EQ(Get().endFailure, std::nullopt);
+    Say("Error:" + complaint);
+    Say("Tarnhaven Health Sentinel Service stopped.");
+    EXPECT_EQ(Get().endFailure, complaint);
+    Say("Reading the configuration from Tarnhaven configuration.");
+    EXPECT_EQ(Get().endFailure, std::nullopt) << "the next start";
+}

@@ -115,6 +115,32 @@ TEST_F(ServiceStateFixture, DoesNotKnowLevelsThatARaiseLeftUnsaid)
     EXPECT_EQ(mState.GetRaisedLevels(), std::nullopt);
 }
 
+TEST_F(ServiceStateFixture, NamesTargetsThatAnEndWithoutAStopLeftRaised)
+{
+    Start();
+    Say("mDiagnosticLevel and  DebugLevel for the process 119 set to 6.");
+    EXPECT_EQ(mState.GetLevelsLeftRaised(), std::nullopt) << "it runs";
+    mState.lock.state = DaemonLock::State::Stopped;
+    EXPECT_EQ(mState.GetLevelsLeftRaised(), std::vector<std::string>{"119"});
+    mState.lock.state = DaemonLock::State::Unknown;
+    EXPECT_EQ(mState.GetLevelsLeftRaised(), std::nullopt);
+    mState.lock.state = DaemonLock::State::Stopped;
+    Say("Tarnhaven Health Sentinel Service stopped."); // which restores them, also where no line says so
+    EXPECT_EQ(mState.GetLevelsLeftRaised(), std::vector<std::string>());
+}
+
+TEST_F(ServiceStateFixture, DoesNotKnowWhatWasLeftRaisedByASilentLog)
+{
+    Configure({{"THHS_INCREASE_LOG_LEVEL", "1"}, {"THHS_VERBOSE", "0"}});
+    Start();
+    Say("CPU counter added for process tbrd with PID - 7 : tbrd#7");
+    mState.lock.state = DaemonLock::State::Stopped;
+    EXPECT_EQ(mState.GetLevelsLeftRaised(), std::vector<std::string>()) << "nothing was captured";
+    Say("CPU threshold exceeded by process : tbrd (7), Threshold : 1 Percent , Usage : 2.00 Percent");
+    Say("Taking Process Dump (Count #1) for process tbrd (7).");
+    EXPECT_EQ(mState.GetLevelsLeftRaised(), std::nullopt);
+}
+
 TEST_F(ServiceStateFixture, DoesNotKnowTheWindowOfALogThatWasCut)
 {
     mState.lock.state = DaemonLock::State::Running;
