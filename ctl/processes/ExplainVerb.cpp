@@ -49,7 +49,7 @@ Json DescribeExplained(const CounterExplanation& counter)
     json["decision"] = TimeToJson(counter.decision);
     json["setsTaken"] = OrNull(counter.setsTaken);
     json["setsAllowed"] = OrNull(counter.setsAllowed);
-    json["breaches"] = counter.breaches;
+    json["breaches"] = counter.isKnown ? Json(counter.breaches) : Json(nullptr);
     json["lastBreach"] = TimeToJson(counter.lastBreach);
     json["lastSet"] = TimeToJson(counter.lastSet);
     json["secondsAtFullProcessor"] = OrNull(counter.secondsAtFull);
@@ -85,12 +85,11 @@ void PrintReadings(const CounterExplanation& counter)
     std::cout << '\n';
 }
 
-void PrintCounter(const CounterExplanation& counter)
+void PrintCounts(const CounterExplanation& counter)
 {
-    std::cout << EscapeControls(counter.process) << " (" << counter.pid << "), " << GetName(counter.resource)
-              << ", limit "
-              << (counter.limit ? std::to_string(*counter.limit) + " " + counter.unit : "unknown") << '\n';
-    PrintReadings(counter);
+    if (!counter.isKnown) {
+        return;
+    }
     const auto show = [](std::optional<int> number) { return number ? std::to_string(*number) : "?"; };
     std::cout << "  sets " << show(counter.setsTaken) << " of " << show(counter.setsAllowed) << ", breaches "
               << counter.breaches;
@@ -101,6 +100,15 @@ void PrintCounter(const CounterExplanation& counter)
     if (counter.decision) {
         std::cout << "  next decision about " << FormatLocalTime(*counter.decision) << '\n';
     }
+}
+
+void PrintCounter(const CounterExplanation& counter)
+{
+    std::cout << EscapeControls(counter.process) << " (" << counter.pid << "), " << GetName(counter.resource)
+              << ", limit "
+              << (counter.limit ? std::to_string(*counter.limit) + " " + counter.unit : "unknown") << '\n';
+    PrintReadings(counter);
+    PrintCounts(counter);
     for (const std::string& reason : counter.reasons) {
         std::cout << "  - " << EscapeControls(reason) << '\n';
     }
@@ -136,12 +144,12 @@ void AddExplainVerb(CLI::App& program, Common& common)
 {
     CLI::App& verb =
         AddVerb(program, {"explain", "Explains why there is an evidence set of a process, or none",
-                          "thsentinelctl explain tbrd\nthsentinelctl explain 4321 --at '02:10'"});
+                          "thsentinelctl explain tbrd\nthsentinelctl explain 4321 --at 02:10"});
     const auto options = std::make_shared<Options>();
-    verb.add_option("subject", options->subject, "A name of the lists, or a process id")
+    verb.add_option("TARGET", options->subject, "A name of the lists, or a process id")
         ->type_name("NAME|PID")
         ->required();
-    verb.add_option("--at", options->at, "At this time instead of now: 02:10, 2026-11-21 02:10, 3h")
+    verb.add_option("--at", options->at, "At this time instead of now: 02:10, '2026-11-21 02:10', 3h")
         ->type_name("TIME");
     SetAction(verb, common, [&common, options] { return RunExplain(common, *options); });
 }

@@ -91,16 +91,24 @@ CounterExplanation Explainer::ExplainCounter(const LiveCounter& counter) const
     answer.resource = counter.resource;
     answer.unit = counter.unit;
     answer.limit = counter.limit;
-    answer.now = counter.reading;
-    if (counter.resource == Resource::Cpu) {
+    if (!IsOfPast()) {
+        answer.now = counter.reading;
+    }
+    if (counter.resource == Resource::Cpu && !IsOfPast()) {
         answer.secondsAtFull = GetTimeToLimit(counter.details, mState.live.machine, counter.limit, 1);
     }
     if (IsOfPast() && GetStartTime(counter.details) > mAt) {
         answer.reasons.push_back("this process was started after that time, at " +
                                  FormatLocalTime(GetStartTime(counter.details)));
+        answer.isKnown = false;
         return answer;
     }
     FillFromLog(answer);
+    answer.isKnown = !IsBeforeLog();
+    if (IsOfPast() && !answer.readings.empty() &&
+        mAt - answer.readings.back().time < mState.GetInterval().count()) {
+        answer.now = answer.readings.back().value;
+    }
     Judge(answer);
     if (counter.resource == Resource::Cpu && !IsOfPast()) {
         JudgeTime(answer);
@@ -148,7 +156,7 @@ std::string Explainer::FindReasonForNoPass() const
         return "the service didn't run then: it had stopped at " + FormatLocalTime(*history.stopped);
     }
     if (IsBeforeLog()) {
-        return "the log holds nothing from before that time";
+        return "the log holds nothing from before that time: no service ran then, or its log has gone";
     }
     if (IsStandingStill()) {
         const std::string last = FormatLocalTime(*history.lastPass);
@@ -343,7 +351,15 @@ void Explainer::AddReasons()
 {
     const bool isListed = GetSettings().cpu.contains(mSubject) || GetSettings().memory.contains(mSubject);
     mResult.isWatched = isListed || !mResult.counters.empty();
-    mResult.isWhole = mTrace.history.failure.empty() && mState.IsStoreRead();
+    const bool isAnyKnown =
+        mResult.counters.empty()
+            ? !IsBeforeLog()
+            : std::any_of(mResult.counters.begin(), mResult.counters.end(),
+                          [](const CounterExplanation& counter) { return counter.isKnown; });
+    mResult.isWhole = mTrace.history.failure.empty() && mState.IsStoreRead() && isAnyKnown;
+    if (mResult.counters.empty() && IsBeforeLog()) {
+        mResult.reasons.push_back(FindReasonForNoPass());
+    }
     if (!mTrace.history.failure.empty()) {
         mResult.reasons.push_back("the log can't be read: " + mTrace.history.failure);
     }

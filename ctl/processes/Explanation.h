@@ -22,8 +22,9 @@ struct CounterExplanation
     int pid = 0;
     Resource resource = Resource::Cpu;
     std::string unit;
-    std::optional<int> limit;            ///< nothing if the store doesn't list it, or can't be read
-    std::optional<double> now;           ///< the present reading; nothing for a process that has ended
+    std::optional<int> limit;  ///< nothing if the store doesn't list it, or can't be read
+    bool isKnown = true;       ///< false if it was started later, or the log holds nothing of that time
+    std::optional<double> now; ///< the reading of that time, if it is known; nothing for what has ended
     std::vector<TracedReading> readings; ///< of the window, if verbose lines name them
     std::optional<long long> average;
     std::optional<int> window;           ///< position of the last pass
@@ -43,7 +44,7 @@ struct Explanation
     std::vector<CounterExplanation> counters;
     std::vector<std::string> reasons; ///< about the name as a whole
     bool isWatched = false;
-    bool isWhole = false; ///< store and log could be read
+    bool isWhole = false; ///< store and log could be read, and the log holds something of that time
 };
 
 /** Explains a name of the lists, or a process id, by what is known of the service at `at`. */

@@ -232,7 +232,14 @@ TEST_F(ExplanationFixture, SaysThatTheLogHoldsNothingOfATime)
     mAt = std::time(nullptr); // later than the start of the process on this host
     mState.now = *mAt + 100;
     EXPECT_EQ(AskForCounter().reasons,
-              std::vector<std::string>{"the log holds nothing from before that time"});
+              std::vector<std::string>{
+                  "the log holds nothing from before that time: no service ran then, or its log has gone"});
+    EXPECT_EQ(AskForCounter().now, std::nullopt) << "the present reading is none of that time";
+    EXPECT_FALSE(Ask().isWhole);
+    mState.live.counters.clear();
+    EXPECT_FALSE(Ask().isWhole);
+    EXPECT_EQ(Ask().reasons.front(),
+              "the log holds nothing from before that time: no service ran then, or its log has gone");
 }
 
 TEST_F(ExplanationFixture, SaysThatAProcessWasStartedAfterATime)
@@ -242,6 +249,26 @@ TEST_F(ExplanationFixture, SaysThatAProcessWasStartedAfterATime)
     const std::string started = FormatLocalTime(GetStartTime(mState.live.counters[0].details));
     EXPECT_EQ(AskForCounter().reasons,
               std::vector<std::string>{"this process was started after that time, at " + started});
+    const Explanation explanation = Ask();
+    EXPECT_FALSE(explanation.isWhole) << "who had the name then isn't known";
+    EXPECT_FALSE(explanation.counters.at(0).isKnown);
+    EXPECT_EQ(explanation.counters.at(0).now, std::nullopt);
+    EXPECT_EQ(explanation.counters.at(0).secondsAtFull, std::nullopt);
+}
+
+TEST_F(ExplanationFixture, GivesTheReadingOfATimeWhereTheLogNamesIt)
+{
+    StartWithCounter();
+    Pass();
+    mState.live.counters[0].details.startTicks = 0; // as old as the host
+    mTrace.readings[{7, "cpu"}] = {{mState.now, 12.5}};
+    const std::time_t boot = GetStartTime(mState.live.counters[0].details);
+    mTrace.readings[{7, "cpu"}][0].time = boot + 100;
+    mState.now = boot + 1000;
+    mAt = boot + 199;
+    EXPECT_EQ(AskForCounter().now, 12.5);
+    mAt = boot + 200;
+    EXPECT_EQ(AskForCounter().now, std::nullopt) << "an interval later there was another";
 }
 
 TEST_F(ExplanationFixture, KnowsNoLimitsOfAStoreThatCannotBeRead)
