@@ -1,6 +1,7 @@
 #include <algorithm>
 #include <cstdlib>
 #include <set>
+#include <utility>
 
 #include "base/ProductPlaces.h"
 #include "counters/BreachTexts.h"
@@ -8,7 +9,6 @@
 #include "platform/ListingLines.h"
 
 #include "base/JavaNames.h"
-#include "base/Plural.h"
 #include "base/SafeFile.h"
 #include "processes/Preflight.h"
 #include "processes/ToolRun.h"
@@ -84,6 +84,39 @@ std::vector<int> FindMissing(const PreflightBase& base, const std::vector<std::s
     return missing;
 }
 
+/** What a good listing shows. */
+std::string DescribeListing(const LiveMatches& live)
+{
+    std::set<int> processes;
+    for (const LiveCounter& counter : live.counters) {
+        processes.insert(counter.pid);
+    }
+    std::set<std::string> unmatched;
+    for (const UnmatchedName& name : live.unmatched) {
+        if (name.takenPid == 0) { // else its process has another name
+            unmatched.insert(name.process);
+        }
+    }
+    std::string text = processes.empty() ? "works; no watched process runs"
+                       : processes.size() == 1
+                           ? "shows the one watched process"
+                           : "shows each of the " + std::to_string(processes.size()) + " watched processes";
+    const char* before = "; without a process: ";
+    for (const std::string& name : unmatched) {
+        text += std::exchange(before, ", ") + name;
+    }
+    return text;
+}
+
+/** What the number in the columns is, as the listing prints it; the service then makes its reading of it. */
+const char* GetColumnUnit(const LiveCounter& counter)
+{
+    if (counter.resource == Resource::Cpu) {
+        return " % of one processor";
+    }
+    return counter.unit == UNIT_MEGABYTES ? " kB" : " % of the memory";
+}
+
 /** The columns with which the daemon reads a counter. */
 const char* GetColumns(const LiveCounter& counter)
 {
@@ -111,7 +144,7 @@ void CheckReading(const CmdPath& tools, const std::string& filter, const LiveCou
             (Process{0, words[2]}.GetName() == counter.process || IsJavaName(counter.process));
         rows.push_back(
             {check, isGood ? Result::Good : Result::Error,
-             isGood ? "process " + words[0] + " reads " + words[1]
+             isGood ? "process " + words[0] + " reads " + words[1] + GetColumnUnit(counter)
                     : "the line of process " + words[0] + " isn't understood, and reads as 0: " + line,
              isGood ? "" : "see that ps is that of procps"});
         return;
@@ -144,8 +177,7 @@ void CheckListing(const PreflightBase& base, PreflightRows& rows)
                         "process " + std::to_string(missing.front()) + " should be listed and isn't",
                         "see what ps -eo pid,command prints"});
     } else {
-        rows.push_back({"process listing", Result::Good,
-                        CountNoun(lines.size(), "line") + ", and every watched process among them", ""});
+        rows.push_back({"process listing", Result::Good, DescribeListing(base.live), ""});
     }
     for (const Resource resource : {Resource::Cpu, Resource::Memory}) {
         const auto found =

@@ -1,5 +1,6 @@
 #include "processes/PreflightVerb.h"
 
+#include <algorithm>
 #include <iostream>
 #include <memory>
 
@@ -9,6 +10,7 @@
 #include "base/Document.h"
 #include "base/ExitStatus.h"
 #include "base/PlainText.h"
+#include "base/Plural.h"
 #include "base/Progress.h"
 #include "base/Terminal.h"
 #include "processes/DaemonLock.h"
@@ -106,6 +108,14 @@ void PrintText(const PreflightRows& rows)
             std::cout << std::string(NAME_WIDTH + 4, ' ') << EscapeControls(row.remedy) << '\n';
         }
     }
+    const auto count = [&rows](Result result) {
+        return static_cast<std::uint64_t>(std::count_if(
+            rows.begin(), rows.end(), [result](const PreflightRow& row) { return row.result == result; }));
+    };
+    std::cout << '\n'
+              << CountNoun(count(Result::Error), "error") << ", "
+              << CountNoun(count(Result::Warning), "warning") << ", " << count(Result::Unknown)
+              << " unknown\n";
 }
 
 } // namespace

@@ -168,6 +168,7 @@ def test_preflight_tries_tools_and_attaches_to_nothing(watching):
     assert checks["process listing"]["result"] == "good"
     assert checks["tool ps"]["result"] == "good"
     assert checks["reading of CPU"]["message"].startswith(f"process {sleeper} reads ")
+    assert checks["process listing"]["message"] == "shows the one watched process; without a process: absent"
     assert checks["store"]["result"] == "good"
     # A core image is as large as the address space, of which little may be resident.
     space = int(re.search(r"VmSize:\s+(\d+) kB", daemon.host.get(f"/proc/{sleeper}/status"))[1])
@@ -178,6 +179,7 @@ def test_preflight_tries_tools_and_attaches_to_nothing(watching):
     done = companion.run_on(daemon.host, "preflight")
     assert done.status in (1, 2)
     assert "warning tool vmstat: /bin/vmstat isn't there or can't be run: no memory statistics" in done.output
+    assert re.fullmatch(r"\d+ errors?, \d+ warnings?, \d+ unknown", done.output.splitlines()[-1])
     assert texts.STARTED in daemon.host.log()
 
 

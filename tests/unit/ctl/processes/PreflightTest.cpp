@@ -258,8 +258,13 @@ TEST_F(PreflightFixture, RunsTheListingLines)
         mFolder.WriteProgram("tools/ps", "echo '" + line + "'");
     };
     list("    7  0.0 tbrd");
-    EXPECT_EQ(Run(CheckListing, "process listing"), "good 1 line, and every watched process among them");
-    EXPECT_EQ(Run(CheckListing, "reading of CPU"), "good process 7 reads 0.0");
+    EXPECT_EQ(Run(CheckListing, "process listing"), "good shows the one watched process");
+    EXPECT_EQ(Run(CheckListing, "reading of CPU"), "good process 7 reads 0.0 % of one processor");
+    mPrediction.settings.memory["tbrd"] = 1;
+    mPrediction.settings.memoryUnit = "PERCENT";
+    EXPECT_EQ(Run(CheckListing, "reading of Memory"), "good process 7 reads 0.0 % of the memory");
+    mPrediction.settings.memoryUnit = "ABSOLUTE";
+    EXPECT_EQ(Run(CheckListing, "reading of Memory"), "good process 7 reads 0.0 kB");
     list("    7  0,5 tbrd");
     EXPECT_EQ(Run(CheckListing, "reading of CPU"),
               "error the line of process 7 isn't understood, and reads as 0:     7  0,5 tbrd");
@@ -268,6 +273,22 @@ TEST_F(PreflightFixture, RunsTheListingLines)
     EXPECT_EQ(Run(CheckListing, "reading of CPU"), "error process 7 has no line, and reads as 0");
     mFolder.WriteProgram("tools/ps", "exit 9");
     EXPECT_TRUE(Run(CheckListing, "process listing").starts_with("error "));
+}
+
+TEST_F(PreflightFixture, NamesWhatHasNoProcessBesideTheListing)
+{
+    mFolder.WriteProgram("tools/egrep", "exec grep -E \"$1\"");
+    mFolder.WriteProgram("tools/ps", "echo '    7  0.0 tbrd'; echo '    8  0.0 tbrd'");
+    mPrediction.settings.cpu["nosuch"] = 1;
+    mPrediction.settings.memory["nosuch"] = 1;
+    mPrediction.settings.memory["other"] = 1;
+    EXPECT_EQ(Run(CheckListing, "process listing"),
+              "good works; no watched process runs; without a process: nosuch, other");
+    mFolder.AddProcess(7, "tbrd\0"s);
+    mFolder.AddProcess(8, "tbrd\0"s);
+    mPrediction.settings.cpu["tbrd"] = 1;
+    EXPECT_EQ(Run(CheckListing, "process listing"),
+              "good shows each of the 2 watched processes; without a process: nosuch, other");
 }
 
 } // namespace
