@@ -23,32 +23,83 @@ bool IsNameLetter(char letter)
            (letter >= '0' && letter <= '9') || letter == '_';
 }
 
-/** The name before the sign in a word, as it stands; empty if there is no such sign. */
+/** The text before the sign in a word; empty if there is no such sign. */
 std::string_view GetTextBefore(std::string_view word, char sign)
 {
     const std::size_t at = word.find(sign);
     return at == std::string_view::npos ? std::string_view() : word.substr(0, at);
 }
 
-/** The same without quotes and brackets around it; empty if what is left is no name. */
-std::string_view GetNameBefore(std::string_view word, char sign)
+/** A word without quotes and brackets around it. */
+std::string_view Unwrap(std::string_view word)
 {
     constexpr std::string_view WRAPPING = "\"'`{}[](),";
-    std::string_view name = GetTextBefore(word, sign);
-    name.remove_prefix(std::min(name.find_first_not_of(WRAPPING), name.size()));
-    name = name.substr(0, name.find_last_not_of(WRAPPING) + 1);
-    const bool isName = std::all_of(name.begin(), name.end(), [sign](char letter) {
-        // A dot before a colon is a place in a source file.
-        return IsNameLetter(letter) || letter == '-' || (letter == '.' && sign == '=');
-    });
+    word.remove_prefix(std::min(word.find_first_not_of(WRAPPING), word.size()));
+    return word.substr(0, word.find_last_not_of(WRAPPING) + 1);
+}
+
+/** True if a name may begin after this text, which comes before it in its word. */
+bool MayPrecedeName(std::string_view before, char sign)
+{
+    if (before.empty()) {
+        return true;
+    }
+    // The names of folders before a colon, as in "/srv/auth:/data", stand for no value.
+    const bool isPath = before.back() == '/';
+    return isPath
+               ? sign == '=' || before.size() == 1
+               : std::string_view("=:;,&?#{}[]()\"'`<>|!$%@").find(before.back()) != std::string_view::npos;
+}
+
+/** The name that ends at a sign in a word, without quotes around it; empty if none does. */
+std::string_view GetNameAt(std::string_view word, std::size_t sign)
+{
+    const bool isPair = word[sign] == ':' && ((sign > 0 && word[sign - 1] == ':') ||
+                                              (sign + 1 < word.size() && word[sign + 1] == ':'));
+    if (isPair) {
+        return {}; // auth::Login is the name of a function
+    }
+    const std::string_view before = word.substr(0, sign);
+    const std::string_view ended = before.substr(0, before.find_last_not_of("\"'`{}[](),") + 1);
+    const std::size_t letters = static_cast<std::size_t>(
+        std::find_if_not(ended.rbegin(), ended.rend(),
+                         [](char letter) { return IsNameLetter(letter) || letter == '-' || letter == '.'; }) -
+        ended.rbegin());
+    std::string_view name = ended.substr(ended.size() - letters);
+    // A dot before a colon is a place in a source file.
+    const bool isPlace = word[sign] == ':' && name.find('.') != std::string_view::npos;
+    const bool isName = !isPlace && MayPrecedeName(ended.substr(0, ended.size() - letters), word[sign]);
+    if (name.substr(0, 2) == "-D") {
+        name.remove_prefix(2); // a property of a Java machine
+    }
     return isName ? name : std::string_view();
 }
 
-/** True for NAME=value as an environment shows it. */
+/** Where the value of the first secret name in a word begins, after its sign; nowhere if there is none. */
+std::size_t FindSecret(const Redaction& redaction, std::string_view word)
+{
+    for (std::size_t at = 0; (at = word.find_first_of("=:", at)) != std::string_view::npos; ++at) {
+        const std::string_view name = GetNameAt(word, at);
+        if (!name.empty() && redaction.IsSecret(name)) {
+            return at + 1;
+        }
+    }
+    return std::string_view::npos;
+}
+
+/** True for NAME=value as an environment shows it. A word of Base64 ends with such a sign, or with two. */
 bool IsVariable(std::string_view word)
 {
     const std::string_view name = GetTextBefore(word, '=');
-    return !name.empty() && std::all_of(name.begin(), name.end(), IsNameLetter);
+    const std::string_view value = word.substr(std::min(name.size() + 1, word.size()));
+    return !name.empty() && !value.empty() && value != "=" &&
+           std::all_of(name.begin(), name.end(), IsNameLetter);
+}
+
+/** True for -x and --name; more dashes begin a key or a ruled line. */
+bool IsOption(std::string_view word)
+{
+    return word.substr(0, 1) == "-" && word.substr(0, 3) != "---";
 }
 
 /** Hides scheme://THIS@host. `word` holds an address. */
@@ -69,12 +120,20 @@ bool EndsHiding(Hiding hiding, std::string_view word)
     switch (hiding) {
     case Hiding::UpToVariable:
         return IsVariable(word);
+    case Hiding::UpToOptionOrVariable:
+        return IsOption(word) || IsVariable(word);
     case Hiding::UpToOption:
     case Hiding::NextWord:
-        return word.front() == '-';
+        return IsOption(word);
     default:
         return true;
     }
+}
+
+/** What is hidden after a word of which the end was hidden, or after one that was hidden whole. */
+Hiding GoOn(Hiding hiding)
+{
+    return hiding == Hiding::NextWord ? Hiding::UpToOptionOrVariable : hiding;
 }
 } // namespace
 
@@ -184,8 +243,8 @@ void HidingStream::EndWord()
 void HidingStream::TakeLongWord()
 {
     const bool isHidden = !EndsHiding(mHiding, mWord);
-    mHiding = isHidden && mHiding != Hiding::NextWord ? mHiding : Hiding::Nothing;
-    if (isHidden || !(TakeValue(mWord) || TakeHeader(mWord))) {
+    mHiding = isHidden ? GoOn(mHiding) : Hiding::Nothing;
+    if (isHidden || mWord.find(SCHEME_END) != std::string::npos || !TakeValue(mWord)) {
         AddHidden();
     }
     mWord.clear();
@@ -196,76 +255,64 @@ void HidingStream::TakeWord(std::string_view word)
 {
     if (!EndsHiding(mHiding, word)) {
         AddHidden();
-        mHiding = mHiding == Hiding::NextWord ? Hiding::Nothing : mHiding;
+        mHiding = GoOn(mHiding);
         return;
     }
     mHiding = Hiding::Nothing;
     if (word.find(SCHEME_END) != std::string_view::npos) {
-        TakeAddress(word);
+        TakeAddress(HideUser(word, mHidden));
         return;
     }
-    if (TakeValue(word) || TakeHeader(word)) {
+    if (TakeValue(word)) {
         return;
     }
     mResult += word;
-    mHiding = word.front() == '-' && mRedaction.IsSecret(word) ? Hiding::NextWord : Hiding::Nothing;
+    const std::string_view name = Unwrap(word);
+    mHiding = IsOption(name) && mRedaction.IsSecret(name) ? Hiding::NextWord : Hiding::Nothing;
 }
 
-/** The user of an address, and the values after its question mark. */
+/** An address without its user: values in it, and those after its question mark. */
 void HidingStream::TakeAddress(std::string_view word)
 {
-    const std::size_t query = std::min(word.find('?'), word.size());
-    const std::string_view variable = GetTextBefore(word.substr(0, word.find(SCHEME_END)), '=');
-    if (!variable.empty() && TakeValue(word)) {
-        return; // NAME=scheme://..., with a name that hides all of it
+    const std::size_t query = std::min(word.find_first_of("?#", word.find(SCHEME_END)), word.size());
+    if (!TakeValue(word.substr(0, query))) {
+        mResult += word.substr(0, query);
+        TakeQuery(word.substr(query));
     }
-    mResult += HideUser(word.substr(0, query), mHidden);
-    TakeQuery(word.substr(query));
 }
 
+/** Each value of a query for itself: they are parted by signs. */
 void HidingStream::TakeQuery(std::string_view query)
 {
     for (std::size_t at = 0; at < query.size();) {
-        const std::size_t end = std::min(query.find('&', at + 1), query.size());
-        const std::string_view value = query.substr(at + 1, end - at - 1);
-        const std::string_view name = GetNameBefore(value, '=');
-        mResult += query[at];
-        if (!name.empty() && mRedaction.IsSecret(name)) {
-            mResult.append(GetTextBefore(value, '=')).append("=");
+        const std::size_t end = std::min(query.find_first_of("&#", at + 1), query.size());
+        const std::string_view part = query.substr(at, end - at);
+        const std::size_t value = FindSecret(mRedaction, part);
+        mResult += part.substr(0, value);
+        if (value != std::string_view::npos) {
             AddHidden();
-        } else {
-            mResult += value;
         }
         at = end;
     }
 }
 
-/** NAME=value and --name=value. */
+/**
+ * NAME=value and name:value, also after other names and values. All after the first secret name is hidden,
+ * for what ends a value is not known, and the words after it as far as they may belong to it.
+ */
 bool HidingStream::TakeValue(std::string_view word)
 {
-    const std::string_view name = GetNameBefore(word, '=');
-    if (name.empty() || !mRedaction.IsSecret(name)) {
+    const std::size_t value = FindSecret(mRedaction, word);
+    if (value == std::string_view::npos) {
         return false;
     }
-    mResult.append(GetTextBefore(word, '=')).append("=");
-    AddHidden();
-    mHiding = word.front() == '-' ? Hiding::Nothing : Hiding::UpToVariable;
-    return true;
-}
-
-/** "Name: value" and name:value. */
-bool HidingStream::TakeHeader(std::string_view word)
-{
-    const std::string_view name = GetNameBefore(word, ':');
-    if (name.empty() || !mRedaction.IsSecret(name)) {
-        return false;
-    }
-    const std::string_view before = GetTextBefore(word, ':');
-    mResult.append(before).append(":");
-    if (before.size() + 1 < word.size()) {
+    const bool isHeader = word[value - 1] == ':';
+    mResult += word.substr(0, value);
+    if (!isHeader || value < word.size()) {
         AddHidden();
     }
-    mHiding = Hiding::UpToOption;
+    const Hiding ofName = IsOption(Unwrap(word)) ? Hiding::UpToOptionOrVariable : Hiding::UpToVariable;
+    mHiding = isHeader ? Hiding::UpToOption : ofName;
     return true;
 }
 

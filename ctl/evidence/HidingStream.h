@@ -33,9 +33,10 @@ private:
 enum class Hiding
 {
     Nothing,
-    NextWord,     ///< --name value
-    UpToVariable, ///< a value of an environment may hold blanks
-    UpToOption    ///< a header of a request holds blanks
+    NextWord,             ///< --name value
+    UpToOptionOrVariable, ///< the value of an option may hold blanks
+    UpToVariable,         ///< so may that of an environment, and begin words with a dash
+    UpToOption            ///< and that of a header, with any signs
 };
 
 /**
@@ -70,7 +71,6 @@ private:
     void TakeAddress(std::string_view word);
     void TakeQuery(std::string_view query);
     bool TakeValue(std::string_view word);
-    bool TakeHeader(std::string_view word);
     void AddHidden();
     void Give();
 

@@ -49,10 +49,44 @@ TEST(HidingStream, HidesValuesOfOptions)
 {
     EXPECT_EQ(Hide("tool --db-pass x --pwd=y"), "tool --db-pass [hidden] --pwd=[hidden]");
     EXPECT_EQ(Hide("tool --password hunter2 --user me"), "tool --password [hidden] --user me");
-    EXPECT_EQ(Hide("tool --password=hunter2 file"), "tool --password=[hidden] file");
-    EXPECT_EQ(Hide("java -Djavax.net.ssl.keyStorePassword=x Main"),
-              "java -Djavax.net.ssl.keyStorePassword=[hidden] Main");
+    EXPECT_EQ(Hide("java -Djavax.net.ssl.keyStorePassword=x -jar Main"),
+              "java -Djavax.net.ssl.keyStorePassword=[hidden] -jar Main");
     EXPECT_EQ(Hide("tool --password --user me"), "tool --password --user me") << "an option without a value";
+}
+
+TEST(HidingStream, HidesAllWordsOfTheValueOfAnOption)
+{
+    EXPECT_EQ(Hide("tool --password=two more words --user me"),
+              "tool --password=[hidden] [hidden] [hidden] --user me");
+    EXPECT_EQ(Hide("tool --password \"a b\" PATH=/bin"), "tool --password [hidden] [hidden] PATH=/bin");
+    EXPECT_EQ(Hide("tool --private-key=-----BEGIN KEY----- abc -v"),
+              "tool --private-key=[hidden] [hidden] [hidden] -v");
+    EXPECT_EQ(Hide("tool --private-key -----BEGIN KEY----- abc"),
+              "tool --private-key [hidden] [hidden] [hidden]");
+    EXPECT_EQ(Hide("tool \"--password\" \"abc\""), "tool \"--password\" [hidden]");
+}
+
+TEST(HidingStream, HidesAValueThatEndsLikeBase64)
+{
+    EXPECT_EQ(Hide("SECRET=abc dGVzdA= x PATH=/bin"), "SECRET=[hidden] [hidden] [hidden] PATH=/bin");
+    EXPECT_EQ(Hide("SECRET=abc dGVzdA== x"), "SECRET=[hidden] [hidden] [hidden]");
+}
+
+TEST(HidingStream, HidesAValueAfterOtherNames)
+{
+    for (const char* const begin :
+         {"jdbc:sqlserver:/"
+          "/h;user=sa;password=",
+          "--env=DB_PASSWORD=", "--set=auth.password=", "{\"db\":{\"password\":", "-Dopts=foo,password=",
+          "Server=x;Password=", "user=a&password=",
+          "http:/"
+          "/h/#access_token=",
+          "http:/"
+          "/h/?a=b&access_token=",
+          "/password:", "DBPASS=", "USERPASS=", "ENCRYPTION_KEY=", "-Dpw=", "/x/token="}) {
+        EXPECT_EQ(Hide("tool " + std::string(begin) + "abc;def"), "tool " + std::string(begin) + "[hidden]");
+    }
+    EXPECT_EQ(Hide("tool --dbpass abc"), "tool --dbpass [hidden]");
 }
 
 TEST(HidingStream, HidesHeadersAndUsersOfAddresses)
@@ -87,8 +121,9 @@ TEST(HidingStream, LeavesTheRestAsItIs)
     for (const char* const line :
          {"", "   ", " 4321  0.1 1234  /usr/bin/top -b -n 1", "PWD=/srv OLDPWD=/", "a=b c=d", "=", ":", "-",
           "\tat com.x.AuthFilter.doFilter(AuthFilter.java:33) ~[?:?]", "\"pool-auth-1\" #12 prio=5 tid=0x7f",
-          "Speculation_Store_Bypass:\tthread vulnerable", "author=me", "MemTotal:       16384 kB",
-          "tcp 0 0 0.0.0.0:22 0.0.0.0:* LISTEN 1/sshd\t"}) {
+          "#1 0x7f in auth::Login<auth::Token>(int) ()", "docker -v /srv/auth:/data:ro", "key=7 monkey=x",
+          "--key 7 x", "Speculation_Store_Bypass:\tthread vulnerable", "author=me",
+          "MemTotal:       16384 kB", "tcp 0 0 0.0.0.0:22 0.0.0.0:* LISTEN 1/sshd\t"}) {
         EXPECT_EQ(Hide(line), line);
     }
 }
@@ -148,6 +183,7 @@ TEST(HidingStream, HidesAWordThatIsTooLongToBeLookedThrough)
     EXPECT_EQ(hidden, 1U);
     EXPECT_EQ(HideInBlocks("A_TOKEN=" + longWord + " b C=d", Redaction(), 1000),
               "A_TOKEN=[hidden] [hidden] C=d");
-    EXPECT_EQ(HideInBlocks("--token " + longWord + " b", Redaction(), 1000), "--token [hidden] b");
+    EXPECT_EQ(HideInBlocks("--token " + longWord + " b -c", Redaction(), 1000),
+              "--token [hidden] [hidden] -c");
     EXPECT_EQ(HideInBlocks(longWord, Redaction(), 1000), "[hidden]") << "at the end";
 }

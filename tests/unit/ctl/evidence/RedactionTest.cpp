@@ -7,14 +7,16 @@ using testing::ElementsAre;
 
 TEST(Redaction, KnowsTheNamesOfSecretsInAnyCase)
 {
-    for (const char* const name : {"DB_PASSWORD", "apiKey", "db.pass", "x-auth-key", "PWD_DB", "Cookie"}) {
+    for (const char* const name : {"DB_PASSWORD", "apiKey", "db.pass", "x-auth-key", "PWD_DB", "Cookie",
+                                   "DBPASS", "-dbpass", "ENCRYPTION_KEY", "x.key", "--pw"}) {
         EXPECT_TRUE(Redaction().IsSecret(name)) << name;
     }
 }
 
 TEST(Redaction, TakesNoOtherNameForASecret)
 {
-    for (const char* const name : {"", "PWD", "OLDPWD", "bypass", "author", "user", "-", "_"}) {
+    for (const char* const name : {"", "PWD", "OLDPWD", "bypass", "Store_Bypass", "compass", "author", "user",
+                                   "key", "monkey", "pwm", "-", "_"}) {
         EXPECT_FALSE(Redaction().IsSecret(name)) << name;
     }
 }
