@@ -55,7 +55,8 @@ CoreReport CheckCoreHead(int file, std::uint64_t bytes)
     }
     const CoreProgram program = ReadCoreProgram(file, elf.head);
     if (program.threads == 0) {
-        report.notes.push_back("no thread stands in its notes");
+        report.damage = "holds no thread in its notes, so no debugger reads it";
+        return report;
     }
     CompareProgram(program, report);
     return report;

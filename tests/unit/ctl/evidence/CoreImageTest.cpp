@@ -32,13 +32,23 @@ TEST(CoreImage, IsCutShortWithLess)
 {
     const std::string head = MakeCore(1000);
     EXPECT_EQ(Check(head, head.size() + 999).damage,
-              "is cut short: its head needs 1120 bytes, the file has 1119");
+              "is cut short: its head needs " + std::to_string(head.size() + 1000) + " bytes, the file has " +
+                  std::to_string(head.size() + 999));
 }
 
 TEST(CoreImage, OfTerabytesIsReadByItsHead)
 {
     const std::string head = MakeCore(1ULL << 42U);
     EXPECT_EQ(Check(head, head.size() + (1ULL << 42U)).damage, "");
+}
+
+TEST(CoreImage, WithoutAThreadInItsNotesIsDamaged)
+{
+    std::string lost = MakeCore(8192); // as a power loss leaves it: the first page only has reached the disk
+    lost.resize(sizeof(Elf64_Ehdr) + 2 * sizeof(Elf64_Phdr));
+    const std::uint64_t bytes = MakeCore(8192).size() + 8192;
+    EXPECT_EQ(Check(lost, bytes).damage, "holds no thread in its notes, so no debugger reads it");
+    EXPECT_EQ(Check(MakeCore(8192), bytes).damage, "");
 }
 
 TEST(CoreImage, ThatWasNeverFinishedBeginsWithZeros)

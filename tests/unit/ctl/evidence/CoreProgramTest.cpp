@@ -16,16 +16,6 @@ namespace
 constexpr std::uint64_t LOADED_AT = 0x10000;
 constexpr char BUILD_ID[] = "\x0a\xbc\x01\x02";
 
-std::string MakeNote(const std::string& owner, std::uint32_t type, std::string contents)
-{
-    const Elf64_Nhdr head = {static_cast<Elf64_Word>(owner.size() + 1),
-                             static_cast<Elf64_Word>(contents.size()), type};
-    std::string name = owner + '\0';
-    name.resize((name.size() + 3) / 4 * 4);
-    contents.resize((contents.size() + 3) / 4 * 4);
-    return ToBytes(head) + name + contents;
-}
-
 std::string MakeNumbers(std::initializer_list<std::uint64_t> numbers)
 {
     std::string bytes;
@@ -33,16 +23,6 @@ std::string MakeNumbers(std::initializer_list<std::uint64_t> numbers)
         bytes += ToBytes(number);
     }
     return bytes;
-}
-
-Elf64_Phdr MakeSegment(std::uint32_t type, std::uint64_t offset, std::uint64_t address, std::uint64_t bytes)
-{
-    Elf64_Phdr segment = {};
-    segment.p_type = type;
-    segment.p_offset = offset;
-    segment.p_vaddr = address;
-    segment.p_filesz = bytes;
-    return segment;
 }
 
 /** A program with a build id, as it lies on disk and, in its first page, in memory. */

@@ -36,17 +36,6 @@ std::string ToBigEndian(std::uint64_t number, std::size_t width)
     return text;
 }
 
-/** A note, its parts filled up to four bytes. */
-std::string MakeNote(const std::string& owner, std::uint32_t type, const std::string& contents)
-{
-    Elf64_Nhdr head = {};
-    head.n_namesz = static_cast<Elf64_Word>(owner.size() + 1);
-    head.n_descsz = static_cast<Elf64_Word>(contents.size());
-    head.n_type = type;
-    const auto fill = [](std::string text) { return text.append((4 - text.size() % 4) % 4, '\0'); };
-    return ToBytes(head) + fill(owner + '\0') + fill(contents);
-}
-
 /** A program whose one segment holds these notes, and says that it has so many bytes. */
 std::string MakeNoteFile(const std::string& notes, std::uint64_t claimed)
 {
