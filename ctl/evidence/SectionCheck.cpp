@@ -6,6 +6,7 @@
 #include <algorithm>
 #include <charconv>
 #include <sstream>
+#include <utility>
 
 namespace ctl
 {
@@ -221,8 +222,12 @@ SectionReport CheckSections(const SectionFile& found, const std::vector<PlannedS
 void SampleCount::TakeLine(std::string_view line)
 {
     if (StartsWith(line, "Device")) {
-        ++mDeviceTables;
+        ++mDeviceHeads;
+        mIsTableBegun = true;
         return;
+    }
+    if (std::exchange(mIsTableBegun, false) && !line.empty()) {
+        ++mDeviceTables;
     }
     std::istringstream words{std::string(line.substr(0, 128))};
     std::string time;

@@ -41,12 +41,15 @@ class SampleCount
 {
 public:
     void TakeLine(std::string_view line);
-    int GetIostatSamples() const { return mDeviceTables; }
+    /** The tables with a row; a host without disks has none with one. */
+    int GetIostatSamples() const { return mDeviceTables == 0 ? mDeviceHeads : mDeviceTables; }
     int GetMpstatSamples() const { return mAllLines; }
     bool HasSummary() const { return mHasSummary; }
 
 private:
+    int mDeviceHeads = 0;
     int mDeviceTables = 0;
+    bool mIsTableBegun = false; ///< the last line was the head of one
     int mAllLines = 0;
     bool mHasSummary = false;
 };

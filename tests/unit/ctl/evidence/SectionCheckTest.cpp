@@ -107,6 +107,23 @@ TEST(DiskSections, AreShortWithFewerSamples)
                 ElementsAre("has no section of iostat"));
 }
 
+TEST(DiskSections, AreShortWhereTheLastTableHasNoRow)
+{
+    const std::string whole = MakeIostat(5, 50, 50);
+    const std::size_t row = whole.rfind("vda ");
+    EXPECT_THAT(Check(whole.substr(0, row), FileKind::Iostat).damages, ElementsAre("holds 49 of 50 samples"));
+}
+
+TEST(DiskSections, AreWholeOnAHostWithoutDisks)
+{
+    const std::string row = "vda              1.00      2.00\n";
+    std::string text = MakeIostat(5, 50, 50);
+    for (std::size_t at = 0; (at = text.find(row, at)) != std::string::npos;) {
+        text.erase(at, row.size());
+    }
+    EXPECT_THAT(Check(text, FileKind::Iostat).damages, IsEmpty());
+}
+
 TEST(DiskSections, CountSamplesOfTwelveHourTimesAndOtherLanguages)
 {
     SampleCount count;
