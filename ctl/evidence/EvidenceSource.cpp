@@ -105,7 +105,7 @@ std::string DescribeUnknownSettings(const EvidenceSource& source)
         return "";
     }
     return "the settings are unknown (" + source.settingsFailure +
-           "), so their defaults decide which files and samples belong to a set";
+           "), so their defaults decide which files and samples belong to a set, and none is called complete";
 }
 
 EvidenceSource OpenEvidence(const Common& common)

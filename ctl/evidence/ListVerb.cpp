@@ -8,6 +8,7 @@
 #include "base/TimeText.h"
 #include "evidence/SetDocument.h"
 
+#include <algorithm>
 #include <functional>
 #include <iostream>
 #include <memory>
@@ -67,12 +68,13 @@ std::vector<Cell> MakeRow(const EvidenceSet& set, SetState state)
             {set.GetId()}};
 }
 
-/** Prints a row for each set. Of what was checked the states alone are kept: there may be many sets. */
-void PrintSets(const EvidenceSource& source, const std::vector<std::size_t>& places)
+/** Prints a row for each set. Of what was checked the states alone are kept: there may be many sets.
+ * Returns true if one is incomplete. */
+bool PrintSets(const EvidenceSource& source, const std::vector<std::size_t>& places)
 {
     if (places.empty()) {
         std::cout << "No evidence.\n";
-        return;
+        return false;
     }
     std::vector<SetState> states;
     bool isReadInPart = false;
@@ -87,30 +89,34 @@ void PrintSets(const EvidenceSource& source, const std::vector<std::size_t>& pla
         std::cout << "Long texts of older sets were read at their ends only; thsentinelctl verify reads them "
                      "all.\n";
     }
+    return std::find(states.begin(), states.end(), SetState::Incomplete) != states.end();
 }
 
-void PrintDocument(const EvidenceSource& source, const std::vector<std::size_t>& places)
+/** The same as a document. */
+bool PrintDocument(const EvidenceSource& source, const std::vector<std::size_t>& places)
 {
+    bool hasIncomplete = false;
     DocumentStream document(std::cout, BeginDocument("list"));
     document.Add("root", ToJson(source.tree.root));
     document.BeginArray("sets");
-    CheckSets(source, places,
-              [&](const CheckedSet& checked) { document.AddItem(SetToJson(source.tree, checked, false)); });
+    CheckSets(source, places, [&](const CheckedSet& checked) {
+        hasIncomplete = hasIncomplete || checked.report.state == SetState::Incomplete;
+        document.AddItem(SetToJson(source.tree, checked, false));
+    });
     document.EndArray();
     AddRemarks(document, source);
+    return hasIncomplete;
 }
 
 int List(const Common& common, const std::vector<std::string>& names)
 {
     const EvidenceSource source = OpenEvidence(common);
     const std::vector<std::size_t> places = SelectSets(source.tree, names);
-    if (common.json) {
-        PrintDocument(source, places);
-    } else {
-        PrintSets(source, places);
+    const bool hasIncomplete = common.json ? PrintDocument(source, places) : PrintSets(source, places);
+    if (!common.json) {
         PrintRemarks(source);
     }
-    return source.tree.unseen.empty() ? EXIT_GOOD : EXIT_WARNINGS;
+    return source.tree.unseen.empty() && !hasIncomplete ? EXIT_GOOD : EXIT_WARNINGS;
 }
 } // namespace
 

@@ -298,6 +298,12 @@ private:
 
     SetReport Conclude()
     {
+        if (mProblems.empty() && !mRules.plan.readings) {
+            mProblems.push_back(
+                {"what is here is whole; whether all captures are here can't be told, since the "
+                 "settings aren't known",
+                 false, false});
+        }
         bool isDamaged = false;
         bool isMended = !mProblems.empty(); // by the time that the captures end
         bool isUnknown = false;

@@ -54,7 +54,8 @@ void WriteFiles(Html& html, const ReportData& data)
     const bool isComplete = data.mState == "complete";
     html.Markup("<p><span class=\"badge ").Markup(isComplete ? "good" : "watch").Markup("\">");
     html.Text(data.mState.empty() ? "not checked" : data.mState).Markup("</span></p>");
-    WriteList(html, "What is missing or short", data.mProblems, "watch");
+    const bool isUnknown = data.mState == "unknown";
+    WriteList(html, isUnknown ? "What is not known" : "What is missing or short", data.mProblems, "watch");
     WriteList(html, "Good to know", data.mNotes, "note");
     html.BeginTable({TextCell("File"), TextCell("Holds"), NumberCell("Size"), TextCell("")});
     for (const ListedFile& file : data.mFiles) {

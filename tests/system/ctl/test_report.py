@@ -30,8 +30,8 @@ def sample(tmp_path_factory):
 
 
 def report(sample, page, *more):
-    return companion.run("report", *more, "--evidence", sample, "--log", sample / "logs", "--store", "/absent",
-                         "-o", page)
+    return companion.run("report", *more, "--evidence", sample, "--log", sample / "logs", "--store",
+                         companion.DEFAULTS, "-o", page)
 
 
 @pytest.fixture(scope="module")
@@ -130,7 +130,7 @@ def words(page):
 
 
 def test_evidence_recorded_with_the_tools_of_debian_13_is_read_in_all_its_sections(tmp_path):
-    arguments = ("--evidence", RECORDED / "trixie", "--store", "/absent")
+    arguments = ("--evidence", RECORDED / "trixie", "--store", companion.DEFAULTS)
     assert companion.run("verify", *arguments).status == 0
     assert companion.run("report", "--last", *arguments, "--log", "/absent", "-o", tmp_path / "page.html").status == 0
     text = words(tmp_path / "page.html")
@@ -165,7 +165,7 @@ def test_a_default_set_makes_a_page_of_modest_size_with_modest_memory(tmp_path):
     make_sample(tmp_path / "sample")
     (tmp_path / "run").mkdir()
     done = companion.run_measured(tmp_path / "run", "report", "--last", "--evidence", tmp_path / "sample", "--log",
-                                  tmp_path / "sample/logs", "-o", tmp_path / "page.html")
+                                  tmp_path / "sample/logs", "--store", companion.DEFAULTS, "-o", tmp_path / "page.html")
     assert done.status == 0
     assert os.path.getsize(tmp_path / "page.html") < LARGEST_PAGE
     if not product.is_built_with("-fsanitize="):
@@ -192,8 +192,8 @@ def test_the_page_draws_its_charts_without_a_complaint_or_a_request(page, tmp_pa
 
 def test_the_time_axis_of_two_samples_has_both_times(tmp_path):
     needs_browser()
-    done = companion.run("report", "--last", "--evidence", RECORDED / "trixie", "--store", "/absent", "--log", "/absent",
-                         "-o", tmp_path / "page.html")
+    done = companion.run("report", "--last", "--evidence", RECORDED / "trixie", "--log", "/absent",
+                         "--store", companion.DEFAULTS, "-o", tmp_path / "page.html")
     assert done.status == 0
     document = browser.Visit(tmp_path, tmp_path / "page.html").document
     [chart] = re.findall('<figure[^>]*id="chart-memory".*?</figure>', document, flags=re.S)

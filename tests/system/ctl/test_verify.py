@@ -12,8 +12,8 @@ THREADS = 3
 
 
 def look(root, verb="verify", *more):
-    """The outcome of a verb and its sets, for evidence below a folder, with no store."""
-    done = companion.run(verb, "--json", "--evidence", root, "--store", "/absent", *more)
+    """The outcome of a verb and its sets, for evidence below a folder, with the settings at their defaults."""
+    done = companion.run(verb, "--json", "--evidence", root, "--store", companion.DEFAULTS, *more)
     return done, done.document["sets"]
 
 
@@ -80,12 +80,32 @@ def test_unknown_settings_are_said(tmp_path, verb):
     options = (verb, *more, "--evidence", tmp_path / "evidence")
     failure = "/absent can't be read: No such file or directory"
     said = (f"thsentinelctl: the settings are unknown ({failure}), so their defaults decide which files and samples "
-            "belong to a set\n")
+            "belong to a set, and none is called complete\n")
     assert companion.run(*options, "--store", "/absent").errors == said
     assert companion.run(*options, "--store", "/absent", "--json").document["settingsFailure"] == failure
     (tmp_path / "store").write_text("")
     assert companion.run(*options, "--store", tmp_path / "store").errors == ""
     assert companion.run(*options, "--store", tmp_path / "store", "--json").document["settingsFailure"] is None
+
+
+def test_a_whole_set_is_not_called_complete_where_the_settings_are_unknown(tmp_path):
+    folder, stem = companion.write_set(tmp_path)
+    (folder / f"{stem}.DiskPerf_mpstat").rename(tmp_path / "kept")
+    arguments = ("verify", "--json", "--evidence", tmp_path, "--store", "/absent")
+    short = companion.run(*arguments)
+    assert (short.status, short.document["sets"][0]["state"]) == (2, "incomplete")
+    (tmp_path / "kept").rename(folder / f"{stem}.DiskPerf_mpstat")
+    whole = companion.run(*arguments)
+    assert (whole.status, whole.document["sets"][0]["state"]) == (3, "unknown")
+    assert whole.document["summary"] == {"complete": 0, "incomplete": 0, "in-progress": 0, "unknown": 1}
+
+
+def test_list_warns_of_an_incomplete_set(tmp_path):
+    folder, stem = companion.write_set(tmp_path)
+    assert look(tmp_path, "list")[0].status == 0
+    (folder / f"{stem}.Netstat").unlink()
+    assert look(tmp_path, "list")[0].status == 1
+    assert companion.run("list", "--evidence", tmp_path, "--store", companion.DEFAULTS).status == 1
 
 
 def test_list_never_knows_better_than_verify(tmp_path):

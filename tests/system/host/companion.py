@@ -6,6 +6,7 @@ import subprocess
 
 from . import product
 
+DEFAULTS = pathlib.Path(__file__).with_name("defaults.conf")  # without a store nothing is called complete
 RULE = "-" * 82
 MEMORY_TOOLS = ["/usr/bin/top -b -n 1", "/usr/bin/ps faxeo pid,pmem,rss,vsz,sz,size,args --width 120",
                 "/usr/bin/free ", "/usr/bin/vmstat ", "/usr/bin/cat /proc/meminfo"]

@@ -12,8 +12,18 @@ namespace
 {
 constexpr char STEM[] = "tbrd/4321/Evidence1/4321_13-11_02.10.28_CPU.";
 
+/** The plan of settings that are known, with the readings of WriteStatistics. */
+CapturePlan MakePlan()
+{
+    CapturePlan plan;
+    plan.readings = 2;
+    plan.interval = 1;
+    return plan;
+}
+
 /** The state of a folder's one set, long after it was taken unless `now` says otherwise. */
-SetReport CheckOnly(const EvidenceFolder& folder, const CapturePlan& plan = {}, std::time_t later = 1'000'000)
+SetReport CheckOnly(const EvidenceFolder& folder, const CapturePlan& plan = MakePlan(),
+                    std::time_t later = 1'000'000)
 {
     const EvidenceTree tree = FindEvidence(folder.GetPath());
     EXPECT_EQ(tree.sets.size(), 1U);
@@ -37,11 +47,27 @@ TEST(EvidenceSet, IsCompleteWithAllThatTheSettingsAskFor)
     EXPECT_THAT(report.problems, IsEmpty());
 }
 
+TEST(EvidenceSet, IsNotKnownToBeCompleteWithoutTheSettings)
+{
+    const EvidenceFolder folder;
+    WriteStatistics(folder, "tbrd", 4321, 1, "13-11_02.10.28");
+    const CapturePlan plan;
+    const SetReport whole = CheckOnly(folder, plan);
+    EXPECT_EQ(whole.state, SetState::Unknown);
+    EXPECT_FALSE(whole.isUnderWay);
+    EXPECT_THAT(whole.problems,
+                ElementsAre("what is here is whole; whether all captures are here can't be told, since the "
+                            "settings aren't known"));
+    folder.Write(std::string(STEM) + "Netstat", "");
+    EXPECT_EQ(CheckOnly(folder, plan).state, SetState::Incomplete);
+    EXPECT_EQ(CheckOnly(folder, plan, 1).state, SetState::InProgress);
+}
+
 TEST(EvidenceSet, LacksTheDumpThatTheSettingsAskFor)
 {
     const EvidenceFolder folder;
     WriteStatistics(folder, "tbrd", 4321, 1, "13-11_02.10.28");
-    CapturePlan plan;
+    CapturePlan plan = MakePlan();
     plan.wantsDump = true;
     const SetReport report = CheckOnly(folder, plan);
     EXPECT_EQ(report.state, SetState::Incomplete);
@@ -52,7 +78,7 @@ TEST(EvidenceSet, OfAJavaProcessLacksBothDumps)
 {
     const EvidenceFolder folder;
     WriteStatistics(folder, "adminconsole", 4321, 1, "13-11_02.10.28");
-    CapturePlan plan;
+    CapturePlan plan = MakePlan();
     plan.wantsDump = true;
     EXPECT_THAT(CheckOnly(folder, plan).problems, ElementsAre("hprof: is missing", "ThreadDump: is missing"));
 }
@@ -62,7 +88,7 @@ TEST(EvidenceSet, WithoutWhatTheSettingsLeaveOutIsComplete)
     const EvidenceFolder folder;
     folder.Write(std::string(STEM) + "MemoryPerf", MakeMemoryPerf(2));
     folder.Write(std::string(STEM) + "ProcessData", MakeProcessData(4321));
-    CapturePlan plan;
+    CapturePlan plan = MakePlan();
     plan.wantsNetwork = false;
     plan.wantsDisk = false;
     plan.readings = 2;
@@ -76,7 +102,7 @@ TEST(EvidenceSet, GoesByTheReadingsOfItsTimeAndNotOfNow)
 {
     const EvidenceFolder folder;
     WriteStatistics(folder, "tbrd", 4321, 1, "13-11_02.10.28");
-    CapturePlan plan;
+    CapturePlan plan = MakePlan();
     plan.readings = 50;
     EXPECT_EQ(CheckOnly(folder, plan).state, SetState::Complete);
 }
@@ -180,6 +206,7 @@ TEST(EvidenceSet, WithALongTextIsHeldAgainstItsEnds)
         folder.Write(std::string(STEM) + "MemoryPerf", contents);
         const EvidenceTree tree = FindEvidence(folder.GetPath());
         CheckRules rules;
+        rules.plan = MakePlan();
         rules.depth = depth;
         Activity activity("/absent", tree.sets.at(0).time + later);
         return CheckSet(tree, tree.sets.at(0), rules, activity);
