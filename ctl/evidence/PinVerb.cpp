@@ -47,6 +47,10 @@ bool PinOne(const EvidenceTree& tree, const EvidenceSet& set, bool removes, Docu
 int Pin(const Common& common, const PinOptions& options)
 {
     const EvidenceSource source = OpenEvidence(common);
+    if (const std::string refusal = DescribeRefusal(source.tree, common.evidence); !refusal.empty()) {
+        std::cerr << "thsentinelctl: " << EscapeControls(refusal) << '\n';
+        return EXIT_ERRORS;
+    }
     const std::vector<std::size_t> places = SelectSets(source.tree, options.names);
     std::optional<DocumentStream> document;
     if (common.json) {

@@ -31,7 +31,7 @@ struct PruneSubject
     bool isInProgress = false;
     bool isLive = false;        ///< its process id exists now
     bool isHalfDeleted = false; ///< a deletion of it was interrupted
-    bool isEmpty = false;       ///< its files hold no byte, or it has none
+    bool isEmpty = false;       ///< it has no file
 };
 
 /** A set by its place among the subjects, and why it goes or stays. */

@@ -16,6 +16,7 @@
 #include "evidence/SetDocument.h"
 
 #include <algorithm>
+#include <charconv>
 #include <iostream>
 #include <memory>
 
@@ -33,17 +34,29 @@ struct PruneOptions
 {
     std::string older;
     std::string maxSize;
-    std::optional<std::int64_t> keepNewest;
+    std::string keepNewest;
     bool withLive = false;
     bool deletes = false;
 };
+
+std::optional<std::size_t> ParseCount(const std::string& text)
+{
+    std::size_t count = 0;
+    const char* const end = text.data() + text.size();
+    const auto [stop, error] = std::from_chars(text.data(), end, count);
+    return error == std::errc() && stop == end ? std::optional<std::size_t>(count) : std::nullopt;
+}
 
 PruneRules MakeRules(const PruneOptions& options)
 {
     PruneRules rules;
     rules.withLive = options.withLive;
-    if (options.keepNewest) {
-        rules.keepNewest = static_cast<std::size_t>(*options.keepNewest);
+    if (!options.keepNewest.empty()) {
+        rules.keepNewest = ParseCount(options.keepNewest);
+        if (!rules.keepNewest) {
+            throw CLI::ValidationError("--keep-newest",
+                                       "no count of sets: " + EscapeControls(options.keepNewest));
+        }
     }
     if (!options.older.empty()) {
         rules.older = ParseDuration(options.older);
@@ -81,7 +94,7 @@ std::vector<PruneSubject> MakeSubjects(const EvidenceSource& source, Activity& a
         subject.isInProgress = CheckSet(source.tree, set, check, activity).isUnderWay;
         subject.isLive = activity.IsAlive(set.pid);
         subject.isHalfDeleted = set.isHalfDeleted;
-        subject.isEmpty = set.GetBytes() == 0;
+        subject.isEmpty = !set.HasFiles();
         subjects.push_back(std::move(subject));
         progress.Advance(1);
     }
@@ -198,6 +211,11 @@ int Prune(const Common& common, const PruneOptions& options)
 {
     const PruneRules rules = MakeRules(options);
     const EvidenceSource source = OpenEvidence(common);
+    if (const std::string refusal = DescribeRefusal(source.tree, common.evidence);
+        options.deletes && !refusal.empty()) {
+        std::cerr << "thsentinelctl: " << EscapeControls(refusal) << '\n';
+        return EXIT_ERRORS;
+    }
     Activity activity;
     PrunePlan plan = PlanPrune(MakeSubjects(source, activity), rules, activity.GetNow());
     std::vector<SetChange> changes;
@@ -232,8 +250,7 @@ void AddPruneVerb(CLI::App& program, Common& common)
     const auto options = std::make_shared<PruneOptions>();
     verb.add_option("--older", options->older, "Sets older than this: 30d, 12h")->type_name("TIME");
     verb.add_option("--keep-newest", options->keepNewest, "All but the newest N sets of each process")
-        ->type_name("N")
-        ->check(CLI::NonNegativeNumber);
+        ->type_name("N");
     verb.add_option("--max-size", options->maxSize, "The oldest, until all take no more of the disk: 20G")
         ->type_name("SIZE");
     verb.add_flag("--live", options->withLive, "Also sets of process ids that exist now");

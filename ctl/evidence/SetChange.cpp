@@ -2,6 +2,7 @@
 
 #include <cerrno>
 #include <cstring>
+#include <filesystem>
 
 #include <fcntl.h>
 #include <sys/stat.h>
@@ -124,6 +125,9 @@ private:
         if (fstatat(folder.file.Get(), name.c_str(), &status, AT_SYMLINK_NOFOLLOW) != 0) {
             return errno == ENOENT ? "" : std::strerror(errno);
         }
+        if (S_ISDIR(status.st_mode)) {
+            return ""; // somebody else's, whatever its name; the daemon writes files alone
+        }
         const bool isSame = status.st_dev == file.device && status.st_ino == file.inode &&
                             static_cast<std::uint64_t>(status.st_size) == file.bytes &&
                             status.st_mtime == file.modified;
@@ -166,6 +170,23 @@ bool IsAtRest(const EvidenceTree& tree, const EvidenceSet& set, const Activity& 
     return !activity.IsAlive(set.pid) && IsUnchangedSince(tree, set, activity.GetNow() - QUIET_TIME);
 }
 } // namespace
+
+std::string DescribeRefusal(const EvidenceTree& tree, const std::string& named)
+{
+    const std::string given =
+        named.empty() ? "" : std::filesystem::absolute(named).lexically_normal().string();
+    if (given == tree.root || given == tree.root + "/") {
+        return "";
+    }
+    struct stat opened = {};
+    struct stat found = {};
+    const bool isKnown = fstat(tree.folder.Get(), &opened) == 0 && lstat(tree.root.c_str(), &found) == 0;
+    const bool isSame = isKnown && opened.st_dev == found.st_dev && opened.st_ino == found.st_ino;
+    return isSame
+               ? ""
+               : tree.root + " is a symbolic link: nothing is changed through it; name the folder itself by "
+                             "--evidence";
+}
 
 SetChange DeleteSet(const EvidenceTree& tree, const EvidenceSet& set, bool removesFolders)
 {

@@ -18,6 +18,13 @@ struct SetChange
 };
 
 /**
+ * Returns why no set of a tree is deleted or pinned; empty if that may be done. The root may be a link:
+ * evidence is read through it, but who changes something names that folder. `named` is what the command line
+ * names, or empty.
+ */
+std::string DescribeRefusal(const EvidenceTree& tree, const std::string& named);
+
+/**
  * Deletes the files of a set and nothing else: names that were found below the root, relative to open
  * folders, with no link followed, on the file system of the root alone. A file that changed since it was
  * found stops the deletion. A mark in the folder says that a deletion is under way, so that one that is

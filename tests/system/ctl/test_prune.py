@@ -37,7 +37,7 @@ def _sets(tmp_path):
 
 
 def prune(root, *more):
-    return companion.run("prune", "--json", "--evidence", root, "--store", "/absent", *more)
+    return companion.run("prune", "--json", "--evidence", root, "--store", companion.DEFAULTS, *more)
 
 
 def candidates(root, *more):
@@ -69,7 +69,7 @@ def test_what_is_told_to_go_goes_and_nothing_else(tmp_path, sets):
 
 def test_its_last_line_counts_what_would_go(tmp_path, sets):
     sizes = [sum(one.stat().st_blocks * 512 for one in path.iterdir()) // 1024 for path in sets]
-    done = companion.run("prune", "--evidence", tmp_path, "--store", "/absent", "--older", "30d")
+    done = companion.run("prune", "--evidence", tmp_path, "--store", companion.DEFAULTS, "--older", "30d")
     assert done.output.splitlines()[-1] == (
         f"2 sets, {sizes[1] + sizes[2]} KiB of {sum(sizes)} KiB would be freed; --delete does it")
 
@@ -107,7 +107,7 @@ def test_an_empty_folder_is_no_set_and_goes_with_the_rest(tmp_path, sets):
     for rule in (["--older", "1d"], ["--keep-newest", 1]):
         assert [path for path, _ in candidates(tmp_path, *rule)] == [str(one) for one in sets[1:4]]
     assert empty.exists()
-    done = companion.run("prune", "--evidence", tmp_path, "--store", "/absent", "--keep-newest", 1, "--delete")
+    done = companion.run("prune", "--evidence", tmp_path, "--store", companion.DEFAULTS, "--keep-newest", 1, "--delete")
     assert done.output.splitlines()[-1].startswith("3 sets, ")
     assert not empty.exists()
 
@@ -117,16 +117,49 @@ def test_what_it_leaves_for_a_live_process_is_no_set(tmp_path):
         write_old(tmp_path, days, number, pid=os.getpid())
     done = prune(tmp_path, "--older", "1d", "--live", "--delete")
     assert [one["deleted"] for one in done.document["candidates"]] == [True]
-    verified = companion.run("verify", "--json", "--evidence", tmp_path, "--store", "/absent")
+    verified = companion.run("verify", "--json", "--evidence", tmp_path, "--store", companion.DEFAULTS)
     assert (verified.status, [one["number"] for one in verified.document["sets"]]) == (0, [1, 3])
     assert prune(tmp_path, "--older", "1d", "--live", "--delete").document["candidates"] == []
+
+
+def test_the_newest_set_stays_also_where_a_full_disk_left_its_files_empty(tmp_path, sets):
+    for path in sets[4].iterdir():
+        path.write_bytes(b"")
+        os.utime(path, (time.time() - 10 * DAY,) * 2)
+    assert [path for path, _ in candidates(tmp_path, "--older", "1d")] == [str(one) for one in sets[1:4]]
+    assert [path for path, _ in candidates(tmp_path, "--keep-newest", 1)] == [str(one) for one in sets[1:4]]
+
+
+def test_a_folder_named_as_evidence_is_left_and_hinders_nothing(tmp_path, sets):
+    strange = sets[1] / f"{next(sets[1].glob('*.Netstat')).stem}.hprof"
+    strange.mkdir()
+    done = prune(tmp_path, "--older", "30d", "--delete")
+    assert (done.status, done.errors) == (0, "")
+    assert list(sets[1].iterdir()) == [strange]
+
+
+def test_nothing_is_changed_through_a_link_that_nobody_named(tmp_path, sets):
+    (tmp_path / "thsentinel").rename(tmp_path / "elsewhere")
+    (tmp_path / "thsentinel").symlink_to("elsewhere")
+    before = everything(tmp_path)
+    refusal = (f"thsentinelctl: {tmp_path}/thsentinel is a symbolic link: nothing is changed through it; "
+               "name the folder itself by --evidence\n")
+    for verb in (["prune", "--older", "30d", "--delete"], ["pin", f"tbrd/{DEAD}/Evidence2"]):
+        done = companion.run(*verb, "--evidence", tmp_path, "--store", companion.DEFAULTS)
+        assert (done.status, done.output, done.errors) == (2, "", refusal)
+    assert everything(tmp_path) == before
+    assert len(candidates(tmp_path, "--older", "30d")) == 2
+    assert prune(tmp_path / "elsewhere", "--older", "30d", "--delete").status == 0
+    assert not (tmp_path / "elsewhere" / sets[1].relative_to(tmp_path / "thsentinel")).exists()
 
 
 def test_wrong_use_deletes_nothing(tmp_path, sets):
     before = everything(tmp_path)
     for arguments in (["--delete"], ["--older", "soon", "--delete"], ["--max-size", "big", "--delete"],
                       ["--keep-newest", "-1", "--delete"]):
-        assert companion.run("prune", "--evidence", tmp_path, *arguments).status == 64, arguments
+        done = companion.run("prune", "--evidence", tmp_path, *arguments)
+        assert done.status == 64, arguments
+    assert done.errors.splitlines()[0] == "--keep-newest: no count of sets: -1"
     assert everything(tmp_path) == before
 
 
@@ -178,7 +211,7 @@ def test_an_interrupted_deletion_is_said_and_ended(tmp_path, sets):
     stem = victim.name.removesuffix(".Netstat")
     (sets[1] / f".{stem}.deleting").touch()
     victim.unlink()
-    verified = companion.run("verify", "--json", "--evidence", tmp_path, "--store", "/absent", sets[1])
+    verified = companion.run("verify", "--json", "--evidence", tmp_path, "--store", companion.DEFAULTS, sets[1])
     assert "a deletion of this set was interrupted; prune --delete ends it" in (
         verified.document["sets"][0]["problems"])
     assert candidates(tmp_path, "--older", "365d") == [(str(sets[1]), "a deletion of it was interrupted")]
@@ -190,14 +223,14 @@ def test_being_killed_at_any_time_leaves_only_whole_or_marked_sets(tmp_path):
     for number in range(1, 60):
         write_old(tmp_path, 200 - number, number)
     command = [str(companion.program()), "prune", "--keep-newest", "1", "--delete", "--evidence", str(tmp_path),
-               "--store", "/absent"]
+               "--store", str(companion.DEFAULTS)]
     for pause in (0.005, 0.01, 0.02, 0.03):
         with subprocess.Popen(command, stdout=subprocess.DEVNULL, stderr=subprocess.DEVNULL) as process:
             time.sleep(pause)
             process.send_signal(signal.SIGKILL)
-    for one in companion.run("verify", "--json", "--evidence", tmp_path, "--store", "/absent").document["sets"]:
+    for one in companion.run("verify", "--json", "--evidence", tmp_path, "--store", companion.DEFAULTS).document["sets"]:
         interrupted = any("was interrupted" in problem for problem in one["problems"])
         assert one["state"] == "complete" or interrupted or one["files"] == []
     assert prune(tmp_path, "--keep-newest", 1, "--delete").status == 0
-    left = companion.run("list", "--json", "--evidence", tmp_path, "--store", "/absent").document["sets"]
+    left = companion.run("list", "--json", "--evidence", tmp_path, "--store", companion.DEFAULTS).document["sets"]
     assert [one["number"] for one in left if one["files"]] == [1, 59]

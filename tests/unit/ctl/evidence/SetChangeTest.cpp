@@ -228,3 +228,17 @@ TEST(EmptyFolders, GoOnceTheirProcessHasGoneAndTheyHaveRestedForAnHour)
     EXPECT_TRUE(remove("/absent", 1'003'601));
     EXPECT_FALSE(fs::exists(folder.GetRoot() / "tbrd/4321")) << "nothing but the daemon's marker was in it";
 }
+
+TEST(SetDeletion, LeavesNoEmptyFolderOfTwoSetsOfOneNumber)
+{
+    const EvidenceFolder folder;
+    WriteStatistics(folder, "tbrd", 4321, 1, "13-11_02.10.28", "CPU");
+    WriteStatistics(folder, "tbrd", 4321, 1, "13-11_02.10.29", "Memory");
+    fs::last_write_time(folder.GetRoot() / FOLDER, fs::file_time_type::clock::now() - std::chrono::hours(2));
+    const EvidenceTree tree = FindEvidence(folder.GetPath(), Keeping::Sums);
+    ASSERT_EQ(tree.sets.size(), 2U);
+    const Activity activity("/absent");
+    EXPECT_EQ(DeleteFoundSet(tree, 0, activity).failure, "");
+    EXPECT_EQ(DeleteFoundSet(tree, 1, activity).failure, "");
+    EXPECT_FALSE(fs::exists(folder.GetRoot() / FOLDER));
+}
