@@ -34,6 +34,7 @@ void FindWriter(void* library, ArchiveLibrary& calls)
     Find(library, "archive_write_free", calls.writeFree);
     Find(library, "archive_write_add_filter_zstd", calls.writeAddFilterZstd);
     Find(library, "archive_write_set_format_pax_restricted", calls.writeSetFormatPaxRestricted);
+    Find(library, "archive_write_set_bytes_in_last_block", calls.writeSetBytesInLastBlock);
     Find(library, "archive_write_open_fd", calls.writeOpenFd);
     Find(library, "archive_write_header", calls.writeHeader);
     Find(library, "archive_write_data", calls.writeData);
@@ -46,9 +47,11 @@ void FindReader(void* library, ArchiveLibrary& calls)
     Find(library, "archive_read_free", calls.readFree);
     Find(library, "archive_read_support_filter_zstd", calls.readSupportFilterZstd);
     Find(library, "archive_read_support_format_tar", calls.readSupportFormatTar);
+    Find(library, "archive_read_set_format_option", calls.readSetFormatOption);
     Find(library, "archive_read_open_fd", calls.readOpenFd);
     Find(library, "archive_read_next_header", calls.readNextHeader);
     Find(library, "archive_read_data", calls.readData);
+    Find(library, "archive_filter_code", calls.filterCode);
 }
 
 void FindEntry(void* library, ArchiveLibrary& calls)
@@ -85,6 +88,21 @@ const ArchiveLibrary& GetArchiveLibrary()
 {
     static const ArchiveLibrary library = OpenArchiveLibrary();
     return library;
+}
+
+NamesInUtf8::NamesInUtf8() : mLocale(newlocale(LC_CTYPE_MASK, "C.UTF-8", nullptr))
+{
+    if (mLocale != nullptr) {
+        mBefore = uselocale(mLocale);
+    }
+}
+
+NamesInUtf8::~NamesInUtf8()
+{
+    if (mLocale != nullptr) {
+        (void)uselocale(mBefore); // it was the thread's
+        freelocale(mLocale);
+    }
 }
 
 } // namespace ctl

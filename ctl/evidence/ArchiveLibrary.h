@@ -2,6 +2,7 @@
 
 #include <archive.h>
 #include <archive_entry.h>
+#include <locale.h>
 
 namespace ctl
 {
@@ -20,6 +21,7 @@ struct ArchiveLibrary
     decltype(&archive_write_free) writeFree = nullptr;
     decltype(&archive_write_add_filter_zstd) writeAddFilterZstd = nullptr;
     decltype(&archive_write_set_format_pax_restricted) writeSetFormatPaxRestricted = nullptr;
+    decltype(&archive_write_set_bytes_in_last_block) writeSetBytesInLastBlock = nullptr;
     decltype(&archive_write_open_fd) writeOpenFd = nullptr;
     decltype(&archive_write_header) writeHeader = nullptr;
     decltype(&archive_write_data) writeData = nullptr;
@@ -29,9 +31,11 @@ struct ArchiveLibrary
     decltype(&archive_read_free) readFree = nullptr;
     decltype(&archive_read_support_filter_zstd) readSupportFilterZstd = nullptr;
     decltype(&archive_read_support_format_tar) readSupportFormatTar = nullptr;
+    decltype(&archive_read_set_format_option) readSetFormatOption = nullptr;
     decltype(&archive_read_open_fd) readOpenFd = nullptr;
     decltype(&archive_read_next_header) readNextHeader = nullptr;
     decltype(&archive_read_data) readData = nullptr;
+    decltype(&archive_filter_code) filterCode = nullptr;
 
     decltype(&archive_entry_new) entryNew = nullptr;
     decltype(&archive_entry_free) entryFree = nullptr;
@@ -50,5 +54,22 @@ struct ArchiveLibrary
  * Raises std::runtime_error with the reason of the loader where it can't be opened or lacks a call.
  */
 const ArchiveLibrary& GetArchiveLibrary();
+
+/**
+ * Makes the thread's names UTF-8 texts while it lives, whatever the locale of the user: the library converts
+ * the names in an archive to and from those of the locale. Where the host lacks the locale nothing changes.
+ */
+class NamesInUtf8
+{
+public:
+    NamesInUtf8();
+    ~NamesInUtf8();
+    NamesInUtf8(const NamesInUtf8&) = delete;
+    NamesInUtf8& operator=(const NamesInUtf8&) = delete;
+
+private:
+    const locale_t mLocale;
+    locale_t mBefore = nullptr;
+};
 
 } // namespace ctl

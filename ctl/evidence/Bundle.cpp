@@ -38,6 +38,8 @@ public:
         Demand(mWriter != nullptr);
         Demand(mLibrary.writeAddFilterZstd(mWriter.get()) == ARCHIVE_OK);
         Demand(mLibrary.writeSetFormatPaxRestricted(mWriter.get()) == ARCHIVE_OK);
+        // A pipe gets no more than a file: zeros after the end would be damage.
+        Demand(mLibrary.writeSetBytesInLastBlock(mWriter.get(), 1) == ARCHIVE_OK);
         Demand(mLibrary.writeOpenFd(mWriter.get(), output) == ARCHIVE_OK);
     }
 
@@ -50,7 +52,8 @@ public:
         mLibrary.entrySetPerm(entry.get(), ENTRY_MODE);
         mLibrary.entrySetSize(entry.get(), static_cast<la_int64_t>(bytes));
         mLibrary.entrySetMtime(entry.get(), modified, 0);
-        Demand(mLibrary.writeHeader(mWriter.get(), entry.get()) == ARCHIVE_OK);
+        // A name that is no UTF-8 is written as it is, with a warning.
+        Demand(mLibrary.writeHeader(mWriter.get(), entry.get()) >= ARCHIVE_WARN);
     }
 
     void Take(std::string_view bytes)
@@ -71,6 +74,7 @@ private:
         }
     }
 
+    const NamesInUtf8 mNames;
     const ArchiveLibrary& mLibrary;
     const std::unique_ptr<archive, WriterDeleter> mWriter;
 };
@@ -190,7 +194,7 @@ private:
 
     Json MakeManifest(const SetReport& report) const
     {
-        Json manifest = BeginDocument("manifest");
+        Json manifest = BeginDocument(MANIFEST_KIND);
         manifest["set"] = {{"id", ToJson(mSet.GetId())},
                            {"process", ToJson(mSet.process)},
                            {"pid", mSet.pid},

@@ -15,6 +15,8 @@ namespace ctl
 
 /** Name of the manifest in a bundle; it comes last. */
 constexpr char MANIFEST_NAME[] = "MANIFEST.json";
+/** Its kind, as the document says it. */
+constexpr char MANIFEST_KIND[] = "manifest";
 
 /** What goes into a bundle. */
 struct BundleRules
@@ -53,8 +55,9 @@ struct BundleReport
 };
 
 /**
- * Reads an open bundle to its end and compares each file with the manifest. Nothing is unpacked. Raises
- * std::runtime_error for what is no bundle.
+ * Reads an open bundle to its end and compares each file with the manifest. Nothing is unpacked. A file that
+ * would be unpacked outside its folder, and what comes after the end of the tar, are problems as well.
+ * Raises std::runtime_error for what is no bundle.
  */
 BundleReport CheckBundle(int input, const std::function<void(std::uint64_t bytes)>& progress);
 

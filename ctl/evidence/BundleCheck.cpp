@@ -5,6 +5,8 @@
 #include "evidence/ArchiveLibrary.h"
 #include "evidence/Sha256.h"
 
+#include <algorithm>
+#include <filesystem>
 #include <map>
 #include <memory>
 #include <stdexcept>
@@ -29,6 +31,13 @@ struct Measure
     std::string sha256;
 };
 
+/** True for a path from the root, or with a way up in it. */
+bool LeadsOutside(const std::string& name)
+{
+    const std::filesystem::path path(name);
+    return path.is_absolute() || std::find(path.begin(), path.end(), "..") != path.end();
+}
+
 /** Reads a bundle from its first to its last byte. */
 class BundleReader
 {
@@ -39,6 +48,8 @@ public:
         // These two alone: a bundle comes from elsewhere, and other formats have no place in it.
         mLibrary.readSupportFilterZstd(mReader.get());
         mLibrary.readSupportFormatTar(mReader.get());
+        // What follows the end of the tar is read too: tools that join archives would unpack it.
+        mLibrary.readSetFormatOption(mReader.get(), "tar", "read_concatenated_archives", "1");
         if (mLibrary.readOpenFd(mReader.get(), input, BLOCK) != ARCHIVE_OK) {
             Fail("is no bundle");
         }
@@ -48,14 +59,18 @@ public:
     {
         archive_entry* entry = nullptr;
         int result = 0;
-        while ((result = mLibrary.readNextHeader(mReader.get(), &entry)) == ARCHIVE_OK) {
+        while ((result = mLibrary.readNextHeader(mReader.get(), &entry)) == ARCHIVE_OK ||
+               result == ARCHIVE_WARN) { // a name that isn't of this locale
             TakeEntry(entry);
         }
         if (result != ARCHIVE_EOF) {
-            if (mFound.empty() && mManifest.empty()) {
+            if (mFound.empty() && !mHasManifest) {
                 Fail("is no bundle");
             }
             mReport.problems.push_back(std::string("the bundle is cut short or damaged: ") + GetReason());
+        }
+        if (mLibrary.filterCode(mReader.get(), 0) != ARCHIVE_FILTER_ZSTD) {
+            mReport.problems.emplace_back("the bundle is not compressed by zstd");
         }
         Compare();
         return std::move(mReport);
@@ -76,10 +91,16 @@ private:
     void TakeEntry(archive_entry* entry)
     {
         const char* const given = mLibrary.entryPathname(entry);
-        const std::string name = given == nullptr ? "" : given;
+        const std::string name = ToJson(given == nullptr ? "" : given); // as the manifest has it
+        if (LeadsOutside(name)) {
+            mReport.problems.push_back(name + ": would be unpacked outside the folder of the bundle");
+        }
         if (mLibrary.entryFiletype(entry) != AE_IFREG || mLibrary.entryHardlink(entry) != nullptr) {
             mReport.problems.push_back(name + ": is no plain file");
-        } else if (name == MANIFEST_NAME && mManifest.empty()) {
+        } else if (name == MANIFEST_NAME && mHasManifest) {
+            mReport.problems.push_back(name + ": is there twice");
+        } else if (name == MANIFEST_NAME) {
+            mHasManifest = true;
             ReadEntry([this](std::string_view bytes) { TakeManifest(bytes); });
         } else if (mFound.size() == MOST_FILES || mFound.count(name) != 0) {
             mReport.problems.push_back(name + ": is one file too many");
@@ -113,6 +134,28 @@ private:
         mManifest += bytes;
     }
 
+    /** Whether it is the manifest of a set. One that leaves all out has at least a file that it leaves out.
+     */
+    void CheckKind(const Json& manifest)
+    {
+        const std::string wanted = BeginDocument(MANIFEST_KIND)["schema"];
+        const Json found = manifest.value("schema", Json());
+        if (found != wanted) {
+            mReport.problems.push_back(std::string(MANIFEST_NAME) + ": is of another schema than " + wanted);
+        }
+        if (manifest["files"].empty() && manifest.value("leftOut", Json()).empty()) {
+            mReport.problems.push_back(std::string(MANIFEST_NAME) + ": names no file");
+        }
+    }
+
+    void AddPromised(const Json& file, std::map<std::string, Measure>& promised)
+    {
+        const std::string path = file["path"];
+        if (!promised.emplace(path, Measure{file["bytes"], file["sha256"]}).second) {
+            mReport.problems.push_back(path + ": stands twice in the manifest");
+        }
+    }
+
     /** The files that the manifest promises; nothing of a manifest that is none. */
     std::map<std::string, Measure> ParseManifest()
     {
@@ -127,11 +170,12 @@ private:
             if (file.is_object() && file.value("path", Json()).is_string() &&
                 file.value("bytes", Json()).is_number_unsigned() &&
                 file.value("sha256", Json()).is_string()) {
-                promised[file["path"]] = {file["bytes"], file["sha256"]};
+                AddPromised(file, promised);
             } else {
                 mReport.problems.push_back(std::string(MANIFEST_NAME) + ": is damaged");
             }
         }
+        CheckKind(manifest);
         return promised;
     }
 
@@ -158,11 +202,13 @@ private:
         }
     }
 
+    const NamesInUtf8 mNames;
     const ArchiveLibrary& mLibrary;
     const std::unique_ptr<archive, ReaderDeleter> mReader;
     const std::function<void(std::uint64_t)>& mProgress;
     std::map<std::string, Measure> mFound;
     std::string mManifest;
+    bool mHasManifest = false;
     BundleReport mReport;
 };
 } // namespace

@@ -18,6 +18,7 @@
 #include <stdexcept>
 
 #include <CLI/CLI.hpp>
+#include <unistd.h>
 
 namespace ctl
 {
@@ -27,6 +28,7 @@ constexpr VerbText BUNDLE = {
     "bundle", "Packs an evidence set for somebody else, or checks such a bundle",
     "thsentinelctl bundle tbrd/4321/Evidence1/cpu-20261121T235230 -o evidence.tar.zst\n"
     "thsentinelctl bundle --check evidence.tar.zst"};
+constexpr char STANDARD_OUTPUT[] = "-";
 constexpr std::size_t LONGEST_LIST = std::size_t{1024} * 1024;
 
 struct BundleOptions
@@ -103,6 +105,19 @@ std::uint64_t CountWork(const EvidenceSet& set, const BundleOptions& options)
     return set.sums.textBytes * turns + (options.withCores ? set.sums.bytes - set.sums.textBytes : 0);
 }
 
+/** Writes the bundle to where the options say. */
+std::vector<BundledFile> Write(const BundleOptions& options, const EvidenceTree& tree, const EvidenceSet& set,
+                               const SetReport& report, const BundleRules& rules)
+{
+    if (options.output == STANDARD_OUTPUT) {
+        return WriteBundle(STDOUT_FILENO, tree, set, report, rules);
+    }
+    PrivateFile output(options.output, options.replaces);
+    std::vector<BundledFile> files = WriteBundle(output.Get(), tree, set, report, rules);
+    output.Commit();
+    return files;
+}
+
 int Bundle(const Common& common, const BundleOptions& options)
 {
     const EvidenceSource source = OpenEvidence(common);
@@ -122,10 +137,10 @@ int Bundle(const Common& common, const BundleOptions& options)
     if (!options.hidesNothing) {
         rules.redaction = ReadRedaction(options.list);
     }
-    PrivateFile output(options.output, options.replaces);
-    const std::vector<BundledFile> files = WriteBundle(output.Get(), source.tree, set, report, rules);
-    output.Commit();
-    if (common.json) {
+    const std::vector<BundledFile> files = Write(options, source.tree, set, report, rules);
+    if (options.output == STANDARD_OUTPUT) {
+        PrintUnknownSettings(source); // to standard error
+    } else if (common.json) {
         PrintDocument(DescribeBundle(options.output, files, report, source));
     } else {
         PrintBundle(options.output, files, report);
@@ -179,9 +194,9 @@ void AddBundleVerb(CLI::App& program, Common& common)
     const auto options = std::make_shared<BundleOptions>();
     CLI::Option* const check =
         verb.add_option("--check", options->check, "Compare a bundle with its manifest")->type_name("FILE");
-    CLI::Option* const output =
-        verb.add_option("-o,--output", options->output, "The bundle, a tar compressed by zstd")
-            ->type_name("FILE");
+    CLI::Option* const output = verb.add_option("-o,--output", options->output,
+                                                "The bundle, a tar compressed by zstd; - for standard output")
+                                    ->type_name("FILE");
     CLI::Option* const set = verb.add_option("SET", options->set, "The id of a set, or its path");
     verb.add_flag("--with-cores", options->withCores, "Bundle core images and heap dumps too");
     verb.add_option("--redact", options->list,
@@ -196,6 +211,9 @@ void AddBundleVerb(CLI::App& program, Common& common)
         }
         if (options->set.empty() || options->output.empty()) {
             throw CLI::ValidationError("bundle", "needs SET and -o FILE, or --check FILE");
+        }
+        if (options->output == STANDARD_OUTPUT && isatty(STDOUT_FILENO) != 0) {
+            throw CLI::ValidationError("--output", "a bundle is not written to a terminal");
         }
         return Bundle(common, *options);
     });
