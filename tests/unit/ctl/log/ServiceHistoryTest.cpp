@@ -85,6 +85,14 @@ TEST_F(HistoryFixture, CountsSetsForTheCounterThatBreached)
     EXPECT_EQ(Get().breaches[0].count, 2);
 }
 
+TEST_F(HistoryFixture, KeepsTheIntervalOfTheLoadThatComesBeforeTheStart)
+{
+    Say("Processes will be monitored regularly after 300 seconds. It can be modified by changing "
+        "THHS_POLL_INTERVAL value in Tarnhaven configuration.");
+    Start();
+    EXPECT_EQ(Get().interval, 300);
+}
+
 TEST_F(HistoryFixture, ForgetsWhatWasBeforeAStart)
 {
     Start();

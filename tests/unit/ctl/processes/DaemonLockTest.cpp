@@ -69,6 +69,17 @@ TEST_F(DaemonLockFixture, SaysThatAnotherHoldsItThanTheFileNames)
     EXPECT_EQ(Ask().reason, "the lock is held by process 43, and the run lock file names 42");
 }
 
+TEST_F(DaemonLockFixture, IsUnknownWhereTheFileCannotBeAskedAndADaemonIsThere)
+{
+    mFolder.Write("tmp/" + CHILD_LOCK + "/a file", ""); // a folder in the place of the lock file
+    mFolder.Write("proc/locks", "");
+    EXPECT_EQ(Ask().state, State::Stopped);
+    mFolder.AddProcess(42, std::string("/bin/thsentinel\0", 16));
+    EXPECT_EQ(Ask().state, State::Unknown);
+    EXPECT_EQ(Ask().reason, mFolder.GetRoot() + "/tmp/" + CHILD_LOCK +
+                                " can't be read, and the list of locks doesn't settle it");
+}
+
 TEST_F(DaemonLockFixture, SaysThatTheHolderIsNotToBeSeen)
 {
     WriteLocks();
