@@ -139,7 +139,14 @@ std::optional<std::time_t> ParseClock(const std::string& text, std::time_t now)
         time.tm_sec = 0;
         const char* const rest = strptime(text.c_str(), format, &time);
         if (rest != nullptr && *rest == '\0') {
-            return ToTime(time);
+            struct tm yesterday = time;
+            const std::optional<std::time_t> found = ToTime(time);
+            if (!found || *found <= now) {
+                return found;
+            }
+            --yesterday.tm_mday; // day 0 of a month is the last of the one before
+            yesterday.tm_isdst = -1;
+            return std::mktime(&yesterday);
         }
     }
     return std::nullopt;

@@ -30,8 +30,10 @@ std::optional<std::chrono::seconds> ParseDuration(std::string_view text);
 
 /**
  * Reads a point in time, as people give it:
- *   2026-11-21T20:32:01+01:00, 2026-11-21T20:32:01Z, 2026-11-21 20:32[:01], 2026-11-21   (local without
- * offset) 20:32[:01]                      today now, today, yesterday           the last two at midnight
+ *   2026-11-21T20:32:01+01:00, 2026-11-21T20:32:01Z
+ *   2026-11-21 20:32[:01], 2026-11-21   local
+ *   20:32[:01]                      today, or yesterday if that is still to come
+ *   now, today, yesterday           the last two at midnight
  *   @1795293121                     seconds since the epoch
  *   30d, 2h                         so long before `now`
  * Nothing for anything else.

@@ -54,6 +54,9 @@ TEST_F(TimeTextFixture, ReadsTheFormsThatPeopleGive)
     EXPECT_EQ(ctl::ParseTime("2023-11-14 23:43", 0), NOON - 20);
     EXPECT_EQ(ctl::ParseTime("2023-11-14", 0), NOON - (23 * 3600 + 43 * 60 + 20));
     EXPECT_EQ(ctl::ParseTime("23:40", NOON), NOON - 200);
+    EXPECT_EQ(ctl::ParseTime("23:43:20", NOON), NOON);
+    EXPECT_EQ(ctl::ParseTime("23:44", NOON), ctl::ParseTime("2023-11-13 23:44", 0))
+        << "that of today is still to come";
     EXPECT_EQ(ctl::ParseTime("@1700000000", 0), NOON);
     EXPECT_EQ(ctl::ParseTime("now", NOON), NOON);
     EXPECT_EQ(ctl::ParseTime("2h", NOON), NOON - 7200);
