@@ -4,6 +4,7 @@
 #include <exception>
 
 #include "base/Document.h"
+#include "base/PlainText.h"
 #include "base/TimeText.h"
 #include "log/EventFeed.h"
 #include "log/LogFolder.h"
@@ -27,7 +28,7 @@ void Take(BreachTally& tally, const LogEvent& event)
         tally.counts.clear();
         tally.hasStart = true;
     } else if (event.kind == LogEventKind::Breach || event.kind == LogEventKind::Forced) {
-        ++tally.counts[{event.process, event.resource}];
+        ++tally.counts[{ToUtf8(event.process), event.resource}];
     }
 }
 

@@ -12,6 +12,9 @@
 namespace ctl
 {
 
+/** Numbers of breaches by configured name, as UTF-8, and resource. */
+using BreachCounts = std::map<std::pair<std::string, std::string>, long long>;
+
 /**
  * The breaches since the latest start of the service, and how far the logs were read for them. It can be kept
  * as a line of text: whoever goes on from there counts each breach once, whatever became of the logs before.
@@ -20,7 +23,7 @@ struct BreachTally
 {
     std::string folder; ///< of the logs
     EventCursor cursor;
-    std::map<std::pair<std::string, std::string>, long long> counts; ///< by configured name and resource
+    BreachCounts counts;
     bool hasStart = false; ///< the latest counting saw a start, so that all since then are counted
 };
 

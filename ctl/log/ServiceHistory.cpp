@@ -3,6 +3,7 @@
 #include <algorithm>
 #include <cstring>
 
+#include "base/PlainText.h"
 #include "base/SafeFile.h"
 #include "base/TimeText.h"
 #include "log/LogEvents.h"
@@ -102,10 +103,14 @@ void HistoryBuilder::TakeStart(std::time_t time)
     mHistory.started = time;
     mHistory.interval = interval;
     mHistory.isComplete = true;
+    mIntervalAtPass.reset();
 }
 
 void HistoryBuilder::CountPass(std::time_t time)
 {
+    // The settings are read after the sleep, just before the next pass: that one slept by those before them.
+    mHistory.passInterval = mIntervalAtPass;
+    mIntervalAtPass = mHistory.interval;
     mHistory.passBefore = mHistory.lastPass;
     mHistory.lastPass = time;
     for (auto& [key, counter] : mHistory.counters) {
@@ -149,14 +154,14 @@ void HistoryBuilder::TakeBreach(std::time_t time, const LogEvent& event)
     ++counter.breaches;
     counter.configured = event.process;
     counter.lastBreach = time;
-    const auto found =
-        std::find_if(mHistory.breaches.begin(), mHistory.breaches.end(), [&event](const BreachCount& row) {
-            return row.process == event.process && row.resource == event.resource;
-        });
+    const std::string name = ToUtf8(event.process);
+    const auto found = std::find_if(
+        mHistory.breaches.begin(), mHistory.breaches.end(),
+        [&](const BreachCount& row) { return row.process == name && row.resource == event.resource; });
     if (found != mHistory.breaches.end()) {
         ++found->count;
     } else {
-        mHistory.breaches.push_back({event.process, event.resource, 1});
+        mHistory.breaches.push_back({name, event.resource, 1});
     }
 }
 

@@ -43,7 +43,7 @@ struct CounterHistory
 /** A number of breaches of one watched name. */
 struct BreachCount
 {
-    std::string process; ///< the configured name
+    std::string process; ///< the configured name, as UTF-8
     std::string resource;
     int count = 0;
 };
@@ -56,6 +56,7 @@ struct ServiceHistory
     std::optional<std::time_t>
         lastPass; ///< the latest line that a pass writes when it begins to read counters
     std::optional<std::time_t> passBefore; ///< the one before it
+    std::optional<int> passInterval;       ///< seconds of the sleep between these two, if the log gives them
     std::optional<std::time_t> lastLoad;   ///< when the store was read last
     bool lastLoadFailed = false;           ///< that reading was not followed by its success
     /** What the service complained of before it ended by itself after that reading; else nothing. */
@@ -85,7 +86,8 @@ private:
     void CountPass(std::time_t time);
 
     ServiceHistory mHistory;
-    CounterKey mBreaching = {0, ""}; ///< whose breach line came last; its capture line follows
+    std::optional<int> mIntervalAtPass; ///< in force when the last pass began
+    CounterKey mBreaching = {0, ""};    ///< whose breach line came last; its capture line follows
 };
 
 /** Called for each event of a log, in order; false ends the reading. */

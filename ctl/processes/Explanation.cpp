@@ -185,9 +185,11 @@ bool Explainer::IsStandingStill() const
     if (!history.lastPass || !history.passBefore || !history.interval) {
         return false;
     }
-    const std::time_t length =
-        std::max<std::time_t>(*history.lastPass - *history.passBefore, *history.interval);
-    return mAt - *history.lastPass > length + *history.interval;
+    const std::time_t between = *history.lastPass - *history.passBefore;
+    const std::time_t interval = *history.interval;
+    const std::time_t pass =
+        std::max<std::time_t>(between - history.passInterval.value_or(*history.interval), 0);
+    return mAt - *history.lastPass > pass + 2 * interval;
 }
 
 void Explainer::Judge(CounterExplanation& answer) const
@@ -213,7 +215,8 @@ void Explainer::Judge(CounterExplanation& answer) const
             "evidence is taken at every pass, as THHS_CAPTURE_WITHOUT_THRESHOLD is set");
         return;
     }
-    if (standstill.empty()) {
+    const bool hasEnded = !IsOfPast() && mState.IsStoreRead() && !answer.now;
+    if (standstill.empty() && !hasEnded) { // a counter of nobody decides nothing
         JudgeWindow(answer);
     }
     JudgeReadings(answer);
@@ -231,7 +234,7 @@ void Explainer::JudgeWindow(CounterExplanation& answer) const
     }
     const int passes =
         *answer.window < DECIDING ? DECIDING - *answer.window : CYCLE + DECIDING - *answer.window;
-    if (mTrace.history.lastPass && mState.lock.IsRunning()) {
+    if (mTrace.history.lastPass && mState.lock.IsRunning() && mState.IsIntervalKnown()) {
         const auto period = mState.GetInterval() + mState.GetPassLength();
         answer.decision = *mTrace.history.lastPass + passes * period.count();
     }

@@ -17,6 +17,7 @@
 #include "base/Document.h"
 #include "base/ExitStatus.h"
 #include "base/NewFile.h"
+#include "base/PlainText.h"
 #include "base/SafeFile.h"
 #include "evidence/EvidenceSource.h"
 #include "evidence/SetCheck.h"
@@ -55,13 +56,14 @@ WatchedRows CollectRows(const ServiceState& state)
     WatchedRows rows;
     const Settings& settings = state.prediction.settings;
     for (const auto& [name, limit] : settings.cpu) {
-        rows[{name, "cpu"}].limit = limit;
+        rows[{ToUtf8(name), "cpu"}].limit = limit;
     }
     for (const auto& [name, limit] : settings.memory) {
-        rows[{name, "memory"}] = {settings.IsMemoryAbsolute() ? "MB" : "Percent", limit, 0, 0, std::nullopt};
+        rows[{ToUtf8(name), "memory"}] = {settings.IsMemoryAbsolute() ? "MB" : "Percent", limit, 0, 0,
+                                          std::nullopt};
     }
     for (const LiveCounter& counter : state.live.counters) {
-        WatchedRow& row = rows[{counter.process, GetName(counter.resource)}];
+        WatchedRow& row = rows[{ToUtf8(counter.process), GetName(counter.resource)}];
         ++row.processes;
         row.highest = std::max(row.highest, counter.reading);
         if (const std::optional<int> taken = state.GetSetsTaken(counter)) {
@@ -144,8 +146,6 @@ void AddReadings(const WatchedRows& rows, MetricText& text)
         }
     }
 }
-
-using BreachCounts = std::map<std::pair<std::string, std::string>, long long>;
 
 /** The counts with a log that reaches back to the start; nothing without such a log. */
 std::optional<BreachCounts> GetCountsOfHistory(const ServiceHistory& history)

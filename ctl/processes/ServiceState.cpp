@@ -66,12 +66,14 @@ std::chrono::seconds ServiceState::GetPassLength() const
         return std::chrono::seconds(0);
     }
     const std::chrono::seconds between(*history.lastPass - *history.passBefore);
-    return std::max(std::chrono::seconds(0), between - GetInterval());
+    const std::chrono::seconds sleep =
+        history.passInterval ? std::chrono::seconds(*history.passInterval) : GetInterval();
+    return std::max(std::chrono::seconds(0), between - sleep);
 }
 
 std::optional<std::time_t> ServiceState::GetNextPass() const
 {
-    if (!lock.IsRunning() || !history.lastPass) {
+    if (!lock.IsRunning() || !history.lastPass || !IsIntervalKnown()) {
         return std::nullopt;
     }
     return *history.lastPass + (GetInterval() + GetPassLength()).count();
@@ -79,7 +81,7 @@ std::optional<std::time_t> ServiceState::GetNextPass() const
 
 std::optional<bool> ServiceState::IsStuck() const
 {
-    if (!lock.IsRunning() || !history.lastPass) {
+    if (!lock.IsRunning() || !history.lastPass || !IsIntervalKnown()) {
         return std::nullopt;
     }
     return now - *history.lastPass > (2 * GetInterval() + GetPassLength()).count();

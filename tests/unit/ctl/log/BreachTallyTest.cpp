@@ -83,6 +83,17 @@ TEST_F(BreachTallyFixture, DoesNotCountAgainWhatIsInACopyOfALog)
     EXPECT_EQ(CountOnAsText(tally), 2);
 }
 
+TEST_F(BreachTallyFixture, CountsNamesThatReadAlikeWithoutTheirBadBytesAsOne)
+{
+    for (const char* const name : {"a\xff", "a\xfe"}) {
+        Say(TODAY, std::string("CPU threshold exceeded by process : ") + name +
+                       " (7), Threshold : 1 Percent , Usage : 2.00 Percent");
+    }
+    BreachTally tally = Begin();
+    EXPECT_EQ(CountOn(tally), "");
+    EXPECT_EQ(tally.counts, (decltype(tally.counts){{{"a\xef\xbf\xbd", "cpu"}, 2}}));
+}
+
 TEST_F(BreachTallyFixture, BeginsWithTheDayOfTheStart)
 {
     Breach(YESTERDAY);

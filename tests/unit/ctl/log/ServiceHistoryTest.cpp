@@ -48,6 +48,17 @@ TEST_F(HistoryFixture, CountsTheWindowByPassesAndStartsItAgainAfterSix)
     }
 }
 
+TEST_F(HistoryFixture, CountsNamesThatReadAlikeWithoutTheirBadBytesAsOne)
+{
+    for (const char* const name : {"a\xff", "a\xfe"}) {
+        Say(std::string("CPU threshold exceeded by process : ") + name +
+            " (7), Threshold : 1 Percent , Usage : 2.00 Percent");
+    }
+    ASSERT_EQ(Get().breaches.size(), 1U);
+    EXPECT_EQ(Get().breaches[0].process, "a\xef\xbf\xbd");
+    EXPECT_EQ(Get().breaches[0].count, 2);
+}
+
 TEST_F(HistoryFixture, DoesNotKnowTheWindowOfACounterThatItDidNotSeeBegin)
 {
     Pass();

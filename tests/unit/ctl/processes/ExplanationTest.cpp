@@ -300,6 +300,7 @@ TEST_F(ExplanationFixture, KnowsNoLimitsOfAStoreThatCannotBeRead)
 TEST_F(ExplanationFixture, OfAnEndedProcessIsFromTheLogAlone)
 {
     StartWithCounter();
+    Pass();
     mState.live.counters.clear();
     mState.live.unmatched.push_back({"tbrd", Resource::Cpu, {}});
     const Explanation explanation = Ask("7");
@@ -307,6 +308,7 @@ TEST_F(ExplanationFixture, OfAnEndedProcessIsFromTheLogAlone)
     EXPECT_EQ(explanation.counters[0].now, std::nullopt);
     EXPECT_EQ(explanation.counters[0].limit, 10);
     EXPECT_EQ(explanation.counters[0].reasons[0], "the process has ended, or isn't listed any more");
+    EXPECT_EQ(explanation.counters[0].decision, std::nullopt);
     EXPECT_EQ(Ask().reasons, std::vector<std::string>{"no process of that name runs, so its cpu isn't read"});
 }
 

@@ -29,6 +29,24 @@ TEST_F(ServiceStateFixture, ExpectsTheNextPassAfterAnIntervalAndThePassItself)
     EXPECT_EQ(mState.GetPassLength().count(), 0);
 }
 
+TEST_F(ServiceStateFixture, TakesASleepOfAnIntervalThatWasChangedSinceForNoPass)
+{
+    const auto change = [this](const std::string& seconds) {
+        Say("Processes will be monitored regularly after " + seconds +
+            " seconds. It can be modified by changing THHS_POLL_INTERVAL value in Tarnhaven configuration.");
+    };
+    change("120");
+    Start();
+    Pass(0);
+    change("50"); // read after the sleep, before the next pass
+    Pass(121);
+    EXPECT_EQ(mState.GetPassLength().count(), 1);
+    EXPECT_EQ(mState.GetNextPass(), mState.now + 51);
+    change("50");
+    Pass(53);
+    EXPECT_EQ(mState.GetPassLength().count(), 3);
+}
+
 TEST_F(ServiceStateFixture, IsStuckAfterTwoIntervalsAndAPass)
 {
     Start();
