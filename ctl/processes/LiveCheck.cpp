@@ -267,4 +267,10 @@ void CheckLive(const Store& store, const Settings& settings, const WatchedNames&
     LiveCheck(store, settings, names, live, findings).Run();
 }
 
+void CheckListTexts(const Store& store, const Settings& settings, StoreFindings& findings)
+{
+    const LiveMatches live; // no name without a process, one processor, and memory that isn't known
+    LiveCheck(store, settings, WatchedNames({}, {}, 0), live, findings).Run();
+}
+
 } // namespace ctl

@@ -1,5 +1,6 @@
 #include "processes/LiveMatches.h"
 
+#include <algorithm>
 #include <map>
 #include <utility>
 
@@ -89,6 +90,17 @@ LiveMatches FindLive(const Settings& settings, const WatchedNames& names, const 
         search.AddName(name, limit, Resource::Memory);
     }
     return live;
+}
+
+std::vector<std::string> GetUnmatchedNames(const LiveMatches& live)
+{
+    std::vector<std::string> names;
+    for (const UnmatchedName& unmatched : live.unmatched) {
+        if (std::find(names.begin(), names.end(), unmatched.process) == names.end()) {
+            names.push_back(unmatched.process);
+        }
+    }
+    return names;
 }
 
 std::vector<std::string> GetListedNames(const Settings& settings)

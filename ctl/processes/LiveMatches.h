@@ -48,6 +48,9 @@ struct LiveMatches
 LiveMatches FindLive(const Settings& settings, const WatchedNames& names, const Machine& machine,
                      const std::string& folder = "/proc");
 
+/** The names that have no counter in one of the lists, each once. */
+std::vector<std::string> GetUnmatchedNames(const LiveMatches& live);
+
 /** All names of the three lists. */
 std::vector<std::string> GetListedNames(const Settings& settings);
 
@@ -57,5 +60,8 @@ std::vector<std::string> GetListedNames(const Settings& settings);
  */
 void CheckLive(const Store& store, const Settings& settings, const WatchedNames& names,
                const LiveMatches& live, StoreFindings& findings);
+
+/** Adds what the lists alone show: names that can never match, limits that are reached nowhere. */
+void CheckListTexts(const Store& store, const Settings& settings, StoreFindings& findings);
 
 } // namespace ctl

@@ -66,15 +66,10 @@ std::vector<LiveCounter> GetCounters(const ServiceState& state)
     return state.lock.IsRunning() ? state.live.counters : std::vector<LiveCounter>();
 }
 
-std::vector<std::string> GetUnmatchedNames(const ServiceState& state)
+/** Which counters there are can't be known without the lists of a service that runs, or may run. */
+bool AreCountersKnown(const ServiceState& state)
 {
-    std::vector<std::string> names;
-    for (const UnmatchedName& unmatched : state.live.unmatched) {
-        if (std::find(names.begin(), names.end(), unmatched.process) == names.end()) {
-            names.push_back(unmatched.process);
-        }
-    }
-    return names;
+    return state.lock.state == DaemonLock::State::Stopped || (state.lock.IsRunning() && state.IsStoreRead());
 }
 
 Json DescribeCounter(const ServiceState& state, const LiveCounter& counter)
@@ -123,14 +118,11 @@ void WriteJson(const ServiceState& state)
     const auto left = state.GetLevelsLeftRaised();
     document["levelsLeftRaised"] = left ? ToJson(*left) : Json(nullptr);
     document["logFailure"] = state.history.failure.empty() ? Json(nullptr) : ToJson(state.history.failure);
-    document["counters"] = Json::array();
+    document["counters"] = AreCountersKnown(state) ? Json::array() : Json(nullptr);
     for (const LiveCounter& counter : GetCounters(state)) {
         document["counters"].push_back(DescribeCounter(state, counter));
     }
-    document["unmatched"] = Json::array();
-    for (const std::string& name : GetUnmatchedNames(state)) {
-        document["unmatched"].push_back(ToJson(name));
-    }
+    document["unmatched"] = state.IsStoreRead() ? ToJson(GetUnmatchedNames(state.live)) : Json(nullptr);
     PrintDocument(document);
 }
 

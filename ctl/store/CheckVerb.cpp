@@ -69,6 +69,16 @@ void CheckAgainstHost(const Common& common, const Store& store, Checked& checked
     CheckLive(store, settings, names, *checked.live, checked.findings);
 }
 
+/** What needs no host of the same. */
+void CheckTexts(const Store& store, Checked& checked)
+{
+    const Settings& settings = checked.prediction.settings;
+    if (!settings.evidencePath.empty()) {
+        CheckEvidencePathText(settings.evidencePath, store.FindLine(THHS_EVIDENCE_PATH), checked.findings);
+    }
+    CheckListTexts(store, settings, checked.findings);
+}
+
 void SortByLine(StoreFindings& findings)
 {
     std::stable_sort(findings.begin(), findings.end(),
@@ -85,7 +95,9 @@ Checked Check(const Common& common, const Options& options, const Store& store)
     checked.findings = checked.prediction.findings;
     CheckEntries(store, checked.findings);
     CheckSettings(store, checked.prediction, checked.findings, !options.noHost);
-    if (!options.noHost) {
+    if (options.noHost) {
+        CheckTexts(store, checked);
+    } else {
         CheckAgainstHost(common, store, checked);
     }
     SortByLine(checked.findings);
@@ -150,9 +162,7 @@ void PrintJson(const Checked& checked)
         for (const LiveCounter& counter : checked.live->counters) {
             document["matches"].push_back(DescribeCounter(counter));
         }
-        for (const UnmatchedName& name : checked.live->unmatched) {
-            document["unmatched"].push_back(ToJson(name.process));
-        }
+        document["unmatched"] = ToJson(GetUnmatchedNames(*checked.live));
     }
     PrintDocument(document);
 }

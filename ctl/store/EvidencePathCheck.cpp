@@ -38,6 +38,8 @@ public:
         : mPath(std::move(path)), mPlace(std::move(place)), mLine(line), mFindings(findings)
     {}
 
+    void CheckText();
+
     void Run()
     {
         CheckText();
@@ -63,7 +65,6 @@ private:
         mFindings.push_back({severity, THHS_EVIDENCE_PATH, mLine, std::move(message), std::move(remedy)});
     }
 
-    void CheckText();
     void CheckOwner(const std::string& folder, const struct stat& status);
     void CheckParents();
     void CheckParent(const std::string& folder);
@@ -244,6 +245,11 @@ void CheckEvidenceFolder(const std::string& path, const std::string& place, std:
                          StoreFindings& findings)
 {
     FolderCheck(path, place, line, findings).Run();
+}
+
+void CheckEvidencePathText(const std::string& path, std::size_t line, StoreFindings& findings)
+{
+    FolderCheck(path, path, line, findings).CheckText();
 }
 
 } // namespace ctl

@@ -16,4 +16,7 @@ namespace ctl
 void CheckEvidenceFolder(const std::string& path, const std::string& place, std::size_t line,
                          StoreFindings& findings);
 
+/** The same of the text of the path alone. */
+void CheckEvidencePathText(const std::string& path, std::size_t line, StoreFindings& findings);
+
 } // namespace ctl

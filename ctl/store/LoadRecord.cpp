@@ -48,7 +48,7 @@ void LoadRecord::ReportBadText(const char* key, const std::string& text, IfBad i
         "the value " + what +
             (stops ? ", which no setting may hold, and the service won't start"
                    : ", which no setting may hold; it is used all the same"),
-        "only letters, digits, blanks, tabs and @ _ . \\ / - : , are allowed, and no \"..\"");
+        "only letters, digits, blanks, tabs, backslashes and @ _ . / - : , are allowed, and no \"..\"");
     if (stops) {
         Fail(RC_CONFIG_BAD_CHARS);
     }

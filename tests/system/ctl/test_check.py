@@ -184,6 +184,31 @@ def test_without_its_own_library_unknown_keys_are_not_checked(make_host, interpo
     assert document["prediction"]["starts"]
 
 
+def test_names_limits_and_the_path_are_checked_without_a_host_too(tmp_path):
+    store = tmp_path / "master.conf"
+    store.write_text("THHS_MONITOR_CPU = /usr/bin/x:5,a b:5,c:100,-d:5\nTHHS_MONITOR_MEMORY = e:99\n"
+                     "THHS_MEMORY_UNIT = PERCENT\nTHHS_EVIDENCE_PATH = my evidence\n")
+    document = companion.run("check", "--no-host", "--json", store).document
+    assert [one for key in ("THHS_MONITOR_CPU", "THHS_MONITOR_MEMORY", "THHS_EVIDENCE_PATH")
+            for one in found(document, key)] == [
+        ("error", 1, '"-d" comes first in the filter of the process listing, where egrep takes it for an option: no '
+                     "process at all is found"),
+        ("warning", 1, '"/usr/bin/x" can never match: it is a path, and processes are known by the last part of theirs'),
+        ("warning", 1, '"a b" can never match: it holds a blank, and a command is cut at its first blank'),
+        ("warning", 1, '"c": a reading never exceeds 100 percent, so this limit is never reached'),
+        ("warning", 2, '"e": the process listing shows 99.9 percent of the memory at most, which is read as 99, so a '
+                       "limit of 99 is never exceeded"),
+        ("error", 4, "the path holds a blank: the shell lines of the captures don't quote it, so they write nothing here"),
+        ("warning", 4, "the path is relative: it depends on the folder that the service is started in")]
+    assert (document["matches"], document["unmatched"]) == ([], [])
+
+
+def test_a_name_of_two_lists_without_a_process_is_named_once(make_host):
+    host = make_host(real_tools=True)
+    host.configure(THHS_MONITOR_CPU="absent:1", THHS_MONITOR_MEMORY="absent:1", THHS_EVIDENCE_PATH="/evidence")
+    assert check(host).document["unmatched"] == ["absent"]
+
+
 def test_the_last_line_counts_errors_and_warnings(tmp_path):
     store = tmp_path / "master.conf"
     store.write_text("THHS_MONITOR_CPU = tbrd\n")

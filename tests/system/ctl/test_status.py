@@ -150,6 +150,8 @@ def test_a_store_that_may_not_be_read_is_neither_valid_nor_invalid(host):
 
     assert status(host).document["settingsValid"] is True
     assert companion.Outcome(*look("status", "--json")).document["settingsValid"] is None
+    unread = companion.Outcome(*look("status", "--json")).document
+    assert (unread["counters"], unread["unmatched"]) == (None, None)
     said = look("status").output
     assert "; those on disk can't be read\n" in said and "stop the service" not in said
     assert "thsentinel_settings_valid" not in look("metrics").output

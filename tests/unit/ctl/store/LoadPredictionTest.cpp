@@ -104,6 +104,14 @@ TEST(LoadPrediction, AcceptsALimitOfAHundredPercent)
     EXPECT_EQ(Predict({{"THHS_MONITOR_CPU", "a:100"}}).result, 0);
 }
 
+TEST(LoadPrediction, NamesTheCharactersOfASettingWithoutOneThatIsShownEscaped)
+{
+    const LoadPrediction prediction = Predict({{"THHS_MONITOR_CPU", "a$:1"}});
+    ASSERT_FALSE(prediction.findings.empty());
+    EXPECT_EQ(prediction.findings[0].remedy,
+              "only letters, digits, blanks, tabs, backslashes and @ _ . / - : , are allowed, and no \"..\"");
+}
+
 TEST(LoadPrediction, SaysWhatAppliesInsteadOfAValueOutOfRange)
 {
     const LoadPrediction prediction = Predict({{"THHS_DUMP_COUNT", "11"}});
