@@ -102,12 +102,23 @@ bool IsOption(std::string_view word)
     return word.substr(0, 1) == "-" && word.substr(0, 3) != "---";
 }
 
+/** True if a colon comes before something else than a port: a password that holds a sign which ends a host.
+ */
+bool IsUserOfAddress(std::string_view host)
+{
+    const std::size_t colon = host.rfind(':');
+    return colon != std::string_view::npos &&
+           host.substr(colon + 1).find_first_not_of("0123456789") != std::string_view::npos;
+}
+
 /** Hides scheme://THIS@host. `word` holds an address. */
 std::string HideUser(std::string_view word, std::size_t& hidden)
 {
     const std::size_t begin = word.find(SCHEME_END) + SCHEME_END.size();
     const std::string_view rest = word.substr(begin);
-    const std::size_t at = rest.substr(0, rest.find_first_of("/?#")).rfind('@');
+    const std::string_view host = rest.substr(0, rest.find_first_of("/?#"));
+    const bool isUser = host.find('@') == std::string_view::npos && IsUserOfAddress(host);
+    const std::size_t at = (isUser ? rest : host).rfind('@');
     if (at == std::string_view::npos) {
         return std::string(word);
     }

@@ -116,6 +116,15 @@ TEST(HidingStream, HidesHeadersAndUsersOfAddresses)
     EXPECT_EQ(Hide("{\"password\":\"x\",\"id\":7}"), "{\"password\":[hidden]");
 }
 
+TEST(HidingStream, HidesAPasswordOfAnAddressThatHoldsTheSignOfAnEnd)
+{
+    for (const char sign : {'/', '?', '#'}) {
+        EXPECT_EQ(Hide("get ftp:/" + std::string("/me:pw") + sign + "x@host/"),
+                  "get ftp:/" + std::string("/[hidden]@host/"));
+    }
+    EXPECT_EQ(Hide("get ftp:/" + std::string("/host:21/a@b")), "get ftp:/" + std::string("/host:21/a@b"));
+}
+
 TEST(HidingStream, LeavesTheRestAsItIs)
 {
     for (const char* const line :
