@@ -166,7 +166,7 @@ void HistoryBuilder::TakeBreach(std::time_t time, const LogEvent& event)
 }
 
 std::string VisitEvents(const LogFolder& folder, std::time_t since, std::uint64_t limit,
-                        const EventVisitor& visit)
+                        const EventVisitor& visit, const std::function<void(std::uint64_t bytes)>& advance)
 {
     if (!folder.failure.empty()) {
         return folder.path + ": " + folder.failure;
@@ -191,12 +191,21 @@ std::string VisitEvents(const LogFolder& folder, std::time_t since, std::uint64_
             failure = folder.path + "/" + log.name + ": " + file.failure;
             continue;
         }
-        const auto take = [&visit, &goesOn](const LogLineRead& line) {
+        std::uint64_t told = skipped;
+        const auto tell = [&advance, &told](std::uint64_t offset) {
+            if (advance) {
+                advance(offset - told);
+            }
+            told = offset;
+        };
+        const auto take = [&](const LogLineRead& line) {
+            tell(line.end);
             const std::optional<LogEvent> event = ParseLogText(line.text);
             goesOn = !event || visit(line.time, *event);
             return goesOn;
         };
         const LogEnd end = ReadLogLines(file.file.Get(), skipped, stamps, take, MayReport);
+        tell(end.offset);
         if (end.error != 0) {
             failure = folder.path + "/" + log.name + ": " + std::strerror(end.error);
         }

@@ -95,10 +95,12 @@ using EventVisitor = std::function<bool(std::time_t time, const LogEvent& event)
 
 /**
  * Visits the events in the logs of a folder from the day of `since` on, in the newest `limit` bytes of them.
- * Returns why something can't be read; empty if all was.
+ * Returns why something can't be read; empty if all was. `advance`, if given, is called with the bytes that
+ * were read since it was called last.
  */
 std::string VisitEvents(const LogFolder& folder, std::time_t since, std::uint64_t limit,
-                        const EventVisitor& visit);
+                        const EventVisitor& visit,
+                        const std::function<void(std::uint64_t bytes)>& advance = nullptr);
 
 /**
  * Reads the logs of a folder from the day of `since` on, the newest `limit` bytes of them. With a limit that

@@ -1,5 +1,6 @@
 #include "processes/CounterTrace.h"
 
+#include "base/Progress.h"
 #include "base/TimeText.h"
 #include "log/LogEvents.h"
 #include "log/LogFolder.h"
@@ -63,13 +64,16 @@ CounterTrace ReadTrace(const std::string& logFolder, std::time_t since, std::tim
     const int lastDay = GetDay(ToWall(at + LATE));
     std::erase_if(logs.files, [lastDay](const DailyLog& log) { return log.day > lastDay; });
     TraceBuilder builder;
+    Progress progress("reading the log", 0);
+    progress.CountBytes();
+    const auto take = [&builder, at](std::time_t time, const LogEvent& event) {
+        if (time <= at) { // later ones may stand before, where the clock was set back
+            builder.Take(time, event);
+        }
+        return true;
+    };
     const std::string failure =
-        VisitEvents(logs, since, limit, [&builder, at](std::time_t time, const LogEvent& event) {
-            if (time <= at) { // later ones may stand before, where the clock was set back
-                builder.Take(time, event);
-            }
-            return true;
-        });
+        VisitEvents(logs, since, limit, take, [&progress](std::uint64_t bytes) { progress.Advance(bytes); });
     CounterTrace trace = builder.Finish();
     trace.history.failure = failure;
     return trace;

@@ -3,6 +3,7 @@
 #include <gtest/gtest.h>
 
 #include "ctl/evidence/EvidenceFolder.h"
+#include "log/LogFolder.h"
 
 namespace ctl
 {
@@ -86,6 +87,21 @@ TEST_F(TraceFixture, ForgetsReadingsAtAStart)
     Read(1, "1.00");
     Say(STARTED);
     EXPECT_TRUE(GetReadings(Trace()).empty());
+}
+
+TEST_F(TraceFixture, IsReadByAVisitThatCountsEachByte)
+{
+    Say("nothing of interest");
+    Say(STARTED);
+    mLog += "output of a tool\n";
+    mFolder.Write("root.111326_00001.log", mLog);
+    mFolder.Write("root.111426_00001.log", mLog);
+    std::uint64_t sum = 0;
+    const auto take = [](std::time_t, const LogEvent&) { return true; };
+    EXPECT_EQ(
+        VisitEvents(ListLogs(mFolder.GetRoot()), 0, ALL, take, [&sum](std::uint64_t bytes) { sum += bytes; }),
+        "");
+    EXPECT_EQ(sum, 2 * mLog.size());
 }
 
 TEST_F(TraceFixture, SaysThatThereIsNoFolder)
