@@ -2,6 +2,7 @@
 
 #include "ctl/evidence/CoreHead.h"
 #include "evidence/SetCheck.h"
+#include "evidence/SetLoader.h"
 
 #include <cstdio>
 #include <filesystem>
@@ -91,8 +92,9 @@ void Prepare(const ctl::EvidenceTree& tree, const ctl::EvidenceSet& set, Cache c
 
 void Compare(const char* what, const ctl::EvidenceTree& tree, ctl::FileKind kind, Cache cache)
 {
-    ctl::EvidenceSet set = tree.sets.front();
-    set.files = {*tree.sets.front().Find(kind)};
+    ctl::EvidenceSet set = ctl::LoadSet(tree, 0);
+    const ctl::EvidenceFile file = *set.Find(kind);
+    set.files = {file};
     ctl::CheckRules rules;
     rules.depth = ctl::Depth::Whole;
     ctl::Activity activity;

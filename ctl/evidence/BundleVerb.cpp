@@ -11,6 +11,7 @@
 #include "evidence/EvidenceSource.h"
 #include "evidence/PrivateFile.h"
 #include "evidence/SetDocument.h"
+#include "evidence/SetLoader.h"
 
 #include <iostream>
 #include <memory>
@@ -121,7 +122,7 @@ std::vector<BundledFile> Write(const BundleOptions& options, const EvidenceTree&
 int Bundle(const Common& common, const BundleOptions& options)
 {
     const EvidenceSource source = OpenEvidence(common);
-    const EvidenceSet set = SetLoader(source.tree).Load(SelectOneSet(source.tree, options.set));
+    const EvidenceSet set = LoadSet(source.tree, SelectOneSet(source.tree, options.set));
     CheckRules checkRules;
     checkRules.plan = source.plan;
     checkRules.depth = Depth::Texts;

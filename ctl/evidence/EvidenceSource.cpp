@@ -3,8 +3,10 @@
 #include "StoreText.h"
 #include "base/Common.h"
 #include "base/ListedFailure.h"
+#include "base/Progress.h"
 #include "config/KeyTable.h"
 #include "config/ReadingPlan.h"
+#include "evidence/SetLoader.h"
 #include "store/Store.h"
 
 #include <algorithm>
@@ -49,8 +51,10 @@ bool IsBelow(const std::string& id, const std::string& name)
     return id.size() > name.size() && id.compare(0, name.size(), name) == 0 && id[name.size()] == '/';
 }
 
-bool HoldsFile(const EvidenceSet& set, const std::string& name)
+/** True if the name is that of a file of the set. */
+bool HoldsFile(SetLoader& loader, std::size_t place, const std::string& name)
 {
+    const EvidenceSet set = loader.Load(place);
     return std::any_of(set.files.begin(), set.files.end(), [&](const EvidenceFile& file) {
         return (std::filesystem::path(set.folder) / file.name).lexically_normal() == name;
     });
@@ -58,13 +62,15 @@ bool HoldsFile(const EvidenceSet& set, const std::string& name)
 
 bool Fits(SetLoader& loader, const EvidenceTree& tree, std::size_t place, const std::string& name)
 {
-    const EvidenceSet& set = tree.sets[place];
+    const EvidenceSet set = tree.sets[place];
     const std::string id = set.GetId();
     if (id == name || IsBelow(id, name)) {
         return true;
     }
     // The file of a set lies in the folder of its process id, though it may be in another EvidenceN.
-    return IsBelow(name, set.process + "/" + std::to_string(set.pid)) && HoldsFile(loader.Load(place), name);
+    const std::optional<EvidenceName> file = ParseEvidenceName(name.substr(name.rfind('/') + 1));
+    return file && file->label == set.label && IsBelow(name, set.process + "/" + std::to_string(set.pid)) &&
+           HoldsFile(loader, place, name);
 }
 } // namespace
 
@@ -125,7 +131,11 @@ EvidenceSource OpenEvidence(const Common& common)
         throw std::runtime_error((settings.read ? name + " names no evidence folder" : settings.failure) +
                                  "; give --evidence DIR");
     }
-    source.tree = FindEvidence(directory, Keeping::Sums);
+    Progress progress("looking for evidence:", 0);
+    source.tree = FindEvidence(directory, [&progress](const std::string& folder) {
+        progress.SetDetail(folder);
+        progress.Advance(1);
+    });
     if (!source.tree.failure.empty()) {
         throw std::runtime_error(source.tree.failure);
     }

@@ -7,6 +7,7 @@
 #include "base/Table.h"
 #include "base/TimeText.h"
 #include "evidence/SetDocument.h"
+#include "evidence/SetLoader.h"
 
 #include <algorithm>
 #include <functional>
@@ -30,7 +31,7 @@ std::size_t FindFirstWhole(const EvidenceTree& tree, const std::vector<std::size
 {
     std::uint64_t bytes = 0;
     std::size_t first = places.size();
-    while (first > 0 && (bytes += tree.sets[places[first - 1]].sums.textBytes) <= MOST_TEXT) {
+    while (first > 0 && (bytes += tree.sets.GetRecord(places[first - 1]).sums.textBytes) <= MOST_TEXT) {
         --first;
     }
     return first;

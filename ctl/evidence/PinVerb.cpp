@@ -6,6 +6,7 @@
 #include "base/PlainText.h"
 #include "evidence/EvidenceSource.h"
 #include "evidence/SetChange.h"
+#include "evidence/SetLoader.h"
 
 #include <iostream>
 #include <memory>

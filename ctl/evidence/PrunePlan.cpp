@@ -71,8 +71,8 @@ private:
 
     void GuardFirstAndNewest()
     {
-        std::map<std::string, std::size_t> first;
-        std::map<std::string, std::size_t> newest;
+        std::map<std::string_view, std::size_t> first;
+        std::map<std::string_view, std::size_t> newest;
         for (const std::size_t place : mByTime) {
             const PruneSubject& subject = mSubjects[place];
             if (!subject.isHalfDeleted && !subject.isEmpty) {
@@ -81,17 +81,19 @@ private:
             }
         }
         for (const auto& [process, place] : first) {
-            Guard(place, "is the first set of " + process);
+            Guard(place, "is the first set of " + std::string(process));
         }
         for (const auto& [process, place] : newest) {
-            Guard(place, "is the newest set of " + process);
+            Guard(place, "is the newest set of " + std::string(process));
         }
     }
+
+    std::string_view Keep(const std::string& text) { return *mPlan.texts.insert(text).first; }
 
     void Guard(std::size_t place, const std::string& reason)
     {
         if (mGuards[place].empty()) {
-            mGuards[place] = reason;
+            mGuards[place] = Keep(reason);
         }
     }
 
@@ -99,7 +101,7 @@ private:
     void Choose(std::size_t place, const std::string& reason)
     {
         if (mReasons[place].empty()) {
-            mReasons[place] = reason;
+            mReasons[place] = Keep(reason);
             mPlan.freedBytes += mGuards[place].empty() ? mSubjects[place].diskBytes : 0;
         }
     }
@@ -124,7 +126,7 @@ private:
 
     void ChooseAllButNewest()
     {
-        std::map<std::string, std::size_t> seen;
+        std::map<std::string_view, std::size_t> seen;
         for (auto place = mByTime.rbegin(); mRules.keepNewest && place != mByTime.rend(); ++place) {
             const PruneSubject& subject = mSubjects[*place];
             if (subject.isHalfDeleted) {
@@ -133,7 +135,7 @@ private:
             std::size_t& newer = seen[subject.process]; // an empty set takes no place among them
             if (newer >= *mRules.keepNewest) {
                 Choose(*place, "is not among the newest " + std::to_string(*mRules.keepNewest) + " of " +
-                                   subject.process);
+                                   std::string(subject.process));
             }
             newer += subject.isEmpty ? 0 : 1;
         }
@@ -153,8 +155,8 @@ private:
     const PruneRules& mRules;
     const std::time_t mNow;
     std::vector<std::size_t> mByTime;
-    std::vector<std::string> mReasons; ///< why a set would go; empty for one that no rule chose
-    std::vector<std::string> mGuards;  ///< why it stays all the same
+    std::vector<std::string_view> mReasons; ///< why a set would go; empty for one that no rule chose
+    std::vector<std::string_view> mGuards;  ///< why it stays all the same
     PrunePlan mPlan;
 };
 } // namespace

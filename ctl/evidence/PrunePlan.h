@@ -4,7 +4,9 @@
 #include <cstdint>
 #include <ctime>
 #include <optional>
+#include <set>
 #include <string>
+#include <string_view>
 #include <vector>
 
 namespace ctl
@@ -24,7 +26,7 @@ struct PruneRules
 /** What the plan needs to know of a set. */
 struct PruneSubject
 {
-    std::string process;
+    std::string_view process; ///< outlives the plan
     std::time_t time = 0;
     std::uint64_t diskBytes = 0;
     bool isPinned = false;
@@ -38,11 +40,18 @@ struct PruneSubject
 struct PruneChoice
 {
     std::size_t place = 0;
-    std::string reason;
+    std::string_view reason; ///< one of the texts of its plan
 };
 
 struct PrunePlan
 {
+    PrunePlan() = default;
+    PrunePlan(PrunePlan&&) = default;
+    PrunePlan& operator=(PrunePlan&&) = default;
+    PrunePlan(const PrunePlan&) = delete;
+    PrunePlan& operator=(const PrunePlan&) = delete;
+
+    std::set<std::string> texts; ///< the reasons; there may be hundreds of thousands of choices of one reason
     std::vector<PruneChoice> candidates; ///< oldest first
     std::vector<PruneChoice> kept;       ///< what a rule would have deleted and a guard keeps
     std::uint64_t diskBytes = 0;         ///< of all sets

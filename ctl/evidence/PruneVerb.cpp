@@ -14,6 +14,7 @@
 #include "evidence/SetChange.h"
 #include "evidence/SetCheck.h"
 #include "evidence/SetDocument.h"
+#include "evidence/SetLoader.h"
 
 #include <algorithm>
 #include <charconv>
@@ -81,13 +82,14 @@ std::vector<PruneSubject> MakeSubjects(const EvidenceSource& source, Activity& a
     CheckRules check;
     check.plan = source.plan;
     std::vector<PruneSubject> subjects;
+    subjects.reserve(source.tree.sets.size());
     Progress progress("looking at sets:", source.tree.sets.size());
     SetLoader loader(source.tree);
     for (std::size_t place = 0; place < source.tree.sets.size(); ++place) {
         const EvidenceSet set = loader.Load(place);
         progress.SetDetail(set.GetId());
         PruneSubject subject;
-        subject.process = set.process;
+        subject.process = source.tree.sets.GetProcess(place);
         subject.time = set.time;
         subject.diskBytes = set.GetDiskBytes();
         subject.isPinned = set.isPinned;
@@ -117,7 +119,7 @@ std::vector<SetChange> Delete(const EvidenceTree& tree, const PrunePlan& plan, c
 
 Json ChoiceToJson(const EvidenceTree& tree, const PruneChoice& choice)
 {
-    const EvidenceSet& set = tree.sets[choice.place];
+    const EvidenceSet set = tree.sets[choice.place];
     Json json;
     json["id"] = ToJson(set.GetId());
     json["process"] = ToJson(set.process);
@@ -160,8 +162,8 @@ void PrintChoices(const EvidenceTree& tree, const std::vector<PruneChoice>& choi
 {
     const std::vector<Table::Column> columns = {{"SET"}, {"ON DISK", Table::Side::Right}, {"REASON"}};
     PrintTable(std::cout, columns, choices.size(), [&](std::size_t row) -> std::vector<Cell> {
-        const EvidenceSet& set = tree.sets[choices[row].place];
-        return {{set.GetId()}, {FormatByteSize(set.GetDiskBytes())}, {choices[row].reason}};
+        const EvidenceSet set = tree.sets[choices[row].place];
+        return {{set.GetId()}, {FormatByteSize(set.GetDiskBytes())}, {std::string(choices[row].reason)}};
     });
 }
 

@@ -1,5 +1,8 @@
 #include "evidence/SetChange.h"
 
+#include "evidence/FolderReader.h"
+#include "evidence/SetLoader.h"
+
 #include <cerrno>
 #include <cstring>
 #include <filesystem>
@@ -195,8 +198,8 @@ SetChange DeleteSet(const EvidenceTree& tree, const EvidenceSet& set, bool remov
 
 SetChange DeleteFoundSet(const EvidenceTree& tree, std::size_t place, const Activity& activity)
 {
-    const EvidenceSet& found = tree.sets[place];
-    const EvidenceSet set = SetLoader(tree).Load(place);
+    const SetRecord& found = tree.sets.GetRecord(place);
+    const EvidenceSet set = LoadSet(tree, place);
     if (set.sums != found.sums || set.isPinned != found.isPinned) {
         SetChange change;
         change.failure = "changed after it was chosen; nothing of it was deleted";
@@ -207,7 +210,8 @@ SetChange DeleteFoundSet(const EvidenceTree& tree, std::size_t place, const Acti
 
 void RemoveEmptyFolders(const EvidenceTree& tree, const Activity& activity)
 {
-    for (const EvidenceSet& folder : tree.emptyFolders) {
+    for (std::size_t place = 0; place < tree.emptyFolders.size(); ++place) {
+        const EvidenceSet folder = tree.emptyFolders[place];
         if (IsAtRest(tree, folder, activity)) {
             (void)DeleteSet(tree, folder, true); // one that can't be removed is empty, and takes nothing
         }

@@ -171,7 +171,8 @@ private:
     void CheckFile(int folder, const EvidenceFile& file)
     {
         if (!file.IsPlain()) {
-            mProblems.push_back({file.name + ": " + file.obstacle + " and is not read", true, false});
+            mProblems.push_back(
+                {file.name + ": " + std::string(file.obstacle) + " and is not read", true, false});
             return;
         }
         const OpenedFile opened = OpenEvidenceFile(folder, file);

@@ -7,6 +7,7 @@
 #include "base/Progress.h"
 #include "base/TimeText.h"
 #include "evidence/SetDocument.h"
+#include "evidence/SetLoader.h"
 
 #include <algorithm>
 #include <iostream>
@@ -95,7 +96,8 @@ Summary CheckAll(const EvidenceSource& source, const std::vector<std::size_t>& p
 {
     std::uint64_t total = 0;
     for (const std::size_t place : places) {
-        total += std::min(source.tree.sets[place].GetBytes(), source.tree.sets[place].GetDiskBytes());
+        const FileSums& sums = source.tree.sets.GetRecord(place).sums;
+        total += std::min(sums.bytes, sums.diskBytes);
     }
     Progress progress("verifying", total);
     progress.CountBytes();
@@ -131,9 +133,10 @@ int Verify(const Common& common, const VerifyOptions& options)
     const std::time_t since = ReadSince(options.since);
     const EvidenceSource source = OpenEvidence(common);
     std::vector<std::size_t> places = SelectSets(source.tree, options.names);
-    places.erase(std::remove_if(places.begin(), places.end(),
-                                [&](std::size_t place) { return source.tree.sets[place].time < since; }),
-                 places.end());
+    places.erase(
+        std::remove_if(places.begin(), places.end(),
+                       [&](std::size_t place) { return source.tree.sets.GetRecord(place).time < since; }),
+        places.end());
     if (!common.json) {
         const Summary summary = CheckAll(source, places, PrintSet);
         PrintSummary(summary, places.size());

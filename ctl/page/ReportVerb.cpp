@@ -8,6 +8,7 @@
 #include "evidence/EvidenceSource.h"
 #include "evidence/SetCheck.h"
 #include "evidence/SetDocument.h"
+#include "evidence/SetLoader.h"
 #include "page/OutputFile.h"
 #include "page/html/Findings.h"
 #include "page/html/Page.h"
@@ -45,7 +46,7 @@ std::size_t ChooseSet(const EvidenceTree& tree, const ReportOptions& options)
         return SelectOneSet(tree, options.mSet);
     }
     for (std::size_t place = tree.sets.size(); place > 0; --place) { // they are sorted by time
-        if (tree.sets[place - 1].HasFiles()) {
+        if (tree.sets.GetRecord(place - 1).sums.count != 0) {
             return place - 1;
         }
     }
@@ -112,7 +113,7 @@ void PrintResult(const Common& common, const ReportOptions& options, const Evide
 int Report(const Common& common, const ReportOptions& options)
 {
     const EvidenceSource source = OpenEvidence(common);
-    const EvidenceSet set = SetLoader(source.tree).Load(ChooseSet(source.tree, options));
+    const EvidenceSet set = LoadSet(source.tree, ChooseSet(source.tree, options));
     const ReportData data = ReadAll(common, source, set);
     const std::string page = WritePage(data);
     WriteOutputFile(options.mOutput, page);

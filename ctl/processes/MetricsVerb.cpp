@@ -21,6 +21,7 @@
 #include "base/SafeFile.h"
 #include "evidence/EvidenceSource.h"
 #include "evidence/SetCheck.h"
+#include "evidence/SetLoader.h"
 #include "log/BreachTally.h"
 #include "processes/MetricText.h"
 #include "processes/ServiceState.h"

@@ -2,6 +2,7 @@
 
 #include "base/TimeText.h"
 #include "evidence/SectionFile.h"
+#include "evidence/SetLoader.h"
 #include "page/read/CoreStacks.h"
 #include "page/read/MemoryReader.h"
 
@@ -230,11 +231,11 @@ void ReadCore(int folder, const EvidenceSet& set, ReportData& data)
 /** The latest set of the same process that is clearly earlier, if there is one with a memory map. */
 std::optional<EvidenceSet> FindEarlier(const EvidenceTree& tree, const EvidenceSet& set)
 {
-    SetLoader loader(tree);
     for (std::size_t place = tree.sets.size(); place > 0; --place) { // they are sorted by time
-        const EvidenceSet& other = tree.sets[place - 1];
-        if (other.process == set.process && other.pid == set.pid && other.time < set.time - NEAREST_EARLIER) {
-            EvidenceSet found = loader.Load(place - 1);
+        const SetRecord& other = tree.sets.GetRecord(place - 1);
+        if (other.hasProcessData && other.pid == set.pid && other.time < set.time - NEAREST_EARLIER &&
+            tree.sets.GetProcess(place - 1) == set.process) {
+            EvidenceSet found = LoadSet(tree, place - 1);
             if (found.Find(FileKind::ProcessData) != nullptr) {
                 return found;
             }
@@ -288,7 +289,8 @@ ReportData ReadSet(const EvidenceTree& tree, const EvidenceSet& set, std::time_t
         data.mNotes.push_back("The folder of the set can't be read: " + folder.failure + ".");
     }
     for (const EvidenceFile& listed : set.files) {
-        data.mFiles.push_back({listed.name, GetKindName(listed.kind), listed.bytes, listed.obstacle});
+        data.mFiles.push_back(
+            {listed.name, GetKindName(listed.kind), listed.bytes, std::string(listed.obstacle)});
         if (folder.IsOpen() && listed.IsPlain()) {
             ReadFile(folder.file.Get(), listed, data, progress);
         }

@@ -2,6 +2,7 @@
 import os
 import re
 import subprocess
+import time
 
 import pytest
 
@@ -204,6 +205,24 @@ def test_terabytes_of_holes_take_little_time_and_memory(tmp_path):
     done = companion.run_measured(tmp_path, "verify", "--json", "--evidence", tmp_path, "--store", "/absent")
     assert done.status == 2
     assert done.document["sets"][0]["state"] == "incomplete"
+    if not product.is_built_with("-fsanitize="):
+        assert done.peak < 64 * 1024
+
+
+def test_many_sets_of_one_process_id_take_little_memory(tmp_path):
+    folders = [tmp_path / f"thsentinel/tbrd/4321/Evidence{number}" for number in (1, 2)]
+    for folder in folders:
+        folder.mkdir(parents=True)
+    for minute in range(60_000):  # hard links are made fast; a file system allows so many of one file only
+        path = folders[minute % 2] / time.strftime("4321_%d-%m_%H.%M.%S_CPU.Netstat", time.gmtime(minute * 60))
+        if minute % 10_000 == 0:
+            path.write_text("x")
+            first = path
+        else:
+            os.link(first, path)
+    done = companion.run_measured(tmp_path, "report", "--last", "--json", "--evidence", tmp_path, "--store", "/absent",
+                                  "-o", tmp_path / "page.html")
+    assert done.document["state"] == "incomplete"
     if not product.is_built_with("-fsanitize="):
         assert done.peak < 64 * 1024
 

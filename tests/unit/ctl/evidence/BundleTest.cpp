@@ -28,15 +28,14 @@ protected:
 
     std::vector<BundledFile> Write(const BundleRules& rules)
     {
-        const EvidenceTree tree = FindEvidence(mFolder.GetPath());
-        return Write(tree, rules);
+        return Write(FindSets(mFolder.GetPath()), rules);
     }
 
-    std::vector<BundledFile> Write(const EvidenceTree& tree, const BundleRules& rules)
+    std::vector<BundledFile> Write(const FoundEvidence& found, const BundleRules& rules)
     {
         const std::string path = mFolder.GetPath() + "/bundle";
         mOutput = Descriptor(open(path.c_str(), O_RDWR | O_CREAT | O_TRUNC | O_CLOEXEC, 0600));
-        return WriteBundle(mOutput.Get(), tree, tree.sets.at(0), SetReport(), rules);
+        return WriteBundle(mOutput.Get(), found.tree, found.sets.at(0), SetReport(), rules);
     }
 
     BundleReport Check() const
@@ -99,17 +98,17 @@ TEST_F(BundleFixture, OfAFileThatBecomesShorterIsGivenUp)
 
 TEST_F(BundleFixture, LeavesOutAFileThatIsGoneAndSaysSo)
 {
-    const EvidenceTree tree = FindEvidence(mFolder.GetPath());
+    const FoundEvidence found = FindSets(mFolder.GetPath());
     std::filesystem::remove(mCore);
-    const std::vector<BundledFile> files = Write(tree, mRules);
+    const std::vector<BundledFile> files = Write(found, mRules);
     EXPECT_EQ(files.at(0).leftOutWhy, "No such file or directory");
     EXPECT_EQ(Check().files, 5U);
 }
 
 TEST_F(BundleFixture, HoldsNothingThatALinkPointsTo)
 {
-    const EvidenceTree tree = FindEvidence(mFolder.GetPath());
+    const FoundEvidence found = FindSets(mFolder.GetPath());
     std::filesystem::remove(mCore);
     std::filesystem::create_symlink("/etc/passwd", mCore);
-    EXPECT_EQ(Write(tree, mRules).at(0).leftOutWhy, "is a symbolic link, which isn't followed");
+    EXPECT_EQ(Write(found, mRules).at(0).leftOutWhy, "is a symbolic link, which isn't followed");
 }

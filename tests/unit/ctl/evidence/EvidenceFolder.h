@@ -13,7 +13,7 @@
 #include <sys/stat.h>
 #include <unistd.h>
 
-#include "evidence/EvidenceTree.h"
+#include "evidence/SetLoader.h"
 
 /** An evidence folder of a test's own, removed with all that it holds. */
 class EvidenceFolder
@@ -182,6 +182,23 @@ private:
     const std::uint64_t mSize;
     int mFile = -1;
 };
+
+/** The evidence below a folder, and its sets with their files as they were when it was looked at. */
+struct FoundEvidence
+{
+    ctl::EvidenceTree tree;
+    std::vector<ctl::EvidenceSet> sets;
+};
+
+inline FoundEvidence FindSets(const std::string& directory, std::time_t now = std::time(nullptr))
+{
+    FoundEvidence found = {ctl::FindEvidence(directory, nullptr, now), {}};
+    ctl::SetLoader loader(found.tree);
+    for (std::size_t place = 0; place < found.tree.sets.size(); ++place) {
+        found.sets.push_back(loader.Load(place));
+    }
+    return found;
+}
 
 /** The names of the files of a set, in its order. */
 inline std::vector<std::string> GetFileNames(const ctl::EvidenceSet& set)

@@ -15,12 +15,12 @@ TEST(EvidenceTree, IsFoundFromTheFolderOfTheKeyAndFromTheRoot)
     const EvidenceFolder folder;
     WriteStatistics(folder, "tbrd", 4321, 1, "13-11_02.10.28");
     for (const std::string& given : {folder.GetPath(), folder.GetRoot().string(), folder.GetPath() + "/"}) {
-        const EvidenceTree tree = FindEvidence(given);
+        const auto [tree, sets] = FindSets(given);
         EXPECT_EQ(tree.failure, "");
         EXPECT_EQ(tree.root, folder.GetRoot().string());
-        ASSERT_EQ(tree.sets.size(), 1U) << given;
-        EXPECT_EQ(tree.GetPath(tree.sets[0]), (folder.GetRoot() / "tbrd/4321/Evidence1").string());
-        EXPECT_EQ(tree.sets[0].files.size(), 5U);
+        ASSERT_EQ(sets.size(), 1U) << given;
+        EXPECT_EQ(tree.GetPath(sets[0]), (folder.GetRoot() / "tbrd/4321/Evidence1").string());
+        EXPECT_EQ(sets[0].files.size(), 5U);
         EXPECT_THAT(tree.strangers, IsEmpty());
         EXPECT_THAT(tree.unseen, IsEmpty());
     }
@@ -30,17 +30,17 @@ TEST(EvidenceTree, TakesAWatchedProcessNamedLikeTheRootForAProcess)
 {
     const EvidenceFolder folder;
     WriteStatistics(folder, "thsentinel", 77, 1, "13-11_02.10.28");
-    const EvidenceTree tree = FindEvidence(folder.GetRoot());
-    ASSERT_EQ(tree.sets.size(), 1U);
-    EXPECT_EQ(tree.sets[0].process, "thsentinel");
+    const auto [tree, sets] = FindSets(folder.GetRoot());
+    ASSERT_EQ(sets.size(), 1U);
+    EXPECT_EQ(sets[0].process, "thsentinel");
 }
 
 TEST(EvidenceTree, OfAFolderThatIsMissingSaysSo)
 {
     const EvidenceFolder folder;
-    const EvidenceTree tree = FindEvidence(folder.GetPath() + "/absent");
+    const auto [tree, sets] = FindSets(folder.GetPath() + "/absent");
     EXPECT_EQ(tree.failure, folder.GetPath() + "/absent: No such file or directory");
-    EXPECT_THAT(tree.sets, IsEmpty());
+    EXPECT_THAT(sets, IsEmpty());
 }
 
 TEST(EvidenceTree, LeavesAloneWhatIsNotTheDaemons)
@@ -52,9 +52,9 @@ TEST(EvidenceTree, LeavesAloneWhatIsNotTheDaemons)
     folder.Write("tbrd/4321/Evidence1.tar", "x");
     folder.Write("tbrd/latest/file", "x");
     folder.Write("readme", "x");
-    const EvidenceTree tree = FindEvidence(folder.GetPath());
-    ASSERT_EQ(tree.sets.size(), 1U);
-    EXPECT_EQ(tree.sets[0].files.size(), 1U);
+    const auto [tree, sets] = FindSets(folder.GetPath());
+    ASSERT_EQ(sets.size(), 1U);
+    EXPECT_EQ(sets[0].files.size(), 1U);
     EXPECT_THAT(tree.strangers,
                 ElementsAre("readme: is a file", "tbrd/4321/Evidence1/notes.txt: is not the daemon's",
                             "tbrd/4321/Evidence1.tar: is not the daemon's",
@@ -70,15 +70,26 @@ TEST(EvidenceTree, FollowsNoLinkBelowTheRoot)
     folder.Write("tbrd/4321/Evidence1/4321_13-11_02.10.28_CPU.Netstat", "x");
     std::filesystem::create_symlink(
         "/etc/passwd", folder.GetRoot() / "tbrd/4321/Evidence1/4321_13-11_02.10.28_CPU.ProcessData");
-    const EvidenceTree tree = FindEvidence(folder.GetPath());
-    ASSERT_EQ(tree.sets.size(), 1U);
+    const auto [tree, sets] = FindSets(folder.GetPath());
+    ASSERT_EQ(sets.size(), 1U);
     EXPECT_THAT(tree.strangers, ElementsAre("linked: is a symbolic link, not followed"));
-    const EvidenceFile* const file = tree.sets[0].Find(FileKind::ProcessData);
+    const EvidenceFile* const file = sets[0].Find(FileKind::ProcessData);
     ASSERT_NE(file, nullptr);
     EXPECT_EQ(file->obstacle, "is a symbolic link");
-    const OpenedFile setFolder = OpenSetFolder(tree, tree.sets[0]);
+    const OpenedFile setFolder = OpenSetFolder(tree, sets[0]);
     ASSERT_TRUE(setFolder.IsOpen());
     EXPECT_FALSE(OpenEvidenceFile(setFolder.file.Get(), *file).IsOpen());
+}
+
+TEST(EvidenceTree, ShowsEachFolderAndNameThatItLooksAt)
+{
+    const EvidenceFolder folder;
+    folder.Write("tbrd/4321/Evidence1/4321_13-11_02.10.28_CPU.Netstat", "x");
+    folder.Write("tbrd/4321/Evidence1/notes", "x");
+    std::vector<std::string> shown;
+    (void)FindEvidence(folder.GetPath(), [&shown](const std::string& name) { shown.push_back(name); });
+    EXPECT_THAT(shown, ElementsAre("tbrd", "tbrd/4321", "tbrd/4321/Evidence1", "tbrd/4321/Evidence1",
+                                   "tbrd/4321/Evidence1"));
 }
 
 TEST(EvidenceTree, WaitsForNoPipe)
@@ -87,9 +98,9 @@ TEST(EvidenceTree, WaitsForNoPipe)
     folder.Write("tbrd/4321/Evidence1/4321_13-11_02.10.28_CPU.Netstat", "x");
     const std::string pipe = (folder.GetRoot() / "tbrd/4321/Evidence1/4321_13-11_02.10.28_CPU.4321").string();
     ASSERT_EQ(mkfifo(pipe.c_str(), 0600), 0);
-    const EvidenceTree tree = FindEvidence(folder.GetPath());
-    ASSERT_EQ(tree.sets.size(), 1U);
-    EXPECT_EQ(tree.sets[0].Find(FileKind::Core)->obstacle, "is a named pipe");
+    const auto [tree, sets] = FindSets(folder.GetPath());
+    ASSERT_EQ(sets.size(), 1U);
+    EXPECT_EQ(sets[0].Find(FileKind::Core)->obstacle, "is a named pipe");
 }
 
 TEST(EvidenceTree, NamesWhatLiesWhereAFileBelongs)
@@ -99,13 +110,13 @@ TEST(EvidenceTree, NamesWhatLiesWhereAFileBelongs)
     folder.Write(stem + "hprof/inside", "x");
     const std::string device = (folder.GetRoot() / (stem + "4321")).string();
     const bool hasDevice = mknod(device.c_str(), S_IFCHR | 0600, 0) == 0; // not every kernel lets everybody
-    const EvidenceTree tree = FindEvidence(folder.GetPath());
-    ASSERT_EQ(tree.sets.size(), 1U);
-    EXPECT_EQ(tree.sets[0].Find(FileKind::HeapDump)->obstacle, "is a folder");
+    const auto [tree, sets] = FindSets(folder.GetPath());
+    ASSERT_EQ(sets.size(), 1U);
+    EXPECT_EQ(sets[0].Find(FileKind::HeapDump)->obstacle, "is a folder");
     if (hasDevice) {
-        EXPECT_EQ(tree.sets[0].Find(FileKind::Core)->obstacle, "is a device");
+        EXPECT_EQ(sets[0].Find(FileKind::Core)->obstacle, "is a device");
     }
-    EXPECT_EQ(tree.sets[0].GetBytes(), 0U) << "neither holds evidence";
+    EXPECT_EQ(sets[0].GetBytes(), 0U) << "neither holds evidence";
 }
 
 TEST(EvidenceTree, TakesAnyNameOfAProcess)
@@ -113,10 +124,10 @@ TEST(EvidenceTree, TakesAnyNameOfAProcess)
     const EvidenceFolder folder;
     const std::string name = "a \"b\"\n\x1b[2J<script>$(id)'\xff";
     WriteStatistics(folder, name, 4321, 1, "13-11_02.10.28");
-    const EvidenceTree tree = FindEvidence(folder.GetPath());
-    ASSERT_EQ(tree.sets.size(), 1U);
-    EXPECT_EQ(tree.sets[0].process, name);
-    EXPECT_TRUE(OpenSetFolder(tree, tree.sets[0]).IsOpen());
+    const auto [tree, sets] = FindSets(folder.GetPath());
+    ASSERT_EQ(sets.size(), 1U);
+    EXPECT_EQ(sets[0].process, name);
+    EXPECT_TRUE(OpenSetFolder(tree, sets[0]).IsOpen());
 }
 
 /** An empty folder that was changed at `time`. */
@@ -132,12 +143,12 @@ TEST(EvidenceTree, TakesAnEmptyFolderForASetWhileACaptureMayBegin)
     const EvidenceFolder folder;
     MakeEmptyFolder(folder, 1'000'000);
     for (const std::time_t later : {0, 9}) {
-        const EvidenceTree tree = FindEvidence(folder.GetPath(), Keeping::Files, 1'000'000 + later);
-        ASSERT_EQ(tree.sets.size(), 1U) << later;
-        EXPECT_EQ(tree.sets[0].number, 2);
-        EXPECT_EQ(tree.sets[0].resource, "");
-        EXPECT_THAT(tree.sets[0].files, IsEmpty());
-        EXPECT_THAT(tree.emptyFolders, IsEmpty());
+        const auto [tree, sets] = FindSets(folder.GetPath(), 1'000'000 + later);
+        ASSERT_EQ(sets.size(), 1U) << later;
+        EXPECT_EQ(sets[0].number, 2);
+        EXPECT_EQ(sets[0].resource, "");
+        EXPECT_THAT(sets[0].files, IsEmpty());
+        EXPECT_TRUE(tree.emptyFolders.empty());
     }
 }
 
@@ -146,8 +157,8 @@ TEST(EvidenceTree, TakesAnEmptyFolderForNoSetWhereNoCaptureBegins)
     const EvidenceFolder folder;
     MakeEmptyFolder(folder, 1'000'000);
     for (const std::time_t later : {-1, 10, 1'000'000}) {
-        const EvidenceTree tree = FindEvidence(folder.GetPath(), Keeping::Files, 1'000'000 + later);
-        EXPECT_THAT(tree.sets, IsEmpty()) << later;
+        const auto [tree, sets] = FindSets(folder.GetPath(), 1'000'000 + later);
+        EXPECT_THAT(sets, IsEmpty()) << later;
         ASSERT_EQ(tree.emptyFolders.size(), 1U) << later;
         EXPECT_EQ(tree.emptyFolders[0].number, 2);
     }
@@ -158,9 +169,9 @@ TEST(EvidenceTree, TakesAnEmptyFolderForASetWhereADeletionWasInterrupted)
     const EvidenceFolder folder;
     folder.Write("tbrd/4321/Evidence2/.4321_13-11_03.10.28_CPU.deleting", "");
     MakeEmptyFolder(folder, 1'000'000);
-    const EvidenceTree tree = FindEvidence(folder.GetPath(), Keeping::Files, 2'000'000);
-    ASSERT_EQ(tree.sets.size(), 1U);
-    EXPECT_TRUE(tree.sets[0].isHalfDeleted);
+    const auto [tree, sets] = FindSets(folder.GetPath(), 2'000'000);
+    ASSERT_EQ(sets.size(), 1U);
+    EXPECT_TRUE(sets[0].isHalfDeleted);
 }
 
 TEST(EvidenceTree, SortsSetsByTime)
@@ -172,11 +183,11 @@ TEST(EvidenceTree, SortsSetsByTime)
                             MakeTime(2026, 11, 13, 3, 0, 0));
     EvidenceFolder::SetTime(folder.Write("c/3/Evidence1/3_14-11_02.10.28_CPU.Netstat", "x"),
                             MakeTime(2025, 11, 14, 3, 0, 0));
-    const EvidenceTree tree = FindEvidence(folder.GetPath());
-    ASSERT_EQ(tree.sets.size(), 3U);
-    EXPECT_EQ(tree.sets[0].GetId(), "c/3/Evidence1/cpu-20251114T021028");
-    EXPECT_EQ(tree.sets[1].GetId(), "b/2/Evidence1/cpu-20261113T021028");
-    EXPECT_EQ(tree.sets[2].GetId(), "a/1/Evidence1/cpu-20261113T021029");
+    const auto [tree, sets] = FindSets(folder.GetPath());
+    ASSERT_EQ(sets.size(), 3U);
+    EXPECT_EQ(sets[0].GetId(), "c/3/Evidence1/cpu-20251114T021028");
+    EXPECT_EQ(sets[1].GetId(), "b/2/Evidence1/cpu-20261113T021028");
+    EXPECT_EQ(sets[2].GetId(), "a/1/Evidence1/cpu-20261113T021029");
 }
 
 TEST(EvidenceTree, KnowsTheMarksOfASet)
@@ -186,12 +197,12 @@ TEST(EvidenceTree, KnowsTheMarksOfASet)
     WriteStatistics(folder, "tbrd", 4321, 2, "13-11_03.10.28");
     folder.Write("tbrd/4321/Evidence1/.4321_13-11_02.10.28_CPU.pinned", "");
     folder.Write("tbrd/4321/Evidence2/.4321_13-11_03.10.28_CPU.deleting", "");
-    const EvidenceTree tree = FindEvidence(folder.GetPath());
-    ASSERT_EQ(tree.sets.size(), 2U);
-    EXPECT_TRUE(tree.sets[0].isPinned);
-    EXPECT_FALSE(tree.sets[0].isHalfDeleted);
-    EXPECT_FALSE(tree.sets[1].isPinned);
-    EXPECT_TRUE(tree.sets[1].isHalfDeleted);
+    const auto [tree, sets] = FindSets(folder.GetPath());
+    ASSERT_EQ(sets.size(), 2U);
+    EXPECT_TRUE(sets[0].isPinned);
+    EXPECT_FALSE(sets[0].isHalfDeleted);
+    EXPECT_FALSE(sets[1].isPinned);
+    EXPECT_TRUE(sets[1].isHalfDeleted);
     EXPECT_THAT(tree.strangers, IsEmpty());
 }
 
@@ -200,65 +211,8 @@ TEST(EvidenceTree, CountsBytesAndDiskOfSparseFilesApart)
     const EvidenceFolder folder;
     const std::string path = folder.Write("tbrd/4321/Evidence1/4321_13-11_02.10.28_CPU.4321", "x");
     std::filesystem::resize_file(path, 1ULL << 40U);
-    const EvidenceTree tree = FindEvidence(folder.GetPath());
-    ASSERT_EQ(tree.sets.size(), 1U);
-    EXPECT_EQ(tree.sets[0].GetBytes(), 1ULL << 40U);
-    EXPECT_LT(tree.sets[0].GetDiskBytes(), 1ULL << 20U);
-}
-
-TEST(SetLoader, FindsTheSetsAgainWhoseSumsAloneWereKept)
-{
-    const EvidenceFolder folder;
-    WriteStatistics(folder, "tbrd", 4321, 1, "13-11_02.10.28");
-    WriteStatistics(folder, "tbrd", 4321, 1, "13-11_02.10.28", "Memory");
-    WriteStatistics(folder, "tbrd", 4321, 2, "13-11_09.10.28");
-    folder.Write("tbrd/4321/Evidence1/4321_13-11_02.10.28_CPU.hprof", "x");
-    folder.Write("tbrd/4321/Evidence2/4321_13-11_09.10.29_CPU.ThreadDump", "late");
-    folder.Write("tbrd/4321/Evidence2/.4321_13-11_09.10.28_CPU.pinned", "");
-    const std::filesystem::path empty = folder.GetRoot() / "tbrd/7/Evidence1";
-    std::filesystem::create_directories(empty);
-    EvidenceFolder::SetTime(empty.string(), 1'000'000);
-    const EvidenceTree whole = FindEvidence(folder.GetPath(), Keeping::Files, 1'000'005);
-    const EvidenceTree sums = FindEvidence(folder.GetPath(), Keeping::Sums, 1'000'005);
-    SetLoader loader(sums);
-    ASSERT_EQ(sums.sets.size(), 4U);
-    for (std::size_t place = 0; place < sums.sets.size(); ++place) {
-        const EvidenceSet& expected = whole.sets[place];
-        EXPECT_THAT(sums.sets[place].files, IsEmpty());
-        EXPECT_EQ(sums.sets[place].sums, expected.sums);
-        const EvidenceSet loaded = loader.Load(place);
-        EXPECT_EQ(loaded.GetId(), expected.GetId());
-        EXPECT_EQ(GetFileNames(loaded), GetFileNames(expected));
-        EXPECT_EQ(loaded.sums, expected.sums);
-        EXPECT_EQ(loaded.isPinned, expected.isPinned);
-    }
-}
-
-TEST(SetLoader, GivesASetThatIsGoneWithoutFiles)
-{
-    const EvidenceFolder folder;
-    WriteStatistics(folder, "tbrd", 4321, 1, "13-11_02.10.28");
-    const EvidenceTree tree = FindEvidence(folder.GetPath(), Keeping::Sums);
-    std::filesystem::remove_all(folder.GetRoot() / "tbrd/4321");
-    const EvidenceSet gone = SetLoader(tree).Load(0);
-    EXPECT_EQ(gone.GetId(), tree.sets[0].GetId());
-    EXPECT_FALSE(gone.HasFiles());
-    EXPECT_EQ(gone.GetBytes(), 0U);
-}
-
-TEST(SetLoader, HoldsNoMoreThanItNeedsOfManySets)
-{
-    const EvidenceFolder folder;
-    for (int pid = 1; pid <= 1200; ++pid) {
-        folder.Write("tbrd/" + std::to_string(pid) + "/Evidence1/" + std::to_string(pid) +
-                         "_13-11_02.10.28_CPU.Netstat",
-                     std::to_string(pid));
-    }
-    const EvidenceTree tree = FindEvidence(folder.GetPath(), Keeping::Sums);
-    SetLoader loader(tree);
-    for (std::size_t place = 0; place < tree.sets.size(); ++place) {
-        EXPECT_EQ(loader.Load(place).files.size(), 1U);
-        EXPECT_LE(loader.CountHeld(), 1001U);
-    }
-    EXPECT_EQ(loader.Load(0).pid, tree.sets[0].pid) << "what was let go is read again";
+    const auto [tree, sets] = FindSets(folder.GetPath());
+    ASSERT_EQ(sets.size(), 1U);
+    EXPECT_EQ(sets[0].GetBytes(), 1ULL << 40U);
+    EXPECT_LT(sets[0].GetDiskBytes(), 1ULL << 20U);
 }

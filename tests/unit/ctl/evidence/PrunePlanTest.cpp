@@ -12,7 +12,7 @@ constexpr std::time_t DAY = 86400;
 constexpr std::time_t NOW = 1000 * DAY;
 
 /** A set of so many days ago that takes `bytes` of the disk. */
-PruneSubject MakeSet(const std::string& process, int daysAgo, std::uint64_t bytes = 100)
+PruneSubject MakeSet(std::string_view process, int daysAgo, std::uint64_t bytes = 100)
 {
     PruneSubject subject;
     subject.process = process;
@@ -25,7 +25,7 @@ std::vector<std::string> Describe(const std::vector<PruneChoice>& choices)
 {
     std::vector<std::string> texts;
     for (const PruneChoice& choice : choices) {
-        texts.push_back(std::to_string(choice.place) + " " + choice.reason);
+        texts.push_back(std::to_string(choice.place) + " " + std::string(choice.reason));
     }
     return texts;
 }

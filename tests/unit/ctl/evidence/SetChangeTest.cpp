@@ -1,6 +1,7 @@
 #include "evidence/SetChange.h"
 
 #include "ctl/evidence/EvidenceFolder.h"
+#include "evidence/FolderReader.h"
 
 #include <gmock/gmock.h>
 
@@ -14,11 +15,11 @@ namespace
 constexpr char FOLDER[] = "tbrd/4321/Evidence1";
 constexpr char STEM[] = "4321_13-11_02.10.28_CPU";
 
-EvidenceTree FindOne(const EvidenceFolder& folder)
+FoundEvidence FindOne(const EvidenceFolder& folder)
 {
-    EvidenceTree tree = FindEvidence(folder.GetPath());
-    EXPECT_EQ(tree.sets.size(), 1U);
-    return tree;
+    FoundEvidence found = FindSets(folder.GetPath());
+    EXPECT_EQ(found.sets.size(), 1U);
+    return found;
 }
 } // namespace
 
@@ -27,10 +28,10 @@ TEST(SetDeletion, RemovesTheFilesAndTheFoldersThatAreEmptyThen)
     const EvidenceFolder folder;
     WriteStatistics(folder, "tbrd", 4321, 1, "13-11_02.10.28");
     folder.Write("tbrd/4321/evidence.lock", "");
-    const EvidenceTree tree = FindOne(folder);
-    const SetChange change = DeleteSet(tree, tree.sets[0], true);
+    const auto [tree, sets] = FindOne(folder);
+    const SetChange change = DeleteSet(tree, sets[0], true);
     EXPECT_EQ(change.failure, "");
-    EXPECT_EQ(change.freedBytes, tree.sets[0].GetDiskBytes());
+    EXPECT_EQ(change.freedBytes, sets[0].GetDiskBytes());
     EXPECT_FALSE(fs::exists(folder.GetRoot() / "tbrd/4321"));
     EXPECT_TRUE(fs::exists(folder.GetRoot() / "tbrd"))
         << "another process of the name may be about to use it";
@@ -40,8 +41,8 @@ TEST(SetDeletion, LeavesFoldersThatTheDaemonMayUse)
 {
     const EvidenceFolder folder;
     WriteStatistics(folder, "tbrd", 4321, 1, "13-11_02.10.28");
-    const EvidenceTree tree = FindOne(folder);
-    EXPECT_EQ(DeleteSet(tree, tree.sets[0], false).failure, "");
+    const auto [tree, sets] = FindOne(folder);
+    EXPECT_EQ(DeleteSet(tree, sets[0], false).failure, "");
     EXPECT_TRUE(fs::is_empty(folder.GetRoot() / FOLDER));
 }
 
@@ -50,8 +51,8 @@ TEST(SetDeletion, LeavesWhatIsNotOfTheSet)
     const EvidenceFolder folder;
     WriteStatistics(folder, "tbrd", 4321, 1, "13-11_02.10.28");
     folder.Write(std::string(FOLDER) + "/notes.txt", "mine");
-    const EvidenceTree tree = FindOne(folder);
-    EXPECT_EQ(DeleteSet(tree, tree.sets[0], true).failure, "");
+    const auto [tree, sets] = FindOne(folder);
+    EXPECT_EQ(DeleteSet(tree, sets[0], true).failure, "");
     EXPECT_TRUE(fs::exists(folder.GetRoot() / FOLDER / "notes.txt"));
 }
 
@@ -62,8 +63,8 @@ TEST(SetDeletion, RemovesALinkAndNotWhatItPointsTo)
     const std::string target = elsewhere.Write("precious", "x");
     fs::create_directories(folder.GetRoot() / FOLDER);
     fs::create_symlink(target, folder.GetRoot() / FOLDER / (std::string(STEM) + ".hprof"));
-    const EvidenceTree tree = FindOne(folder);
-    EXPECT_EQ(DeleteSet(tree, tree.sets[0], true).failure, "");
+    const auto [tree, sets] = FindOne(folder);
+    EXPECT_EQ(DeleteSet(tree, sets[0], true).failure, "");
     EXPECT_TRUE(fs::exists(target));
 }
 
@@ -71,9 +72,9 @@ TEST(SetDeletion, StopsAtAFileThatChanged)
 {
     const EvidenceFolder folder;
     WriteStatistics(folder, "tbrd", 4321, 1, "13-11_02.10.28");
-    const EvidenceTree tree = FindOne(folder);
+    const auto [tree, sets] = FindOne(folder);
     folder.Write(std::string(FOLDER) + "/" + STEM + ".MemoryPerf", "more of it");
-    const SetChange change = DeleteSet(tree, tree.sets[0], true);
+    const SetChange change = DeleteSet(tree, sets[0], true);
     EXPECT_EQ(change.failure,
               std::string(STEM) + ".MemoryPerf: changed meanwhile; what is left of the set stays");
     EXPECT_TRUE(fs::exists(folder.GetRoot() / FOLDER / (std::string(STEM) + ".MemoryPerf")));
@@ -85,11 +86,11 @@ TEST(SetDeletion, LeavesALinkThatTookThePlaceOfAFile)
     const EvidenceFolder elsewhere;
     const std::string target = elsewhere.Write("precious", "x");
     WriteStatistics(folder, "tbrd", 4321, 1, "13-11_02.10.28");
-    const EvidenceTree tree = FindOne(folder);
+    const auto [tree, sets] = FindOne(folder);
     const fs::path swapped = folder.GetRoot() / FOLDER / (std::string(STEM) + ".Netstat");
     fs::remove(swapped);
     fs::create_symlink(target, swapped);
-    EXPECT_EQ(DeleteSet(tree, tree.sets[0], true).failure,
+    EXPECT_EQ(DeleteSet(tree, sets[0], true).failure,
               std::string(STEM) + ".Netstat: changed meanwhile; what is left of the set stays");
     EXPECT_TRUE(fs::exists(target) && fs::is_symlink(swapped));
 }
@@ -98,12 +99,12 @@ TEST(SetDeletion, OfFilesThatAreGoneAlreadyIsDone)
 {
     const EvidenceFolder folder;
     WriteStatistics(folder, "tbrd", 4321, 1, "13-11_02.10.28");
-    const EvidenceTree tree = FindOne(folder);
-    const std::uint64_t netstat = tree.sets[0].Find(FileKind::Netstat)->diskBytes;
+    const auto [tree, sets] = FindOne(folder);
+    const std::uint64_t netstat = sets[0].Find(FileKind::Netstat)->diskBytes;
     fs::remove(folder.GetRoot() / FOLDER / (std::string(STEM) + ".Netstat"));
-    const SetChange change = DeleteSet(tree, tree.sets[0], true);
+    const SetChange change = DeleteSet(tree, sets[0], true);
     EXPECT_EQ(change.failure, "");
-    EXPECT_EQ(change.freedBytes, tree.sets[0].GetDiskBytes() - netstat);
+    EXPECT_EQ(change.freedBytes, sets[0].GetDiskBytes() - netstat);
     EXPECT_FALSE(fs::exists(folder.GetRoot() / FOLDER));
 }
 
@@ -113,10 +114,10 @@ TEST(SetDeletion, DoesNotFollowAFolderThatBecameALink)
     const EvidenceFolder elsewhere;
     WriteStatistics(folder, "tbrd", 4321, 1, "13-11_02.10.28");
     WriteStatistics(elsewhere, "tbrd", 4321, 1, "13-11_02.10.28");
-    const EvidenceTree tree = FindOne(folder);
+    const auto [tree, sets] = FindOne(folder);
     fs::rename(folder.GetRoot() / FOLDER, folder.GetRoot() / "tbrd/4321/moved");
     fs::create_directory_symlink(elsewhere.GetRoot() / FOLDER, folder.GetRoot() / FOLDER);
-    EXPECT_NE(DeleteSet(tree, tree.sets[0], true).failure, "");
+    EXPECT_NE(DeleteSet(tree, sets[0], true).failure, "");
     EXPECT_EQ(std::distance(fs::directory_iterator(elsewhere.GetRoot() / FOLDER), fs::directory_iterator()),
               5);
 }
@@ -128,9 +129,9 @@ TEST(SetDeletion, ThatWasInterruptedIsRecognisedAndEnded)
     // What a deletion leaves that was ended after its first file.
     folder.Write(std::string(FOLDER) + "/." + STEM + DELETING_MARK, "");
     fs::remove(folder.GetRoot() / FOLDER / (std::string(STEM) + ".MemoryPerf"));
-    const EvidenceTree tree = FindOne(folder);
-    EXPECT_TRUE(tree.sets[0].isHalfDeleted);
-    EXPECT_EQ(DeleteSet(tree, tree.sets[0], true).failure, "");
+    const auto [tree, sets] = FindOne(folder);
+    EXPECT_TRUE(sets[0].isHalfDeleted);
+    EXPECT_EQ(DeleteSet(tree, sets[0], true).failure, "");
     EXPECT_FALSE(fs::exists(folder.GetRoot() / FOLDER));
 }
 
@@ -138,9 +139,9 @@ TEST(SetDeletion, ThatWasInterruptedBeforeItsMarkWasGoneIsEnded)
 {
     const EvidenceFolder folder;
     folder.Write(std::string(FOLDER) + "/." + STEM + DELETING_MARK, "");
-    const EvidenceTree tree = FindOne(folder);
-    EXPECT_TRUE(tree.sets[0].isHalfDeleted);
-    EXPECT_EQ(DeleteSet(tree, tree.sets[0], true).failure, "");
+    const auto [tree, sets] = FindOne(folder);
+    EXPECT_TRUE(sets[0].isHalfDeleted);
+    EXPECT_EQ(DeleteSet(tree, sets[0], true).failure, "");
     EXPECT_FALSE(fs::exists(folder.GetRoot() / FOLDER));
 }
 
@@ -149,9 +150,9 @@ TEST(SetDeletion, TakesTheFilesThatItsMarkIsNamedAfterLast)
     const EvidenceFolder folder;
     folder.Write(std::string(FOLDER) + "/" + STEM + ".4321", "x");
     const std::string late = folder.Write(std::string(FOLDER) + "/4321_13-11_02.10.30_CPU.Netstat", "x");
-    EvidenceTree tree = FindOne(folder);
+    const auto [tree, sets] = FindOne(folder);
     folder.Write(std::string(FOLDER) + "/4321_13-11_02.10.30_CPU.Netstat", "changed");
-    EXPECT_NE(DeleteSet(tree, tree.sets[0], true).failure, "");
+    EXPECT_NE(DeleteSet(tree, sets[0], true).failure, "");
     EXPECT_TRUE(fs::exists(folder.GetRoot() / FOLDER / (std::string(STEM) + ".4321")));
     EXPECT_TRUE(FindOne(folder).sets[0].isHalfDeleted);
 }
@@ -160,11 +161,11 @@ TEST(PinnedSet, IsMarkedAndLetGo)
 {
     const EvidenceFolder folder;
     WriteStatistics(folder, "tbrd", 4321, 1, "13-11_02.10.28");
-    const EvidenceTree tree = FindOne(folder);
-    EXPECT_EQ(PinSet(tree, tree.sets[0], true).failure, "");
-    EXPECT_EQ(PinSet(tree, tree.sets[0], true).failure, "") << "again";
+    const auto [tree, sets] = FindOne(folder);
+    EXPECT_EQ(PinSet(tree, sets[0], true).failure, "");
+    EXPECT_EQ(PinSet(tree, sets[0], true).failure, "") << "again";
     EXPECT_TRUE(FindOne(folder).sets[0].isPinned);
-    EXPECT_EQ(PinSet(tree, tree.sets[0], false).failure, "");
+    EXPECT_EQ(PinSet(tree, sets[0], false).failure, "");
     EXPECT_FALSE(FindOne(folder).sets[0].isPinned);
 }
 
@@ -173,16 +174,16 @@ TEST(PinnedSet, HoldsAFile)
     const EvidenceFolder folder;
     fs::create_directories(folder.GetRoot() / FOLDER);
     EvidenceFolder::SetTime(folder.GetRoot() / FOLDER, 1'000'000);
-    const EvidenceTree tree = FindEvidence(folder.GetPath(), Keeping::Files, 1'000'000);
-    ASSERT_EQ(tree.sets.size(), 1U);
-    EXPECT_EQ(PinSet(tree, tree.sets[0], true).failure, "holds no file that could be pinned");
+    const auto [tree, sets] = FindSets(folder.GetPath(), 1'000'000);
+    ASSERT_EQ(sets.size(), 1U);
+    EXPECT_EQ(PinSet(tree, sets[0], true).failure, "holds no file that could be pinned");
 }
 
 TEST(SetDeletion, OfASetThatChangedAfterItWasFoundDoesNothing)
 {
     const EvidenceFolder folder;
     WriteStatistics(folder, "tbrd", 4321, 1, "13-11_02.10.28");
-    const EvidenceTree tree = FindEvidence(folder.GetPath(), Keeping::Sums);
+    const EvidenceTree tree = FindEvidence(folder.GetPath());
     const Activity activity("/absent");
     constexpr char REFUSED[] = "changed after it was chosen; nothing of it was deleted";
     const std::string file =
@@ -203,10 +204,10 @@ TEST(SetDeletion, LeavesNothingThatCountsAsASetInTheFolderOfALiveProcess)
     WriteStatistics(folder, "tbrd", 4321, 1, "13-11_02.10.28");
     WriteStatistics(folder, "tbrd", 4321, 1, "13-11_02.10.28", "Memory");
     EvidenceFolder::SetTime(folder.GetRoot() / FOLDER, 1'000'000);
-    const EvidenceTree tree = FindEvidence(folder.GetPath());
-    ASSERT_EQ(tree.sets.size(), 2U);
-    EXPECT_EQ(DeleteSet(tree, tree.sets[0], false).failure, "");
-    EXPECT_EQ(DeleteSet(tree, tree.sets[1], false).failure, "");
+    const auto [tree, sets] = FindSets(folder.GetPath());
+    ASSERT_EQ(sets.size(), 2U);
+    EXPECT_EQ(DeleteSet(tree, sets[0], false).failure, "");
+    EXPECT_EQ(DeleteSet(tree, sets[1], false).failure, "");
     const EvidenceTree left = FindEvidence(folder.GetPath());
     EXPECT_EQ(left.sets.size(), 0U);
     EXPECT_EQ(left.emptyFolders.size(), 1U);
@@ -220,7 +221,7 @@ TEST(EmptyFolders, GoOnceTheirProcessHasGoneAndTheyHaveRestedForAnHour)
     fs::create_directories(folder.GetRoot() / FOLDER);
     EvidenceFolder::SetTime(folder.GetRoot() / FOLDER, 1'000'000);
     const auto remove = [&](const std::string& proc, std::time_t now) {
-        RemoveEmptyFolders(FindEvidence(folder.GetPath(), Keeping::Files, now), Activity(proc, now));
+        RemoveEmptyFolders(FindEvidence(folder.GetPath(), nullptr, now), Activity(proc, now));
         return !fs::exists(folder.GetRoot() / FOLDER);
     };
     EXPECT_FALSE(remove(folder.GetPath() + "/proc", 1'010'000)) << "its process is alive";
@@ -235,7 +236,7 @@ TEST(SetDeletion, LeavesNoEmptyFolderOfTwoSetsOfOneNumber)
     WriteStatistics(folder, "tbrd", 4321, 1, "13-11_02.10.28", "CPU");
     WriteStatistics(folder, "tbrd", 4321, 1, "13-11_02.10.29", "Memory");
     fs::last_write_time(folder.GetRoot() / FOLDER, fs::file_time_type::clock::now() - std::chrono::hours(2));
-    const EvidenceTree tree = FindEvidence(folder.GetPath(), Keeping::Sums);
+    const EvidenceTree tree = FindEvidence(folder.GetPath());
     ASSERT_EQ(tree.sets.size(), 2U);
     const Activity activity("/absent");
     EXPECT_EQ(DeleteFoundSet(tree, 0, activity).failure, "");

@@ -25,15 +25,15 @@ CapturePlan MakePlan()
 SetReport CheckOnly(const EvidenceFolder& folder, const CapturePlan& plan = MakePlan(),
                     std::time_t later = 1'000'000)
 {
-    const EvidenceTree tree = FindEvidence(folder.GetPath());
-    EXPECT_EQ(tree.sets.size(), 1U);
+    const auto [tree, sets] = FindSets(folder.GetPath());
+    EXPECT_EQ(sets.size(), 1U);
     CheckRules rules;
     rules.plan = plan;
     rules.depth = Depth::Whole;
-    Activity activity("/absent", tree.sets.at(0).time + later);
-    SetReport report = CheckSet(tree, tree.sets.at(0), rules, activity);
+    Activity activity("/absent", sets.at(0).time + later);
+    SetReport report = CheckSet(tree, sets.at(0), rules, activity);
     rules.depth = Depth::Ends;
-    EXPECT_EQ(CheckSet(tree, tree.sets.at(0), rules, activity).state, report.state);
+    EXPECT_EQ(CheckSet(tree, sets.at(0), rules, activity).state, report.state);
     return report;
 }
 } // namespace
@@ -121,14 +121,14 @@ TEST(EvidenceSet, LosesAFileOrAllOfThemAfterTheyWereFound)
 {
     const EvidenceFolder folder;
     WriteStatistics(folder, "tbrd", 4321, 1, "13-11_02.10.28");
-    const EvidenceTree tree = FindEvidence(folder.GetPath());
-    Activity activity("/absent", tree.sets.at(0).time + 1'000'000);
+    const auto [tree, sets] = FindSets(folder.GetPath());
+    Activity activity("/absent", sets.at(0).time + 1'000'000);
     std::filesystem::remove(folder.GetRoot() / (std::string(STEM) + "Netstat"));
-    const SetReport one = CheckSet(tree, tree.sets.at(0), {}, activity);
+    const SetReport one = CheckSet(tree, sets.at(0), {}, activity);
     EXPECT_EQ(one.state, SetState::Incomplete);
     EXPECT_THAT(one.problems, ElementsAre("4321_13-11_02.10.28_CPU.Netstat: No such file or directory"));
     std::filesystem::remove_all(folder.GetRoot() / "tbrd/4321");
-    const SetReport all = CheckSet(tree, tree.sets.at(0), {}, activity);
+    const SetReport all = CheckSet(tree, sets.at(0), {}, activity);
     EXPECT_EQ(all.state, SetState::Incomplete);
     EXPECT_THAT(all.problems, ElementsAre("No such file or directory"));
 }
@@ -139,9 +139,9 @@ TEST(EvidenceSet, OfAnEmptyFolderIsInProgressWhileACaptureMayBegin)
     const std::filesystem::path empty = folder.GetRoot() / "tbrd/4321/Evidence1";
     std::filesystem::create_directories(empty);
     EvidenceFolder::SetTime(empty.string(), 1'000'000);
-    const EvidenceTree tree = FindEvidence(folder.GetPath(), Keeping::Files, 1'000'009);
+    const auto [tree, sets] = FindSets(folder.GetPath(), 1'000'009);
     Activity activity("/absent", 1'000'009);
-    const SetReport report = CheckSet(tree, tree.sets.at(0), {}, activity);
+    const SetReport report = CheckSet(tree, sets.at(0), {}, activity);
     EXPECT_EQ(report.state, SetState::InProgress);
     EXPECT_THAT(report.problems, ElementsAre("the folder is empty"));
 }
@@ -173,7 +173,7 @@ TEST(EvidenceSet, OfAHostInAZoneAheadIsNotInProgressForHours)
     const EvidenceFolder folder;
     WriteStatistics(folder, "tbrd", 4321, 1, "13-11_02.10.28");
     folder.Write(std::string(STEM) + "DiskPerf_iostat", MakeIostat(5, 50, 3));
-    const std::time_t stamp = FindEvidence(folder.GetPath()).sets.at(0).time;
+    const std::time_t stamp = FindEvidence(folder.GetPath()).sets[0].time;
     for (const auto& file : std::filesystem::directory_iterator(folder.GetRoot() / "tbrd/4321/Evidence1")) {
         EvidenceFolder::SetTime(file.path(), stamp - 8 * 3600);
     }
@@ -204,12 +204,12 @@ TEST(EvidenceSet, WithALongTextIsHeldAgainstItsEnds)
     ASSERT_GT(text.size(), std::size_t{4} << 20U);
     const auto check = [&](const std::string& contents, Depth depth, std::time_t later) {
         folder.Write(std::string(STEM) + "MemoryPerf", contents);
-        const EvidenceTree tree = FindEvidence(folder.GetPath());
+        const auto [tree, sets] = FindSets(folder.GetPath());
         CheckRules rules;
         rules.plan = MakePlan();
         rules.depth = depth;
-        Activity activity("/absent", tree.sets.at(0).time + later);
-        return CheckSet(tree, tree.sets.at(0), rules, activity);
+        Activity activity("/absent", sets.at(0).time + later);
+        return CheckSet(tree, sets.at(0), rules, activity);
     };
     const std::string inPart = name + ": only its beginning and its end were read; verify reads it all";
     const SetReport ends = check(text, Depth::Ends, 1'000'000);
@@ -239,13 +239,13 @@ TEST(EvidenceSet, WithLongSamplesIsNeverCompleteByItsEnds)
     ASSERT_GT(samples.size(), std::size_t{4} << 20U);
     folder.Write(std::string(STEM) + "DiskPerf_iostat", samples);
     folder.Write(std::string(STEM) + "DiskPerf_mpstat", MakeMpstat(1, 60'000, 60'000));
-    const EvidenceTree tree = FindEvidence(folder.GetPath());
-    Activity activity("/absent", tree.sets.at(0).time + 1'000'000);
+    const auto [tree, sets] = FindSets(folder.GetPath());
+    Activity activity("/absent", sets.at(0).time + 1'000'000);
     CheckRules rules;
     rules.plan.readings = 2;
-    EXPECT_NE(CheckSet(tree, tree.sets.at(0), rules, activity).state, SetState::Complete);
+    EXPECT_NE(CheckSet(tree, sets.at(0), rules, activity).state, SetState::Complete);
     rules.depth = Depth::Texts;
-    EXPECT_EQ(CheckSet(tree, tree.sets.at(0), rules, activity).state, SetState::Incomplete);
+    EXPECT_EQ(CheckSet(tree, sets.at(0), rules, activity).state, SetState::Incomplete);
 }
 
 TEST(EvidenceSet, WhoseDeletionWasInterruptedIsIncomplete)

@@ -46,11 +46,11 @@ protected:
 
     ReportData Read()
     {
-        const EvidenceTree tree = FindEvidence(mFolder.GetPath());
-        EXPECT_FALSE(tree.sets.empty());
-        return tree.sets.empty() ? ReportData()
-                                 : ReadSet(tree, tree.sets.back(), 1794535648,
-                                           [this](std::uint64_t bytes) { mRead += bytes; });
+        const auto [tree, sets] = FindSets(mFolder.GetPath());
+        EXPECT_FALSE(sets.empty());
+        return sets.empty()
+                   ? ReportData()
+                   : ReadSet(tree, sets.back(), 1794535648, [this](std::uint64_t bytes) { mRead += bytes; });
     }
 
     EvidenceFolder mFolder;
