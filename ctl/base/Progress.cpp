@@ -17,10 +17,17 @@ constexpr std::chrono::milliseconds FIRST_AFTER(1000);
 constexpr std::chrono::milliseconds BETWEEN(100);
 constexpr const char* WIPE_LINE = "\r\033[K";
 
+/** When the first line is due: a second after this was first asked for. */
+std::chrono::steady_clock::time_point GetFirstTime()
+{
+    static const auto first = std::chrono::steady_clock::now() + FIRST_AFTER;
+    return first;
+}
+
 } // namespace
 
 Progress::Progress(std::string work, std::uint64_t total)
-    : mWork(std::move(work)), mTotal(total), mIsEnabled(ShowsProgress()), mNext(Clock::now() + FIRST_AFTER)
+    : mWork(std::move(work)), mTotal(total), mIsEnabled(ShowsProgress()), mNext(GetFirstTime())
 {}
 
 Progress::~Progress()

@@ -8,8 +8,9 @@ namespace ctl
 {
 
 /**
- * Shows on a terminal how far long work has come: one line on standard error, from the second second on, ten
- * times a second at most, wiped at the end. Nothing is shown where standard error is no terminal. One thread.
+ * Shows on a terminal how far long work has come: one line on standard error, ten times a second at most,
+ * wiped at the end. It begins a second after the first of a program's progresses began, so that work of many
+ * steps shows the next one at once. Nothing is shown where standard error is no terminal. One thread.
  */
 class Progress
 {
