@@ -8,7 +8,7 @@
 #include "counters/BreachTexts.h"
 #include "evidence/CaptureTexts.h"
 
-#include "log/LogEvents.h"
+#include "log/LogEvent.h"
 
 namespace ctl
 {

@@ -15,6 +15,7 @@
 #include "base/Terminal.h"
 #include "processes/DaemonLock.h"
 #include "processes/Preflight.h"
+#include "store/PredictLoad.h"
 #include "store/Store.h"
 
 namespace ctl

@@ -6,6 +6,7 @@
 
 #include "base/Common.h"
 #include "log/LogFolder.h"
+#include "store/PredictLoad.h"
 #include "store/Store.h"
 
 namespace ctl

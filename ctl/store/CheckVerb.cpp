@@ -19,7 +19,7 @@
 #include "processes/DaemonLock.h"
 #include "processes/LiveMatches.h"
 #include "store/EvidencePathCheck.h"
-#include "store/LoadPrediction.h"
+#include "store/PredictLoad.h"
 #include "store/SettingsCheck.h"
 #include "store/Store.h"
 #include "store/StoreFinding.h"

@@ -6,7 +6,7 @@
 
 #include "base/PlainText.h"
 #include "store/Keys.h"
-#include "store/LoadPrediction.h"
+#include "store/PredictLoad.h"
 #include "store/Store.h"
 
 namespace ctl

@@ -7,6 +7,7 @@
 namespace ctl
 {
 
+class Store;
 struct KeyRow;
 
 /** What a predicted load has come to so far: findings, log lines, settings. One per prediction. */

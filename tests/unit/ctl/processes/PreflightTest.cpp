@@ -9,6 +9,7 @@
 
 #include "ctl/processes/ProcFolder.h"
 #include "ctl/store/StoreDouble.h"
+#include "store/PredictLoad.h"
 
 namespace ctl
 {

@@ -10,6 +10,7 @@
 #include "ctl/store/StoreDouble.h"
 #include "log/LogEvents.h"
 #include "processes/ServiceState.h"
+#include "store/PredictLoad.h"
 
 namespace ctl
 {

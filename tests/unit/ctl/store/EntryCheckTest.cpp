@@ -1,7 +1,7 @@
 #include <gtest/gtest.h>
 
 #include "ctl/evidence/EvidenceFolder.h"
-#include "store/LoadPrediction.h"
+#include "store/PredictLoad.h"
 #include "store/Store.h"
 
 namespace ctl

@@ -5,7 +5,7 @@
 #include <gtest/gtest.h>
 
 #include "ctl/store/StoreDouble.h"
-#include "store/LoadPrediction.h"
+#include "store/PredictLoad.h"
 
 namespace ctl
 {

@@ -1,4 +1,4 @@
-#include "store/LoadPrediction.h"
+#include "store/PredictLoad.h"
 
 #include <algorithm>
 
