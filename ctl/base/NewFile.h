@@ -14,8 +14,9 @@ namespace ctl
  */
 void ReplaceFile(const std::string& path, const std::string& text, mode_t mode);
 
-/** Raises what ReplaceFile would where no file can be made beside `path`. Leaves nothing, and `path` as it
- * is. */
+/**
+ * Raises what ReplaceFile would where no file can be made beside `path`. Leaves nothing, and `path` as it is.
+ */
 void TryReplacing(const std::string& path);
 
 } // namespace ctl

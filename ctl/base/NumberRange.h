@@ -8,7 +8,8 @@ class Option;
 namespace ctl
 {
 
-/** Refuses what is no number from `lowest` to `highest`. Whether it is a whole one is for the option's type.
+/**
+ * Refuses what is no number from `lowest` to `highest`. Whether it is a whole one is for the option's type.
  */
 void AcceptRange(CLI::Option& option, double lowest, double highest);
 

@@ -10,8 +10,9 @@ namespace ctl
 namespace
 {
 
-/** One character of a text: its code point and its length in bytes; length 1 and no code point for a bad
- * byte. */
+/**
+ * One character of a text: its code point and its length in bytes; length 1 and no code point for a bad byte.
+ */
 struct Character
 {
     std::uint32_t codePoint = 0;

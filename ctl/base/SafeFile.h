@@ -62,7 +62,8 @@ struct FileText
     bool IsRead() const noexcept { return failure.empty(); }
 };
 
-/** Reads a regular file, no more than `limit` bytes of it. Files of /proc, which show no size, are read too.
+/**
+ * Reads a regular file, no more than `limit` bytes of it. Files of /proc, which show no size, are read too.
  */
 FileText ReadFile(int folder, const std::string& name, std::size_t limit);
 

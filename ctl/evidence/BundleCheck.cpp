@@ -134,7 +134,8 @@ private:
         mManifest += bytes;
     }
 
-    /** Whether it is the manifest of a set. One that leaves all out has at least a file that it leaves out.
+    /**
+     * Whether it is the manifest of a set. One that leaves all out has at least a file that it leaves out.
      */
     void CheckKind(const Json& manifest)
     {

@@ -98,7 +98,8 @@ Json DescribeBundle(const std::string& path, const std::vector<BundledFile>& fil
     return document;
 }
 
-/** The bytes that are gone through: texts for the check, for their size with values hidden, and to be packed.
+/**
+ * The bytes that are gone through: texts for the check, for their size with values hidden, and to be packed.
  */
 std::uint64_t CountWork(const EvidenceSet& set, const BundleOptions& options)
 {

@@ -26,8 +26,10 @@ struct StoredSettings
 /** Opens the store that --store names, else that of this host. */
 StoredSettings OpenSettings(const Common& common);
 
-/** What the settings make the daemon capture, with bad values and the plan of readings as the daemon takes
- * them. */
+/**
+ * What the settings make the daemon capture, with bad values and the plan of readings as the daemon takes
+ * them.
+ */
 CapturePlan MakeCapturePlan(const SettingReader& read);
 
 /** The evidence that a command line is about, and the settings that decide about it. */
@@ -39,8 +41,10 @@ struct EvidenceSource
                                  ///< on success
 };
 
-/** What a reader must know of results that rest on defaults, without a full stop; empty if the settings are
- * known. */
+/**
+ * What a reader must know of results that rest on defaults, without a full stop; empty if the settings are
+ * known.
+ */
 std::string DescribeUnknownSettings(const EvidenceSource& source);
 
 /**
@@ -58,8 +62,10 @@ EvidenceSource OpenEvidence(const Common& common);
  */
 std::vector<std::size_t> SelectSets(const EvidenceTree& tree, const std::string& name);
 
-/** The same for several names, each set once; all sets for no name. Raises std::runtime_error for a name that
- * fits nothing. */
+/**
+ * The same for several names, each set once; all sets for no name. Raises std::runtime_error for a name that
+ * fits nothing.
+ */
 std::vector<std::size_t> SelectSets(const EvidenceTree& tree, const std::vector<std::string>& names);
 
 /** The one set that a name stands for; raises std::runtime_error if there is none or more than one. */

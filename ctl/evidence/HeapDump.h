@@ -47,7 +47,8 @@ private:
 /** Walks over an open heap dump and reads no more than the heads of its records. */
 std::string CheckHeapDumpRecords(int file, std::uint64_t bytes);
 
-/** Reads all of an open heap dump and walks over it. `seen` gets each block that was read; it may be empty.
+/**
+ * Reads all of an open heap dump and walks over it. `seen` gets each block that was read; it may be empty.
  */
 std::string CheckWholeHeapDump(int file, std::uint64_t bytes,
                                const std::function<void(std::string_view)>& seen = {});

@@ -102,7 +102,8 @@ bool IsOption(std::string_view word)
     return word.substr(0, 1) == "-" && word.substr(0, 3) != "---";
 }
 
-/** True if a colon comes before something else than a port: a password that holds a sign which ends a host.
+/**
+ * True if a colon comes before something else than a port: a password that holds a sign which ends a host.
  */
 bool IsUserOfAddress(std::string_view host)
 {

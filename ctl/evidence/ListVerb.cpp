@@ -69,8 +69,10 @@ std::vector<Cell> MakeRow(const EvidenceSet& set, SetState state)
             {set.GetId()}};
 }
 
-/** Prints a row for each set. Of what was checked the states alone are kept: there may be many sets.
- * Returns true if one is incomplete. */
+/**
+ * Prints a row for each set. Of what was checked the states alone are kept: there may be many sets. Returns
+ * true if one is incomplete.
+ */
 bool PrintSets(const EvidenceSource& source, const std::vector<std::size_t>& places)
 {
     if (places.empty()) {

@@ -15,8 +15,10 @@ namespace ctl
 class PrivateFile
 {
 public:
-    /** Raises std::runtime_error if the file can't be made, or if there is one of that name and `replaces` is
-     * false. */
+    /**
+     * Raises std::runtime_error if the file can't be made, or if there is one of that name and `replaces` is
+     * false.
+     */
     PrivateFile(std::string path, bool replaces);
     ~PrivateFile();
     PrivateFile(const PrivateFile&) = delete;
@@ -24,7 +26,8 @@ public:
 
     int Get() const { return mFile.Get(); }
 
-    /** Puts the file on disk under its name. Raises std::runtime_error if that fails; then it doesn't exist.
+    /**
+     * Puts the file on disk under its name. Raises std::runtime_error if that fails; then it doesn't exist.
      */
     void Commit();
 

@@ -42,7 +42,8 @@ bool IsCommonPart(std::string_view part)
                                                             part) != std::end(COMMON_PARTS));
 }
 
-/** True if one of the parts of a name, between its signs, is a common one, or the last of several is a key.
+/**
+ * True if one of the parts of a name, between its signs, is a common one, or the last of several is a key.
  */
 bool HoldsCommonPart(std::string_view name)
 {

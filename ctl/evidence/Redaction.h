@@ -24,8 +24,10 @@ public:
     /** With the words that everybody's list has: pass, secret, token and the like. */
     Redaction();
 
-    /** Adds what one line of a list says: a word, or a text after "text:". Empty lines and # lines say
-     * nothing. */
+    /**
+     * Adds what one line of a list says: a word, or a text after "text:". Empty lines and # lines say
+     * nothing.
+     */
     void AddLine(std::string_view line);
 
     /** True if the value of a name is hidden. */

@@ -65,8 +65,9 @@ private:
         mProblems.push_back({text, true, MayStillCome(kind)});
     }
 
-    /** What the sampling tools were asked for when this set was taken; the plan of now where they weren't
-     * run. */
+    /**
+     * What the sampling tools were asked for when this set was taken; the plan of now where they weren't run.
+     */
     SamplingLine FindSampling(int folder) const
     {
         for (const FileKind kind : {FileKind::Iostat, FileKind::Mpstat}) {
@@ -134,8 +135,10 @@ private:
         }
     }
 
-    /** Seconds since the set was taken. A stamp of later than now comes from a host of another time zone, or
-     * from a clock that was put back: then the last change of a file has to do. */
+    /**
+     * Seconds since the set was taken. A stamp of later than now comes from a host of another time zone, or
+     * from a clock that was put back: then the last change of a file has to do.
+     */
     std::time_t GetAge() const
     {
         const std::time_t age = mActivity.GetNow() - mSet.time;

@@ -9,8 +9,10 @@
 namespace ctl
 {
 
-/** Seconds between the stamps of a set. Captures start together; what keeps them apart is the load of the
- * host. */
+/**
+ * Seconds between the stamps of a set. Captures start together; what keeps them apart is the load of the
+ * host.
+ */
 constexpr std::time_t LONGEST_GAP = 30;
 
 /** A file and the label in its name, before it belongs to a set. */

@@ -20,7 +20,8 @@ constexpr std::size_t HOUR_LENGTH = sizeof "YYYY-MM-DD HH" - 1;
 constexpr std::size_t CHUNK = std::size_t{256} * 1024;
 constexpr std::size_t LONGEST_TEXT = 65536;
 
-/** `known` is the begin of another line's stamp: what it has in common with this one isn't looked at again.
+/**
+ * `known` is the begin of another line's stamp: what it has in common with this one isn't looked at again.
  */
 bool HasStamp(std::string_view line, std::string_view known)
 {

@@ -15,7 +15,8 @@ namespace
 constexpr std::uint64_t BEGIN = 64;
 constexpr std::uint64_t END = 1024;
 
-/** The FNV-1a sum of the bytes. Intentional: no secure one, as whoever writes the logs may write what he
+/**
+ * The FNV-1a sum of the bytes. Intentional: no secure one, as whoever writes the logs may write what he
  * likes.
  */
 std::uint64_t Sum(std::string_view bytes)

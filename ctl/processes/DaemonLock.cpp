@@ -91,8 +91,9 @@ std::optional<int> ReadWrittenPid(const std::string& path)
     return file.IsRead() && parsed.ec == std::errc() && pid > 0 ? std::optional(pid) : std::nullopt;
 }
 
-/** True if a process of the daemon's name is there. Some file systems show other numbers in the list of
- * locks. */
+/**
+ * True if a process of the daemon's name is there. Some file systems show other numbers in the list of locks.
+ */
 bool IsAnyoneAlive(const std::string& procFolder)
 {
     const std::vector<Process> processes = ReadProcesses(procFolder);

@@ -70,7 +70,8 @@ private:
     const OpenedFile mFolder;
     LiveMatches& mLive;
     std::map<int, std::optional<ProcessDetails>> mRead;
-    /** The names of the counters: a process has one for each resource, and the first name in order gets it.
+    /**
+     * The names of the counters: a process has one for each resource, and the first name in order gets it.
      */
     std::map<std::pair<Resource, int>, std::string> mTaken;
 };

@@ -31,7 +31,8 @@ struct ServiceState
 
     /** From when on the log is of this run; 0 if nobody runs, as the last run may have been at any time. */
     std::time_t GetLogStart() const;
-    /** True if the last run ended by a stop, false if without one; nothing if the log doesn't say or it runs.
+    /**
+     * True if the last run ended by a stop, false if without one; nothing if the log doesn't say or it runs.
      */
     std::optional<bool> WasStopped() const;
     /** Seconds between two passes: those in force while the service runs, else those of the store on disk. */
@@ -52,12 +53,15 @@ struct ServiceState
     std::optional<bool> IsStoreUnread() const;
     /** Log targets whose levels are raised now; nothing if that can't be known. */
     std::optional<std::vector<std::string>> GetRaisedLevels() const;
-    /** Log targets whose levels the last service left raised as it ended without a stop; empty after a stop,
-     * nothing while one runs and if that can't be known. */
+    /**
+     * Log targets whose levels the last service left raised as it ended without a stop; empty after a stop,
+     * nothing while one runs and if that can't be known.
+     */
     std::optional<std::vector<std::string>> GetLevelsLeftRaised() const;
     /** The history of a counter; null if the log doesn't know it. */
     const CounterHistory* FindHistory(const LiveCounter& counter) const;
-    /** The position in its window that the last pass had, 0 if no pass has seen it yet; nothing if unknown.
+    /**
+     * The position in its window that the last pass had, 0 if no pass has seen it yet; nothing if unknown.
      */
     std::optional<int> GetWindow(const LiveCounter& counter) const;
     /** Evidence sets that were begun for a counter; nothing if that can't be known. */

@@ -37,7 +37,8 @@ const KeyRow* FindKey(std::string_view name);
 /** The known key that a text was most likely meant to be; empty if none is near. Case doesn't count. */
 std::string FindNearestKey(std::string_view name);
 
-/** The number of letters to insert, delete, replace or swap with their neighbour to make one text the other.
+/**
+ * The number of letters to insert, delete, replace or swap with their neighbour to make one text the other.
  */
 std::size_t GetDistance(std::string_view one, std::string_view other);
 

@@ -17,8 +17,9 @@ constexpr double LEFT = 64;
 constexpr double RIGHT = 14;
 constexpr double TOP = 12;
 constexpr double BOTTOM = 26;
-/** Points beyond this many can't be told apart in a picture; each that is drawn is the highest of its
- * stretch. */
+/**
+ * Points beyond this many can't be told apart in a picture; each that is drawn is the highest of its stretch.
+ */
 constexpr std::size_t MOST_POINTS = 600;
 constexpr int MARKS_UP = 4;
 constexpr int MARKS_ALONG = 6;

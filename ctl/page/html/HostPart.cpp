@@ -49,7 +49,7 @@ std::string FormatBy(const HostRow& row, double value)
     return row.mUnit == ChartUnit::Kilobytes ? FormatKilobytes(value) : FormatNumber(value, row.mDigits);
 }
 
-/** The mean of counts needs no be whole. */
+/** The mean of counts may have a fraction, which no count has. */
 std::string FormatMean(const HostRow& row, double mean)
 {
     return row.mUnit == ChartUnit::Kilobytes ? FormatKilobytes(mean) : FormatNumber(mean, 1);

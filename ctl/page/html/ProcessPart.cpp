@@ -15,7 +15,8 @@ constexpr double LEAST_GROWTH = 1024; ///< kilobytes
 
 using Key = std::function<double(const ProcessSummary&)>;
 
-/** The processes with the highest keys above a bound, highest first; in the order of their ids where equal.
+/**
+ * The processes with the highest keys above a bound, highest first; in the order of their ids where equal.
  */
 std::vector<const ProcessSummary*> GetHighest(const ReportData& data, double bound, const Key& key)
 {

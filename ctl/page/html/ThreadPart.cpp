@@ -37,7 +37,8 @@ bool IsOfSystem(std::string_view frame)
            frame.find("(libpthread") != std::string_view::npos;
 }
 
-/** The innermost known function and, when that is a wait of the system, the first one of the program itself.
+/**
+ * The innermost known function and, when that is a wait of the system, the first one of the program itself.
  */
 void WriteHeadline(Html& html, const std::vector<std::string>& frames)
 {

@@ -96,7 +96,8 @@ void JavaThreadParser::TakeThreadLine(std::string_view line)
     }
 }
 
-/** "- locked <0x…> (a Class)", "- waiting to lock <0x…> (a Class)", "- parking to wait for  <0x…> (a Class)"
+/**
+ * "- locked <0x…> (a Class)", "- waiting to lock <0x…> (a Class)", "- parking to wait for  <0x…> (a Class)"
  */
 void JavaThreadParser::TakeLockLine(std::string_view line)
 {

@@ -21,7 +21,8 @@ struct FreeReading
     double mSwapUsed = -1;
 };
 
-/** Reads `free` with the columns "buff/cache" and "available", or the older ones with a row without buffers.
+/**
+ * Reads `free` with the columns "buff/cache" and "available", or the older ones with a row without buffers.
  */
 class FreeParser
 {

@@ -106,7 +106,8 @@ void SocketParser::TakeCloseWait(std::string_view foreign, std::string_view name
     peer->mUnread += unread;
 }
 
-/** Most counters stand in front of their text ("12 segments retransmitted"), some after it ("InErrors: 3").
+/**
+ * Most counters stand in front of their text ("12 segments retransmitted"), some after it ("InErrors: 3").
  */
 void NetworkTroubleParser::TakeLine(std::string_view line)
 {

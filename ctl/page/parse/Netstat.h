@@ -30,7 +30,8 @@ struct SocketListing
     int mUnixSockets = 0;
 };
 
-/** Reads netstat's lists of sockets (-e, -nalp, -op, -tanoxp and the like) line by line; also filtered ones.
+/**
+ * Reads netstat's lists of sockets (-e, -nalp, -op, -tanoxp and the like) line by line; also filtered ones.
  */
 class SocketParser
 {

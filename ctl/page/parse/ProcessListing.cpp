@@ -5,8 +5,10 @@ namespace ctl
 
 namespace
 {
-/** "NAME=…". The name of a variable may hold any sign, so only what can't be one is left out: an option, a
- * path, an address. */
+/**
+ * "NAME=…". The name of a variable may hold any sign, so only what can't be one is left out: an option, a
+ * path, an address.
+ */
 bool SetsAName(std::string_view word)
 {
     const std::string_view name = word.substr(0, word.find('='));

@@ -21,8 +21,10 @@ constexpr std::size_t MOST_THREAD_NAMES = 50;
 constexpr std::size_t MOST_STACKS = 2000;
 constexpr std::size_t MOST_FRAMES = 200;
 
-/** The innermost function with a name, of which a stack has one at least unless all of it is unknown:
- * libraries without symbols show "??". Empty for a stack without frames. */
+/**
+ * The innermost function with a name, of which a stack has one at least unless all of it is unknown:
+ * libraries without symbols show "??". Empty for a stack without frames.
+ */
 std::string GetInnermostKnown(const std::vector<std::string>& frames);
 
 /** Groups threads by identical stacks. What it holds is bounded, whatever comes. */
@@ -32,7 +34,8 @@ public:
     /** Adds a thread. False if its stack is a new one beyond the limits, and the thread is left out. */
     bool Add(const std::string& thread, const std::string& state, const std::vector<std::string>& frames);
 
-    /** The groups, largest first, those of one size in the order of their first thread. Empties the object.
+    /**
+     * The groups, largest first, those of one size in the order of their first thread. Empties the object.
      */
     std::vector<StackGroup> Take();
 

@@ -25,7 +25,8 @@ struct ProcessRow
 /** A listing keeps no more rows than this; how many more there were is counted. */
 constexpr std::size_t MOST_PROCESS_ROWS = 50000;
 
-/** One run of `top -b -n 1`. What the run doesn't say is -1. Memory in kilobytes, processor time in percent.
+/**
+ * One run of `top -b -n 1`. What the run doesn't say is -1. Memory in kilobytes, processor time in percent.
  */
 struct TopReading
 {

@@ -73,8 +73,9 @@ std::vector<std::string> MakeArguments(const std::string& program)
             program,  "/proc/self/fd/" + std::to_string(CORE_DESCRIPTOR)};
 }
 
-/** Passes the lines of gdb on from the first thread's head; before it stands where the process was, once
- * more. */
+/**
+ * Passes the lines of gdb on from the first thread's head; before it stands where the process was, once more.
+ */
 class ThreadLines
 {
 public:

@@ -25,7 +25,8 @@ bool IsOfCounter(const TimelineEvent& event, const ReportData& data)
     return event.pid == data.mPid && event.resource == data.mResource;
 }
 
-/** True for lines that name neither a process nor an id: they belong to the set that began last before them.
+/**
+ * True for lines that name neither a process nor an id: they belong to the set that began last before them.
  */
 bool NamesNobody(LogEventKind kind)
 {

@@ -27,7 +27,8 @@ struct TimelineEvent : LogEvent
     Wall mWall = 0;
 };
 
-/** The machine at one sample of the memory statistics. What the tools didn't say is -1; memory in kilobytes.
+/**
+ * The machine at one sample of the memory statistics. What the tools didn't say is -1; memory in kilobytes.
  */
 struct HostSample
 {

@@ -16,7 +16,8 @@ public:
     /** `start` is when the first of them can be. */
     explicit WallClock(Wall start) : mLast(start) {}
 
-    /** The time of day on the day on which it is nearest to the one before it; without one, the one before.
+    /**
+     * The time of day on the day on which it is nearest to the one before it; without one, the one before.
      */
     Wall At(std::optional<int> clock)
     {
