@@ -30,13 +30,14 @@ std::optional<EvidenceName> ParsePathEnd(const std::string& line, std::size_t at
 }
 } // namespace
 
-bool IsCaptureLine(const std::string& line, const std::string& setPath, const EvidenceSet& set, FileKind kind)
+bool IsCaptureLine(const std::string& line, const EvidenceSet& set, FileKind kind)
 {
     const std::string jcmd = "/jcmd " + std::to_string(set.pid) + " ";
     if ((kind == FileKind::HeapDump || kind == FileKind::ThreadDump) && Contains(line, jcmd)) {
         return true;
     }
-    const std::string folder = setPath + "/";
+    // The path before it may be spelt otherwise than here, as the settings have it, or go through a link.
+    const std::string folder = "/" + set.folder + "/";
     for (std::size_t at = line.find(folder); at != std::string::npos; at = line.find(folder, at + 1)) {
         const auto name = ParsePathEnd(line, at + folder.size());
         if (name && name->kind == kind && name->label == set.label) {
@@ -75,7 +76,7 @@ bool Activity::IsBeingWritten(const EvidenceTree& tree, const EvidenceSet& set, 
     ReadProcesses();
     const std::string path = tree.GetPath(set);
     return std::any_of(mLines.begin(), mLines.end(),
-                       [&](const std::string& line) { return IsCaptureLine(line, path, set, kind); });
+                       [&](const std::string& line) { return IsCaptureLine(line, set, kind); });
 }
 
 bool Activity::HasDaemon()

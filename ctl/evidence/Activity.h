@@ -42,7 +42,6 @@ private:
 };
 
 /** True if a command line is that of a tool that writes the file of this kind of this set. */
-bool IsCaptureLine(const std::string& line, const std::string& setPath, const EvidenceSet& set,
-                   FileKind kind);
+bool IsCaptureLine(const std::string& line, const EvidenceSet& set, FileKind kind);
 
 } // namespace ctl

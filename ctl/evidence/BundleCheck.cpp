@@ -15,8 +15,11 @@ namespace ctl
 {
 namespace
 {
-constexpr std::size_t LONGEST_MANIFEST = std::size_t{16} * 1024 * 1024;
-constexpr std::size_t MOST_FILES = 10'000;
+constexpr std::size_t LONGEST_MANIFEST =
+    std::size_t{1024} * 1024;             // parsed it takes some thirty times as much
+constexpr std::size_t MOST_FILES = 1'000; // a set has about ten
+constexpr std::size_t LONGEST_NAME = 4096;
+constexpr std::size_t MOST_PROBLEMS = 100; // what is worse isn't read better
 constexpr std::size_t BLOCK = std::size_t{64} * 1024;
 
 struct ReaderDeleter
@@ -67,12 +70,15 @@ public:
             if (mFound.empty() && !mHasManifest) {
                 Fail("is no bundle");
             }
-            mReport.problems.push_back(std::string("the bundle is cut short or damaged: ") + GetReason());
+            AddProblem(std::string("the bundle is cut short or damaged: ") + GetReason());
         }
         if (mLibrary.filterCode(mReader.get(), 0) != ARCHIVE_FILTER_ZSTD) {
             mReport.problems.emplace_back("the bundle is not compressed by zstd");
         }
         Compare();
+        if (mMoreProblems > 0) {
+            mReport.problems.push_back("and " + CountNoun(mMoreProblems, "problem") + " more");
+        }
         return std::move(mReport);
     }
 
@@ -93,17 +99,17 @@ private:
         const char* const given = mLibrary.entryPathname(entry);
         const std::string name = ToJson(given == nullptr ? "" : given); // as the manifest has it
         if (LeadsOutside(name)) {
-            mReport.problems.push_back(name + ": would be unpacked outside the folder of the bundle");
+            AddProblem(name + ": would be unpacked outside the folder of the bundle");
         }
         if (mLibrary.entryFiletype(entry) != AE_IFREG || mLibrary.entryHardlink(entry) != nullptr) {
-            mReport.problems.push_back(name + ": is no plain file");
+            AddProblem(name + ": is no plain file");
         } else if (name == MANIFEST_NAME && mHasManifest) {
-            mReport.problems.push_back(name + ": is there twice");
+            AddProblem(name + ": is there twice");
         } else if (name == MANIFEST_NAME) {
             mHasManifest = true;
             ReadEntry([this](std::string_view bytes) { TakeManifest(bytes); });
-        } else if (mFound.size() == MOST_FILES || mFound.count(name) != 0) {
-            mReport.problems.push_back(name + ": is one file too many");
+        } else if (mFound.size() == MOST_FILES || name.size() > LONGEST_NAME || mFound.count(name) != 0) {
+            AddProblem(name + ": is one file too many");
         } else {
             Measure measure;
             Sha256 digest;
@@ -126,6 +132,17 @@ private:
         }
     }
 
+    /** What comes after the first ones is counted only: whoever made the bundle decides how many there are.
+     */
+    void AddProblem(const std::string& problem)
+    {
+        if (mReport.problems.size() < MOST_PROBLEMS) {
+            mReport.problems.push_back(problem.substr(0, 2 * LONGEST_NAME));
+        } else {
+            ++mMoreProblems;
+        }
+    }
+
     void TakeManifest(std::string_view bytes)
     {
         if (mManifest.size() + bytes.size() > LONGEST_MANIFEST) {
@@ -142,10 +159,10 @@ private:
         const std::string wanted = BeginDocument(MANIFEST_KIND)["schema"];
         const Json found = manifest.value("schema", Json());
         if (found != wanted) {
-            mReport.problems.push_back(std::string(MANIFEST_NAME) + ": is of another schema than " + wanted);
+            AddProblem(std::string(MANIFEST_NAME) + ": is of another schema than " + wanted);
         }
         if (manifest["files"].empty() && manifest.value("leftOut", Json()).empty()) {
-            mReport.problems.push_back(std::string(MANIFEST_NAME) + ": names no file");
+            AddProblem(std::string(MANIFEST_NAME) + ": names no file");
         }
     }
 
@@ -153,7 +170,7 @@ private:
     {
         const std::string path = file["path"];
         if (!promised.emplace(path, Measure{file["bytes"], file["sha256"]}).second) {
-            mReport.problems.push_back(path + ": stands twice in the manifest");
+            AddProblem(path + ": stands twice in the manifest");
         }
     }
 
@@ -163,8 +180,7 @@ private:
         std::map<std::string, Measure> promised;
         const Json manifest = Json::parse(mManifest, nullptr, false);
         if (!manifest.is_object() || !manifest.contains("files") || !manifest["files"].is_array()) {
-            mReport.problems.push_back(std::string(MANIFEST_NAME) +
-                                       (mManifest.empty() ? ": is missing" : ": is damaged"));
+            AddProblem(std::string(MANIFEST_NAME) + (mManifest.empty() ? ": is missing" : ": is damaged"));
             return promised;
         }
         for (const Json& file : manifest["files"]) {
@@ -173,7 +189,7 @@ private:
                 file.value("sha256", Json()).is_string()) {
                 AddPromised(file, promised);
             } else {
-                mReport.problems.push_back(std::string(MANIFEST_NAME) + ": is damaged");
+                AddProblem(std::string(MANIFEST_NAME) + ": is damaged");
             }
         }
         CheckKind(manifest);
@@ -186,19 +202,19 @@ private:
         for (const auto& [name, measure] : promised) {
             const auto found = mFound.find(name);
             if (found == mFound.end()) {
-                mReport.problems.push_back(name + ": is missing");
+                AddProblem(name + ": is missing");
             } else if (found->second.bytes != measure.bytes) {
-                mReport.problems.push_back(name + ": has " + CountNoun(found->second.bytes, "byte") + ", " +
-                                           std::to_string(measure.bytes) + " by the manifest");
+                AddProblem(name + ": has " + CountNoun(found->second.bytes, "byte") + ", " +
+                           std::to_string(measure.bytes) + " by the manifest");
             } else if (found->second.sha256 != measure.sha256) {
-                mReport.problems.push_back(name + ": is not what was bundled; its SHA-256 differs");
+                AddProblem(name + ": is not what was bundled; its SHA-256 differs");
             }
         }
         for (const auto& [name, measure] : mFound) {
             ++mReport.files;
             mReport.bytes += measure.bytes;
             if (promised.count(name) == 0) {
-                mReport.problems.push_back(name + ": is not in the manifest");
+                AddProblem(name + ": is not in the manifest");
             }
         }
     }
@@ -211,6 +227,7 @@ private:
     std::string mManifest;
     bool mHasManifest = false;
     BundleReport mReport;
+    std::size_t mMoreProblems = 0;
 };
 } // namespace
 

@@ -51,6 +51,13 @@ bool MayPrecedeName(std::string_view before, char sign)
                : std::string_view("=:;,&?#{}[]()\"'`<>|!$%@").find(before.back()) != std::string_view::npos;
 }
 
+/** True if digits stand at the beginning of a text, and no letter after them. */
+bool IsLineNumber(std::string_view text)
+{
+    const std::size_t end = std::min(text.find_first_not_of("0123456789"), text.size());
+    return end > 0 && (end == text.size() || !IsNameLetter(text[end]));
+}
+
 /** The name that ends at a sign in a word, without quotes around it; empty if none does. */
 std::string_view GetNameAt(std::string_view word, std::size_t sign)
 {
@@ -66,8 +73,9 @@ std::string_view GetNameAt(std::string_view word, std::size_t sign)
                          [](char letter) { return IsNameLetter(letter) || letter == '-' || letter == '.'; }) -
         ended.rbegin());
     std::string_view name = ended.substr(ended.size() - letters);
-    // A dot before a colon is a place in a source file.
-    const bool isPlace = word[sign] == ':' && name.find('.') != std::string_view::npos;
+    // A dot before a colon and a number is a place in a source file.
+    const bool isPlace =
+        word[sign] == ':' && name.find('.') != std::string_view::npos && IsLineNumber(word.substr(sign + 1));
     const bool isName = !isPlace && MayPrecedeName(ended.substr(0, ended.size() - letters), word[sign]);
     if (name.substr(0, 2) == "-D") {
         name.remove_prefix(2); // a property of a Java machine
@@ -112,19 +120,24 @@ bool IsUserOfAddress(std::string_view host)
            host.substr(colon + 1).find_first_not_of("0123456789") != std::string_view::npos;
 }
 
-/** Hides scheme://THIS@host. `word` holds an address. */
-std::string HideUser(std::string_view word, std::size_t& hidden)
+/** Hides scheme://THIS@host of each address in a word. */
+std::string HideUsers(std::string_view word, std::size_t& hidden)
 {
-    const std::size_t begin = word.find(SCHEME_END) + SCHEME_END.size();
-    const std::string_view rest = word.substr(begin);
-    const std::string_view host = rest.substr(0, rest.find_first_of("/?#"));
-    const bool isUser = host.find('@') == std::string_view::npos && IsUserOfAddress(host);
-    const std::size_t at = (isUser ? rest : host).rfind('@');
-    if (at == std::string_view::npos) {
-        return std::string(word);
+    std::string result;
+    for (std::size_t scheme = 0; (scheme = word.find(SCHEME_END)) != std::string_view::npos;) {
+        const std::size_t begin = scheme + SCHEME_END.size();
+        result += word.substr(0, begin);
+        word.remove_prefix(begin);
+        const std::string_view host = word.substr(0, word.find_first_of("/?#"));
+        const bool isUser = host.find('@') == std::string_view::npos && IsUserOfAddress(host);
+        const std::size_t at = (isUser ? word : host).rfind('@');
+        if (at != std::string_view::npos) {
+            ++hidden;
+            result += Redaction::HIDDEN;
+            word.remove_prefix(at);
+        }
     }
-    ++hidden;
-    return std::string(word.substr(0, begin)) + Redaction::HIDDEN + std::string(rest.substr(at));
+    return result.append(word);
 }
 
 bool EndsHiding(Hiding hiding, std::string_view word)
@@ -272,7 +285,7 @@ void HidingStream::TakeWord(std::string_view word)
     }
     mHiding = Hiding::Nothing;
     if (word.find(SCHEME_END) != std::string_view::npos) {
-        TakeAddress(HideUser(word, mHidden));
+        TakeAddress(HideUsers(word, mHidden));
         return;
     }
     if (TakeValue(word)) {

@@ -140,7 +140,7 @@ void PrintJson(const EvidenceSource& source, const PrunePlan& plan, const std::v
     document.Add("root", ToJson(tree.root));
     document.Add("diskBytes", plan.diskBytes);
     document.Add("freedBytes", plan.freedBytes);
-    document.Add("settingsFailure", SettingsFailureToJson(source));
+    AddRemarks(document, source);
     document.BeginArray("candidates");
     for (std::size_t index = 0; index < plan.candidates.size(); ++index) {
         Json json = ChoiceToJson(tree, plan.candidates[index]);
@@ -233,7 +233,7 @@ int Prune(const Common& common, const PruneOptions& options)
         PrintJson(source, plan, changes);
     } else {
         PrintText(source.tree, plan, changes, options.deletes);
-        PrintUnknownSettings(source);
+        PrintRemarks(source);
     }
     if (PrintFailures(source.tree, plan, changes)) {
         return EXIT_ERRORS;
@@ -242,7 +242,7 @@ int Prune(const Common& common, const PruneOptions& options)
         std::cerr << "thsentinelctl: more than " << FormatByteSize(*rules.maxSize)
                   << " remains; the rest is kept for the reasons given\n";
     }
-    return plan.isAboveMaxSize ? EXIT_WARNINGS : EXIT_GOOD;
+    return plan.isAboveMaxSize || !source.tree.unseen.empty() ? EXIT_WARNINGS : EXIT_GOOD;
 }
 } // namespace
 

@@ -8,15 +8,15 @@ namespace
 {
 constexpr const char* COMMON_WORDS[] = {"passw",       "passphrase",  "secret",    "token",      "credential",
                                         "apikey",      "api_key",     "api-key",   "access_key", "access-key",
-                                        "private_key", "private-key", "accesskey", "privatekey", "authoriz",
-                                        "oauth",       "cookie"};
+                                        "private_key", "private-key", "accesskey", "accountkey", "privatekey",
+                                        "authoriz",    "oauth",       "cookie"};
 /** Words that stand for a secret only when they are a whole part of a name: "db_pass", but not "bypass". */
 constexpr const char* COMMON_PARTS[] = {"pass", "pwd", "pw", "auth"};
 /** Parts of names that end like "dbpass" and stand for no secret. */
 constexpr std::string_view PLAIN_PARTS[] = {"bypass",   "compass", "surpass",
                                             "trespass", "lowpass", "highpass"};
 /** The working folder of every environment is no secret. */
-constexpr const char* PLAIN_NAMES[] = {"pwd", "oldpwd"};
+constexpr const char* PLAIN_NAMES[] = {"PWD", "OLDPWD"};
 constexpr std::string_view TEXT_PREFIX = "text:";
 
 std::string ToSmallLetters(std::string_view text)
@@ -82,7 +82,7 @@ void Redaction::AddLine(std::string_view line)
 bool Redaction::IsSecret(std::string_view name) const
 {
     const std::string small = ToSmallLetters(name);
-    if (std::find(std::begin(PLAIN_NAMES), std::end(PLAIN_NAMES), small) != std::end(PLAIN_NAMES)) {
+    if (std::find(std::begin(PLAIN_NAMES), std::end(PLAIN_NAMES), name) != std::end(PLAIN_NAMES)) {
         return false;
     }
     if (HoldsCommonPart(small)) {

@@ -44,6 +44,22 @@ bool Remove(int folder, const std::string& name)
     return unlinkat(folder, name.c_str(), 0) == 0 || errno == ENOENT;
 }
 
+bool HasFile(int folder, const std::string& name)
+{
+    struct stat status = {};
+    return fstatat(folder, name.c_str(), &status, AT_SYMLINK_NOFOLLOW) == 0;
+}
+
+/**
+ * Gives a folder the time back that it had when it was opened, so that it isn't taken for that of a capture
+ * which begins. Without the right to it, it may be.
+ */
+void KeepTime(const OpenedFile& folder)
+{
+    const timespec times[] = {{0, UTIME_OMIT}, folder.status.st_mtim};
+    (void)futimens(folder.file.Get(), times);
+}
+
 /** One deletion of one set. */
 class Deletion
 {
@@ -61,17 +77,19 @@ public:
             return Fail("lies on another file system than the evidence root");
         }
         const std::string mark = "." + mSet.GetStem() + DELETING_MARK;
+        const bool wasMarked = HasFile(folder.file.Get(), mark);
         if (!mSet.files.empty() && !MakeMark(folder.file.Get(), mark)) {
             return FailByErrno("the mark of the deletion can't be made");
         }
         // The files that the mark is named after go last: as long as one is left the mark says whose it is.
         if (!RemoveFiles(folder.file.Get(), false) || !RemoveFiles(folder.file.Get(), true)) {
+            if (!mHasRemoved && !wasMarked) { // the set is as it was, and no deletion of it was interrupted
+                (void)Remove(folder.file.Get(), mark);
+            }
             return mChange;
         }
         RemoveMarks(folder.file.Get(), mSet.files.empty() ? "" : mark);
-        // So that it isn't taken for the folder of a capture that begins. Without the right to it, it may be.
-        const timespec times[] = {{0, UTIME_OMIT}, folder.status.st_mtim};
-        (void)futimens(folder.file.Get(), times);
+        KeepTime(folder);
         if (removesFolders && mChange.failure.empty()) {
             RemoveFolders();
         }
@@ -140,7 +158,9 @@ private:
         if (!Remove(folder.file.Get(), name)) {
             return std::strerror(errno);
         }
+        mHasRemoved = true;
         mChange.freedBytes += file.diskBytes;
+        KeepTime(folder);
         return "";
     }
 
@@ -164,6 +184,7 @@ private:
 
     const EvidenceTree& mTree;
     const EvidenceSet& mSet;
+    bool mHasRemoved = false;
     SetChange mChange;
 };
 

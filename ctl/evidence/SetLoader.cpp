@@ -44,7 +44,11 @@ private:
     std::vector<int> mSeconds;
 };
 
-/** The place of a file among sorted ones; files.size() if it isn't there. */
+/**
+ * The place of a file among sorted ones; files.size() if it isn't there, or if several answer the
+ * description: names that the daemon never gives, of another process id or of days that never were, must not
+ * stand for a set of its own.
+ */
 std::size_t FindFile(const std::vector<FoundFile>& files, const std::string& label, std::time_t time,
                      FileKind kind)
 {
@@ -53,8 +57,10 @@ std::size_t FindFile(const std::vector<FoundFile>& files, const std::string& lab
         std::lower_bound(files.begin(), files.end(), wanted, [](const FoundFile& file, const auto& key) {
             return std::tie(file.label, file.file.time, file.file.kind) < key;
         });
-    const bool isThere =
-        found != files.end() && std::tie(found->label, found->file.time, found->file.kind) == wanted;
+    const auto fits = [&files, &wanted](auto file) {
+        return file != files.end() && std::tie(file->label, file->file.time, file->file.kind) == wanted;
+    };
+    const bool isThere = fits(found) && !fits(std::next(found));
     return isThere ? static_cast<std::size_t>(found - files.begin()) : files.size();
 }
 

@@ -76,12 +76,11 @@ void HistoryBuilder::TakeService(std::time_t time, const LogEvent& event)
         CountPass(time);
         break;
     case LogEventKind::Load:
-        mHistory.lastLoad = time;
+        mLoad = time;
         mHistory.lastLoadFailed = true;
-        mHistory.endFailure.reset();
         break;
     case LogEventKind::Failure: // other complaints begin with a blank after "Error:"
-        if (mHistory.lastLoadFailed && !event.detail.starts_with(' ')) {
+        if (mHistory.lastLoadFailed && !mHistory.stopped && !event.detail.starts_with(' ')) {
             mHistory.endFailure = event.detail;
         }
         break;
@@ -89,19 +88,30 @@ void HistoryBuilder::TakeService(std::time_t time, const LogEvent& event)
         mHistory.lastLoadFailed = false;
         break;
     case LogEventKind::Interval:
-        mHistory.interval = event.number;
+        mInterval = event.number;
         break;
     default:
         break;
     }
+    if (!mHistory.lastPass) {
+        PutLoadInForce();
+    }
+}
+
+/**
+ * A start reads the settings too, even where a service runs that keeps its own. That one reads them just
+ * before a pass, so what was read last counts from the next pass on.
+ */
+void HistoryBuilder::PutLoadInForce()
+{
+    mHistory.lastLoad = mLoad;
+    mHistory.interval = mInterval;
 }
 
 void HistoryBuilder::TakeStart(std::time_t time)
 {
-    const std::optional<int> interval = mHistory.interval; // the first load comes before the start
     mHistory = ServiceHistory();
-    mHistory.started = time;
-    mHistory.interval = interval;
+    mHistory.started = time; // the first load comes before the start
     mHistory.isComplete = true;
     mIntervalAtPass.reset();
 }
@@ -110,6 +120,7 @@ void HistoryBuilder::CountPass(std::time_t time)
 {
     // The settings are read after the sleep, just before the next pass: that one slept by those before them.
     mHistory.passInterval = mIntervalAtPass;
+    PutLoadInForce();
     mIntervalAtPass = mHistory.interval;
     mHistory.passBefore = mHistory.lastPass;
     mHistory.lastPass = time;

@@ -57,7 +57,7 @@ struct ServiceHistory
         lastPass; ///< the latest line that a pass writes when it begins to read counters
     std::optional<std::time_t> passBefore; ///< the one before it
     std::optional<int> passInterval;       ///< seconds of the sleep between these two, if the log gives them
-    std::optional<std::time_t> lastLoad;   ///< when the store was read last
+    std::optional<std::time_t> lastLoad;   ///< when the settings in force were read
     bool lastLoadFailed = false;           ///< that reading was not followed by its success
     /** What the service complained of before it ended by itself after that reading; else nothing. */
     std::optional<std::string> endFailure;
@@ -84,8 +84,11 @@ private:
     void TakeCounter(std::time_t time, const LogEvent& event);
     void TakeBreach(std::time_t time, const LogEvent& event);
     void CountPass(std::time_t time);
+    void PutLoadInForce();
 
     ServiceHistory mHistory;
+    std::optional<std::time_t> mLoad;   ///< when somebody read the settings last
+    std::optional<int> mInterval;       ///< by that reading
     std::optional<int> mIntervalAtPass; ///< in force when the last pass began
     CounterKey mBreaching = {0, ""};    ///< whose breach line came last; its capture line follows
 };

@@ -62,7 +62,7 @@ void PrintJson(const Explanation& explanation, const std::string& subject, std::
     Json document = BeginDocument("explain");
     document["subject"] = ToJson(subject);
     document["at"] = TimeToJson(at);
-    document["watched"] = explanation.isWatched;
+    document["watched"] = OrNull(explanation.isWatched);
     document["counters"] = Json::array();
     for (const CounterExplanation& counter : explanation.counters) {
         document["counters"].push_back(DescribeExplained(counter));
@@ -121,7 +121,10 @@ int RunExplain(const Common& common, const Options& options)
     if (!at) {
         throw CLI::ValidationError("--at", "no time: " + options.at);
     }
-    const Explanation explanation = ExplainService(common, options.subject, *at);
+    if (*at > now) {
+        throw CLI::ValidationError("--at", "that time is still to come: " + FormatLocalTime(*at));
+    }
+    const Explanation explanation = ExplainService(common, options.subject, *at, now);
     if (common.json) {
         PrintJson(explanation, options.subject, *at);
     } else {

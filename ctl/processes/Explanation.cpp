@@ -69,6 +69,7 @@ private:
     bool IsOfPast() const { return mAt < mState.now; }
     void Judge(CounterExplanation& answer) const;
     std::string FindReasonForNoPass() const;
+    bool AddStandstill(std::vector<std::string>& reasons) const;
     bool IsStandingStill() const;
     bool IsBeforeLog() const;
     void JudgeWindow(CounterExplanation& answer) const;
@@ -167,6 +168,16 @@ std::string Explainer::FindReasonForNoPass() const
     return "";
 }
 
+/** Adds why the service makes no passes; false if it makes them, or if that isn't known. */
+bool Explainer::AddStandstill(std::vector<std::string>& reasons) const
+{
+    const std::string reason = FindReasonForNoPass();
+    if (!reason.empty()) {
+        reasons.push_back(reason);
+    }
+    return !reason.empty();
+}
+
 /** True for a time of which the log holds nothing. */
 bool Explainer::IsBeforeLog() const
 {
@@ -182,11 +193,11 @@ bool Explainer::IsStandingStill() const
         return mState.IsStuck().value_or(false);
     }
     const ServiceHistory& history = mTrace.history;
-    if (!history.lastPass || !history.passBefore || !history.interval) {
+    if (!history.lastPass || !history.interval) {
         return false;
     }
-    const std::time_t between = *history.lastPass - *history.passBefore;
     const std::time_t interval = *history.interval;
+    const std::time_t between = history.passBefore ? *history.lastPass - *history.passBefore : 0;
     const std::time_t pass =
         std::max<std::time_t>(between - history.passInterval.value_or(*history.interval), 0);
     return mAt - *history.lastPass > pass + 2 * interval;
@@ -194,10 +205,7 @@ bool Explainer::IsStandingStill() const
 
 void Explainer::Judge(CounterExplanation& answer) const
 {
-    const std::string standstill = FindReasonForNoPass();
-    if (!standstill.empty()) {
-        answer.reasons.push_back(standstill);
-    }
+    const bool isStanding = AddStandstill(answer.reasons);
     if (IsBeforeLog()) {
         return;
     }
@@ -216,7 +224,7 @@ void Explainer::Judge(CounterExplanation& answer) const
         return;
     }
     const bool hasEnded = !IsOfPast() && mState.IsStoreRead() && !answer.now;
-    if (standstill.empty() && !hasEnded) { // a counter of nobody decides nothing
+    if (!isStanding && !hasEnded) { // a counter of nobody decides nothing
         JudgeWindow(answer);
     }
     JudgeReadings(answer);
@@ -353,15 +361,17 @@ std::string Explainer::GetConfiguredName(const CounterHistory& history, const st
 void Explainer::AddReasons()
 {
     const bool isListed = GetSettings().cpu.contains(mSubject) || GetSettings().memory.contains(mSubject);
-    mResult.isWatched = isListed || !mResult.counters.empty();
+    if (isListed || !mResult.counters.empty() || mState.IsStoreRead()) {
+        mResult.isWatched = isListed || !mResult.counters.empty();
+    }
     const bool isAnyKnown =
         mResult.counters.empty()
             ? !IsBeforeLog()
             : std::any_of(mResult.counters.begin(), mResult.counters.end(),
                           [](const CounterExplanation& counter) { return counter.isKnown; });
     mResult.isWhole = mTrace.history.failure.empty() && mState.IsStoreRead() && isAnyKnown;
-    if (mResult.counters.empty() && IsBeforeLog()) {
-        mResult.reasons.push_back(FindReasonForNoPass());
+    if (mResult.counters.empty()) {
+        AddStandstill(mResult.reasons);
     }
     if (!mTrace.history.failure.empty()) {
         mResult.reasons.push_back("the log can't be read: " + mTrace.history.failure);
@@ -389,7 +399,7 @@ void Explainer::AddReasons()
     if (!mState.IsStoreRead()) {
         return;
     }
-    if (IsOfPast() && mResult.isWatched) {
+    if (IsOfPast() && mResult.isWatched.value_or(false)) {
         mResult.reasons.emplace_back("limits and rules are those that the store has now");
     } else if (mState.IsStoreUnread().value_or(false)) {
         mResult.reasons.emplace_back(
@@ -405,9 +415,10 @@ Explanation Explain(const ServiceState& state, const CounterTrace& trace, const 
     return Explainer(state, trace, subject, at).Run();
 }
 
-Explanation ExplainService(const Common& common, const std::string& subject, std::time_t at)
+Explanation ExplainService(const Common& common, const std::string& subject, std::time_t at, std::time_t now)
 {
     ServiceState state = LookAtService(common);
+    state.now = now; // else a second that ends in between would make a past time of the present
     // What ran at a time before this service was started may have been started at any time.
     const std::time_t since = state.since && at >= *state.since ? state.GetLogStart() : 0;
     const CounterTrace trace = ReadTrace(common.log, since, at, LOG_LIMIT);

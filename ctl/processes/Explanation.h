@@ -43,7 +43,7 @@ struct Explanation
 {
     std::vector<CounterExplanation> counters;
     std::vector<std::string> reasons; ///< about the name as a whole
-    bool isWatched = false;
+    std::optional<bool> isWatched;
     bool isWhole = false; ///< store and log could be read, and the log holds something of that time
 };
 
@@ -55,6 +55,6 @@ Explanation Explain(const ServiceState& state, const CounterTrace& trace, const 
  * The same of this host's service, or of the copies that `common` names. Each byte of the log is read once at
  * most; what of the service the log shows is that of `at`.
  */
-Explanation ExplainService(const Common& common, const std::string& subject, std::time_t at);
+Explanation ExplainService(const Common& common, const std::string& subject, std::time_t at, std::time_t now);
 
 } // namespace ctl

@@ -114,8 +114,11 @@ void CheckLogFolder(const PreflightHost& host, PreflightRows& rows)
 {
     const std::string parent = host.root + std::filesystem::path(GetUsualLogPath()).parent_path().string();
     struct stat status = {};
-    const bool isThere = stat(parent.c_str(), &status) == 0 && S_ISDIR(status.st_mode);
-    if (!isThere) {
+    const int error = stat(parent.c_str(), &status) != 0 ? errno : 0;
+    if (error == EACCES) {
+        rows.push_back({"log folder", Result::Unknown, parent + " may not be looked at by this user",
+                        "run it as the superuser"});
+    } else if (error != 0 || !S_ISDIR(status.st_mode)) {
         rows.push_back({"log folder", Result::Error, parent + " isn't there: every line of the log is lost",
                         "mkdir -p " + parent});
     } else if (access(parent.c_str(), W_OK) == 0) {

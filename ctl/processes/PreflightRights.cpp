@@ -1,3 +1,4 @@
+#include <cerrno>
 #include <cstdlib>
 #include <cstring>
 #include <set>
@@ -135,7 +136,13 @@ void CheckOwner(const PreflightHost& host, const LiveCounter& counter, Preflight
 void CheckTemporary(const std::string& root, const std::string& path, bool isForOthers, PreflightRows& rows)
 {
     struct stat status = {};
-    const bool isFolder = stat((root + path).c_str(), &status) == 0 && S_ISDIR(status.st_mode);
+    const int error = stat((root + path).c_str(), &status) != 0 ? errno : 0;
+    if (error == EACCES) {
+        rows.push_back({"temporary folder", Result::Unknown, path + " may not be looked at by this user",
+                        "run it as the superuser"});
+        return;
+    }
+    const bool isFolder = error == 0 && S_ISDIR(status.st_mode);
     const bool isGood = isFolder && (!isForOthers || (status.st_mode & S_IWOTH) != 0 || status.st_uid != 0);
     rows.push_back(
         {"temporary folder",

@@ -26,11 +26,13 @@ FolderProbe GetProbe(const Common& common)
 }
 
 /** The targets that the log names; nothing if there may be others. */
-std::optional<std::vector<std::string>> GetNamedLevels(const ServiceHistory& history,
-                                                       const Settings& settings)
+std::optional<std::vector<std::string>> GetNamedLevels(const ServiceState& state)
 {
-    const bool isSilent =
-        settings.Get(THHS_INCREASE_LOG_LEVEL) != 0 && settings.Get(THHS_VERBOSE) != 1 && history.sets > 0;
+    const ServiceHistory& history = state.history;
+    const Settings& settings = state.prediction.settings;
+    const bool mayRaise = !state.IsStoreRead() || settings.Get(THHS_INCREASE_LOG_LEVEL) != 0;
+    const bool isNamed = state.IsStoreRead() && settings.Get(THHS_VERBOSE) == 1;
+    const bool isSilent = mayRaise && !isNamed && history.sets > 0;
     if (history.levels.empty() && (isSilent || !history.isComplete)) {
         return std::nullopt;
     }
@@ -95,6 +97,9 @@ bool ServiceState::IsStoreRead() const
 
 std::optional<bool> ServiceState::AreSettingsValid() const
 {
+    if (store->IsMissing() && !lock.IsRunning()) { // one that runs goes on without a store
+        return false;
+    }
     return IsStoreRead() ? std::optional(prediction.result == 0) : std::nullopt;
 }
 
@@ -112,7 +117,7 @@ std::optional<std::vector<std::string>> ServiceState::GetRaisedLevels() const
     if (!lock.IsRunning() || !history.failure.empty()) {
         return std::nullopt;
     }
-    return GetNamedLevels(history, prediction.settings);
+    return GetNamedLevels(*this);
 }
 
 std::optional<std::vector<std::string>> ServiceState::GetLevelsLeftRaised() const
@@ -121,7 +126,7 @@ std::optional<std::vector<std::string>> ServiceState::GetLevelsLeftRaised() cons
     if (lock.state != DaemonLock::State::Stopped || !wasStopped) {
         return std::nullopt;
     }
-    return *wasStopped ? std::vector<std::string>() : GetNamedLevels(history, prediction.settings);
+    return *wasStopped ? std::vector<std::string>() : GetNamedLevels(*this);
 }
 
 const CounterHistory* ServiceState::FindHistory(const LiveCounter& counter) const

@@ -144,8 +144,8 @@ void WriteEnd(const ServiceState& state, std::ostream& output)
                << (history.lastPass ? ", after its pass of " + FormatLocalTime(*history.lastPass) : "")
                << '\n';
     } else if (history.endFailure) {
-        output << "  it ended by itself at " << FormatLocalTime(*history.stopped) << ": "
-               << EscapeControls(*history.endFailure) << '\n';
+        output << "  it ended by itself at " << FormatLocalTime(*history.stopped)
+               << (history.endFailure->empty() ? "" : ": ") << EscapeControls(*history.endFailure) << '\n';
     } else {
         output << "  it was stopped at " << FormatLocalTime(*history.stopped) << '\n';
     }

@@ -41,6 +41,14 @@ _thsentinelctl_copies() {
     done
 }
 
+# The lines of the input that begin with a text. compgen would run what names from outside hold as shell code.
+_thsentinelctl_beginning() {
+    local line
+    while IFS= read -r line; do
+        [[ $line != "$1"* ]] || printf '%s\n' "$line"
+    done
+}
+
 # What the verb takes beside options: watched names or ids of sets, both from the program, or files.
 _thsentinelctl_subjects() {
     local program=$1 verb=$2 current=$3
@@ -48,12 +56,12 @@ _thsentinelctl_subjects() {
     mapfile -t copies < <(_thsentinelctl_copies)
     case $verb in
         explain | rehearse)
-            compgen -W "$("$program" metrics "${copies[@]}" 2>/dev/null |
-                sed -n 's/^thsentinel_limit{name="\([^"\\]*\)".*/\1/p' | sort -u)" -- "$current"
+            timeout 3 "$program" metrics "${copies[@]}" 2>/dev/null |
+                sed -n 's/^thsentinel_limit{name="\([^"\\]*\)".*/\1/p' | sort -u | _thsentinelctl_beginning "$current"
             ;;
         verify | report | bundle | pin)
-            compgen -W "$(timeout 3 "$program" list --json "${copies[@]}" 2>/dev/null |
-                sed -n 's/^ *"id": "\([^"\\]*\)",\{0,1\}$/\1/p')" -- "$current"
+            timeout 3 "$program" list --json "${copies[@]}" 2>/dev/null |
+                sed -n 's/^ *"id": "\([^"\\]*\)",\{0,1\}$/\1/p' | _thsentinelctl_beginning "$current"
             ;;
         check) compgen -f -- "$current" ;;
     esac

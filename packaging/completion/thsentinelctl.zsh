@@ -37,7 +37,7 @@ else
     done
     case $verb in
         explain|rehearse)
-            subjects=(${(f)"$($program metrics $copies 2>/dev/null |
+            subjects=(${(f)"$(timeout 3 $program metrics $copies 2>/dev/null |
                 sed -n 's/^thsentinel_limit{name="\([^"\\]*\)".*/\1/p' | sort -u)"})
             compadd -a subjects
             ;;

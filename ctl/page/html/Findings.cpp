@@ -189,7 +189,9 @@ void FindMissing(const ReportData& data, Findings& found)
                  (more > 0 ? ", and " + FormatPlain(static_cast<double>(more), 0) + " more" : "") +
                  ". See thsentinelctl verify " + data.mSetId + ".",
              "files"});
-    } else if (!data.mProblems.empty()) {
+    } else if (data.mState == "unknown") {
+        found.push_back({Weight::Note, "It isn't known whether the evidence is whole.", "files"});
+    } else if (data.mState == "incomplete" && !data.mProblems.empty()) {
         found.push_back({Weight::Watch,
                          "The evidence is not whole: " +
                              FormatCount(static_cast<double>(data.mProblems.size()), "problem") + ".",

@@ -155,6 +155,19 @@ def test_each_other_damage_of_a_bundle_has_its_words(tmp_path, evidence, damage)
     assert f"{path}: damaged, " in done.output.splitlines()[-1]
 
 
+def test_a_hostile_bundle_takes_little_memory(tmp_path):
+    (tmp_path / "MANIFEST.json").write_text('{"files":[' + ",".join("1" * 450_000) + "]}")
+    subprocess.run(["tar", "--zstd", "-cf", tmp_path / "b.tar.zst", "-C", tmp_path, "MANIFEST.json"], check=True)
+    done = companion.run_measured(tmp_path, "bundle", "--check", tmp_path / "b.tar.zst")
+    assert done.status == 2 and done.output.splitlines()[99:101] == [
+        "MANIFEST.json: is damaged", "and 449901 problems more"]
+    assert done.peak < 64 * 1024
+    (tmp_path / "MANIFEST.json").write_text(" " * 1_100_000)
+    subprocess.run(["tar", "--zstd", "-cf", tmp_path / "b.tar.zst", "-C", tmp_path, "MANIFEST.json"], check=True)
+    done = check(tmp_path / "b.tar.zst")
+    assert (done.status, done.errors) == (3, f"thsentinelctl: {tmp_path}/b.tar.zst: the manifest is too long\n")
+
+
 def unpack_from(tmp_path, data):
     folder = tmp_path / "again"
     folder.mkdir()

@@ -221,3 +221,7 @@ def test_preflight_of_somebody_else_says_what_it_cannot_know(host):
     done = run_as_somebody(host, "preflight --json")
     checks = {one["check"]: (one["result"], one["message"]) for one in json.loads(done.output)["checks"]}
     assert checks["evidence folder"] == ("unknown", "/closed/evidence may not be looked at by this user")
+    host.shell(f"chmod 711 {product.BASE}; chmod 700 {logs}/..")
+    done = run_as_somebody(host, "preflight --json")
+    messages = [one["message"] for one in json.loads(done.output)["checks"] if one["check"] == "log folder"]
+    assert messages == [f"{logs} may not be looked at by this user"]

@@ -195,6 +195,9 @@ def test_what_may_not_be_read_is_said(tmp_path):
     assert (only["state"], only["problems"]) == ("unknown", [f"{stem}.Netstat: Permission denied"])
     assert done.document["unseen"] == ["closed/4321/Evidence1: Permission denied"]
     assert done.status == 3
+    pruned = companion.run("prune", "--older", "1d", "--evidence", tmp_path, "--store", companion.DEFAULTS, user=65534)
+    assert (pruned.status, pruned.errors) == (
+        1, "thsentinelctl: could not look at closed/4321/Evidence1: Permission denied\n")
 
 
 def test_terabytes_of_holes_take_little_time_and_memory(tmp_path):

@@ -188,6 +188,16 @@ def test_both_shells_offer_watched_names_and_sets_of_the_copies_on_the_line(copi
 
 
 @pytest.mark.skipif(not packages.HOLDS_COMPANION, reason="the companion isn't built")
+def test_neither_shell_runs_what_the_name_of_a_folder_holds(tmp_path, monkeypatch):
+    monkeypatch.setenv("MADE", str(tmp_path / "made"))
+    companion.write_set(tmp_path / "evidence", process="$(touch${IFS}$MADE)")
+    where = ("--store", "/absent", "--evidence", tmp_path / "evidence")
+    for offered in (complete_companion, complete_companion_in_zsh):
+        assert offered(*where, "report", "")[0].startswith("$(touch${IFS}$MADE)/4321/")
+    assert not (tmp_path / "made").exists()
+
+
+@pytest.mark.skipif(not packages.HOLDS_COMPANION, reason="the companion isn't built")
 def test_bash_completes_a_value_after_an_equals_sign():
     assert complete_companion("--evidence", "=", "/usr/shar") == ["/usr/share"]
     assert complete_companion("--store", "=", "/x", "ver") == ["verify"]

@@ -106,6 +106,14 @@ TEST(Program, ReportsThatItsOutputCantBeWritten)
     EXPECT_EQ(said.errors, "thsentinelctl: standard output can't be written\n");
 }
 
+TEST(Program, ExplainsNoTimeThatIsStillToCome)
+{
+    const Said said = CallProgram({"explain", "x", "--at", "2200-01-01"});
+    EXPECT_EQ(said.status, 64);
+    EXPECT_NE(said.errors.find("--at: that time is still to come: 2200-01-01 00:00:00"), std::string::npos)
+        << said.errors;
+}
+
 TEST(Program, SaysItsRelease)
 {
     const Said said = CallProgram({"--version"});

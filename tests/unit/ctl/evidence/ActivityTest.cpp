@@ -16,6 +16,7 @@ const EvidenceSet& GetSet()
         made.pid = 4321;
         made.label = "CPU";
         made.number = 1;
+        made.folder = "tbrd/4321/Evidence1";
         return made;
     }();
     return set;
@@ -23,7 +24,7 @@ const EvidenceSet& GetSet()
 
 bool IsLine(const std::string& line, FileKind kind)
 {
-    return IsCaptureLine(line, "/ev/thsentinel/tbrd/4321/Evidence1", GetSet(), kind);
+    return IsCaptureLine(line, GetSet(), kind);
 }
 } // namespace
 
@@ -42,6 +43,15 @@ TEST(CaptureLine, OfGcoreNamesTheFileWithoutItsEnding)
         "/bin/sh /usr/bin/gcore -o /ev/thsentinel/tbrd/4321/Evidence1/4321_13-11_02.10.28_CPU 4321 ";
     EXPECT_TRUE(IsLine(line, FileKind::Core));
     EXPECT_FALSE(IsLine(line, FileKind::Netstat));
+}
+
+TEST(CaptureLine, IsKnownHoweverTheEvidencePathIsSpelt)
+{
+    EXPECT_TRUE(
+        IsLine("/bin/sh /usr/bin/gcore -o /ev//thsentinel/tbrd/4321/Evidence1/4321_13-11_02.10.28_CPU 4321",
+               FileKind::Core));
+    EXPECT_FALSE(IsLine("/bin/sh /usr/bin/gcore -o /ev/xtbrd/4321/Evidence1/4321_13-11_02.10.28_CPU 4321",
+                        FileKind::Core));
 }
 
 TEST(CaptureLine, OfJcmdNamesTheProcess)

@@ -125,6 +125,20 @@ TEST(HidingStream, HidesAPasswordOfAnAddressThatHoldsTheSignOfAnEnd)
     EXPECT_EQ(Hide("get ftp:/" + std::string("/host:21/a@b")), "get ftp:/" + std::string("/host:21/a@b"));
 }
 
+TEST(HidingStream, HidesTheUserOfEachAddressInAWord)
+{
+    EXPECT_EQ(Hide("x amqp://u:p@h1:5672,amqp://u:p@h2:5672 y"),
+              "x amqp://[hidden]@h1:5672,amqp://[hidden]@h2:5672 y");
+    EXPECT_EQ(Hide("http://h1/a,redis://:p@h2"), "http://h1/a,redis://[hidden]@h2");
+}
+
+TEST(HidingStream, TakesADotBeforeAColonForAPlaceInASourceOnlyWithALineNumber)
+{
+    EXPECT_EQ(Hide("at Password.java:12) and token.cpp:7"), "at Password.java:12) and token.cpp:7");
+    EXPECT_EQ(Hide("db.password:hunter2"), "db.password:[hidden]");
+    EXPECT_EQ(Hide("db.password:2hunter"), "db.password:[hidden]");
+}
+
 TEST(HidingStream, LeavesTheRestAsItIs)
 {
     for (const char* const line :

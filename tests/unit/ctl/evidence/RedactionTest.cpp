@@ -7,8 +7,9 @@ using testing::ElementsAre;
 
 TEST(Redaction, KnowsTheNamesOfSecretsInAnyCase)
 {
-    for (const char* const name : {"DB_PASSWORD", "apiKey", "db.pass", "x-auth-key", "PWD_DB", "Cookie",
-                                   "DBPASS", "-dbpass", "ENCRYPTION_KEY", "x.key", "--pw"}) {
+    for (const char* const name :
+         {"DB_PASSWORD", "apiKey", "db.pass", "x-auth-key", "PWD_DB", "Cookie", "DBPASS", "-dbpass",
+          "ENCRYPTION_KEY", "x.key", "--pw", "Pwd", "pwd", "AccountKey"}) {
         EXPECT_TRUE(Redaction().IsSecret(name)) << name;
     }
 }

@@ -5,6 +5,7 @@
 
 #include <gmock/gmock.h>
 
+#include <sys/stat.h>
 #include <unistd.h>
 
 using namespace ctl;
@@ -80,6 +81,31 @@ TEST(SetDeletion, StopsAtAFileThatChanged)
     EXPECT_TRUE(fs::exists(folder.GetRoot() / FOLDER / (std::string(STEM) + ".MemoryPerf")));
 }
 
+TEST(SetDeletion, ThatRemovedNothingLeavesNoMark)
+{
+    const EvidenceFolder folder;
+    folder.Write(std::string(FOLDER) + "/" + STEM + ".Netstat", "x");
+    const auto [tree, sets] = FindOne(folder);
+    folder.Write(std::string(FOLDER) + "/" + STEM + ".Netstat", "more of it");
+    EXPECT_NE(DeleteSet(tree, sets[0], true).failure, "");
+    EXPECT_FALSE(fs::exists(folder.GetRoot() / FOLDER / ("." + std::string(STEM) + DELETING_MARK)));
+}
+
+TEST(SetDeletion, LeavesTheFolderOfALateThreadDumpItsTime)
+{
+    const EvidenceFolder folder;
+    folder.Write(std::string(FOLDER) + "/" + STEM + ".Netstat", "x");
+    folder.Write("tbrd/4321/Evidence2/4321_13-11_02.30.28_CPU.ThreadDump", "late");
+    const std::string later = (folder.GetRoot() / "tbrd/4321/Evidence2").string();
+    EvidenceFolder::SetTime(later, 1'600'000'000);
+    const auto [tree, sets] = FindOne(folder);
+    ASSERT_EQ(sets[0].files.size(), 2U);
+    EXPECT_EQ(DeleteSet(tree, sets[0], false).failure, "");
+    struct stat status = {};
+    ASSERT_EQ(stat(later.c_str(), &status), 0);
+    EXPECT_EQ(status.st_mtime, 1'600'000'000);
+}
+
 TEST(SetDeletion, LeavesALinkThatTookThePlaceOfAFile)
 {
     const EvidenceFolder folder;
@@ -149,9 +175,11 @@ TEST(SetDeletion, TakesTheFilesThatItsMarkIsNamedAfterLast)
 {
     const EvidenceFolder folder;
     folder.Write(std::string(FOLDER) + "/" + STEM + ".4321", "x");
-    const std::string late = folder.Write(std::string(FOLDER) + "/4321_13-11_02.10.30_CPU.Netstat", "x");
+    folder.Write(std::string(FOLDER) + "/4321_13-11_02.10.30_CPU.Netstat", "x");
+    const std::string last = std::string(FOLDER) + "/4321_13-11_02.10.31_CPU.ProcessData";
+    folder.Write(last, "x");
     const auto [tree, sets] = FindOne(folder);
-    folder.Write(std::string(FOLDER) + "/4321_13-11_02.10.30_CPU.Netstat", "changed");
+    folder.Write(last, "changed");
     EXPECT_NE(DeleteSet(tree, sets[0], true).failure, "");
     EXPECT_TRUE(fs::exists(folder.GetRoot() / FOLDER / (std::string(STEM) + ".4321")));
     EXPECT_TRUE(FindOne(folder).sets[0].isHalfDeleted);

@@ -1,6 +1,7 @@
 #include "evidence/SetLoader.h"
 
 #include "ctl/evidence/EvidenceFolder.h"
+#include "evidence/SetChange.h"
 
 #include <gmock/gmock.h>
 
@@ -56,6 +57,21 @@ TEST(SetLoader, FindsFilesWithStampsOfNoDay)
     const auto [tree, sets] = FindSets(folder.GetPath());
     ASSERT_EQ(sets.size(), 1U);
     EXPECT_THAT(GetFileNames(sets[0]), ElementsAre("4321_31-02_09.10.29_CPU.Netstat"));
+}
+
+TEST(SetLoader, FindsNoFilesWhereSeveralSetsAnswerOneDescription)
+{
+    const EvidenceFolder folder; // names that the daemon never gives: of other process ids than the folder's
+    for (const char* const name : {"7", "8", "9"}) {
+        folder.Write("tbrd/7/Evidence1/" + std::string(name) + "_13-11_02.10.28_CPU.Netstat", "x");
+    }
+    const EvidenceTree tree = FindEvidence(folder.GetPath());
+    for (std::size_t place = 0; place < tree.sets.size(); ++place) {
+        EXPECT_TRUE(LoadSet(tree, place).files.empty());
+        EXPECT_NE(DeleteFoundSet(tree, place, Activity("/absent", std::time(nullptr))).failure, "");
+    }
+    EXPECT_EQ(std::distance(std::filesystem::directory_iterator(folder.GetRoot() / "tbrd/7/Evidence1"), {}),
+              3);
 }
 
 TEST(SetLoader, FindsASetAcrossTheTurnOfTheYear)

@@ -127,6 +127,27 @@ TEST_F(HistoryFixture, KnowsALoadThatFailed)
     EXPECT_EQ(Get().lastLoad, 1001);
 }
 
+TEST_F(HistoryFixture, LeavesTheSettingsInForceWhereASecondStartReadThem)
+{
+    const auto load = [this](int interval) {
+        Say("Reading the configuration from Tarnhaven configuration.");
+        Say("Configuration file successfully read.");
+        Say("Processes will be monitored regularly after " + std::to_string(interval) +
+            " seconds. It can be modified by changing THHS_POLL_INTERVAL value in Tarnhaven configuration.");
+    };
+    load(600);
+    Start();
+    Pass();
+    const auto before = Get().lastLoad;
+    ASSERT_EQ(Get().interval, 600);
+    load(5);
+    EXPECT_EQ(Get().interval, 600);
+    EXPECT_EQ(Get().lastLoad, before);
+    Pass();
+    EXPECT_EQ(Get().interval, 5) << "the service reads them just before a pass";
+    EXPECT_GT(Get().lastLoad, before);
+}
+
 TEST_F(HistoryFixture, KeepsWhatTheServiceComplainedOfAsItEndedByItself)
 {
     const std::string complaint =
@@ -140,5 +161,7 @@ TEST_F(HistoryFixture, KeepsWhatTheServiceComplainedOfAsItEndedByItself)
     Say("Tarnhaven Health Sentinel Service stopped.");
     EXPECT_EQ(Get().endFailure, complaint);
     Say("Reading the configuration from Tarnhaven configuration.");
-    EXPECT_EQ(Get().endFailure, std::nullopt) << "the next start";
+    EXPECT_EQ(Get().endFailure, complaint) << "a start that fails";
+    Start();
+    EXPECT_EQ(Get().endFailure, std::nullopt);
 }

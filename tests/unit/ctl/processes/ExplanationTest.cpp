@@ -229,7 +229,8 @@ TEST_F(ExplanationFixture, SaysThatPassesWereMissingAtATime)
 
 TEST_F(ExplanationFixture, SaysThatTheLogHoldsNothingOfATime)
 {
-    mAt = std::time(nullptr); // later than the start of the process on this host
+    mState.live.counters[0].details.startTicks = 0; // with the host, which was booted before now
+    mAt = std::time(nullptr);
     mState.now = *mAt + 100;
     EXPECT_EQ(AskForCounter().reasons,
               std::vector<std::string>{
@@ -240,6 +241,15 @@ TEST_F(ExplanationFixture, SaysThatTheLogHoldsNothingOfATime)
     EXPECT_FALSE(Ask().isWhole);
     EXPECT_EQ(Ask().reasons.front(),
               "the log holds nothing from before that time: no service ran then, or its log has gone");
+}
+
+TEST_F(ExplanationFixture, SaysOfANameWithoutAProcessTooThatTheServiceDoesNotRun)
+{
+    mState.live.counters.clear();
+    mState.lock.state = DaemonLock::State::Stopped;
+    EXPECT_EQ(Ask().reasons.front(), "the service doesn't run");
+    mState.store = std::make_unique<HiddenStore>();
+    EXPECT_EQ(Ask("other").isWatched, std::nullopt) << "the lists aren't known";
 }
 
 TEST_F(ExplanationFixture, SaysThatAProcessWasStartedAfterATime)
@@ -338,7 +348,7 @@ TEST_P(Stranger, IsNotWatched)
     Configure({{"THHS_MONITOR_CPU", "tbrd:10"}, {"THHS_MONITOR_DEADLOCK", "locker"}});
     StartWithCounter();
     const Explanation explanation = Ask(GetParam().subject);
-    EXPECT_FALSE(explanation.isWatched);
+    EXPECT_EQ(explanation.isWatched, false);
     EXPECT_TRUE(explanation.counters.empty());
     EXPECT_EQ(explanation.reasons, std::vector<std::string>{GetParam().reason});
 }
@@ -390,7 +400,8 @@ TEST(ExplanationOnHost, ReadsEachByteOfTheLogOnce)
     common.log = folder.GetRoot();
     const auto countRead = [&common] {
         const std::optional<long long> before = CountBytesRead();
-        EXPECT_TRUE(ExplainService(common, "tbrd", std::time(nullptr)).isWhole);
+        const std::time_t now = std::time(nullptr);
+        EXPECT_TRUE(ExplainService(common, "tbrd", now, now).isWhole);
         return before ? CountBytesRead().value_or(0) - *before : 0;
     };
     const long long withoutLog = countRead();
@@ -398,7 +409,7 @@ TEST(ExplanationOnHost, ReadsEachByteOfTheLogOnce)
         GTEST_SKIP() << "this kernel doesn't count what a process reads";
     }
     const std::string log(12'000'000, 'x');
-    folder.Write("root.111326_00001.log", log);
+    folder.Write("root.010120_00001.log", log); // of a day that is over on any host
     const auto size = static_cast<double>(log.size());
     const auto read = static_cast<double>(countRead() - withoutLog); // processes may come and go meanwhile
     EXPECT_NEAR(read, size, size / 2);

@@ -131,6 +131,25 @@ TEST_F(ServiceStateFixture, DoesNotKnowLevelsThatARaiseLeftUnsaid)
     Say("CPU threshold exceeded by process : tbrd (7), Threshold : 1 Percent , Usage : 2.00 Percent");
     Say("Taking Process Dump (Count #1) for process tbrd (7).");
     EXPECT_EQ(mState.GetRaisedLevels(), std::nullopt);
+    Configure({});
+    EXPECT_EQ(mState.GetRaisedLevels(), std::vector<std::string>()) << "none is raised by these settings";
+    mState.store = std::make_unique<HiddenStore>();
+    EXPECT_EQ(mState.GetRaisedLevels(), std::nullopt) << "whether it raises levels isn't known";
+}
+
+TEST_F(ServiceStateFixture, TakesAMissingStoreForOneThatNoServiceStartsWith)
+{
+    class MissingStore : public HiddenStore
+    {
+        bool IsMissing() const override { return true; }
+    };
+    Start();
+    mState.store = std::make_unique<MissingStore>();
+    EXPECT_EQ(mState.AreSettingsValid(), std::nullopt) << "one that runs goes on";
+    mState.lock.state = DaemonLock::State::Stopped;
+    EXPECT_EQ(mState.AreSettingsValid(), false);
+    mState.store = std::make_unique<HiddenStore>();
+    EXPECT_EQ(mState.AreSettingsValid(), std::nullopt);
 }
 
 TEST_F(ServiceStateFixture, NamesTargetsThatAnEndWithoutAStopLeftRaised)

@@ -63,6 +63,8 @@ TEST(Findings, SayThatACaptureIsStillAtWork)
                             "thsentinelctl verify tbrd/66/Evidence1/cpu-20261113T020728.\n");
     data.mState = "incomplete";
     EXPECT_EQ(TextOf(data), "The evidence is not whole: 2 problems.\n");
+    data.mState = "unknown";
+    EXPECT_EQ(TextOf(data), "It isn't known whether the evidence is whole.\n");
 }
 
 TEST(Findings, NameTheWorstFirst)
