@@ -212,6 +212,9 @@ def test_terabytes_of_holes_take_little_time_and_memory(tmp_path):
         assert done.peak < 64 * 1024
 
 
+JUNE_2020 = 1591000000
+
+
 def test_many_sets_of_one_process_id_take_little_memory(tmp_path):
     folders = [tmp_path / f"thsentinel/tbrd/4321/Evidence{number}" for number in (1, 2)]
     for folder in folders:
@@ -220,6 +223,7 @@ def test_many_sets_of_one_process_id_take_little_memory(tmp_path):
         path = folders[minute % 2] / time.strftime("4321_%d-%m_%H.%M.%S_CPU.Netstat", time.gmtime(minute * 60))
         if minute % 10_000 == 0:
             path.write_text("x")
+            os.utime(path, (JUNE_2020, JUNE_2020))  # the year of the stamps, so that none is still to come
             first = path
         else:
             os.link(first, path)

@@ -129,7 +129,7 @@ TEST(HidingStream, HidesTheUserOfEachAddressInAWord)
 {
     EXPECT_EQ(Hide("x amqp://u:p@h1:5672,amqp://u:p@h2:5672 y"),
               "x amqp://[hidden]@h1:5672,amqp://[hidden]@h2:5672 y");
-    EXPECT_EQ(Hide("http://h1/a,redis://:p@h2"), "http://h1/a,redis://[hidden]@h2");
+    EXPECT_EQ(Hide("ldap://h1/a,redis://:p@h2"), "ldap://h1/a,redis://[hidden]@h2");
 }
 
 TEST(HidingStream, TakesADotBeforeAColonForAPlaceInASourceOnlyWithALineNumber)
