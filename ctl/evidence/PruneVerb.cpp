@@ -97,7 +97,7 @@ std::vector<PruneSubject> MakeSubjects(const EvidenceSource& source, Activity& a
         subject.isLive = activity.IsAlive(set.pid);
         subject.isHalfDeleted = set.isHalfDeleted;
         subject.isEmpty = !set.HasFiles();
-        subjects.push_back(std::move(subject));
+        subjects.push_back(subject);
         progress.Advance(1);
     }
     return subjects;

@@ -55,8 +55,10 @@ public:
     SetList(const SetList&) = delete;
     SetList& operator=(const SetList&) = delete;
 
+    // NOLINTBEGIN(readability-identifier-naming): the names that containers of the language have
     std::size_t size() const { return mRecords.size(); }
     bool empty() const { return mRecords.empty(); }
+    // NOLINTEND(readability-identifier-naming)
 
     /** The set at a place, all but its files: a SetLoader has them. */
     EvidenceSet operator[](std::size_t place) const;

@@ -52,7 +52,6 @@ bool IsOfSet(const TimelineEvent& event, const ReportData& data, int lastSetPid)
         return event.process == data.mProcess;
     case LogEventKind::Started:
     case LogEventKind::Stopped:
-        return true;
     case LogEventKind::Failure: // the reason of a stop among them, whenever it came
         return true;
     case LogEventKind::LevelRestored:
